@@ -1,0 +1,40 @@
+# Sourced by the top-level commands: which Debian packages each of them needs, and how a missing one is installed.
+
+packages_to_run="g++ cmake ninja-build pkg-config freeglut3-dev libglew-dev libglu1-mesa-dev libgl-dev libjpeg-dev
+  libpng-dev librtmidi-dev libfluidsynth-dev libasound2-dev libjack-jackd2-dev libx11-dev timgm6mb-soundfont"
+packages_to_test="$packages_to_run libgtest-dev xvfb xauth xdotool libgl1-mesa-dri jackd2 midicsv imagemagick pngcheck
+  libjpeg-turbo-progs admesh"
+packages_for_windows="g++-mingw-w64-x86-64-posix cmake ninja-build nasm make dpkg-dev libgtest-dev xvfb xauth xdotool
+  libgl1-mesa-dri wine wine64"
+packages_to_bench="$packages_to_run libbenchmark-dev libxtst-dev xvfb xauth libgl1-mesa-dri"
+packages_to_fuzz="$packages_to_run clang libclang-rt-14-dev"
+
+# install_missing PACKAGE...: installs those that are not there yet, saying which; calls nothing when none is missing.
+install_missing() {
+  local missing="" package
+  for package in "$@"; do
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing="$missing $package"
+  done
+  [ -n "$missing" ] || return 0
+  if ! command -v apt-get >/dev/null; then
+    echo "These packages are missing, and there is no apt-get to install them:$missing" >&2
+    return 1
+  fi
+  local as_root=""
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "Please install as root:$missing" >&2; return 1; }
+    as_root=sudo
+  fi
+  echo "Installing:$missing" >&2
+  local log
+  log=$(mktemp)
+  # The list of packages may never have been fetched on a fresh machine.
+  if $as_root apt-get update >"$log" 2>&1 &&
+    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing >>"$log" 2>&1; then
+    rm -f "$log"
+    return 0
+  fi
+  tail -n 20 "$log" >&2
+  echo "Installing failed; the whole log is in $log" >&2
+  return 1
+}
