@@ -1,0 +1,45 @@
+#pragma once
+// The system's file mapping, as far as alloc_mmap_win needs it; mapping_win32.cpp and mapping_posix.cpp
+// implement it. Every function that fails leaves the reason in system_error::last().
+
+#include <cstdint>
+
+namespace libutils::mapping {
+
+// The numbers are those of the Windows calls, which take them as they are.
+enum class protection : std::uint32_t { read_only = 2, read_write = 4 };
+enum class access : std::uint32_t { read = 4, write = 2 };
+
+// A file handle or descriptor.
+using file = std::intptr_t;
+inline constexpr file no_file = -1;
+
+// What views are cut from: a stretch of a file from its start, or memory that begins as zeros.
+struct object {
+    std::intptr_t handle = 0;
+    std::uint64_t size = 0; // bytes
+};
+
+// No mapping of more bytes is tried: beyond what any x86-64 system hands to a process.
+inline constexpr std::uint64_t address_space = std::uint64_t(1) << 47;
+
+// Opens an existing file that nobody else uses: on Windows without sharing; elsewhere with an advisory lock,
+// shared among readers and exclusive for a writer, as far as the file system knows locks.
+file open(const char* name, protection mode);
+void close(file opened);
+bool size_of(file opened, std::uint64_t& size);
+
+// Makes the object of `size` bytes over a file (0: the whole file, which must not be empty; more than the
+// file has fails for a reader and extends the file for a writer) or, with no_file, over memory.
+bool create(file opened, protection mode, std::uint64_t size, object& made);
+void destroy(object& made);
+
+// `size` bytes (not 0) of the object from any byte `offset`; null when they do not all lie inside it.
+void* map(const object& from, file opened, access mode, std::uint64_t offset, std::uint64_t size);
+void unmap(void* view, std::uint64_t size);
+
+// Gives a writable memory object and its one view another size, keeping the leading contents and adding
+// zeros. Returns the new view; null leaves object and view as they were. Sizes are not 0.
+void* resize_memory(object& made, void* view, std::uint64_t size);
+
+} // namespace libutils::mapping

@@ -1,0 +1,123 @@
+#include "libutils/mapping.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace libutils::mapping {
+
+namespace {
+
+std::uint64_t page_size() {
+    static const std::uint64_t size = std::uint64_t(sysconf(_SC_PAGESIZE));
+    return size;
+}
+
+file refuse(int descriptor, int reason) {
+    ::close(descriptor);
+    errno = reason;
+    return no_file;
+}
+
+void* map_memory(access mode, std::uint64_t size) {
+    const int rights = mode == access::write ? PROT_READ | PROT_WRITE : PROT_READ;
+    // Without a reservation, storage that is never touched costs nothing, however large it is.
+    void* view = mmap(nullptr, size, rights, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    return view == MAP_FAILED ? nullptr : view;
+}
+
+} // namespace
+
+file open(const char* name, protection mode) {
+    const bool writing = mode == protection::read_write;
+    // Not waiting matters for a named pipe, whose opening would otherwise last until somebody writes into it.
+    const int descriptor = ::open(name, (writing ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return no_file;
+    struct stat status;
+    if (fstat(descriptor, &status) != 0) return refuse(descriptor, errno);
+    if (S_ISDIR(status.st_mode)) return refuse(descriptor, EISDIR);
+    if (!S_ISREG(status.st_mode)) return refuse(descriptor, ENODEV);
+    // Only a lock that somebody holds is a reason to refuse; a file system without locks is none.
+    if (flock(descriptor, (writing ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+        return refuse(descriptor, EWOULDBLOCK);
+    return descriptor;
+}
+
+void close(file opened) {
+    ::close(int(opened));
+}
+
+bool size_of(file opened, std::uint64_t& size) {
+    struct stat status;
+    if (fstat(int(opened), &status) != 0) return false;
+    size = std::uint64_t(status.st_size);
+    return true;
+}
+
+bool create(file opened, protection mode, std::uint64_t size, object& made) {
+    if (opened != no_file) {
+        std::uint64_t available = 0;
+        if (!size_of(opened, available)) return false;
+        if (size == 0) size = available;
+        if (size == 0) {
+            errno = ENODATA;
+            return false;
+        }
+        if (size > available) {
+            if (mode == protection::read_only) {
+                errno = EINVAL;
+                return false;
+            }
+            if (ftruncate(int(opened), off_t(size)) != 0) return false;
+        }
+    }
+    made.size = size;
+    return true;
+}
+
+void destroy(object& made) {
+    made = {};
+}
+
+void* map(const object& from, file opened, access mode, std::uint64_t offset, std::uint64_t size) {
+    if (offset > from.size || size > from.size - offset) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    if (opened == no_file) return map_memory(mode, size);
+    const std::uint64_t lead = offset % page_size();
+    const int rights = mode == access::write ? PROT_READ | PROT_WRITE : PROT_READ;
+    void* view = mmap(nullptr, size + lead, rights, MAP_SHARED, int(opened), off_t(offset - lead));
+    return view == MAP_FAILED ? nullptr : static_cast<char*>(view) + lead;
+}
+
+void unmap(void* view, std::uint64_t size) {
+    const std::uint64_t lead = reinterpret_cast<std::uintptr_t>(view) % page_size();
+    munmap(static_cast<char*>(view) - lead, size + lead);
+}
+
+void* resize_memory(object& made, void* view, std::uint64_t size) {
+#ifdef __linux__
+    // The pages move, not their contents. What a smaller size has left behind in the last page is no fresh
+    // storage.
+    void* moved = mremap(view, made.size, size, MREMAP_MAYMOVE);
+    if (moved == MAP_FAILED) return nullptr;
+    const std::uint64_t kept = std::min(made.size, size);
+    const std::uint64_t page_end = (kept + page_size() - 1) / page_size() * page_size();
+    std::memset(static_cast<char*>(moved) + kept, 0, page_end - kept);
+#else
+    void* moved = map_memory(access::write, size);
+    if (!moved) return nullptr;
+    std::memcpy(moved, view, std::min(made.size, size));
+    unmap(view, made.size);
+#endif
+    made.size = size;
+    return moved;
+}
+
+} // namespace libutils::mapping

@@ -1,0 +1,102 @@
+#include "libutils/mapping.h"
+
+#include <algorithm>
+#include <cstring>
+
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+
+namespace libutils::mapping {
+
+namespace {
+
+HANDLE handle(std::intptr_t value) {
+    return reinterpret_cast<HANDLE>(value);
+}
+
+// Views begin at multiples of this many bytes of the file.
+std::uint64_t granularity() {
+    static const std::uint64_t size = [] {
+        SYSTEM_INFO info;
+        GetSystemInfo(&info);
+        return std::uint64_t(info.dwAllocationGranularity);
+    }();
+    return size;
+}
+
+} // namespace
+
+file open(const char* name, protection mode) {
+    const DWORD rights = mode == protection::read_write ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
+    const HANDLE opened = CreateFileA(name, rights, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    static_assert(no_file == -1, "INVALID_HANDLE_VALUE");
+    return reinterpret_cast<file>(opened);
+}
+
+void close(file opened) {
+    CloseHandle(handle(opened));
+}
+
+bool size_of(file opened, std::uint64_t& size) {
+    LARGE_INTEGER value;
+    if (!GetFileSizeEx(handle(opened), &value)) return false;
+    size = std::uint64_t(value.QuadPart);
+    return true;
+}
+
+bool create(file opened, protection mode, std::uint64_t size, object& made) {
+    // The whole size is handed over, not just its low half: a request of 4 GiB and more must not become a
+    // small one.
+    const HANDLE mapping =
+        CreateFileMappingA(handle(opened), nullptr, DWORD(mode), DWORD(size >> 32), DWORD(size), nullptr);
+    if (!mapping) return false;
+    made.handle = reinterpret_cast<std::intptr_t>(mapping);
+    made.size = size;
+    if (size == 0 && !size_of(opened, made.size)) {
+        const DWORD reason = GetLastError();
+        destroy(made);
+        SetLastError(reason);
+        return false;
+    }
+    return true;
+}
+
+void destroy(object& made) {
+    if (made.handle) CloseHandle(handle(made.handle));
+    made = {};
+}
+
+void* map(const object& from, file, access mode, std::uint64_t offset, std::uint64_t size) {
+    if (offset > from.size || size > from.size - offset) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return nullptr;
+    }
+    const std::uint64_t lead = offset % granularity();
+    const std::uint64_t start = offset - lead;
+    void* view = MapViewOfFile(handle(from.handle), DWORD(mode), DWORD(start >> 32), DWORD(start),
+                               SIZE_T(size + lead));
+    return view ? static_cast<char*>(view) + lead : nullptr;
+}
+
+void unmap(void* view, std::uint64_t) {
+    const std::uint64_t lead = reinterpret_cast<std::uintptr_t>(view) % granularity();
+    UnmapViewOfFile(static_cast<char*>(view) - lead);
+}
+
+void* resize_memory(object& made, void* view, std::uint64_t size) {
+    object larger;
+    if (!create(no_file, protection::read_write, size, larger)) return nullptr;
+    void* moved = map(larger, no_file, access::write, 0, size);
+    if (!moved) {
+        destroy(larger);
+        return nullptr;
+    }
+    std::memcpy(moved, view, std::size_t(std::min(made.size, size)));
+    unmap(view, made.size);
+    destroy(made);
+    made = larger;
+    return moved;
+}
+
+} // namespace libutils::mapping

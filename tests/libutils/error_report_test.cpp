@@ -1,0 +1,55 @@
+#include "libutils/error_report.h"
+#include "libutils/system_error.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace {
+
+// Prints what the box would show, so that nobody has to press its button.
+void print(const char* text, const char* caption) {
+    std::fprintf(stderr, "[%s] %s|\n", caption, text);
+}
+
+// 2 is the missing file on every system.
+TEST(error_exit, shows_the_text_and_ends_with_the_number) {
+    const std::string expected = "\\[Error\\] opening failed with error 2: .*";
+    EXPECT_EXIT(
+        {
+            libutils::set_fatal_presenter(print);
+            libutils::error_exit("opening", 2);
+        },
+        testing::ExitedWithCode(2), expected);
+}
+
+TEST(error_exit, the_whole_system_text_fits_however_long_the_name) {
+    const std::string name(5000, 'n');
+    const std::string ending = libutils::system_error::text(2);
+    ASSERT_FALSE(ending.empty());
+    EXPECT_EXIT(
+        {
+            libutils::set_fatal_presenter([](const char* text, const char*) {
+                const std::string_view all = text;
+                const std::string reason = libutils::system_error::text(2);
+                std::fputs(all.ends_with(reason) && all.size() > 5000 + reason.size() ? "complete" : "cut",
+                           stderr);
+            });
+            libutils::error_exit(name.c_str(), 2);
+        },
+        testing::ExitedWithCode(2), "complete");
+}
+
+TEST(error_exit, takes_the_last_error_of_the_system) {
+    EXPECT_EXIT(
+        {
+            libutils::set_fatal_presenter(print);
+            std::FILE* missing = std::fopen("no such directory/no such file", "rb");
+            if (missing) std::fclose(missing);
+            libutils::error_exit("fopen()");
+        },
+        [](int status) { return !testing::ExitedWithCode(0)(status); },
+        "fopen\\(\\) failed with error [1-9]");
+}
+
+} // namespace

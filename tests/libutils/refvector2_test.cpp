@@ -1,0 +1,264 @@
+#include "libutils/error_report.h"
+#include "libutils/ofsvector.h"
+#include "libutils/refvector2.h"
+
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <numeric>
+#include <string>
+
+namespace {
+
+using libutils::mapping_failure;
+using libutils::ofsvector;
+using libutils::refvector2;
+using test_support::temporary_directory;
+
+using bytes = refvector2<unsigned char>;
+
+void print(const char* text, const char* caption) {
+    std::fprintf(stderr, "[%s] %s\n", caption, text);
+}
+
+TEST(refvector2, fresh_elements_are_zero_and_ranges_work) {
+    refvector2<int> v;
+    EXPECT_TRUE(v.empty());
+    EXPECT_EQ(v.size(), 0u);
+    EXPECT_EQ(v.data(), nullptr);
+    EXPECT_EQ(v.begin(), v.end());
+    ASSERT_TRUE(v.allocate(3000));
+    EXPECT_EQ(v.size(), 3000u);
+    EXPECT_TRUE(std::all_of(v.begin(), v.end(), [](int i) { return i == 0; }));
+    std::iota(v.begin(), v.end(), 1);
+    const refvector2<int>& constant = v;
+    long sum = 0;
+    for (const int value : constant)
+        sum += value;
+    EXPECT_EQ(sum, 3000L * 3001 / 2);
+    EXPECT_EQ(constant[2999], 3000);
+}
+
+TEST(refvector2, a_resize_is_seen_by_every_handle_and_keeps_the_contents) {
+    bytes a;
+    ASSERT_TRUE(a.resize(10));
+    bytes b = a;
+    EXPECT_EQ(a.use_count(), 2u);
+    std::iota(a.begin(), a.end(), 1);
+    // Within a page, over several, back below the first size, and up again: nothing old comes back.
+    for (const std::size_t size : {9, 100000, 4, 10, 5000}) {
+        ASSERT_TRUE(b.resize(size)) << size;
+        EXPECT_EQ(a.size(), size);
+        EXPECT_EQ(a.data(), b.data());
+        EXPECT_EQ(a[3], 4);
+    }
+    EXPECT_TRUE(std::all_of(a.begin() + 4, a.end(), [](int i) { return i == 0; }));
+    a.release();
+    EXPECT_EQ(b.use_count(), 1u);
+    EXPECT_EQ(b[3], 4);
+}
+
+TEST(refvector2, empty_arrays_are_legal) {
+    refvector2<double> v;
+    ASSERT_TRUE(v.allocate(0));
+    EXPECT_TRUE(v.empty());
+    EXPECT_EQ(v.begin(), v.end());
+    ASSERT_TRUE(v.resize(4));
+    v[3] = 1.0;
+    ASSERT_TRUE(v.resize(0));
+    EXPECT_TRUE(v.empty());
+    ASSERT_TRUE(v.resize(4));
+    EXPECT_EQ(v[3], 0.0);
+    EXPECT_FALSE(v.allocate(0, nullptr, 2));
+}
+
+TEST(refvector2, allocating_preserves_when_asked) {
+    refvector2<int> v, old;
+    ASSERT_TRUE(v.allocate(4));
+    v[1] = 5;
+    old = v;
+    ASSERT_TRUE(v.allocate(8, nullptr, 1, 0, true));
+    EXPECT_EQ(v.size(), 8u);
+    EXPECT_EQ(v[1], 5);
+    EXPECT_EQ(old.size(), 4u);
+    EXPECT_NE(v.data(), old.data());
+    EXPECT_FALSE(v.allocate(1, nullptr, 7, 0, true));
+    EXPECT_EQ(v.size(), 8u);
+    EXPECT_FALSE(v.allocate(1, nullptr, 7));
+    EXPECT_EQ(v.data(), nullptr);
+}
+
+TEST(refvector2, more_than_the_address_space_fails_cleanly) {
+    for (const std::uint64_t count : {~std::uint64_t(0), ~std::uint64_t(0) / 8 + 2, std::uint64_t(1) << 45}) {
+        refvector2<double> v;
+        EXPECT_FALSE(v.allocate(count)) << count;
+        EXPECT_FALSE(v.resize(count)) << count;
+        ASSERT_TRUE(v.resize(2));
+        v[1] = 3.0;
+        EXPECT_FALSE(v.resize(count)) << count;
+        EXPECT_EQ(v.data(), nullptr);
+        EXPECT_EQ(v.begin(), v.end());
+        // The old storage was not lost by the failure.
+        ASSERT_TRUE(v.resize(2));
+        EXPECT_EQ(v[1], 3.0);
+    }
+}
+
+TEST(refvector2, maps_files) {
+    const temporary_directory directory;
+    std::string text(200001, 'x');
+    text[0] = 'a';
+    text[70000] = 'b';
+    const std::string name = directory.write("file", text);
+
+    refvector2<std::uint16_t> whole;
+    ASSERT_TRUE(whole.allocate(0, name.c_str(), 0));
+    EXPECT_EQ(whole.size(), 100000u);
+    EXPECT_EQ(whole.byte_size(), 200001u);
+    whole.release();
+
+    bytes part;
+    ASSERT_TRUE(part.allocate(3, name.c_str(), 0, 69999));
+    EXPECT_EQ(std::string(part.begin(), part.end()), "xbx");
+    EXPECT_TRUE(part.resize(2, 70000));
+    EXPECT_EQ(part[0], 'b');
+    EXPECT_FALSE(part.resize(200001));
+    EXPECT_EQ(part.data(), nullptr);
+    part.release();
+    EXPECT_FALSE(part.allocate(0, name.c_str(), 0, 1)) << "the whole file does not begin at its second byte";
+
+    ASSERT_TRUE(part.allocate(0, name.c_str(), 1));
+    part[1] = 'c';
+    part.release();
+    ASSERT_TRUE(part.allocate(200003, name.c_str(), 1)) << "a writer extends the file";
+    part[200002] = 'd';
+    part.release();
+    const std::string after = test_support::read_file(name);
+    ASSERT_EQ(after.size(), 200003u);
+    EXPECT_EQ(after.substr(0, 2), "ac");
+    EXPECT_EQ(after.substr(200000), std::string("x\0\0d", 4).substr(0, 1) + std::string("\0d", 2));
+}
+
+TEST(refvector2, a_file_that_is_read_cannot_be_written) {
+    const temporary_directory directory;
+    const std::string name = directory.write("file", "text");
+    bytes reader, writer;
+    ASSERT_TRUE(reader.allocate(0, name.c_str(), 0));
+    mapping_failure why;
+    EXPECT_FALSE(writer.try_allocate(0, name.c_str(), 1, 0, &why));
+    EXPECT_EQ(why.at, mapping_failure::step::open);
+    EXPECT_FALSE(why.text().empty());
+    bytes copy = reader;
+    reader.release();
+    EXPECT_FALSE(writer.try_allocate(0, name.c_str(), 1));
+    copy.release();
+    EXPECT_TRUE(writer.try_allocate(0, name.c_str(), 1));
+    EXPECT_FALSE(reader.try_allocate(0, name.c_str()));
+}
+
+TEST(refvector2, who_asks_first_gets_an_ordinary_failure) {
+    using step = mapping_failure::step;
+    const temporary_directory directory;
+    const std::string missing = directory.file("missing");
+    const std::string empty = directory.write("empty", "");
+    const std::string small = directory.write("small", "four");
+    const std::string folder = directory.path().string();
+    const struct {
+        const std::string& name;
+        std::uint64_t count;
+        int mode;
+        step at;
+    } cases[] = {
+        {missing, 0, 0, step::open}, {missing, 1, 1, step::open},   {empty, 0, 0, step::create},
+        {empty, 1, 0, step::create}, {small, 5, 0, step::create},   {folder, 0, 0, step::open},
+        {small, 1, 2, step::mode},   {small, ~0ull, 0, step::view},
+    };
+    for (const auto& c : cases) {
+        bytes v;
+        mapping_failure why;
+        EXPECT_FALSE(v.try_allocate(c.count, c.name.c_str(), c.mode, 0, &why)) << c.name;
+        EXPECT_EQ(why.at, c.at) << c.name;
+        EXPECT_FALSE(why.text().empty() || why.text().ends_with('\n')) << c.name;
+        EXPECT_EQ(v.data(), nullptr);
+        EXPECT_TRUE(v.try_allocate(0, small.c_str(), 1)) << "nothing was left open";
+    }
+}
+
+TEST(refvector2, an_unforeseen_failure_ends_the_process) {
+    libutils::set_fatal_presenter(print);
+    const temporary_directory directory;
+    const std::string missing = directory.file("missing");
+    const std::string empty = directory.write("empty", "");
+    bytes v;
+    EXPECT_EXIT(
+        v.allocate(0, missing.c_str(), 0), testing::ExitedWithCode(2),
+        "missing: file open failed\\.\r?\n\\[Error\\] alloc_mmap_win::allocate\\(\\) failed with error 2: ");
+    EXPECT_EXIT(
+        v.allocate(0, empty.c_str(), 0), [](int status) { return !testing::ExitedWithCode(0)(status); },
+        "empty: create file mapping failed\\.\r?\n\\[Error\\] alloc_mmap_win::allocate\\(\\) failed with "
+        "error ");
+    libutils::set_fatal_presenter(nullptr);
+}
+
+TEST(ofsvector, views_of_one_file) {
+    const temporary_directory directory;
+    const std::string name = directory.write("file", "0123456789abcdefg");
+    bytes file;
+    ASSERT_TRUE(file.allocate(0, name.c_str(), 0));
+    ofsvector<unsigned char> head;
+    ofsvector<std::uint32_t> words;
+    ASSERT_TRUE(head.view(file, 4, 3));
+    words = file;
+    words.set_view(8, 100);
+    EXPECT_EQ(file.use_count(), 3u);
+    file.release();
+    EXPECT_EQ(std::string(head.begin(), head.end()), "456");
+    EXPECT_EQ(words.size(), 2u) << "the 17th byte is no whole word";
+    EXPECT_EQ(words[1], 0x66656463u);
+    const ofsvector<std::uint32_t> copy = words;
+    EXPECT_EQ(copy.offset(), 8u);
+    EXPECT_EQ(copy.count_limit(), 100u);
+    words.release();
+    EXPECT_EQ(copy.end() - copy.begin(), 2);
+    EXPECT_EQ(words.offset(), 0u);
+    EXPECT_EQ(words.size(), 0u);
+    head.set_view(4, 0);
+    EXPECT_TRUE(head.empty());
+}
+
+TEST(ofsvector, offsets_beyond_the_storage) {
+    bytes v;
+    ASSERT_TRUE(v.resize(10));
+    ofsvector<std::uint32_t> view;
+    EXPECT_TRUE(view.view(v, 8));
+    EXPECT_EQ(view.size(), 0u);
+    EXPECT_FALSE(view.view(v, 9)) << "two whole words are eight bytes";
+    EXPECT_EQ(view.size(), 0u);
+    EXPECT_EQ(v.use_count(), 1u);
+    view = v;
+    view.set_view(12);
+    EXPECT_EQ(view.size(), (~std::uint64_t(0) - 3) / 4) << "unchecked, the count wraps";
+}
+
+TEST(ofsvector, resizing_lifts_the_limit_and_allocating_the_offset) {
+    ofsvector<int> view;
+    ASSERT_TRUE(view.resize(10));
+    view[5] = 1;
+    view.set_view(20, 2);
+    EXPECT_EQ(view.size(), 2u);
+    EXPECT_EQ(view[0], 1);
+    ASSERT_TRUE(view.resize(20));
+    EXPECT_EQ(view.size(), 15u);
+    EXPECT_EQ(view[0], 1);
+    ASSERT_TRUE(view.allocate(3));
+    EXPECT_EQ(view.offset(), 0u);
+    EXPECT_EQ(view.size(), 3u);
+    ofsvector<int> taken = std::move(view);
+    EXPECT_EQ(taken.size(), 3u);
+    EXPECT_EQ(view.size(), 0u);
+}
+
+} // namespace
