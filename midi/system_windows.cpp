@@ -1,0 +1,19 @@
+#include "midi/system.h"
+
+#include "midi/drivers/winmm.h"
+
+namespace midi {
+
+// The services are never destroyed: a port is closed by an exit handler, when static objects are gone
+// already.
+output_service_t& system_outputs() {
+    static output_service_t& all = *new winmm_outputs;
+    return all;
+}
+
+input_service_t& system_inputs() {
+    static input_service_t& all = *new winmm_inputs;
+    return all;
+}
+
+} // namespace midi
