@@ -1,0 +1,39 @@
+#pragma once
+// Saving a file so that a failure leaves the old one whole.
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace libutils {
+
+// A file being saved. The bytes go to a new file beside the one named; commit() puts it in the old one's
+// place with the old one's permissions, and until then, or when anything fails, the old file is untouched and
+// nothing is left beside it. Symbolic links are followed. What is there but is no ordinary file (a pipe, a
+// device) is written directly. An old file that may not be written is not replaced. Nothing is reported:
+// every failure is a false result.
+class saved_file {
+public:
+    explicit saved_file(const std::string& name);
+    ~saved_file() { discard(); }
+    saved_file(const saved_file&) = delete;
+    saved_file& operator=(const saved_file&) = delete;
+
+    // False when the folder or the old file cannot be written.
+    bool is_open() const { return file_ != nullptr; }
+    // Appends the bytes. False, now and from then on, once a write has failed.
+    bool write(std::string_view bytes);
+    // Completes the save and closes. False when any byte could not be written or the file could not take its
+    // place.
+    bool commit();
+
+private:
+    void discard();
+
+    std::filesystem::path target_, beside_; // beside_ is empty when the target is written directly
+    std::FILE* file_ = nullptr;
+    bool good_ = true;
+};
+
+} // namespace libutils

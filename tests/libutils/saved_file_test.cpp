@@ -1,0 +1,98 @@
+#include "libutils/saved_file.h"
+
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#ifndef _WIN32
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace fs = std::filesystem;
+using test_support::read_file;
+using test_support::temporary_directory;
+
+namespace {
+
+std::ptrdiff_t files_in(const temporary_directory& directory) {
+    return std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator());
+}
+
+TEST(saved_file, appears_whole_and_only_when_committed) {
+    temporary_directory directory;
+    const std::string name = directory.write("model.pmt", "old");
+    {
+        libutils::saved_file abandoned(name);
+        ASSERT_TRUE(abandoned.is_open());
+        EXPECT_TRUE(abandoned.write("half of the n"));
+    }
+    EXPECT_EQ(read_file(name), "old");
+    libutils::saved_file file(name);
+    EXPECT_TRUE(file.write(std::string("new\0", 4)) && file.write("\r\n"));
+    EXPECT_EQ(read_file(name), "old");
+    EXPECT_TRUE(file.commit());
+    EXPECT_EQ(read_file(name), std::string("new\0\r\n", 6));
+    EXPECT_EQ(files_in(directory), 1);
+}
+
+TEST(saved_file, refuses_what_cannot_be_written) {
+    temporary_directory directory;
+    EXPECT_FALSE(libutils::saved_file(directory.path().string()).is_open()); // a directory
+    EXPECT_FALSE(libutils::saved_file(directory.file("missing/x.pmt")).is_open());
+    libutils::saved_file never(directory.file("missing/x.pmt"));
+    EXPECT_FALSE(never.write("x"));
+    EXPECT_FALSE(never.commit());
+    EXPECT_EQ(files_in(directory), 0);
+}
+
+#ifndef _WIN32
+TEST(saved_file, a_full_disk_leaves_the_old_file) {
+    temporary_directory directory;
+    const std::string name = directory.write("model.pmt", "old");
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{100, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    libutils::saved_file file(name);
+    file.write(std::string(100'000, 'x'));
+    const bool saved = file.commit();
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(saved);
+    EXPECT_EQ(read_file(name), "old");
+    EXPECT_EQ(files_in(directory), 1);
+
+    libutils::saved_file full("/dev/full"); // no ordinary file: written in place
+    EXPECT_TRUE(full.is_open());
+    full.write("x");
+    EXPECT_FALSE(full.commit());
+}
+
+TEST(saved_file, keeps_links_and_permissions) {
+    temporary_directory directory;
+    const std::string name = directory.write("model.pmt", "old"), link = directory.file("link.pmt");
+    fs::create_symlink("model.pmt", link);
+    chmod(name.c_str(), 0640);
+    libutils::saved_file file(link);
+    file.write("new");
+    EXPECT_TRUE(file.commit());
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(read_file(name), "new");
+    struct stat status {};
+    stat(name.c_str(), &status);
+    EXPECT_EQ(status.st_mode & 0777, 0640u);
+
+    if (geteuid() == 0) return; // nothing is read-only for root
+    chmod(name.c_str(), 0440);
+    EXPECT_FALSE(libutils::saved_file(name).is_open());
+    chmod(directory.path().c_str(), 0500);
+    EXPECT_FALSE(libutils::saved_file(directory.file("other.pmt")).is_open());
+    chmod(directory.path().c_str(), 0700);
+}
+#endif
+
+} // namespace
