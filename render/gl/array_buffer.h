@@ -1,0 +1,67 @@
+#pragma once
+// The vertices of one surface on the GPU.
+
+#include "render/gl/buffer.h"
+#include "render/gl/vertex_array.h"
+
+#include <cstdint>
+
+namespace render {
+
+// A buffer of vertices that all have one layout: count() vertices of stride() floats, 4 bytes each. Copies
+// share the GL buffer, but each keeps its own count. Without a context nothing is made and every bool result
+// is false.
+class array_buffer_t {
+public:
+    // Makes the store for count vertices (glBufferData, GL_DYNAMIC_DRAW; never less than it had before) and
+    // takes a share of the layout. When data is given, min(capacity, datasize) bytes of it are uploaded, or
+    // the whole capacity when datasize is 0. False when the layout has more entries than
+    // GL_MAX_VERTEX_ATTRIBS or when the size does not fit 64 bits; nothing is changed then.
+    bool allocate(std::uint64_t count, layout_ref layout, const void* data = nullptr,
+                  std::uint64_t datasize = 0);
+    // Sets the number of vertices and keeps the contents. A store that has become too small is grown to four
+    // times the new count; a smaller count keeps the store. False before allocate().
+    bool resize(std::uint64_t count);
+    // Makes room for that many vertices, keeping the contents (through a temporary buffer and
+    // glCopyBufferSubData, OpenGL 3.1). Before there is a GL buffer the capacity is only recorded. True when
+    // the temporary buffer was obtained; false also when there was nothing to do.
+    bool grow(std::uint64_t vertices);
+    // True when count vertices fit into the store.
+    bool fits(std::uint64_t count) const;
+    // Gives up this copy's share of the buffer and becomes empty.
+    void release();
+
+    // Uploads capacity() bytes (glBufferSubData): data must hold that many.
+    void upload_all(const void* data);
+    // Uploads one vertex of stride() floats.
+    void upload_one(std::uint64_t index, const void* data) { upload_range(index, 1, data); }
+    // Uploads vertices first .. first + count - 1; they must lie within the capacity.
+    void upload_range(std::uint64_t first, std::uint64_t count, const void* data);
+
+    // The whole store for reading and writing, until unmap(). Null, after one line on standard error, when
+    // there is none or it cannot be mapped.
+    float* map();
+    void unmap();
+
+    void bind() const;
+    void unbind() const;
+    // Attaches the attributes to consecutive locations of a vertex array.
+    void bind_layout_to(vertex_array_t& vertex_array, std::uint32_t first_location) const;
+
+    gl_uint id() const { return buffer_ ? buffer_->id() : no_object; } // 1281 before allocate()
+    std::uint64_t capacity() const { return capacity_; }               // bytes
+    std::uint64_t count() const { return count_; }                     // vertices
+    std::uint32_t stride() const { return stride_; }                   // floats per vertex
+    const layout_ref& layout() const { return layout_; }
+
+private:
+    bool allocated() const { return buffer_ && buffer_->allocated(); }
+
+    shared_buffer buffer_;
+    std::uint64_t capacity_ = 0;
+    std::uint64_t count_ = 0;
+    std::uint32_t stride_ = 0;
+    layout_ref layout_ = empty_layout();
+};
+
+} // namespace render

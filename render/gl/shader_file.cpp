@@ -1,0 +1,46 @@
+// Shader files, found beside the program or where it was started.
+
+#include "libutils/alloc_mmap_win.h"
+#include "libutils/error_report.h"
+#include "libutils/refvector2.h"
+#include "render/gl/shader.h"
+
+#include <filesystem>
+#include <iostream>
+
+namespace render {
+
+namespace {
+
+constexpr std::uint64_t most_bytes = 16 << 20;
+
+enum class outcome { absent, unusable, loaded };
+
+outcome load(const std::string& name, std::string& text) {
+    std::error_code failure;
+    if (!std::filesystem::exists(name, failure)) return outcome::absent;
+    if (!std::filesystem::is_regular_file(name, failure)) return outcome::unusable;
+    const std::uintmax_t bytes = std::filesystem::file_size(name, failure);
+    if (failure) return outcome::unusable;
+    if (bytes > most_bytes) {
+        libutils::error_report();
+        std::cerr << name << ": shader file is too large." << std::endl;
+        return outcome::unusable;
+    }
+    text.clear();
+    if (bytes == 0) return outcome::loaded; // an empty file cannot be mapped
+    libutils::refvector2<char, libutils::alloc_mmap_win> contents;
+    if (!contents.try_allocate(0, name.c_str())) return outcome::unusable;
+    text.assign(contents.data(), contents.size());
+    return outcome::loaded;
+}
+
+} // namespace
+
+bool load_shader_file(const std::string& name, const std::string& directory, std::string& text) {
+    outcome result = load(name, text);
+    if (result == outcome::absent && !directory.empty()) result = load(directory + name, text);
+    return result == outcome::loaded;
+}
+
+} // namespace render

@@ -1,0 +1,69 @@
+#include "render/gl/step_check.h"
+
+#include "libutils/error_report.h"
+
+#include <GL/glew.h>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <GL/glx.h>
+#endif
+
+#include <iostream>
+
+namespace render {
+
+namespace {
+
+bool loaded = false;
+
+bool is_current() {
+#ifdef _WIN32
+    return wglGetCurrentContext() != nullptr;
+#else
+    return glXGetCurrentContext() != nullptr;
+#endif
+}
+
+bool refuse(const char* reason) {
+    libutils::error_report();
+    std::cerr << "load_gl(): " << reason << std::endl;
+    return false;
+}
+
+} // namespace
+
+bool has_context() {
+    return loaded && is_current();
+}
+
+bool load_gl() {
+    if (!is_current()) return refuse("no OpenGL context is current.");
+    if (const GLenum result = glewInit(); result != GLEW_OK) {
+        return refuse(reinterpret_cast<const char*>(glewGetErrorString(result)));
+    }
+    if (!GLEW_VERSION_3_3) return refuse("OpenGL 3.3 is not available.");
+    glGetError(); // the loader may leave one behind
+    loaded = true;
+    return true;
+}
+
+bool step_check(const char* label) {
+    if (!has_context()) return false;
+    const GLenum error = glGetError();
+    if (error == GL_NO_ERROR) return false;
+
+    libutils::error_report();
+    if (label) std::cerr << label << ": ";
+    std::cerr << "Error " << error << ": ";
+    if (const GLubyte* text = gluErrorString(error)) {
+        std::cerr << text;
+    } else {
+        std::cerr.setstate(std::ios::badbit);
+    }
+    std::cerr << std::endl;
+    return true;
+}
+
+} // namespace render

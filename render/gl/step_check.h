@@ -1,0 +1,23 @@
+#pragma once
+// The GL context as the rest of the program sees it: is there one, and has it an error to report.
+
+namespace render {
+
+// True when the calling thread has a current GL context and load_gl() has succeeded. Cheap: one look at
+// thread-local storage. Everything on this floor asks it before it calls the GL, and does nothing without a
+// context: creations fail, draws and uploads are skipped, destructors forget the names (the GL freed them
+// with the context).
+bool has_context();
+
+// Finds the entry points of the GL functions beyond version 1.1 (glewInit). Call it once with the new context
+// current, before anything else of this floor. False, after a line with the reason on standard error, when
+// there is no context or it lacks OpenGL 3.3.
+bool load_gl();
+
+// Reads the GL error flag (glGetError). Clear: false, and nothing is written. Set: the line
+// "LABEL: Error NUMBER: TEXT" on standard error (without "LABEL: " when label is null), and true. The text is
+// gluErrorString's; where that is null the stream's bad bit is set instead. Errors are reported, never turned
+// into failures. Without a current context: false, silently.
+bool step_check(const char* label = nullptr);
+
+} // namespace render
