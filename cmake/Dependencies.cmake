@@ -29,8 +29,9 @@ endif()
 if(QUENVAREL_TESTS)
   if(WIN32)
     # No cross-built package exists; the sources come with libgtest-dev.
-    set(gtest_force_shared_crt ON)
-    set(INSTALL_GTEST OFF)
+    set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
+    set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+    set(gtest_disable_pthreads ON CACHE BOOL "" FORCE) # it has the system's own threads
     add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
     if(NOT TARGET GTest::gtest)
       add_library(GTest::gtest ALIAS gtest)

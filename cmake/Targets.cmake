@@ -33,9 +33,6 @@ endfunction()
 # runner supplies. SERIAL: it measures time or owns the machine's services, and runs alone.
 function(quenvarel_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY;SERIAL" "TIMEOUT" "SOURCES;LINKS;ENV")
-  if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 300)
-  endif()
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
@@ -45,19 +42,46 @@ function(quenvarel_test name)
   if(WIN32)
     target_link_options(${name} PRIVATE -static -mconsole)
   endif()
-  set(environment ${arg_ENV})
+  add_test(NAME ${name} COMMAND ${name})
+  quenvarel_test_properties()
+endfunction()
+
+# quenvarel_live_test(<name> SOURCES <file...> LINKS <library...> [WINDOWS] [DISPLAY] [SERIAL] [TIMEOUT <seconds>]
+#   [ENV <VAR=value...>])
+# A test that starts whole programs as a user does. It is a native program, and is told in the environment variable
+# QUENVAREL_UNDER_TEST which quenvarel to start; the other programs stand beside that one. So one test drives the
+# Linux program and, with WINDOWS, the Windows program under Wine too: the windows build lists it with the programs
+# of its own, and has the test itself built by the release preset (target live_tests).
+function(quenvarel_live_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY;SERIAL;WINDOWS" "TIMEOUT" "SOURCES;LINKS;ENV")
+  if(NOT WIN32)
+    list(APPEND arg_ENV "QUENVAREL_UNDER_TEST=${CMAKE_BINARY_DIR}/bin/quenvarel")
+    quenvarel_test(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS} quenvarel_test_support)
+    quenvarel_test_properties()
+    add_dependencies(live_tests ${name})
+  elseif(arg_WINDOWS)
+    list(APPEND arg_ENV "QUENVAREL_UNDER_TEST=${CMAKE_BINARY_DIR}/tests/live/programs/quenvarel")
+    add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/build/release/tests/${name}")
+    quenvarel_test_properties()
+  endif()
+endfunction()
+
+# Applies the options that the functions above have parsed to the test ${name} of theirs.
+macro(quenvarel_test_properties)
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 300)
+  endif()
   if(QUENVAREL_SANITIZE)
-    list(APPEND environment
+    list(APPEND arg_ENV
       "ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1"
       "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/leaks-of-drivers.supp:print_suppressions=0"
       "UBSAN_OPTIONS=print_stacktrace=1")
   endif()
-  add_test(NAME ${name} COMMAND ${name})
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT "${environment}")
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT "${arg_ENV}")
   if(arg_DISPLAY)
     set_tests_properties(${name} PROPERTIES LABELS display)
   endif()
   if(arg_SERIAL)
     set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
   endif()
-endfunction()
+endmacro()

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
 #include <windows.h>
 
 namespace libutils::mapping {

@@ -1,7 +1,6 @@
 #include "libutils/system_error.h"
 
 #define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
 #include <windows.h>
 
 namespace libutils::system_error {

@@ -4,8 +4,7 @@ packages_to_run="g++ cmake ninja-build pkg-config freeglut3-dev libglew-dev libg
   libpng-dev librtmidi-dev libfluidsynth-dev libasound2-dev libjack-jackd2-dev libx11-dev timgm6mb-soundfont"
 packages_to_test="$packages_to_run libgtest-dev xvfb xauth xdotool libgl1-mesa-dri jackd2 midicsv imagemagick pngcheck
   libjpeg-turbo-progs admesh"
-packages_for_windows="g++-mingw-w64-x86-64-posix cmake ninja-build nasm make dpkg-dev libgtest-dev xvfb xauth xdotool
-  libgl1-mesa-dri wine wine64"
+packages_for_windows="g++-mingw-w64-x86-64-posix nasm make dpkg-dev wine wine64" # beside those to test
 packages_to_bench="$packages_to_run libbenchmark-dev libxtst-dev xvfb xauth libgl1-mesa-dri"
 packages_to_fuzz="$packages_to_run clang libclang-rt-14-dev"
 
@@ -28,9 +27,10 @@ install_missing() {
   echo "Installing:$missing" >&2
   local log
   log=$(mktemp)
-  # The list of packages may never have been fetched on a fresh machine.
-  if $as_root apt-get update >"$log" 2>&1 &&
-    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing >>"$log" 2>&1; then
+  # The list of packages may never have been fetched on a fresh machine, and somebody else's may be out of reach.
+  $as_root apt-get update >"$log" 2>&1 || true
+  if $as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 install -y \
+    --no-install-recommends $missing >>"$log" 2>&1; then
     rm -f "$log"
     return 0
   fi
