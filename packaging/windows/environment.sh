@@ -39,8 +39,9 @@ prepare_wine() {
   export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree=;mshtml=}
   WINEPREFIX=$(cache_directory)/wine-$(dpkg-query -W -f='${Version}' wine | tr -c 'A-Za-z0-9.\n' -) || return
   [ -d "$WINEPREFIX" ] || make_wine_prefix "$WINEPREFIX" || return
-  local own=$WINEPREFIX-display${DISPLAY//[!0-9]/-}
-  [ -n "${DISPLAY:-}" ] || return 0
+  local display=${DISPLAY:-}
+  [ -n "$display" ] || return 0
+  local own=$WINEPREFIX-display${display//[!0-9]/-}
   [ -d "$own" ] || copy_wine_prefix "$WINEPREFIX" "$own" || return
   WINEPREFIX=$own
 }
