@@ -1,0 +1,93 @@
+#pragma once
+// What all surfaces of a model have in common: a name, marked points and a work vector.
+
+#include "libutils/refvector2.h"
+#include "render/gl/array_buffer.h"
+#include "render/math/types.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace pmt3d {
+
+// Numbers that lie `stride` apart, `count` of them.
+struct parameter_view {
+    const float* first = nullptr;
+    std::uint64_t stride = 0;
+    std::uint64_t count = 0;
+};
+
+// An array of a surface: `count` records of `stride` floats.
+template <class Float>
+struct basic_array_view {
+    Float* data = nullptr;
+    std::uint64_t count = 0;
+    std::uint32_t stride = 0;
+};
+using array_view = basic_array_view<float>;
+using const_array_view = basic_array_view<const float>;
+
+// The base of the surfaces. Marks show points larger when the surface is drawn as points: each point has a
+// size, 3.0 unmarked and 5.0 marked, and a bit that says the same. The GL's copy of the sizes is made on the
+// first draw.
+class modeling_t {
+public:
+    static constexpr float unmarked_size = 3.0f, marked_size = 5.0f; // pixels
+
+    // Numbers of the surface that are no points (a NURBS surface has three tables of them); an empty view for
+    // an index that it does not have.
+    virtual std::uint32_t parameter_table_count() const { return 0; }
+    virtual parameter_view parameter_table(std::uint32_t) const { return {}; }
+    // 1: NURBS surface, 2: polygon surface.
+    virtual std::uint32_t typecode() const = 0;
+    // Array `index` of the surface, an empty view for one that it does not have. The second form counts as a
+    // change of that array.
+    virtual const_array_view getarray(std::uint32_t index) const = 0;
+    virtual array_view getarray(std::uint32_t index) = 0;
+    // Draws the points that can be marked, as GL_POINTS with attributes 0 Position, 1 Color, 2 PointSize.
+    virtual void draw_points() = 0;
+    // The corners of the surface's bounding box.
+    virtual void getbound(render::pos3& min, render::pos3& max) const = 0;
+    // Back to the state after construction.
+    virtual void clear();
+    virtual ~modeling_t() = default;
+
+    const std::string& name() const { return name_; }
+    void set_name(std::string name) { name_ = std::move(name); }
+
+    // True when the point was not marked before (or was, for unmarkvertex); false also for an index out of
+    // range.
+    bool markvertex(std::uint64_t index) { return set_mark(index, true); }
+    bool unmarkvertex(std::uint64_t index) { return set_mark(index, false); }
+    void clearmarks();
+    bool marked(std::uint64_t index) const { return index < mark_bits_.size() && mark_bits_[index]; }
+    std::span<const float> mark_sizes() const { return {marks_.data(), marks_.size()}; }
+
+    // Scratch space of 10 floats a point, for whoever works on the surface.
+    std::span<float> work() { return {work_.data(), work_.size()}; }
+
+protected:
+    modeling_t() = default;
+    modeling_t(const modeling_t& other) { *this = other; }
+    modeling_t& operator=(const modeling_t& other);
+
+    // Sizes marks and work vector for that many points; all marks are cleared, or, with `keep`, those that
+    // were there are kept. False when there is no room; the old ones are kept then.
+    bool size_points(std::uint64_t count, bool keep = false);
+    // The sizes as a GL array, up to date. With a context only.
+    render::array_buffer_t& mark_array();
+
+private:
+    bool set_mark(std::uint64_t index, bool mark);
+
+    std::string name_;
+    libutils::refvector2<float> marks_;
+    std::vector<bool> mark_bits_;
+    libutils::refvector2<float> work_;
+    render::array_buffer_t mark_array_;
+    bool marks_changed_ = true;
+};
+
+} // namespace pmt3d

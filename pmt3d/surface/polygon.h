@@ -1,0 +1,135 @@
+#pragma once
+// The surface that is drawn: vertices, a tangent frame for each, and an index list of triangle strips.
+
+#include "libutils/refvector2.h"
+#include "pmt3d/surface/modeling.h"
+#include "pmt3d/surface/strips.h"
+#include "pmt3d/surface/vertex.h"
+#include "render/surface/drawable.h"
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <span>
+#include <string>
+
+namespace pmt3d {
+
+// Where a triangle stands in the index list.
+struct polyid_t {
+    static constexpr std::uint32_t none = 0xFFFFFFFF;
+    std::uint32_t start = none; // position of its first index; `none` when there is no such triangle
+    std::uint8_t odd = 0;       // 1: its first two indices are swapped
+};
+
+// A complete value without any GL: everything below works with no context. The GL's copies of the arrays are
+// made when a draw first needs them and refreshed when the array has changed; a span from an edit_ function
+// counts as a change now, and must be asked for anew after a draw. Copies are deep, of the data alone.
+//
+// Triangles are numbered in the order of the index list (polygon ids). Ids and selection are those of the
+// last rebuildpolyids().
+class polygon_t : public modeling_t, public render::drawable {
+public:
+    polygon_t();
+    polygon_t(const polygon_t& other);
+    polygon_t& operator=(const polygon_t& other);
+    ~polygon_t() override;
+
+    // Makes every array anew with zeros, marks and selected elements cleared. False, after one line on
+    // standard error, when there is no room for an array; the surface has then no vertices and no elements.
+    bool allocate(std::uint64_t vertices, std::uint64_t elements);
+    // Grows to these sizes, never shrinks: old contents are kept, zeros follow. A failure leaves the surface
+    // as it was.
+    bool extend(std::uint64_t vertices, std::uint64_t elements);
+
+    // Numbers the triangles anew, brings the selected elements up to date, and gives flat frames to vertices
+    // that have none: for each triangle whose third vertex has the normal (0, 0, 0), its face's normal, the
+    // direction from its third vertex to its second as tangent, and their product, to those of its three
+    // vertices whose normal was (0, 0, 0) before the call. The first form sets the name as well.
+    void rebuildpolyids(std::string name);
+    void rebuildpolyids();
+
+    // Puts a triangle into the selection or takes it out. An id that is not below polyid_count() is reported
+    // on standard error; one without a triangle is ignored.
+    void selectpolygon(std::uint64_t id);
+    void unselectpolygon(std::uint64_t id);
+    const std::set<std::uint32_t>& selected() const { return selected_; }
+    // As many as there could be triangles: the element count less 2.
+    std::uint64_t polyid_count() const { return element_count_ < 3 ? 0 : element_count_ - 2; }
+    polyid_t polyid(std::uint64_t id) const; // id below polyid_count()
+    // Three vertex indices for every polygon id: its triangle when it is selected, else three strip ends.
+    std::span<const element_t> selectelems() const;
+
+    std::uint64_t vertex_count() const { return vertex_count_; }
+    std::uint64_t element_count() const { return element_count_; }
+    std::span<const vertex_t> vertices() const { return {vertices_.data(), vertex_count_}; }
+    std::span<const frame_t> normals() const { return {normals_.data(), vertex_count_}; }
+    std::span<const differences_t> wknmls() const { return {wknmls_.data(), vertex_count_}; }
+    std::span<const element_t> getelements() const { return {elements_.data(), element_count_}; }
+    std::span<vertex_t> edit_vertices();
+    std::span<frame_t> edit_normals();
+    std::span<differences_t> edit_wknmls();
+    std::span<element_t> edit_elements();
+    // Scratch space of 9 floats a vertex.
+    std::span<float> frame_work() { return {frame_work_.data(), frame_work_.size()}; }
+
+    std::uint32_t typecode() const override { return 2; }
+    // 0 vertices, 1 normals, 2 wknmls.
+    const_array_view getarray(std::uint32_t index) const override;
+    array_view getarray(std::uint32_t index) override;
+    void draw_points() override;
+    // Over the vertices that the elements name. Without any, min and max are left as they are.
+    void getbound(render::pos3& min, render::pos3& max) const override;
+    void clear() override;
+
+    // All of these need a context, and do nothing without one.
+    void draw() override;
+    void draw_selection() override;
+    std::uint64_t
+    draw_surface_points(); // every vertex as a point with the attributes of draw(); returns their number
+    void draw_feedback_points() override;
+    std::uint64_t feedback_vertex_count() override { return vertex_count_; }
+    render::feedbackbuffer& feedback_buffer() override;
+    render::array_buffer_t& frame_array() override;
+    // Brings frames that the GL computed into frame_array() back into normals().
+    void fetch_frames();
+
+private:
+    enum array : unsigned {
+        vertex_array = 1,
+        frame_arrays = 2,
+        work_array = 4,
+        index_array = 8,
+        selection_array = 16,
+        all = 31
+    };
+    struct mirror_t;
+
+    void rebuild();
+    bool has_polyid(std::uint64_t id) const; // with the message for one out of range
+    element_t* selection() const;            // selectelems_, with its first contents written
+    void forget_mirror();
+    mirror_t& refresh(unsigned needed); // brings these arrays' GL copies up to date
+    void draw_indices(bool selected_only);
+
+    std::uint64_t vertex_count_ = 0, element_count_ = 0;
+    libutils::refvector2<vertex_t> vertices_;
+    libutils::refvector2<frame_t> normals_;
+    libutils::refvector2<differences_t> wknmls_;
+    libutils::refvector2<element_t> elements_;
+    libutils::refvector2<float> frame_work_;
+
+    std::set<std::uint32_t> selected_;
+    // Empty while the ids are those of the zeros that allocate() left: one strip over everything, which needs
+    // no table.
+    libutils::refvector2<polyid_t> polyidvector_;
+    bool elements_edited_ = false; // since allocate()
+    // Its pages stay untouched until something is selected or the whole is asked for.
+    mutable libutils::refvector2<element_t> selectelems_;
+    mutable bool selection_written_ = false;
+
+    std::unique_ptr<mirror_t> mirror_;
+    unsigned changed_ = all;
+};
+
+} // namespace pmt3d
