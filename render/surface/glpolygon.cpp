@@ -1,0 +1,299 @@
+#include "render/surface/glpolygon.h"
+
+#include "libutils/error_report.h"
+#include "render/gl/array_buffer.h"
+#include "render/gl/query.h"
+#include "render/gl/step_check.h"
+#include "render/surface/appearance.h"
+#include "render/surface/builtin_shaders.h"
+#include "render/surface/drawable.h"
+#include "render/surface/feedback_buffer.h"
+
+#include <GL/glew.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <string_view>
+
+namespace render {
+
+namespace {
+
+enum uniform : std::size_t {
+    globalview,
+    modelview,
+    inv_modelview,
+    projection_matrix,
+    light_position,
+    shininess,
+    refract_factor,
+    sky_box,
+    reflect_alpha,
+    refract_alpha,
+    cube_tex,
+    color_tex,
+    bump_tex,
+    spec_tex,
+    bump_ofs,
+    color_factor,
+    mercator_sphere
+};
+
+[[noreturn]] void fail(std::string_view what, const std::string& log) {
+    libutils::error_report();
+    std::cerr << what << '\n' << log << std::endl;
+    std::exit(EXIT_FAILURE);
+}
+
+// Compiles the file of that name, or the built-in text where there is no such file.
+void compile_or_exit(shader_t& shader, const builtin_shader& builtin, const char* file,
+                     const std::string& directory, const char* failure) {
+    std::string text;
+    const std::string_view source =
+        load_shader_file(file, directory, text) ? std::string_view(text) : builtin.text;
+    if (!shader.compile_text(builtin.stage, source)) fail(std::string(file) + failure, shader.log());
+}
+
+// The shaders multiply row vectors by the matrix.
+void set_matrix(gl_int location, const mtx3w& matrix) {
+    glUniformMatrix4fv(location, 1, GL_TRUE, matrix.m);
+}
+
+void activate(unsigned unit) {
+    glActiveTexture(GL_TEXTURE0 + unit);
+}
+
+void unbind(appearance& surface, texture_unit unit) {
+    activate(unsigned(unit));
+    if (surface.has(unit)) surface.unbind(unit);
+}
+
+} // namespace
+
+const std::array<const char*, glpolygon_t::uniform_count>& glpolygon_t::uniform_names() {
+    static constexpr std::array<const char*, uniform_count> names = {
+        "Globalview",    "Modelview", "invModelview", "Projection",   "LightPosition", "Shininess",
+        "RefractFactor", "SkyBox",    "ReflectAlpha", "RefractAlpha", "cubeTex",       "colorTex",
+        "bumpTex",       "specTex",   "bumpOfs",      "ColorFactor",  "MercatorSphere"};
+    return names;
+}
+
+bool glpolygon_t::init(const std::string& directory) {
+    if (!has_context()) return false;
+    compile_or_exit(feedback_vertex_, builtin_feedback_vertex(), "feedback.vsd", directory,
+                    ": feedback vertex shader init failed.");
+    step_check("glpolygon_t::init() feedback vertex shader inited.");
+    compile_or_exit(feedback_fragment_, builtin_feedback_fragment(), "feedback.fsd", directory,
+                    ": feedback fragment shader init failed.");
+    step_check("glpolygon_t::init() feedback fragment shader inited.");
+
+    feedback_.create();
+    feedback_.attach(feedback_vertex_);
+    feedback_.attach(feedback_fragment_);
+    step_check("glpolygon_t::init() feedback program inited.");
+    if (!capture_.allocate()) {
+        libutils::error_report();
+        std::cerr << "feedback.allocate() error." << std::endl;
+        return false;
+    }
+    static constexpr const char* captured[] = {"VertexTangent", "VertexBiNormal", "VertexNormal"};
+    capture_.varyings(feedback_.id(), int(std::size(captured)), captured);
+    step_check("glpolygon_t::init() feedback varying setted.");
+    if (!feedback_.link()) fail("feedback program link failed.", feedback_.log());
+
+    compile_or_exit(surface_vertex_, builtin_surface_vertex(), "shader.vsd", directory,
+                    ": vertex shader init failed.");
+    compile_or_exit(surface_fragment_, builtin_surface_fragment(), "shader.fsd", directory,
+                    ": fragment shader init failed.");
+    surface_.create();
+    surface_.attach(surface_vertex_);
+    surface_.attach(surface_fragment_);
+    if (!surface_.link()) fail("program link failed.", surface_.log());
+
+    for (std::size_t i = 0; i < uniform_count; ++i)
+        uniforms_[i] = surface_.location(uniform_names()[i]);
+    step_check("glpolygon_t::init(end)");
+    return true;
+}
+
+void glpolygon_t::update_frames(drawable& surface) {
+    // Capturing into a buffer of no size is an error of the GL.
+    if (!has_context() || surface.feedback_vertex_count() == 0) return;
+    feedbackbuffer& buffer = surface.feedback_buffer();
+    array_buffer_t& frames = surface.frame_array();
+
+    feedback_.use();
+    query_t written, generated;
+    written.create();
+    generated.create();
+    written.begin(query_target::primitives_written);
+    generated.begin(query_target::primitives_generated);
+    // Only the capture is wanted: the points must not appear in the picture.
+    glEnable(GL_RASTERIZER_DISCARD);
+    capture_.begin(primitive::points, buffer.id());
+    surface.draw_feedback_points();
+    capture_.end();
+    glDisable(GL_RASTERIZER_DISCARD);
+    written.end();
+    generated.end();
+    const std::uint64_t written_count = written.GetQuery();
+    const std::uint64_t generated_count = generated.GetQuery();
+    program_t::unuse();
+
+    if (written_count != generated_count) {
+        libutils::error_report();
+        std::cerr << "glpolygon "
+                  << "wrted != gened: " << written_count << ", " << generated_count << std::endl;
+    }
+    if (const std::uint64_t expected = buffer.floats() / frame_floats; expected != generated_count) {
+        libutils::error_report();
+        std::cerr << "glpolygon "
+                  << "buf != gened: " << expected << ", " << generated_count << std::endl;
+    }
+
+    buffer.bind();
+    frames.bind();
+    glCopyBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, GL_ARRAY_BUFFER, 0, 0, GLsizeiptr(frames.capacity()));
+    frames.unbind();
+    buffer.unbind();
+}
+
+struct glpolygon_t::pass {
+    bool selection;
+    float color_factor;
+    GLenum source_factor; // of blending
+    const char* step_1;
+    const char* step_1_1; // these two in a selection only
+    const char* step_1_2;
+    const char* step_2;
+    const char* step_3;
+    const char* step_4;
+    const char* step_5;
+    const char* step_7; // there is no step 6
+    const char* step_end;
+};
+
+struct glpolygon_t::arguments {
+    surroundings* around;
+    bool skybox;
+    appearance& surface;
+    drawable& shape;
+    const mtx3w& Globalview;
+    const mtx3w& Modelview;
+    const mtx3w& invModelview;
+    const mtx3w& Projection;
+    const pos3& LightPosition;
+    float Shininess;
+};
+
+void glpolygon_t::draw(const pass& how, const arguments& what) {
+    if (!has_context()) return;
+    surroundings* const around = what.around;
+    const bool has_cube = around && around->has_cube();
+
+    surface_.use();
+    set_matrix(uniforms_[globalview], what.Globalview);
+    set_matrix(uniforms_[modelview], what.Modelview);
+    set_matrix(uniforms_[inv_modelview], what.invModelview);
+    set_matrix(uniforms_[projection_matrix], what.Projection);
+    glUniform3f(uniforms_[light_position], what.LightPosition.x, what.LightPosition.y, what.LightPosition.z);
+    glUniform1f(uniforms_[color_factor], how.color_factor);
+    glUniform1f(uniforms_[shininess], what.Shininess);
+
+    step_check(how.step_1);
+    activate(unsigned(texture_unit::color));
+    if (how.selection) step_check(how.step_1_1);
+    glUniform1i(uniforms_[color_tex], GLint(texture_unit::color));
+    if (how.selection) step_check(how.step_1_2);
+    if (what.surface.has(texture_unit::color)) what.surface.bind(texture_unit::color);
+
+    step_check(how.step_2);
+    activate(unsigned(texture_unit::bump));
+    glUniform1i(uniforms_[bump_tex], GLint(texture_unit::bump));
+    if (what.surface.has(texture_unit::bump)) what.surface.bind(texture_unit::bump);
+    const std::array<float, 2> offset = what.surface.bump_offset();
+    glUniform2f(uniforms_[bump_ofs], offset[0], offset[1]);
+
+    step_check(how.step_3);
+    activate(unsigned(texture_unit::specular));
+    glUniform1i(uniforms_[spec_tex], GLint(texture_unit::specular));
+    if (what.surface.has(texture_unit::specular)) what.surface.bind(texture_unit::specular);
+
+    step_check(how.step_4);
+    activate(environment_unit);
+    glUniform1i(uniforms_[cube_tex], GLint(environment_unit));
+    if (around) {
+        if (has_cube) around->bind_cube();
+        glUniform1f(uniforms_[refract_factor], around->refract_factor());
+        glUniform1f(uniforms_[reflect_alpha], around->reflect_alpha());
+        glUniform1f(uniforms_[refract_alpha], around->refract_alpha());
+        glUniform1i(uniforms_[sky_box], what.skybox);
+    } else {
+        // SkyBox and RefractFactor have no effect then and keep their values.
+        glUniform1f(uniforms_[reflect_alpha], 0.0f);
+        glUniform1f(uniforms_[refract_alpha], 0.0f);
+    }
+
+    step_check(how.step_5);
+    if (!how.selection) glUniform1i(uniforms_[mercator_sphere], what.surface.mercator_sphere());
+    glEnable(GL_BLEND);
+    glBlendFunc(how.source_factor, GL_ONE_MINUS_SRC_ALPHA);
+    if (how.selection) {
+        what.shape.draw_selection();
+    } else {
+        what.shape.draw();
+    }
+    glDisable(GL_BLEND);
+    if (!how.selection) program_t::unuse();
+
+    step_check(how.step_7);
+    if (has_cube) {
+        activate(environment_unit);
+        around->unbind_cube();
+    }
+    unbind(what.surface, texture_unit::specular);
+    unbind(what.surface, texture_unit::bump);
+    unbind(what.surface, texture_unit::color); // the active unit is left at 0
+    if (how.selection) program_t::unuse();
+    step_check(how.step_end);
+}
+
+void glpolygon_t::drawsolid(surroundings* around, bool skybox, appearance& surface, drawable& shape,
+                            const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
+                            const mtx3w& Projection, const pos3& LightPosition, float Shininess) {
+    static constexpr pass solid = {.selection = false,
+                                   .color_factor = 1.0f,
+                                   .source_factor = GL_SRC_ALPHA,
+                                   .step_1 = "glpolygon_t::drawsolid(1)",
+                                   .step_1_1 = nullptr,
+                                   .step_1_2 = nullptr,
+                                   .step_2 = "glpolygon_t::drawsolid(2)",
+                                   .step_3 = "glpolygon_t::drawsolid(3)",
+                                   .step_4 = "glpolygon_t::drawsolid(4)",
+                                   .step_5 = "glpolygon_t::drawsolid(5)",
+                                   .step_7 = "glpolygon_t::drawsolid(7)",
+                                   .step_end = "glpolygon_t::drawsolid(end)"};
+    draw(solid, {around, skybox, surface, shape, Globalview, Modelview, invModelview, Projection,
+                 LightPosition, Shininess});
+}
+
+void glpolygon_t::drawselect(surroundings* around, bool skybox, appearance& surface, drawable& shape,
+                             const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
+                             const mtx3w& Projection, const pos3& LightPosition, float Shininess) {
+    static constexpr pass highlight = {.selection = true,
+                                       .color_factor = 0.25f,
+                                       .source_factor = GL_ONE,
+                                       .step_1 = "glpolygon_t::drawselect(1)",
+                                       .step_1_1 = "glpolygon_t::drawselect(1.1)",
+                                       .step_1_2 = "glpolygon_t::drawselect(1.2)",
+                                       .step_2 = "glpolygon_t::drawselect(2)",
+                                       .step_3 = "glpolygon_t::drawselect(3)",
+                                       .step_4 = "glpolygon_t::drawselect(4)",
+                                       .step_5 = "glpolygon_t::drawselect(5)",
+                                       .step_7 = "glpolygon_t::drawselect(7)",
+                                       .step_end = "glpolygon_t::drawselect(end)"};
+    draw(highlight, {around, skybox, surface, shape, Globalview, Modelview, invModelview, Projection,
+                     LightPosition, Shininess});
+}
+
+} // namespace render

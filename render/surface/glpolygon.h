@@ -1,0 +1,74 @@
+#pragma once
+// Draws every surface of the scene, and computes their tangent frames on the GPU.
+
+#include "render/gl/program.h"
+#include "render/gl/shader.h"
+#include "render/gl/transform_feedback.h"
+#include "render/math/types.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+namespace render {
+
+class appearance;
+class drawable;
+class surroundings;
+
+// Owns the feedback program (tangent frames, captured) and the surface program (Phong lighting with colour,
+// bump and specular pictures and an environment map). Needs OpenGL 3.3. Construct it at any time, init() it
+// once when the context is there, and destroy it while the context still exists; without a context drawing
+// does nothing.
+class glpolygon_t {
+public:
+    // Builds both programs. A file feedback.vsd, feedback.fsd, shader.vsd or shader.fsd in the working
+    // directory, or with the directory text directly in front of its name, replaces the built-in shader of
+    // that role. A shader that does not compile or a program that does not link ends the process with status
+    // 1 after its log on standard error. False, after a line on standard error, when the feedback capture
+    // cannot be allocated, or without a context.
+    bool init(const std::string& directory);
+
+    // Computes the frames of a surface from the two pairs of directions at each of its vertices, and copies
+    // them into the array that it is drawn with. What the GL counted otherwise than expected is reported, and
+    // goes on.
+    void update_frames(drawable& surface);
+
+    // Draws a surface, blended by its alpha. around: what surrounds the scene, or null; skybox: the shape is
+    // the box on which the surroundings are seen; Globalview: world to eye, of which only the turn matters;
+    // Modelview: object to eye; invModelview: its inverse; LightPosition: in eye space; Shininess: the Phong
+    // exponent. Leaves no program in use, blending off and texture unit 0 active.
+    void drawsolid(surroundings* around, bool skybox, appearance& surface, drawable& shape,
+                   const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
+                   const mtx3w& Projection, const pos3& LightPosition, float Shininess);
+    // Draws the selected triangles of a surface as a highlight with a quarter of its alpha. The same
+    // arguments.
+    void drawselect(surroundings* around, bool skybox, appearance& surface, drawable& shape,
+                    const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
+                    const mtx3w& Projection, const pos3& LightPosition, float Shininess);
+
+    // The number of uniforms of the surface program and, for each, its name in the order of the locations.
+    static constexpr std::size_t uniform_count = 17;
+    static const std::array<const char*, uniform_count>& uniform_names();
+    // The locations found by init(); -1 where the program has none.
+    const std::array<gl_int, uniform_count>& uniforms() const { return uniforms_; }
+    gl_uint surface_program() const { return surface_.id(); }
+    gl_uint feedback_program() const { return feedback_.id(); }
+
+private:
+    struct pass; // what distinguishes the two ways of drawing
+    struct arguments;
+    void draw(const pass& how, const arguments& what);
+
+    shader_t feedback_vertex_;
+    shader_t feedback_fragment_;
+    program_t feedback_;
+    transform_feedback_t capture_;
+    shader_t surface_vertex_;
+    shader_t surface_fragment_;
+    shader_t surface_geometry_; // never compiled: a place for a stage between the two
+    program_t surface_;
+    std::array<gl_int, uniform_count> uniforms_{};
+};
+
+} // namespace render
