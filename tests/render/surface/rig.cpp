@@ -11,11 +11,17 @@ using namespace render;
 namespace {
 
 std::string type_name(GLenum type) {
-    static const std::map<GLenum, const char*> names = {
-        {GL_FLOAT, "float"},         {GL_FLOAT_VEC2, "vec2"},      {GL_FLOAT_VEC3, "vec3"},
-        {GL_FLOAT_VEC4, "vec4"},     {GL_FLOAT_MAT3, "mat3"},      {GL_FLOAT_MAT4, "mat4"},
-        {GL_INT, "int"},             {GL_BOOL, "bool"},            {GL_SAMPLER_2D, "sampler2D"},
-        {GL_FLOAT_MAT4x3, "mat4x3"}, {GL_SAMPLER_CUBE, "samplerCube"}};
+    static const std::map<GLenum, const char*> names = {{GL_FLOAT, "float"},
+                                                        {GL_FLOAT_VEC2, "vec2"},
+                                                        {GL_FLOAT_VEC3, "vec3"},
+                                                        {GL_FLOAT_VEC4, "vec4"},
+                                                        {GL_FLOAT_MAT3, "mat3"},
+                                                        {GL_FLOAT_MAT4, "mat4"},
+                                                        {GL_INT, "int"},
+                                                        {GL_BOOL, "bool"},
+                                                        {GL_SAMPLER_2D, "sampler2D"},
+                                                        {GL_FLOAT_MAT4x3, "mat4x3"},
+                                                        {GL_SAMPLER_CUBE, "samplerCube"}};
     const auto found = names.find(type);
     return found == names.end() ? std::to_string(type) : found->second;
 }
@@ -35,6 +41,13 @@ rig::rig(std::initializer_list<int> shaders, std::vector<const char*> captured) 
         glTransformFeedbackVaryings(id(), GLsizei(captured.size()), captured.data(), GL_INTERLEAVED_ATTRIBS);
     }
     linked_ = program_.link();
+    if (!linked_) return;
+    // Samplers of different kinds must not share a unit, or nothing is drawn.
+    if (const GLint cube = glGetUniformLocation(id(), "cubeTex"); cube >= 0) {
+        glUseProgram(id());
+        glUniform1i(cube, 3);
+        glUseProgram(0);
+    }
 }
 
 std::string rig::interface() const {
@@ -64,7 +77,8 @@ std::string rig::interface() const {
                      type_name(GLenum(value)) + "\n");
     }
     std::string all;
-    for (const std::string& line : lines) all += line;
+    for (const std::string& line : lines)
+        all += line;
     glGetProgramiv(id(), GL_TRANSFORM_FEEDBACK_VARYINGS, &count);
     for (int i = 0; i < count; ++i) {
         glGetTransformFeedbackVarying(id(), GLuint(i), sizeof name, nullptr, &size, &type, name);
@@ -82,11 +96,20 @@ void rig::set(const char* uniform, std::initializer_list<float> value) {
     glUseProgram(id());
     const GLint location = glGetUniformLocation(id(), uniform);
     switch (value.size()) {
-    case 1: glUniform1fv(location, 1, value.begin()); break;
-    case 2: glUniform2fv(location, 1, value.begin()); break;
-    case 3: glUniform3fv(location, 1, value.begin()); break;
-    case 12: glUniformMatrix4x3fv(location, 1, GL_FALSE, value.begin()); break;
-    default: FAIL() << "no uniform of " << value.size() << " floats";
+    case 1:
+        glUniform1fv(location, 1, value.begin());
+        break;
+    case 2:
+        glUniform2fv(location, 1, value.begin());
+        break;
+    case 3:
+        glUniform3fv(location, 1, value.begin());
+        break;
+    case 12:
+        glUniformMatrix4x3fv(location, 1, GL_FALSE, value.begin());
+        break;
+    default:
+        FAIL() << "no uniform of " << value.size() << " floats";
     }
 }
 
@@ -95,13 +118,15 @@ void rig::set(const char* uniform, int value) {
     glUniform1i(glGetUniformLocation(id(), uniform), value);
 }
 
-std::vector<float> rig::run(const layout_ref& layout, const std::vector<float>& vertices, int floats_captured) {
+std::vector<float> rig::run(const layout_ref& layout, const std::vector<float>& vertices,
+                            int floats_captured) {
     array_buffer_t input, output;
     vertex_array_t array;
     const std::uint64_t count = vertices.size() / stride_of(*layout);
     input.allocate(count, layout, vertices.data());
-    output.allocate(std::uint64_t(floats_captured), make_layout({attribute::point_size}),
-                    std::vector<float>(std::size_t(floats_captured), -77.0f).data()); // shows what was not written
+    output.allocate(
+        std::uint64_t(floats_captured), make_layout({attribute::point_size}),
+        std::vector<float>(std::size_t(floats_captured), -77.0f).data()); // shows what was not written
     array.create();
     input.bind_layout_to(array, 0);
     glUseProgram(id());

@@ -24,17 +24,20 @@ public:
     std::string log() const { return program_.log(); }
     GLuint id() const { return program_.id(); }
 
-    // One line for each attribute ("in LOCATION NAME TYPE"), active uniform ("uniform NAME TYPE"), fragment output
+    // One line for each attribute ("in LOCATION NAME TYPE"), active uniform ("uniform NAME TYPE"), fragment
+    // output
     // ("out LOCATION NAME TYPE") and captured varying ("captured NAME TYPE"), the first three kinds sorted.
     std::string interface() const;
 
-    void set(const char* uniform, const render::mtx3w& value); // as the renderer does, with the transpose flag
+    void set(const char* uniform,
+             const render::mtx3w& value); // as the renderer does, with the transpose flag
     void set(const char* uniform, std::initializer_list<float> value);
     void set(const char* uniform, int value);
 
-    // Draws the vertices with the attributes of the layout at locations 0, 1, ... and returns the captured floats.
-    // A program with a geometry stage draws triangles, any other points.
-    std::vector<float> run(const render::layout_ref& layout, const std::vector<float>& vertices, int floats_captured);
+    // Draws the vertices with the attributes of the layout at locations 0, 1, ... and returns the captured
+    // floats. A program with a geometry stage draws triangles, any other points.
+    std::vector<float> run(const render::layout_ref& layout, const std::vector<float>& vertices,
+                           int floats_captured);
 
 private:
     std::deque<render::shader_t> shaders_;
