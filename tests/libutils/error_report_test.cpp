@@ -48,8 +48,7 @@ TEST(error_exit, takes_the_last_error_of_the_system) {
             if (missing) std::fclose(missing);
             libutils::error_exit("fopen()");
         },
-        [](int status) { return !testing::ExitedWithCode(0)(status); },
-        "fopen.. failed with error .+: .+");
+        [](int status) { return !testing::ExitedWithCode(0)(status); }, "fopen.. failed with error .+: .+");
 }
 
 } // namespace
