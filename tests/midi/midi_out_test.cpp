@@ -1,56 +1,20 @@
 #include "midi/midi_out.h"
 #include "midi/senders.h"
+#include "support/allocations.h"
 #include "support/capture.h"
+#include "support/counting_service.h"
 #include "support/recording_service.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <new>
-
-namespace {
-std::size_t allocations = 0;
-}
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
 using calls = std::vector<std::string>;
+using test_support::allocations;
 using test_support::capture;
+using test_support::counting_service;
 using test_support::recording_service;
-
-// A device that only counts.
-class counting_service : public midi::output_service_t {
-public:
-    int sent = 0;
-    std::uint32_t device_count() override { return 1; }
-    midi::result_t device_name(std::uint32_t, std::string& name) override {
-        name = "Counter";
-        return midi::no_error;
-    }
-    midi::result_t open(std::uint32_t, std::unique_ptr<midi::output_device_t>& opened) override {
-        struct device_t : midi::output_device_t {
-            explicit device_t(int& count) : sent(count) {}
-            midi::result_t short_message(std::uint32_t) override { return ++sent, midi::no_error; }
-            midi::result_t long_message(const std::uint8_t*, std::size_t) override { return midi::no_error; }
-            midi::result_t close() override { return midi::no_error; }
-            int& sent;
-        };
-        opened = std::make_unique<device_t>(sent);
-        return midi::no_error;
-    }
-};
 
 TEST(midi_out, opens_in_the_services_order) {
     recording_service service({"Alpha Synth", "Beta Synth", "Gamma"});

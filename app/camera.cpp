@@ -1,0 +1,120 @@
+#include "app/camera.h"
+
+#include "render/math/matrix.h"
+#include "render/math/operations.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quenvarel {
+
+using render::dir3;
+using render::mtx3w;
+using render::pos3;
+using render::vec3w;
+
+namespace {
+
+constexpr float steepest = 85.0f; // degrees from the horizon
+constexpr float zoom_ratio = 0.9f;
+constexpr float nearest = 4.0f, farthest = 400.0f;
+constexpr float degrees_across_window = 180.0f;
+
+struct axes {
+    dir3 right, up, back;
+};
+
+axes axes_of(const camera_t& camera) {
+    const dir3 back = render::normalise(camera.eye - camera.target);
+    const dir3 right = render::normalise(render::cross(dir3{0, 1, 0}, back));
+    return {right, render::cross(back, right), back};
+}
+
+camera_t turn(const camera_t& camera, const pos3& about, float degrees, const dir3& axis) {
+    const mtx3w rotation = render::to_matrix(render::rot3{degrees, axis});
+    const auto turned = [&](const pos3& p) {
+        const dir3 d = p - about;
+        const vec3w t = rotation * vec3w{d.x, d.y, d.z, 0};
+        return about + dir3{t.x, t.y, t.z};
+    };
+    return {turned(camera.eye), turned(camera.target)};
+}
+
+} // namespace
+
+mtx3w inverse_view_matrix(const camera_t& camera) {
+    const auto [right, up, back] = axes_of(camera);
+    return {{right.x, right.y, right.z, 0, up.x, up.y, up.z, 0, back.x, back.y, back.z, 0, camera.eye.x,
+             camera.eye.y, camera.eye.z, 1}};
+}
+
+mtx3w view_matrix(const camera_t& camera) {
+    const auto [right, up, back] = axes_of(camera);
+    const pos3& eye = camera.eye;
+    return {{right.x, up.x, back.x, 0, right.y, up.y, back.y, 0, right.z, up.z, back.z, 0,
+             -render::dot(right, eye), -render::dot(up, eye), -render::dot(back, eye), 1}};
+}
+
+pos3 point_at(float x, float y, float depth, const pixel_space& space) {
+    const vec3w clip = {(x - space.half_width) / space.half_width,
+                        (y - space.half_height) / space.half_height, 2 * depth - 1, 1};
+    const pos3 in_eye_space = render::homogeneous_divide(space.inverse_projection * clip);
+    const vec3w point = space.inverse_view * vec3w{in_eye_space.x, in_eye_space.y, in_eye_space.z, 1};
+    return {point.x, point.y, point.z};
+}
+
+camera_t orbit(const camera_t& camera, const pos3& about, float yaw, float pitch) {
+    const camera_t yawed = turn(camera, about, yaw, {0, 1, 0});
+    const auto [right, up, back] = axes_of(yawed);
+    const float height =
+        static_cast<float>(std::asin(std::clamp(back.y, -1.0f, 1.0f)) * render::degrees_per_radian);
+    const float rise = std::clamp(height + pitch, -steepest, steepest) - height;
+    return turn(yawed, about, -rise, right);
+}
+
+camera_t zoom(const camera_t& camera, int steps) {
+    const dir3 away = (camera.eye - camera.target) * std::pow(zoom_ratio, static_cast<float>(steps));
+    const float distance = render::length(away);
+    if (!(distance >= nearest && distance <= farthest)) return camera;
+    return {camera.target + away, camera.target};
+}
+
+void camera_controller::reset() {
+    camera_ = initial_;
+    state_ = drag_state::none;
+}
+
+void camera_controller::move_eye(const dir3& offset) {
+    camera_.eye = camera_.eye + offset;
+}
+
+void camera_controller::button(int button, int state, int x, int y) {
+    if (button != 0) return;
+    state_ = state == 0 ? drag_state::begun : drag_state::none;
+    last_x_ = x;
+    last_y_ = y;
+}
+
+bool camera_controller::drag(int x, int y, float depth, const pixel_space& space) {
+    if (state_ == drag_state::none || (x == last_x_ && y == last_y_)) return false;
+    if (state_ == drag_state::begun) {
+        pivot_ = depth < 1 ? point_at(static_cast<float>(last_x_), static_cast<float>(last_y_), depth, space)
+                           : camera_.target;
+        state_ = drag_state::turning;
+    }
+    // The picture follows the pointer, so the eye goes the other way.
+    const float degrees_per_pixel = degrees_across_window / (2 * space.half_width);
+    const camera_t turned = orbit(camera_, pivot_, static_cast<float>(last_x_ - x) * degrees_per_pixel,
+                                  static_cast<float>(last_y_ - y) * degrees_per_pixel);
+    last_x_ = x;
+    last_y_ = y;
+    const bool changed = turned != camera_;
+    camera_ = turned;
+    return changed;
+}
+
+void camera_controller::zoom(int direction) {
+    camera_ = quenvarel::zoom(camera_, direction);
+}
+
+} // namespace quenvarel

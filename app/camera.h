@@ -1,0 +1,62 @@
+#pragma once
+// Where the picture is seen from, and how the mouse changes that. All functions of their arguments alone.
+
+#include "render/math/types.h"
+
+namespace quenvarel {
+
+// Looks from the eye to the target, upright: the y axis is up. The eye is never straight above or below the
+// target.
+struct camera_t {
+    render::pos3 eye, target;
+    friend bool operator==(const camera_t&, const camera_t&) = default;
+};
+
+// From world to eye space, and back. Neither scales.
+render::mtx3w view_matrix(const camera_t& camera);
+render::mtx3w inverse_view_matrix(const camera_t& camera);
+
+// What turns pixels into points: the inverses of the matrices with which the picture was drawn, and half the
+// size of the window in pixels.
+struct pixel_space {
+    render::mtx3w inverse_projection, inverse_view;
+    float half_width, half_height;
+};
+// The point in the world at a pixel, counted from the lower left, with a depth from 0 (near) to 1 (far).
+render::pos3 point_at(float x, float y, float depth, const pixel_space& space);
+
+// Turns eye and target about a point, which keeps its place in the picture: yaw about the vertical axis,
+// pitch about the picture's horizontal one, in degrees. Positive angles move the eye to the right and up. It
+// stops short of looking straight down or up.
+camera_t orbit(const camera_t& camera, const render::pos3& about, float yaw, float pitch);
+
+// Brings the eye that many steps nearer to the target (or farther away). Each step changes the distance by
+// the same ratio; one that would lead too near or too far is not taken.
+camera_t zoom(const camera_t& camera, int steps);
+
+// A camera in the user's hand. Pixels are counted from the lower left.
+class camera_controller {
+public:
+    explicit camera_controller(const camera_t& initial) : initial_(initial), camera_(initial) {}
+
+    const camera_t& camera() const { return camera_; }
+    void reset();
+    void move_eye(const render::dir3& offset);
+    // The left button starts and ends a drag. State 0 is pressed, 1 released.
+    void button(int button, int state, int x, int y);
+    // Orbits about the point where the drag began, at the given depth; about the target when there was only
+    // background. True when the camera has changed.
+    bool drag(int x, int y, float depth, const pixel_space& space);
+    // Positive is nearer.
+    void zoom(int direction);
+
+private:
+    enum class drag_state { none, begun, turning };
+
+    camera_t initial_, camera_;
+    drag_state state_ = drag_state::none;
+    int last_x_ = 0, last_y_ = 0;
+    render::pos3 pivot_ = {};
+};
+
+} // namespace quenvarel

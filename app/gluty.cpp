@@ -1,0 +1,146 @@
+#include "app/gluty.h"
+
+#include "app/window_system.h"
+
+#include <GL/freeglut.h>
+
+namespace gems {
+
+namespace {
+
+gluty_registry the_registry;
+
+// How often the loop wakes on its own, to see requests that arrive outside of it. In milliseconds.
+constexpr unsigned tick_interval = 20;
+
+bool initialised() {
+    return glutGet(GLUT_INIT_STATE) != 0;
+}
+
+bool has_window() {
+    return initialised() && glutGetWindow() != 0;
+}
+
+} // namespace
+
+gluty_registry* registry;
+
+gluty_registry::gluty_registry() {
+    registry = this;
+}
+
+gluty_registry::~gluty_registry() {
+    registry = nullptr;
+}
+
+int gluty_registry::createwindow(glutyAPI4* handler, const char* title) {
+    if (!handler) return -1;
+    const int window = glutCreateWindow(title);
+    windows_[window] = handler;
+    return window;
+}
+
+void gluty_registry::setidle(bool on) {
+    idle_ = on;
+    if (!initialised()) return;
+    glutIdleFunc(on ? +[] { deliver([](glutyAPI4& handler) { handler.idle(); }); } : nullptr);
+}
+
+void gluty_registry::setkeyrepeat(bool on) {
+    key_repeat_ = on;
+    if (initialised()) glutSetKeyRepeat(on ? GLUT_KEY_REPEAT_ON : GLUT_KEY_REPEAT_OFF);
+}
+
+void gluty_registry::mainloop() {
+    if (leaving_) return;
+    if (!callbacks_installed_) install_callbacks();
+    if (!leaving_) {
+        glutSetOption(GLUT_ACTION_ON_WINDOW_CLOSE, GLUT_ACTION_GLUTMAINLOOP_RETURNS);
+        glutTimerFunc(tick_interval, tick, 0);
+        glutMainLoop();
+    }
+}
+
+void gluty_registry::install_callbacks() {
+    if (has_window()) systems_[glutGetWindow()] = window_system::of_current_window();
+    for (const auto& [window, handler] : windows_)
+        if (handler) handler->init();
+    setidle(idle_);
+    setkeyrepeat(key_repeat_);
+
+    glutReshapeFunc(
+        [](int width, int height) { deliver([=](glutyAPI4& handler) { handler.reshape(width, height); }); });
+    glutDisplayFunc([] { deliver([](glutyAPI4& handler) { handler.display(); }); });
+    glutKeyboardFunc([](unsigned char key, int x, int y) {
+        deliver([=](glutyAPI4& handler) { handler.keyboard(key, x, y); });
+    });
+    glutSpecialFunc(
+        [](int key, int x, int y) { deliver([=](glutyAPI4& handler) { handler.special(key, x, y); }); });
+    glutMouseFunc([](int button, int state, int x, int y) {
+        deliver([=](glutyAPI4& handler) { route_mouse(handler, button, state, x, y); });
+    });
+    glutMotionFunc([](int x, int y) { deliver([=](glutyAPI4& handler) { handler.motion(x, y); }); });
+    glutPassiveMotionFunc(
+        [](int x, int y) { deliver([=](glutyAPI4& handler) { handler.passivemotion(x, y); }); });
+    glutKeyboardUpFunc([](unsigned char key, int x, int y) {
+        deliver([=](glutyAPI4& handler) { handler.keyboardup(key, x, y); });
+    });
+    glutSpecialUpFunc(
+        [](int key, int x, int y) { deliver([=](glutyAPI4& handler) { handler.specialup(key, x, y); }); });
+    glutMouseWheelFunc([](int wheel, int direction, int x, int y) {
+        deliver([=](glutyAPI4& handler) { handler.mousewheel(wheel, direction, x, y); });
+    });
+    glutCloseFunc([] {
+        deliver([](glutyAPI4& handler) { handler.closing(); });
+        // Whatever still comes for this window goes nowhere.
+        const int window = glutGetWindow();
+        registry->windows_[window] = nullptr;
+        registry->systems_.erase(window);
+    });
+    callbacks_installed_ = true;
+}
+
+template <class Event>
+void gluty_registry::deliver(Event event) {
+    if (glutyAPI4* handler = registry->handler(glutGetWindow())) event(*handler);
+    if (registry->leaving_) glutLeaveMainLoop();
+}
+
+void gluty_registry::tick(int) {
+    for (const auto& [window, system] : registry->systems_) {
+        if (!system || !system->focus_lost()) continue;
+        glutSetWindow(window);
+        deliver([](glutyAPI4& handler) { handler.focuslost(); });
+    }
+    if (registry->leaving_) glutLeaveMainLoop();
+    glutTimerFunc(tick_interval, tick, 0);
+}
+
+void gluty_registry::route_mouse(glutyAPI4& handler, int button, int state, int x, int y) {
+    if (button >= 0 && button < 3)
+        handler.mouse(button, state, x, y);
+    else if (button >= 3 && state != GLUT_DOWN)
+        handler.mousewheel((button - 3) / 2, button % 2 == 1 ? 1 : -1, x, y);
+}
+
+void gluty_registry::postredisplay() {
+    if (has_window()) glutPostRedisplay();
+}
+
+void gluty_registry::swapbuffers() {
+    if (has_window()) glutSwapBuffers();
+}
+
+void gluty_registry::initwindowsize(int width, int height) {
+    glutInitWindowSize(width, height);
+}
+
+const window_system* gluty_registry::system(const glutyAPI4& handler) const {
+    for (const auto& [window, bound] : windows_) {
+        const auto found = systems_.find(window);
+        if (bound == &handler && found != systems_.end()) return found->second.get();
+    }
+    return nullptr;
+}
+
+} // namespace gems

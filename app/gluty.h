@@ -1,0 +1,103 @@
+#pragma once
+// Objects that receive a window's events. Nobody but the registry and main knows the window library
+// underneath.
+
+#include <atomic>
+#include <map>
+#include <memory>
+
+namespace gems {
+
+class window_system;
+
+// The events of one window. Every operation does nothing unless it is overridden. Positions are pixels from
+// the window's upper left corner.
+class glutyAPI {
+public:
+    virtual void reshape(int /*width*/, int /*height*/) {}
+    virtual void display() {}
+    // A typed character goes down.
+    virtual void keyboard(unsigned char /*key*/, int /*x*/, int /*y*/) {}
+    // A key without a character goes down; GLUT's codes.
+    virtual void special(int /*key*/, int /*x*/, int /*y*/) {}
+    // Buttons 0 (left), 1 and 2; state 0 is pressed, 1 released.
+    virtual void mouse(int /*button*/, int /*state*/, int /*x*/, int /*y*/) {}
+    // The pointer moves while a button is held ...
+    virtual void motion(int /*x*/, int /*y*/) {}
+    // ... and while none is.
+    virtual void passivemotion(int /*x*/, int /*y*/) {}
+    virtual void idle() {}
+    // Called once, before the first event, with the window's GL context current.
+    virtual void init() {}
+
+protected:
+    ~glutyAPI() = default;
+};
+
+class glutyAPI4 : public glutyAPI {
+public:
+    virtual ~glutyAPI4() = default;
+    virtual void keyboardup(unsigned char /*key*/, int /*x*/, int /*y*/) {}
+    virtual void specialup(int /*key*/, int /*x*/, int /*y*/) {}
+    // Direction +1 is away from the user.
+    virtual void mousewheel(int /*wheel*/, int /*direction*/, int /*x*/, int /*y*/) {}
+    // The keyboard went to another window: releases of keys that are down will not arrive.
+    virtual void focuslost() {}
+    // The window is about to go. Its GL context is current for the last time.
+    virtual void closing() {}
+};
+
+// Binds windows to objects and runs the loop that delivers their events, all on one thread.
+class gluty_registry {
+public:
+    gluty_registry();
+    ~gluty_registry();
+    gluty_registry(const gluty_registry&) = delete;
+    gluty_registry& operator=(const gluty_registry&) = delete;
+
+    // Opens a window whose events go to the handler, which stays the caller's. Returns its identifier, or -1
+    // without a handler.
+    int createwindow(glutyAPI4* handler, const char* title);
+    // Whether idle is called when there is nothing to do.
+    void setidle(bool on);
+    // Whether a key that is held repeats.
+    void setkeyrepeat(bool on);
+    // On its first call installs the callbacks and calls every handler's init. Returns when leavemainloop was
+    // called (at once when that was before) or the last window is closed.
+    void mainloop();
+    // Ends the loop within a few hundredths of a second, also one that has not begun. Safe in a signal
+    // handler and on any thread.
+    void leavemainloop() noexcept { leaving_ = true; }
+    bool leaving() const noexcept { return leaving_; }
+
+    // For handlers, about their own window; without effect while there is none.
+    void postredisplay();
+    void swapbuffers();
+    void initwindowsize(int width, int height);
+    // What the system knows about the handler's window; null while there is none.
+    const window_system* system(const glutyAPI4& handler) const;
+
+    // Routing, the part of a callback that follows GLUT's. The handler of a window; null, and remembered as
+    // such, when the window is unknown.
+    glutyAPI4* handler(int window) { return windows_[window]; }
+    // Buttons from 3 on are the directions of wheels, which count when they are released.
+    static void route_mouse(glutyAPI4& handler, int button, int state, int x, int y);
+
+private:
+    void install_callbacks();
+    template <class Event>
+    static void deliver(Event event);
+    static void tick(int);
+
+    std::map<int, glutyAPI4*> windows_;
+    std::map<int, std::unique_ptr<window_system>> systems_;
+    std::atomic<bool> leaving_ = false;
+    bool callbacks_installed_ = false;
+    bool idle_ = false;
+    bool key_repeat_ = false;
+};
+
+// The one registry, there before main and until after the at-exit functions.
+extern gluty_registry* registry;
+
+} // namespace gems

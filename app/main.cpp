@@ -1,0 +1,116 @@
+// Start and end of the player.
+
+#include "app/gluty.h"
+#include "app/interrupt.h"
+#include "app/options.h"
+#include "app/quenvarel.h"
+#include "libutils/error_report.h"
+#include "midi/midi_out.h"
+#include "midi/port_choice.h"
+#include "midi/system.h"
+
+#include <GL/freeglut.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#ifdef _WIN32
+#include <windows.h>
+
+#include <mmsystem.h>
+#endif
+
+namespace {
+
+constexpr char window_title[] = "Quenvarel(TM) for MIDI Version 2.2.0";
+
+quenvarel::Quenvarel* application = nullptr;
+
+void print_usage(const char* program_path) {
+    std::cout << "usage: " << program_path << " [-c ch] [-p pgm] [-n notebase] [-l vel] <device>"
+              << std::endl;
+    midi::listdevices(std::cout, midi::system_outputs());
+}
+
+// The application still speaks to the port when it goes.
+void end() {
+    delete application;
+    application = nullptr;
+    if (quenvarel::midi_port) quenvarel::midi_port->close();
+}
+
+void leave() {
+    if (gems::registry) gems::registry->leavemainloop();
+}
+
+bool complain(const char* what, const char* text) {
+    libutils::error_report();
+    std::cerr << what << text << std::endl;
+    return false;
+}
+
+bool open_port(const char* device) {
+    delete quenvarel::midi_port;
+    quenvarel::midi_port = midi::midi_out_t::create(midi::system_outputs()).release();
+    if (!quenvarel::midi_port) return complain("", "midi_out_t allocate failed.");
+
+    const midi::device_argument_t chosen = midi::parsedevice(device);
+    const bool opened = chosen.has_name
+                            ? quenvarel::midi_port->open(device)
+                            : quenvarel::midi_port->open(static_cast<std::uint32_t>(chosen.number));
+    if (opened) return true;
+    complain(device, ": midiout open() failed.");
+    midi::listdevices(std::cout, midi::system_outputs());
+    return false;
+}
+
+// GLUT cannot go on after an error, such as a display that it cannot open.
+[[noreturn]] void on_window_error(const char* format, va_list arguments) {
+    char text[512];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    complain("", text);
+    std::exit(1);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        print_usage(argc == 1 ? argv[0] : "");
+        return 0;
+    }
+    std::atexit(end);
+
+    quenvarel::options_t options;
+    switch (quenvarel::read_options(argc, argv, options)) {
+    case quenvarel::options_result::usage:
+        print_usage(argv[0]);
+        return 1;
+    case quenvarel::options_result::refused:
+        return 1;
+    case quenvarel::options_result::complete:
+        break;
+    }
+
+    quenvarel::install_interrupt_handler(leave);
+    if (!open_port(options.device)) return 1;
+    if (gems::registry->leaving()) return 0;
+#ifdef _WIN32
+    timeGetTime();
+#endif
+
+    glutInitErrorFunc(on_window_error);
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_DOUBLE | GLUT_ALPHA | GLUT_DEPTH);
+
+    application = new quenvarel::Quenvarel(argv[0], static_cast<signed char>(options.channel),
+                                           static_cast<signed char>(options.program),
+                                           static_cast<signed char>(options.notebase),
+                                           static_cast<signed char>(options.velocity), options.program_given);
+    gems::registry->createwindow(application, window_title);
+    quenvarel::interrupts_are_noticed();
+    gems::registry->mainloop();
+    return 0;
+}

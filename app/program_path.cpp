@@ -1,0 +1,46 @@
+#include "app/program_path.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace quenvarel {
+
+namespace {
+
+#ifdef _WIN32
+constexpr char separators[] = "/\\:";
+#else
+constexpr char separators[] = "/";
+#endif
+
+// Where the last component of a path begins.
+std::size_t file_name_at(const std::string& path) {
+    const std::size_t separator = path.find_last_of(separators);
+    return separator == std::string::npos ? 0 : separator + 1;
+}
+
+bool has_models(const std::string& base) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(base + "pmt", ignored);
+}
+
+} // namespace
+
+std::string without_extension(const std::string& path) {
+    const std::size_t dot = path.rfind('.');
+    // A dot in front begins a hidden file's name, not an extension.
+    if (dot == std::string::npos || dot <= file_name_at(path)) return path + '.';
+    return path.substr(0, dot + 1);
+}
+
+std::string model_base_path(const std::string& program_path) {
+    const std::string typed = without_extension(program_path);
+    if (has_models(typed)) return typed;
+    const std::string running = without_extension(executable_path());
+    if (has_models(running)) return running;
+    const std::size_t name_at = file_name_at(running);
+    const std::string shared = running.substr(0, name_at) + "../share/quenvarel/" + running.substr(name_at);
+    return has_models(shared) ? shared : typed;
+}
+
+} // namespace quenvarel

@@ -1,0 +1,82 @@
+#pragma once
+// The instrument: one window's events turned into notes, sounds and a picture.
+
+#include "app/camera.h"
+#include "app/gluty.h"
+#include "app/keyboard_scene.h"
+#include "app/note_player.h"
+#include "app/sound.h"
+#include "app/synthesizer_controls.h"
+#include "render/math/types.h"
+
+#include <optional>
+#include <string>
+
+namespace midi {
+class midi_out_t;
+}
+
+namespace quenvarel {
+
+// The port that everything is sent to. Set before the instrument is made and open until it is gone.
+extern midi::midi_out_t* midi_port;
+
+class Quenvarel : public gems::glutyAPI4, private keyboard_picture {
+public:
+    // The program path locates the models and must not be null. The program is sent if it was given.
+    Quenvarel(const char* program_path, signed char channel, signed char program, signed char notebase,
+              signed char velocity, bool program_given);
+    // Ends what still sounds and resets the module's display. The GL context may be gone.
+    ~Quenvarel() override;
+    Quenvarel(const Quenvarel&) = delete;
+    Quenvarel& operator=(const Quenvarel&) = delete;
+
+    void reshape(int width, int height) override;
+    void display() override;
+    void keyboard(unsigned char key, int x, int y) override;
+    void special(int key, int x, int y) override;
+    void mouse(int button, int state, int x, int y) override;
+    void motion(int x, int y) override;
+    void init() override;
+    void keyboardup(unsigned char key, int x, int y) override;
+    void specialup(int key, int x, int y) override;
+    void mousewheel(int wheel, int direction, int x, int y) override;
+    void focuslost() override;
+    void closing() override;
+
+    const camera_t& camera() const { return camera_.camera(); }
+    const keyboard_scene& scene() const { return scene_; }
+
+protected:
+    // The key that is drawn at a pixel counted from the upper left.
+    virtual std::optional<int> key_under(int x, int y);
+
+private:
+    enum class mode_t { normal = 0, shift = 1, camera = 3 };
+
+    void press(int key) override;
+    void release(int key) override;
+    void release_all() override;
+    void redraw() override;
+
+    void home_view();
+    void update_view();
+    int bottom_up(int y) const { return height_ - 1 - y; }
+    float depth_at(int x, int y) const;
+    pixel_space pixels() const;
+
+    std::string model_base_path_;
+    sound_t sound_;
+    note_player player_;
+    synthesizer_controls controls_;
+    mode_t mode_ = mode_t::normal;
+
+    keyboard_scene scene_;
+    camera_controller camera_;
+    render::mtx3w projection_ = render::mtx3w::identity(), inverse_projection_ = render::mtx3w::identity();
+    render::mtx3w view_ = render::mtx3w::identity(), inverse_view_ = render::mtx3w::identity();
+    int width_, height_;
+    float picked_depth_ = 1; // under the pointer where a camera drag began
+};
+
+} // namespace quenvarel

@@ -1,0 +1,15 @@
+#pragma once
+// What the next note sounds like.
+
+#include <cstdint>
+
+namespace quenvarel {
+
+struct sound_t {
+    std::uint8_t channel;  // 0..15
+    std::uint8_t program;  // 0..127
+    std::uint8_t notebase; // 0..127, the note of offset 0 of the key map
+    std::uint8_t velocity; // 0..127
+};
+
+} // namespace quenvarel

@@ -1,0 +1,100 @@
+#include "app/synthesizer_controls.h"
+
+#include "app/trace.h"
+#include "midi/midi_out.h"
+#include "midi/senders.h"
+
+#include <array>
+#include <string_view>
+
+namespace quenvarel {
+
+namespace {
+
+// A data set message: a three-byte address followed by what is to be written there.
+template <std::size_t Count>
+void data_set(midi::midi_out_t& out, const std::array<std::uint8_t, Count>& payload) {
+    constexpr int manufacturer = 0x41, device = 0x10, model = 0x16, data_set_1 = 0x12;
+    midi::rolandsysex(out, manufacturer, device, model, data_set_1, payload.data(), payload.size());
+}
+
+} // namespace
+
+void synthesizer_controls::send_program() {
+    midi::pgmchg(out_, sound_.channel, sound_.program);
+}
+
+void synthesizer_controls::special(int key, bool reversed) {
+    const int step = reversed ? -1 : 1;
+    switch (key) {
+    case key_f1:
+        return change_reverb(reverb_mode_, step, 3);
+    case key_f2:
+        return change_reverb(reverb_time_, step, 7);
+    case key_f3:
+        return change_reverb(reverb_level_, step, 7);
+    case key_f4:
+        return change_reverb_send(step);
+    case key_page_up:
+        return change_notebase(12);
+    case key_page_down:
+        return change_notebase(-12);
+    case key_home:
+        return change_program(1);
+    case key_end:
+        return change_program(-1);
+    case key_insert:
+        return change_channel(1);
+    default:
+        trace().text("spkey: 0x").hex(static_cast<unsigned>(key));
+    }
+}
+
+void synthesizer_controls::change_reverb(std::uint8_t& value, int step, int mask) {
+    const auto changed = static_cast<std::uint8_t>((value + step) & mask);
+    if (changed == value) return;
+    value = changed;
+    data_set<6>(out_, {0x10, 0x00, 0x01, reverb_mode_, reverb_time_, reverb_level_});
+    trace().text("newrevb to ").dec(reverb_mode_).text(", ").dec(reverb_time_).text(", ").dec(reverb_level_);
+}
+
+void synthesizer_controls::change_reverb_send(int step) {
+    const auto changed = static_cast<std::uint8_t>((reverb_send_ + step) & 127);
+    if (changed == reverb_send_) return;
+    reverb_send_ = changed;
+    midi::reverbsend(out_, sound_.channel, reverb_send_);
+    trace().text("cchg revb to 0x").hex(reverb_send_);
+}
+
+void synthesizer_controls::change_notebase(int step) {
+    sound_.notebase = static_cast<std::uint8_t>((sound_.notebase + step) & 127);
+    trace().text("notebase to ").dec(sound_.notebase);
+}
+
+void synthesizer_controls::change_program(int step) {
+    const auto changed = static_cast<std::uint8_t>((sound_.program + step) & 127);
+    if (changed == sound_.program) return;
+    sound_.program = changed;
+    send_program();
+    trace().text("pgmchg to 0x").hex(sound_.program);
+}
+
+void synthesizer_controls::change_channel(int step) {
+    sound_.channel = static_cast<std::uint8_t>((sound_.channel + step) & 15);
+    trace().text("newch to ").dec(sound_.channel);
+}
+
+void synthesizer_controls::greet() {
+    // As wide as the display.
+    constexpr std::string_view text = "Quenvarel-MIDI Ver 2";
+    static_assert(text.size() == 20);
+    std::array<std::uint8_t, 3 + text.size()> payload{0x20, 0x00, 0x00};
+    text.copy(reinterpret_cast<char*>(payload.data() + 3), text.size());
+    data_set(out_, payload);
+}
+
+void synthesizer_controls::reset_display() {
+    data_set<4>(out_, {0x20, 0x01, 0x00, 0x00});
+}
+
+} // namespace quenvarel

@@ -1,0 +1,61 @@
+#pragma once
+// The special keys: reverb, octave, program and channel, and the texts on the module's display.
+
+#include "app/sound.h"
+
+#include <cstdint>
+
+namespace midi {
+class midi_out_t;
+}
+
+namespace quenvarel {
+
+// GLUT's codes of the keys that have no character.
+enum special_key : int {
+    key_f1 = 1,
+    key_f2 = 2,
+    key_f3 = 3,
+    key_f4 = 4,
+    key_page_up = 104,
+    key_page_down = 105,
+    key_home = 106,
+    key_end = 107,
+    key_insert = 108,
+    key_shift_left = 112,
+    key_shift_right = 113,
+    key_alt_left = 116,
+    key_alt_right = 117,
+};
+
+// Speaks to an MT-32-class module in Roland DT1 messages. Sends on the given port; results are ignored, and
+// nothing is read back from the module.
+class synthesizer_controls {
+public:
+    synthesizer_controls(midi::midi_out_t& out, sound_t& sound) : out_(out), sound_(sound) {}
+
+    void send_program();
+    // A special key goes down; reversed turns the direction of F1 to F4.
+    void special(int key, bool reversed);
+    // To the next channel, around from 15 to 0, or back.
+    void change_channel(int step);
+    // Writes the program's name on the module's display.
+    void greet();
+    // Gives the display back to the module.
+    void reset_display();
+
+private:
+    void change_reverb(std::uint8_t& value, int step, int mask);
+    void change_reverb_send(int step);
+    void change_notebase(int step);
+    void change_program(int step);
+
+    midi::midi_out_t& out_;
+    sound_t& sound_;
+    std::uint8_t reverb_send_ = 0;  // 0..127
+    std::uint8_t reverb_mode_ = 0;  // 0..3
+    std::uint8_t reverb_time_ = 0;  // 0..7
+    std::uint8_t reverb_level_ = 0; // 0..7
+};
+
+} // namespace quenvarel

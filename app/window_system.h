@@ -1,0 +1,30 @@
+#pragma once
+// What an instrument needs of its window beyond what GLUT offers: to notice that the keyboard has gone
+// elsewhere, to know the keyboard's layout, not to wait for the display, and no menu under the Alt key.
+
+#include "app/key_siblings.h"
+
+#include <memory>
+
+namespace gems {
+
+class window_system {
+public:
+    // For the window of the current GL context, which from then on swaps its buffers without waiting for the
+    // display and, on Windows, has no keyboard-driven system menu. Null when the system refuses.
+    static std::unique_ptr<window_system> of_current_window();
+    virtual ~window_system() = default;
+
+    // Whether the window has lost the keyboard since the last call, so that the release of a key that is down
+    // will never be seen. Every key event from before the loss has been delivered when this tells it,
+    // provided that it is called once in a round of the event loop.
+    virtual bool focus_lost() = 0;
+
+    // The layout of the keyboard; follows changes while focus_lost is called.
+    const key_siblings& siblings() const { return siblings_; }
+
+protected:
+    key_siblings siblings_ = letter_cases();
+};
+
+} // namespace gems

@@ -1,0 +1,108 @@
+#include "app/window_system.h"
+
+#include <GL/glx.h>
+
+#include <string>
+
+namespace gems {
+
+namespace {
+
+bool has_extension(Display* display, const char* wanted) {
+    const char* all = glXQueryExtensionsString(display, DefaultScreen(display));
+    return all && (' ' + std::string(all) + ' ').find(' ' + std::string(wanted) + ' ') != std::string::npos;
+}
+
+template <class Function>
+Function extension_function(const char* name) {
+    return reinterpret_cast<Function>(glXGetProcAddressARB(reinterpret_cast<const GLubyte*>(name)));
+}
+
+void do_not_wait_for_display(Display* display, GLXDrawable drawable) {
+    if (has_extension(display, "GLX_EXT_swap_control"))
+        extension_function<PFNGLXSWAPINTERVALEXTPROC>("glXSwapIntervalEXT")(display, drawable, 0);
+    else if (has_extension(display, "GLX_MESA_swap_control"))
+        extension_function<PFNGLXSWAPINTERVALMESAPROC>("glXSwapIntervalMESA")(0);
+}
+
+// GLUT's connection never asks for focus events, and what it does not ask for cannot be had from it; so this
+// one is a second connection, looked at now and then.
+class x11_window final : public window_system {
+public:
+    x11_window(Display* connection, Window window) : connection_(connection) {
+        XSelectInput(connection_, window, FocusChangeMask);
+        XFlush(connection_);
+        read_layout();
+    }
+    ~x11_window() override { XCloseDisplay(connection_); }
+    x11_window(const x11_window&) = delete;
+    x11_window& operator=(const x11_window&) = delete;
+
+    bool focus_lost() override {
+        // The loss is told one round late: the keys before it come through another connection.
+        const bool told_now = lost_;
+        lost_ = false;
+        while (XPending(connection_) > 0) {
+            XEvent event;
+            XNextEvent(connection_, &event);
+            if (event.type == FocusOut)
+                lost_ = lost_ || takes_keys_away(event.xfocus);
+            else if (event.type == MappingNotify) {
+                XRefreshKeyboardMapping(&event.xmapping);
+                if (event.xmapping.request != MappingPointer) read_layout();
+            }
+        }
+        return told_now;
+    }
+
+private:
+    // Grabs count: key releases go to whoever grabs.
+    static bool takes_keys_away(const XFocusChangeEvent& event) {
+        return event.detail != NotifyInferior && event.detail != NotifyPointer;
+    }
+
+    // Every key with every combination of modifiers that changes its character, through the function with
+    // which GLUT finds the character.
+    void read_layout() {
+        siblings_ = letter_cases();
+        int first = 0, last = 0;
+        XDisplayKeycodes(connection_, &first, &last);
+        for (int keycode = first; keycode <= last; ++keycode) {
+            characters together;
+            for (unsigned modifiers = 0; modifiers < 64; ++modifiers) {
+                XKeyEvent event = {};
+                event.type = KeyRelease;
+                event.display = connection_;
+                event.keycode = static_cast<unsigned>(keycode);
+                event.state = (modifiers & 1 ? ShiftMask : 0u) | (modifiers & 2 ? LockMask : 0u) |
+                              (modifiers & 4 ? ControlMask : 0u) | (modifiers & 8 ? Mod5Mask : 0u) |
+                              modifiers >> 4 << 13; // one of the four layouts at hand
+                char text[32];
+                if (XLookupString(&event, text, sizeof text, nullptr, nullptr) > 0)
+                    together.set(static_cast<unsigned char>(text[0]));
+            }
+            for (unsigned c = 0; c < together.size(); ++c)
+                if (together[c]) siblings_[c] |= together;
+        }
+        for (unsigned c = 0; c < siblings_.size(); ++c)
+            siblings_[c].reset(c);
+    }
+
+    Display* connection_;
+    bool lost_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<window_system> window_system::of_current_window() {
+    Display* display = glXGetCurrentDisplay();
+    const GLXDrawable drawable = glXGetCurrentDrawable();
+    if (!display || drawable == None) return nullptr;
+    do_not_wait_for_display(display, drawable);
+    // The window belongs to GLUT's connection; the server has to know it before another one can name it.
+    XSync(display, False);
+    Display* connection = XOpenDisplay(DisplayString(display));
+    return connection ? std::make_unique<x11_window>(connection, drawable) : nullptr;
+}
+
+} // namespace gems

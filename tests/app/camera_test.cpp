@@ -1,0 +1,137 @@
+#include "app/camera.h"
+
+#include "render/math/matrix.h"
+#include "render/math/operations.h"
+#include "render/math/projection.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace quenvarel;
+using render::dir3;
+using render::mtx3w;
+using render::pos3;
+using render::vec3w;
+
+namespace {
+
+constexpr camera_t home = {{0, 30, 32}, {0, 0, 3}};
+constexpr float width = 800, height = 200;
+
+const render::projection extents =
+    render::to_projection({.aspect = width / height, .znear = 0.0625, .zfar = 1024});
+
+pixel_space space_of(const camera_t& camera) {
+    return {render::inverse_perspective_matrix(extents), inverse_view_matrix(camera), width / 2, height / 2};
+}
+
+// Pixel and depth of a point.
+pos3 pixel_of(const pos3& p, const camera_t& camera) {
+    const pos3 ndc = render::homogeneous_divide(render::perspective_matrix(extents) *
+                                                (view_matrix(camera) * vec3w{p.x, p.y, p.z, 1}));
+    return {(ndc.x + 1) * width / 2, (ndc.y + 1) * height / 2, (ndc.z + 1) / 2};
+}
+
+float distance(const pos3& a, const pos3& b) {
+    return render::length(a - b);
+}
+
+TEST(camera, looks_at_its_target_upright) {
+    for (const camera_t& camera : {home, camera_t{{-9, -2, -14}, {3, 1, 0}}}) {
+        const pos3 target = pixel_of(camera.target, camera);
+        EXPECT_NEAR(target.x, width / 2, 1e-2);
+        EXPECT_NEAR(target.y, height / 2, 1e-2);
+        const pos3 above = pixel_of(camera.target + dir3{0, 1, 0}, camera);
+        EXPECT_NEAR(above.x, width / 2, 1e-2);
+        EXPECT_GT(above.y, height / 2);
+
+        const mtx3w none = view_matrix(camera) * inverse_view_matrix(camera);
+        for (std::size_t i = 0; i < 16; ++i)
+            EXPECT_NEAR(none[i], mtx3w::identity()[i], 1e-5) << i;
+    }
+}
+
+TEST(camera, point_at_undoes_the_projection) {
+    for (const pos3& p : {pos3{0, 0, 0}, pos3{20, 1, 6}, pos3{-37, 0.5f, 3}}) {
+        const pos3 pixel = pixel_of(p, home);
+        EXPECT_LT(distance(point_at(pixel.x, pixel.y, pixel.z, space_of(home)), p), 0.1f);
+    }
+}
+
+TEST(camera, orbit_keeps_the_point_in_its_place_and_the_horizon_level) {
+    const pos3 about = {20, 1, 6};
+    const pos3 before = pixel_of(about, home);
+    for (const auto& [yaw, pitch] :
+         {std::pair{30.0f, 0.0f}, {0.0f, 20.0f}, {-120.0f, -40.0f}, {720.0f, 1000.0f}}) {
+        const camera_t turned = orbit(home, about, yaw, pitch);
+        const pos3 after = pixel_of(about, turned);
+        EXPECT_NEAR(after.x, before.x, 0.05) << yaw;
+        EXPECT_NEAR(after.y, before.y, 0.05) << yaw;
+        EXPECT_NEAR(distance(turned.eye, turned.target), distance(home.eye, home.target), 1e-3);
+        EXPECT_NEAR(inverse_view_matrix(turned)[1], 0, 1e-5) << "the right axis is horizontal";
+        EXPECT_LT(std::abs(turned.eye.y - turned.target.y), distance(turned.eye, turned.target) * 0.9999f);
+    }
+    EXPECT_GT(orbit(home, home.target, 10, 0).eye.x, 1);
+    EXPECT_GT(orbit(home, home.target, 0, 10).eye.y, home.eye.y + 1);
+}
+
+TEST(camera, zoom_steps_are_even_undo_each_other_and_end_somewhere) {
+    const float start = distance(home.eye, home.target);
+    const camera_t nearer = zoom(home, 1), nearest = zoom(nearer, 1);
+    const float first = distance(nearer.eye, nearer.target), second = distance(nearest.eye, nearest.target);
+    EXPECT_LT(first, start);
+    EXPECT_NEAR(first / start, second / first, 1e-4);
+    EXPECT_EQ(nearer.target, home.target);
+    EXPECT_LT(distance(zoom(nearest, -2).eye, home.eye), 1e-3);
+    for (const int direction : {1, -1}) {
+        camera_t camera = home;
+        for (int i = 0; i < 10000; ++i)
+            camera = zoom(camera, direction);
+        EXPECT_GT(distance(camera.eye, camera.target), 1) << direction;
+        EXPECT_LT(distance(camera.eye, camera.target), 1000) << direction;
+    }
+    EXPECT_EQ(zoom(home, 1000000), home);
+    EXPECT_EQ(zoom(home, -1000000), home);
+}
+
+TEST(camera_controller, drags_with_the_left_button_only) {
+    camera_controller controller(home);
+    const auto drag = [&](int x, int y, float depth = 1) {
+        return controller.drag(x, y, depth, space_of(controller.camera()));
+    };
+    EXPECT_FALSE(drag(300, 100)) << "no button";
+    controller.button(2, 0, 300, 100);
+    EXPECT_FALSE(drag(310, 100)) << "not the left one";
+    controller.button(0, 0, 300, 100);
+    EXPECT_FALSE(drag(300, 100)) << "not moved";
+    EXPECT_TRUE(drag(400, 100));
+    EXPECT_LT(controller.camera().eye.x, -1) << "the picture follows the pointer";
+    EXPECT_LT(distance(controller.camera().target, home.target), 1e-4)
+        << "over the background it turns about the target";
+    EXPECT_TRUE(drag(400, 60));
+    EXPECT_GT(controller.camera().eye.y, home.eye.y + 1);
+    controller.button(0, 1, 400, 60);
+    EXPECT_FALSE(drag(500, 60));
+
+    controller.reset();
+    EXPECT_EQ(controller.camera(), home);
+    controller.move_eye({0, 5, -40});
+    EXPECT_EQ(controller.camera().eye, (pos3{0, 35, -8}));
+    EXPECT_EQ(controller.camera().target, home.target);
+}
+
+TEST(camera_controller, drag_turns_about_the_point_where_it_began) {
+    camera_controller controller(home);
+    const pos3 about = {-20, 0, 6};
+    const pos3 pixel = pixel_of(about, home);
+    controller.button(0, 0, int(pixel.x), int(pixel.y));
+    // Several moves, each seen from where the last one has led.
+    for (const int moved : {10, 35, 90})
+        EXPECT_TRUE(controller.drag(int(pixel.x) + moved, int(pixel.y) - moved / 2, pixel.z,
+                                    space_of(controller.camera())));
+    EXPECT_NEAR(pixel_of(about, controller.camera()).x, pixel.x, 1);
+    EXPECT_NEAR(pixel_of(about, controller.camera()).y, pixel.y, 1);
+}
+
+} // namespace

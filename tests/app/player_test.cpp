@@ -1,0 +1,256 @@
+// The instrument as a state machine: sequences of events with every byte and every trace line they lead to.
+
+#include "player_driver.h"
+
+#include "app/gluty.h"
+
+#include <gtest/gtest.h>
+
+using test_support::player_driver;
+using test_support::player_settings;
+
+namespace {
+
+constexpr char display_reset[] = "f0 41 10 16 12 20 01 00 00 5f f7";
+
+struct sequence {
+    const char *name, *events, *sent, *traced;
+    player_settings settings = {};
+};
+
+void PrintTo(const sequence& s, std::ostream* out) {
+    *out << s.name;
+}
+
+class sequences : public testing::TestWithParam<sequence> {};
+
+TEST_P(sequences, send_and_trace) {
+    const sequence& s = GetParam();
+    player_driver driver(s.settings);
+    driver.play(s.events);
+    EXPECT_EQ(driver.sent(), s.sent);
+    EXPECT_EQ(driver.traced(), s.traced);
+}
+
+std::string name_of(const testing::TestParamInfo<sequence>& info) {
+    std::string name = info.param.name;
+    for (char& c : name)
+        if (c == ' ') c = '_';
+    return name;
+}
+
+const sequence typing[] = {
+    {"one key", "+z -z", "91 2d 7f; 91 2d 00", "key: 0x7a, 'z', note: 45\n"},
+    {"a held chord", "+z +c +b -c -z -b", "91 2d 7f; 91 30 7f; 91 34 7f; 91 30 00; 91 2d 00; 91 34 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\nkey: 0x62, 'b', note: 52\n"},
+    {"both manuals meet", "+q +/ -q -/", "91 3c 7f; 91 3c 7f; 91 3c 00; 91 3c 00",
+     "key: 0x71, 'q', note: 60\nkey: 0x2f, '/', note: 60\n"},
+    {"notes wrap at 127",
+     "+[ -[",
+     "90 23 7f; 90 23 00",
+     "key: 0x5b, '[', note: 35\n",
+     {.channel = 0, .notebase = 120}},
+    {"repeated presses all sound", "+z +z -z", "91 2d 7f; 91 2d 7f; 91 2d 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x7a, 'z', note: 45\n"},
+    {"a release without a press", "-z", "91 2d 00", ""},
+    {"unmapped keys", "+A +1 +255 -1 -255", "", "key 0x41, 'A'\nkey 0x31, '1'\nkey 0xff, '\xff'\n"},
+    {"tab", "+Tab -Tab", "", "key 0x9, '\t'\n"},
+    {"return", "+Return -Return", "", "return\n"},
+    {"a note released as a capital", "+z F+112 -Z F-112", "91 2d 7f; 91 2d 00", "key: 0x7a, 'z', note: 45\n"},
+    {"a capital alone", "+Z -Z", "", "key 0x5a, 'Z'\n"},
+    {"a capital released in lower case", "F+112 +Z F-112 -z", "91 2d 00", "key 0x5a, 'Z'\n"},
+};
+INSTANTIATE_TEST_SUITE_P(typing, sequences, testing::ValuesIn(typing), name_of);
+
+const sequence holding[] = {
+    {"space holds until it is released", "+Space +z +c -z -c -Space", "91 2d 7f; 91 30 7f; b1 7b 00",
+     "keep: 0x20, ' '\nkey: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\nalloff\n"},
+    {"after space keys work as before", "+Space -Space +z -z", "b1 7b 00; 91 2d 7f; 91 2d 00",
+     "keep: 0x20, ' '\nalloff\nkey: 0x7a, 'z', note: 45\n"},
+    {"an octave change leaves the note until space", "+z F+104 -z +Space -Space",
+     "91 2d 7f; 91 39 00; b1 7b 00", "key: 0x7a, 'z', note: 45\nnotebase to 48\nkeep: 0x20, ' '\nalloff\n"},
+    {"space ends notes of other channels too", "+z F+108 -z +c +Space -Space",
+     "91 2d 7f; 92 2d 00; 92 30 7f; b2 7b 00; 91 2d 00",
+     "key: 0x7a, 'z', note: 45\nnewch to 2\nkey: 0x63, 'c', note: 48\nkeep: 0x20, ' '\nalloff\n"},
+    {"focus lost with keys down", "+z +c focuslost -z", "91 2d 7f; 91 30 7f; 91 30 00; 91 2d 00; 91 2d 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\n"},
+    {"focus lost while space holds", "+Space +z focuslost -Space", "91 2d 7f; b1 7b 00",
+     "keep: 0x20, ' '\nkey: 0x7a, 'z', note: 45\nalloff\n"},
+    {"focus lost with shift and alt down", "F+112 focuslost F+1 F+116 focuslost press:60",
+     "f0 41 10 16 12 10 00 01 01 00 00 6e f7; 91 3c 7f", "newrevb to 1, 0, 0\nnote: 60\n"},
+};
+INSTANTIATE_TEST_SUITE_P(holding, sequences, testing::ValuesIn(holding), name_of);
+
+const sequence settings[] = {
+    {"velocity", "++ ++ +* +z", "91 2d 7e", "vel: 0x7e\nvel: 0x7d\nvel: 0x7e\nkey: 0x7a, 'z', note: 45\n"},
+    {"velocity below 0", "++", "", "vel: 0x7f\n", {.velocity = 0}},
+    {"velocity above 127", "+*", "", "vel: 0x0\n"},
+    {"channel", "F+108 +Delete +Delete +Delete +z", "9f 2d 7f",
+     "newch to 2\nnewch to 1\nnewch to 0\nnewch to 15\nkey: 0x7a, 'z', note: 45\n"},
+    {"channel above 15", "F+108", "", "newch to 0\n", {.channel = 15}},
+    {"octaves", "F+104 F+104 F+105 F+105 F+105 F+105 F+105", "",
+     "notebase to 48\nnotebase to 60\nnotebase to 48\nnotebase to 36\nnotebase to 24\nnotebase to "
+     "12\nnotebase to 0\n"},
+    {"octaves wrap",
+     "F+104 F+105 F+105",
+     "",
+     "notebase to 4\nnotebase to 120\nnotebase to 108\n",
+     {.notebase = 120}},
+    {"programs", "F+107 F+106 F+106", "c1 7f; c1 00; c1 01",
+     "pgmchg to 0x7f\npgmchg to 0x0\npgmchg to 0x1\n"},
+    {"a given program is sent", "", "c1 00", "", {.program_given = true}},
+    {"reverb mode", "F+1 F+1 F+1 F+1",
+     "f0 41 10 16 12 10 00 01 01 00 00 6e f7; f0 41 10 16 12 10 00 01 02 00 00 6d f7; "
+     "f0 41 10 16 12 10 00 01 03 00 00 6c f7; f0 41 10 16 12 10 00 01 00 00 00 6f f7",
+     "newrevb to 1, 0, 0\nnewrevb to 2, 0, 0\nnewrevb to 3, 0, 0\nnewrevb to 0, 0, 0\n"},
+    {"reverb time backwards", "F+112 F+2 F-112 F+2 F+2",
+     "f0 41 10 16 12 10 00 01 00 07 00 68 f7; f0 41 10 16 12 10 00 01 00 00 00 6f f7; "
+     "f0 41 10 16 12 10 00 01 00 01 00 6e f7",
+     "newrevb to 0, 7, 0\nnewrevb to 0, 0, 0\nnewrevb to 0, 1, 0\n"},
+    {"reverb level keeps the others", "F+1 F+113 F+3",
+     "f0 41 10 16 12 10 00 01 01 00 00 6e f7; "
+     "f0 41 10 16 12 10 00 01 01 00 07 67 f7",
+     "newrevb to 1, 0, 0\nnewrevb to 1, 0, 7\n"},
+    {"reverb send", "F+4 F+112 F+4 F+4", "b1 5b 01; b1 5b 00; b1 5b 7f",
+     "cchg revb to 0x1\ncchg revb to 0x0\ncchg revb to 0x7f\n"},
+    {"shift reverses F1 to F4 only", "F+112 F+104 F+106 F+108", "c1 01",
+     "notebase to 48\npgmchg to 0x1\nnewch to 2\n"},
+    {"keys without a function", "F+5 F+12 F+100 F+114 F+115 F+118 F+-1 F-114", "",
+     "spkey: 0x5\nspkey: 0xc\nspkey: 0x64\nspkey: 0x72\nspkey: 0x73\nspkey: 0x76\nspkey: 0xffffffff\n"},
+};
+INSTANTIATE_TEST_SUITE_P(settings, sequences, testing::ValuesIn(settings), name_of);
+
+const sequence modes[] = {
+    {"alt while shift is held changes nothing", "F+112 F+116 F-116 F+1",
+     "f0 41 10 16 12 10 00 01 03 00 00 6c f7", "newrevb to 3, 0, 0\n"},
+    {"alt does not reverse", "F+116 F+1", "f0 41 10 16 12 10 00 01 01 00 00 6e f7", "newrevb to 1, 0, 0\n"},
+    {"the other shift key releases", "F+112 F-113 F+4", "b1 5b 01", "cchg revb to 0x1\n"},
+    {"shift released leaves the camera mode", "F+117 F-112 press:60", "", ""},
+    {"tab released ends the camera mode", "F+116 -Tab press:60", "91 3c 7f", "note: 60\n"},
+    {"tab released leaves the shift mode", "F+112 -Tab F+4", "b1 5b 7f", "cchg revb to 0x7f\n"},
+};
+INSTANTIATE_TEST_SUITE_P(modes, sequences, testing::ValuesIn(modes), name_of);
+
+const sequence mouse[] = {
+    {"press and release over a key", "press:60 release:60", "91 3c 7f; 91 3c 00", "note: 60\n"},
+    {"a drag stops each note before the next", "press:60 drag:60 drag:62 drag:64 release:64",
+     "91 3c 7f; 91 3c 00; 91 3e 7f; 91 3e 00; 91 40 7f; 91 40 00", "note: 60\nnote: 62\nnote: 64\n"},
+    {"a drag off the keyboard and back",
+     "press:60 drag: drag:60 release:", "91 3c 7f; 91 3c 00; 91 3c 7f; 91 3c 00", "note: 60\nnote: 60\n"},
+    {"beside the keyboard", "press: drag: release:", "", ""},
+    {"released over another key than the sounding one", "press:60 release:72", "91 3c 7f; 91 3c 00; 91 48 00",
+     "note: 60\n"},
+    {"moved without a button", "drag:60", "", ""},
+    {"alt comes in between", "press:60 F+116 drag:62 release:62", "91 3c 7f; 91 3c 00", "note: 60\n"},
+    {"shift comes in between", "press:60 F+112 drag:62 release:60 F-112 drag:64", "91 3c 7f; 91 3c 00",
+     "note: 60\n"},
+    {"shift clicks do nothing", "F+112 press:60 release:60", "", ""},
+    {"camera drags do nothing to notes", "F+116 press:60 drag:62 wheel:1 release:62 F-116 drag:60", "", ""},
+    {"key 0 is a key", "press:0 drag:127 release:127", "91 00 7f; 91 00 00; 91 7f 7f; 91 7f 00",
+     "note: 0\nnote: 127\n"},
+    {"a lost focus ends the note", "press:60 focuslost drag:62", "91 3c 7f; 91 3c 00", "note: 60\n"},
+    {"the channel changes in between", "press:60 F+108 release:60 +Space -Space",
+     "91 3c 7f; 92 3c 00; b2 7b 00; 91 3c 00", "note: 60\nnewch to 2\nkeep: 0x20, ' '\nalloff\n"},
+};
+INSTANTIATE_TEST_SUITE_P(mouse, sequences, testing::ValuesIn(mouse), name_of);
+
+// The manuals are chromatic from end to end.
+TEST(player, every_character_of_the_key_map) {
+    struct {
+        const char* characters;
+        int first;
+    } const manuals[] = {{"azsxcfvgbnjmk,l./:\\]", 8}, {"q2w3er5t6y7ui9o0p@^[", 24}};
+    std::string mapped = "\t\r\x1b +*\x7f";
+    player_driver driver;
+    for (const auto& manual : manuals) {
+        mapped += manual.characters;
+        for (int at = 0; manual.characters[at]; ++at) {
+            driver.play(std::string("+") + manual.characters[at]);
+            const std::uint8_t bytes[] = {0x91, std::uint8_t(36 + manual.first + at), 0x7f};
+            EXPECT_EQ(driver.sent(), test_support::hex(bytes, 3)) << manual.characters[at];
+            driver.play(std::string("-") + manual.characters[at]);
+            driver.sent();
+        }
+    }
+    driver.sent();
+    driver.traced();
+    for (int c = 0; c < 256; ++c) {
+        if (mapped.find(static_cast<char>(c)) != std::string::npos) continue;
+        driver.player().keyboard(static_cast<unsigned char>(c), 0, 0);
+        driver.player().keyboardup(static_cast<unsigned char>(c), 0, 0);
+        EXPECT_EQ(driver.sent(), "") << c;
+        char line[32];
+        const int length = std::snprintf(line, sizeof line, "key 0x%x, '%c'\n", c, c);
+        EXPECT_EQ(driver.traced(), std::string(line, static_cast<std::size_t>(length))) << c;
+    }
+}
+
+TEST(player, the_end_stops_what_sounds_and_resets_the_display) {
+    player_driver driver;
+    driver.play("+z +c -z F+108 +b press:3");
+    driver.sent();
+    driver.end();
+    EXPECT_EQ(driver.sent(), std::string("91 30 00; 92 03 00; 92 34 00; ") + display_reset);
+
+    player_driver silent;
+    silent.end();
+    EXPECT_EQ(silent.sent(), display_reset);
+}
+
+TEST(player, keys_move_in_the_picture_with_their_notes) {
+    player_driver driver;
+    const auto& scene = driver.player().scene();
+    driver.play("+z press:60");
+    EXPECT_TRUE(scene.pressed(45) && scene.pressed(60));
+    driver.play("drag:61 -z");
+    EXPECT_TRUE(!scene.pressed(45) && !scene.pressed(60) && scene.pressed(61));
+    driver.play("+Space +z -z");
+    EXPECT_TRUE(scene.pressed(45));
+    driver.play("-Space");
+    EXPECT_FALSE(scene.pressed(45) || scene.pressed(61));
+}
+
+TEST(player, camera_moves_in_camera_mode_and_return_brings_it_home) {
+    player_driver driver;
+    driver.player().reshape(800, 200);
+    driver.play("+Return");
+    const quenvarel::camera_t home = driver.player().camera();
+    driver.play("wheel:1 press: drag: release:");
+    EXPECT_EQ(driver.player().camera(), home);
+    driver.play("F+116 wheel:1");
+    const quenvarel::camera_t nearer = driver.player().camera();
+    EXPECT_LT(nearer.eye.y, home.eye.y);
+    driver.play("press: drag: release: drag:");
+    EXPECT_NE(driver.player().camera(), nearer);
+    const quenvarel::camera_t turned = driver.player().camera();
+    driver.play("drag:");
+    EXPECT_EQ(driver.player().camera(), turned) << "the button is up";
+    driver.play("+Return");
+    EXPECT_EQ(driver.player().camera(), home);
+    EXPECT_EQ(driver.sent(), "");
+}
+
+TEST(player, a_program_path_that_is_missing) {
+    test_support::recording_service service;
+    midi::midi_out_t port(service);
+    quenvarel::midi_port = &port;
+    try {
+        quenvarel::Quenvarel player(nullptr, 0, 0, 0, 0, false);
+        FAIL();
+    } catch (const std::logic_error& error) {
+        EXPECT_STREQ(error.what(), "basic_string::_M_construct null not valid");
+    }
+    quenvarel::midi_port = nullptr;
+}
+
+// Last: the request stays with the one registry of the process.
+TEST(player, zz_escape_leaves_the_loop_and_holds) {
+    player_driver driver;
+    EXPECT_FALSE(gems::registry->leaving());
+    driver.play("+z +Escape -z -Escape");
+    EXPECT_TRUE(gems::registry->leaving());
+    EXPECT_EQ(driver.sent(), "91 2d 7f");
+    EXPECT_EQ(driver.traced(), "key: 0x7a, 'z', note: 45\nkeep: 0x1b, '\x1b'\n");
+}
+
+} // namespace

@@ -1,0 +1,12 @@
+#pragma once
+// For tests of code that must not allocate. A test program that uses this adds support/allocations.cpp to its
+// sources; that file stands alone so that no compiler sees both ends of an allocation.
+
+#include <cstddef>
+
+namespace test_support {
+
+// How often operator new was called since the program began.
+extern std::size_t allocations;
+
+} // namespace test_support
