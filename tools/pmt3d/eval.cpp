@@ -1,0 +1,41 @@
+// pmt3d eval TEXT: what a numeric field of a model file is worth.
+
+#include "libutils/expression.h"
+#include "libutils/number.h"
+#include "subcommand.h"
+
+#include <cmath>
+#include <iostream>
+
+namespace tool {
+
+namespace {
+
+int run(arguments words) {
+    if (words.size() != 1) return usage_error(eval, "exactly one TEXT is needed.");
+    const char* text = words[0];
+    const char* end = nullptr;
+    const double value = libutils::evaluate(text, &end);
+    if (std::isnan(value)) // whose sign says nothing
+        std::cout << "nan";
+    else
+        std::cout << libutils::float_text(value, 9);
+    std::cout << ' ' << end - text << '\n';
+    return success;
+}
+
+} // namespace
+
+const subcommand eval = {
+    "eval",
+    "TEXT",
+    "evaluate an expression as the numeric fields of model files are",
+    "Prints the value with nine significant digits and the position in TEXT where the field ends, counted "
+    "from 0.\n"
+    "Mistakes in the expression are reported on standard error; the value is then what was computed before "
+    "them.\n"
+    "Example: pmt3d eval '2*(3+4), 5' prints 14 7\n",
+    run,
+};
+
+} // namespace tool
