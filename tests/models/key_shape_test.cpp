@@ -1,0 +1,151 @@
+#include "models/key_layout.h"
+#include "models/key_shape.h"
+#include "models/stripping.h"
+#include "render/math/operations.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+#include <random>
+#include <set>
+#include <tuple>
+
+using namespace models;
+using render::pos3;
+
+namespace {
+
+std::vector<triangle> assemble(const std::vector<pmt3d::element_t>& elements) {
+    std::vector<triangle> triangles;
+    pmt3d::for_each_triangle(elements, pmt3d::strip_end, [&](std::uint64_t, bool, auto a, auto b, auto c) {
+        triangles.push_back({a, b, c});
+    });
+    return triangles;
+}
+
+// Starting with the smallest index, so that equal triangles of equal winding compare equal.
+triangle turned(triangle t) {
+    std::rotate(t.begin(), std::min_element(t.begin(), t.end()), t.end());
+    return t;
+}
+
+} // namespace
+
+TEST(Strips, KeepEveryTriangleAndItsWinding) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 20; ++round) {
+        // A grid of quads cut along either diagonal, with holes, in shuffled order.
+        constexpr std::uint32_t width = 9;
+        std::vector<triangle> triangles;
+        for (std::uint32_t y = 0; y + 1 < width; ++y)
+            for (std::uint32_t x = 0; x + 1 < width; ++x) {
+                const std::uint32_t a = y * width + x, b = a + 1, c = a + width, d = c + 1;
+                if (random() % 7 == 0) continue;
+                if (random() % 2)
+                    triangles.insert(triangles.end(), {{a, b, c}, {b, d, c}});
+                else
+                    triangles.insert(triangles.end(), {{a, b, d}, {a, d, c}});
+            }
+        std::shuffle(triangles.begin(), triangles.end(), random);
+        const auto elements = make_strips(triangles);
+        std::multiset<triangle> before, after;
+        for (const triangle& t : triangles)
+            before.insert(turned(t));
+        for (const triangle& t : assemble(elements))
+            after.insert(turned(t));
+        ASSERT_EQ(before, after);
+        EXPECT_LT(elements.size(), 3 * triangles.size());
+    }
+    EXPECT_TRUE(make_strips({}).empty());
+}
+
+TEST(KeyLayout, FillsSeventyFiveUnitsWithoutOverlapOrHole) {
+    float front = -37.5f, back = -37.5f;
+    int white = 0;
+    for (int note = 0; note < key_count; ++note) {
+        const key_place place = place_of(note);
+        EXPECT_NEAR(place.tail_left, back, 1e-4f) << note; // behind, whites and blacks alternate
+        back = place.tail_right;
+        if (place.black) continue;
+        ++white;
+        EXPECT_NEAR(place.left, front, 1e-4f) << note;
+        EXPECT_NEAR(place.right - place.left, 1, 1e-4f) << note;
+        front = place.right;
+    }
+    EXPECT_EQ(white, white_key_count);
+    EXPECT_NEAR(front, 37.5f, 1e-4f);
+    EXPECT_NEAR(back, 37.5f, 1e-4f); // the last G has no cut-out on its right
+}
+
+TEST(KeyLayout, BlackKeysLieTwoAndThreeAndOffTheLines) {
+    // How far the middle of a black key lies to the right of the line between its white neighbours.
+    const std::map<int, float> offsets{{1, -0.10f}, {3, 0.10f}, {6, -0.15f}, {8, 0.0f}, {10, 0.15f}};
+    for (int note = 0; note < key_count; ++note) {
+        const auto expected = offsets.find(note % 12);
+        const key_place place = place_of(note);
+        ASSERT_EQ(place.black, expected != offsets.end()) << note;
+        if (!place.black) continue;
+        const float middle = (place.left + place.right) / 2;
+        EXPECT_NEAR(middle - place_of(note - 1).right, expected->second, 0.01f) << note;
+    }
+}
+
+TEST(KeyShape, IsASolidWithinItsPlace) {
+    for (int note = 0; note < key_count; ++note) {
+        SCOPED_TRACE(note);
+        const key_mesh mesh = make_key(note);
+        const key_place place = place_of(note);
+        // Vertices in one place count as one: an edge of a closed surface then has exactly two triangles,
+        // which run along it in opposite directions.
+        std::map<std::tuple<float, float, float>, std::size_t> places;
+        std::vector<std::size_t> id;
+        for (const key_vertex& v : mesh.vertices) {
+            const pos3& p = v.position;
+            id.push_back(places.emplace(std::tuple(p.x, p.y, p.z), places.size()).first->second);
+            EXPECT_GT(p.x, place.left);
+            EXPECT_LT(p.x, place.right);
+            EXPECT_GE(p.z, 0);
+            EXPECT_LE(p.z, place.black ? black_length : white_length);
+            if (p.z < black_length) {
+                EXPECT_GT(p.x, place.tail_left);
+                EXPECT_LT(p.x, place.tail_right);
+            }
+            EXPECT_LE(p.y, place.black ? 0.5f : 0.0f);
+            EXPECT_NEAR(render::length(v.normal), 1, 1e-3f);
+            EXPECT_NEAR(render::dot(v.normal, v.tangent), 0, 1e-3f);
+            EXPECT_NEAR(render::dot(render::cross(v.tangent, v.binormal), v.normal), 1, 2e-3f);
+            EXPECT_TRUE(v.color.r > 0 && v.color.r <= 1 && v.color.a == 1);
+        }
+        std::map<std::pair<std::size_t, std::size_t>, int> edges;
+        float volume = 0;
+        for (const triangle& t : assemble(mesh.elements)) {
+            const pos3 &a = mesh.vertices[t[0]].position, &b = mesh.vertices[t[1]].position,
+                       &c = mesh.vertices[t[2]].position;
+            const render::dir3 across = render::cross(b - a, c - b);
+            EXPECT_GT(render::length(across), 1e-5f);
+            volume += render::dot(across, render::dir3{a.x - place.left, a.y, a.z}) / 6;
+            for (int k = 0; k < 3; ++k)
+                ++edges[{id[t[k]], id[t[(k + 1) % 3]]}];
+        }
+        for (const auto& [edge, count] : edges) {
+            EXPECT_EQ(count, 1);
+            EXPECT_TRUE(edges.contains({edge.second, edge.first}));
+        }
+        EXPECT_GT(volume, 1.0f); // counter-clockwise from outside
+        EXPECT_LT(volume, 6.4f);
+        EXPECT_LT(mesh.vertices.size(), 120u);
+    }
+}
+
+TEST(KeyShape, NeighboursWearDifferentPiecesOfThePictures) {
+    const auto picture_at_front = [](int note) {
+        const key_vertex v = make_key(note).vertices.front();
+        const float s = v.texcoord.s - v.position.x / 2; // relative to the key's place
+        return s - std::floor(s);
+    };
+    for (int note = 0; note + 1 < key_count; ++note)
+        EXPECT_GT(std::abs(picture_at_front(note) - picture_at_front(note + 1)), 0.1f) << note;
+}
