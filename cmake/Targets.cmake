@@ -24,7 +24,7 @@ function(quenvarel_program name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE quenvarel_warnings ${arg_LINKS})
   if(WIN32)
-    target_link_options(${name} PRIVATE -static -mconsole $<$<CONFIG:Release>:-s>)
+    target_link_options(${name} PRIVATE -static -mconsole)
   endif()
 endfunction()
 
