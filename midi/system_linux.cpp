@@ -1,18 +1,27 @@
 #include "midi/system.h"
 
 #include "midi/drivers/joined.h"
+#include "midi/drivers/rtmidi.h"
+#include "midi/drivers/smf.h"
+#include "midi/drivers/synth.h"
 
 namespace midi {
 
 // The services are never destroyed: a port is closed by an exit handler, when static objects are gone
 // already.
 output_service_t& system_outputs() {
-    static joined_outputs& all = *new joined_outputs;
+    static joined_outputs& all = *[] {
+        auto* joined = new joined_outputs;
+        joined->add(std::make_unique<rtmidi_outputs>());
+        joined->add(std::make_unique<synth_outputs>());
+        joined->add(std::make_unique<smf_outputs>());
+        return joined;
+    }();
     return all;
 }
 
 input_service_t& system_inputs() {
-    static joined_inputs& all = *new joined_inputs;
+    static input_service_t& all = *new rtmidi_inputs;
     return all;
 }
 

@@ -1,0 +1,58 @@
+#pragma once
+// Watches the JACK server beside a client that cannot tell by itself whether the server still takes its
+// messages.
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct _jack_client; // JACK's own name for its client type
+
+namespace midi {
+
+// The MIDI ports that can be sent to, or that can be received from; nothing when no server runs. Never starts
+// one.
+enum class jack_direction { to_port, from_port };
+std::optional<std::vector<std::string>> jack_midi_ports(jack_direction direction);
+
+// A client of its own that counts the server's cycles. Used from one thread.
+class jack_watch {
+public:
+    // Null when no server runs.
+    static std::unique_ptr<jack_watch> start();
+    ~jack_watch();
+    jack_watch(const jack_watch&) = delete;
+    jack_watch& operator=(const jack_watch&) = delete;
+
+    // True once the server has ended.
+    bool gone() const { return gone_; }
+    // Finds the sender's port, which has appeared under this name since the watch was started and must keep
+    // existing; false when it is not there, or not connected to the port called peer (unless that is empty).
+    bool find_port(const std::string& name, const std::string& peer);
+    // Asks whether so many bytes may be given to a sender that blocks for ever once 16 KB wait for a server
+    // that has stopped. Waits for the server's next cycles when half of that may be waiting; false when they
+    // do not come, the server is gone, or the port is.
+    bool admit(std::size_t bytes);
+
+private:
+    jack_watch() = default;
+    static int cycle(std::uint32_t frames, void* watch);
+    static void shut_down(void* watch);
+    bool wait_for_cycles();
+
+    _jack_client* client_ = nullptr;
+    std::vector<std::string> ports_before_; // the MIDI sources when the watch was started
+    std::string port_;
+    std::atomic<std::uint32_t> cycles_{0};
+    std::atomic<bool> gone_{false};
+    std::uint32_t cycles_before_ = 0; // when waiting_ was last known to be 0
+    std::size_t waiting_ = 0;         // bytes admitted since, an upper limit of what may wait
+    std::size_t unchecked_ = 0;       // bytes admitted since the port was last seen
+    bool stalled_ = false;
+};
+
+} // namespace midi

@@ -1,0 +1,97 @@
+#include "midi/drivers/recorder.h"
+
+#include "midi/message.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace midi {
+
+namespace {
+
+constexpr std::size_t most_waiting = 4096;
+constexpr std::chrono::milliseconds pause{20}, patience{200};
+constexpr result_t cannot_record = 1, bad_message = 2, too_many = 3;
+
+} // namespace
+
+recorder::recorder(std::unique_ptr<recording_t> recording)
+    : recording_(std::move(recording)),
+      ring_(most_waiting),
+      thread_([this] { run(); }) {}
+
+recorder::~recorder() {
+    recorder::close();
+}
+
+result_t recorder::short_message(std::uint32_t message) {
+    const short_bytes_t unpacked = unpack(message);
+    return unpacked.length ? put(unpacked.bytes, unpacked.length) : bad_message;
+}
+
+result_t recorder::long_message(const std::uint8_t* bytes, std::size_t length) {
+    result_t result = no_error;
+    each_message(bytes, length, [&](const std::uint8_t* message, std::size_t count) {
+        const result_t taken = put(message, count);
+        if (result == no_error) result = taken;
+    });
+    return result;
+}
+
+result_t recorder::put(const std::uint8_t* bytes, std::size_t length) {
+    if (failed_) return cannot_record;
+    std::unique_lock lock(mutex_);
+    if (!made_room_.wait_for(lock, patience, [this] { return waiting_ < most_waiting; })) return too_many;
+    entry& next = ring_[(first_ + waiting_) % most_waiting];
+    next.time = clock::now();
+    next.length = length <= sizeof next.bytes ? length : 0;
+    if (next.length)
+        std::copy_n(bytes, length, next.bytes);
+    else
+        next.long_bytes = std::make_unique<std::vector<std::uint8_t>>(bytes, bytes + length);
+    ++waiting_;
+    lock.unlock();
+    arrived_.notify_one();
+    return no_error;
+}
+
+bool recorder::record(entry& next) {
+    if (next.length) return recording_->message(seconds(next.time), next.bytes, next.length);
+    const auto bytes = std::move(next.long_bytes);
+    return recording_->message(seconds(next.time), bytes->data(), bytes->size());
+}
+
+void recorder::run() {
+    std::unique_lock lock(mutex_);
+    bool ending = false;
+    while (!ending) {
+        arrived_.wait_for(lock, pause, [this] { return waiting_ > 0 || closing_; });
+        // Taken under the lock: whatever is put from here on has a later time.
+        const clock::time_point now = clock::now();
+        const std::size_t taken = waiting_;
+        ending = closing_;
+        lock.unlock();
+        for (std::size_t i = 0; i < taken && !failed_; ++i)
+            failed_ = !record(ring_[(first_ + i) % most_waiting]);
+        if (!failed_) failed_ = !recording_->advance(seconds(now));
+        if (ending) recording_->finish(seconds(now));
+        lock.lock();
+        first_ = (first_ + taken) % most_waiting;
+        waiting_ -= taken;
+        made_room_.notify_one();
+    }
+}
+
+result_t recorder::close() {
+    if (thread_.joinable()) {
+        {
+            const std::lock_guard lock(mutex_);
+            closing_ = true;
+        }
+        arrived_.notify_one();
+        thread_.join();
+    }
+    return failed_ ? cannot_record : no_error;
+}
+
+} // namespace midi

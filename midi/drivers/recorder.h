@@ -1,0 +1,70 @@
+#pragma once
+// Takes messages with the time at which they were sent and hands them to a recording on a thread of its own,
+// so that rendering and writing never hold up the player.
+
+#include "midi/driver.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace midi {
+
+// What is recorded into. All calls come from the recorder's thread, in the order of their times: seconds
+// since the recorder was made. False means that it cannot go on; no call but finish follows.
+class recording_t {
+public:
+    virtual ~recording_t() = default;
+    // One complete message.
+    virtual bool message(double time, const std::uint8_t* bytes, std::size_t length) = 0;
+    // Nothing happened until this time. Called at least every 50 ms.
+    virtual bool advance(double time) = 0;
+    // The end, once.
+    virtual void finish(double time) = 0;
+};
+
+class recorder : public output_device_t {
+public:
+    explicit recorder(std::unique_ptr<recording_t> recording);
+    ~recorder() override;
+
+    // Fails for what is no complete message, after the recording has failed, and when thousands of messages
+    // wait.
+    result_t short_message(std::uint32_t message) override;
+    result_t long_message(const std::uint8_t* bytes, std::size_t length) override;
+    // Returns when everything has been recorded.
+    result_t close() override;
+
+private:
+    using clock = std::chrono::steady_clock;
+    struct entry {
+        clock::time_point time;
+        std::uint8_t bytes[4];
+        std::size_t length; // 0: long_bytes has the message
+        std::unique_ptr<std::vector<std::uint8_t>> long_bytes;
+    };
+
+    result_t put(const std::uint8_t* bytes, std::size_t length);
+    void run();
+    bool record(entry& next);
+    double seconds(clock::time_point time) const {
+        return std::chrono::duration<double>(time - begin_).count();
+    }
+
+    std::unique_ptr<recording_t> recording_;
+    const clock::time_point begin_ = clock::now();
+    std::vector<entry> ring_; // the waiting ones begin at first_; the thread reads them unlocked
+    std::size_t first_ = 0, waiting_ = 0;
+    bool closing_ = false;
+    std::atomic<bool> failed_{false};
+    std::mutex mutex_;
+    std::condition_variable arrived_, made_room_;
+    std::thread thread_;
+};
+
+} // namespace midi

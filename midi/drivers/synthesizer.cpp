@@ -1,0 +1,108 @@
+#include "midi/drivers/synthesizer.h"
+
+#include "midi/drivers/quiet.h"
+#include "midi/drivers/synth.h"
+#include "midi/message.h"
+
+#include <cmath>
+#include <string>
+
+namespace midi {
+
+namespace {
+
+// Loud enough beside other programs, with room for two hands.
+constexpr double gain = 0.8;
+constexpr int all_groups = -1, all_channels = -1, channels = 16;
+constexpr int sustain_pedal = 64, reverb_send = 91;
+// How much of a channel goes to the reverb at first: enough that the reverb can be heard.
+constexpr int first_reverb_send = 80;
+
+// What a module's reverb mode is to FluidSynth, whose parameters all go from 0 to 1: the room size of the
+// shortest and of the longest time, how much the high tones are damped, how wide it is in stereo.
+struct reverb_character {
+    double shortest, longest, damping, width;
+};
+constexpr reverb_character reverb_characters[4] = {
+    {0.3, 0.6, 0.6, 0.4},   // room
+    {0.5, 0.8, 0.3, 1.0},   // hall
+    {0.4, 0.75, 0.0, 0.7},  // plate
+    {0.35, 0.75, 0.9, 0.0}, // tap delay, as far as a reverb can be one
+};
+// The lowest level is not silence, so that a change of mode or time is always heard.
+constexpr double least_reverb = 0.25, most_reverb = 1.0;
+
+} // namespace
+
+std::unique_ptr<synthesizer> synthesizer::make(double sample_rate) {
+    const std::string soundfont = find_soundfont();
+    if (soundfont.empty()) return nullptr;
+    std::unique_ptr<synthesizer> made(new synthesizer);
+    made->settings_.reset(new_fluid_settings());
+    if (!made->settings_) return nullptr;
+    fluid_settings_setnum(made->settings(), "synth.sample-rate", sample_rate);
+    fluid_settings_setnum(made->settings(), "synth.gain", gain);
+    made->synth_.reset(new_fluid_synth(made->settings()));
+    if (!made->synth_ || fluid_synth_sfload(made->synth(), soundfont.c_str(), 1) == FLUID_FAILED)
+        return nullptr;
+    made->set_reverb();
+    for (int channel = 0; channel < channels; ++channel)
+        fluid_synth_cc(made->synth(), channel, reverb_send, first_reverb_send);
+    return made;
+}
+
+void synthesizer::message(const std::uint8_t* bytes, std::size_t length) {
+    const int channel = bytes[0] & 0x0F;
+    switch (bytes[0] & 0xF0) {
+    case 0x80:
+        fluid_synth_noteoff(synth(), channel, bytes[1]);
+        break;
+    case 0x90:
+        if (bytes[2] > 0)
+            fluid_synth_noteon(synth(), channel, bytes[1], bytes[2]);
+        else
+            fluid_synth_noteoff(synth(), channel, bytes[1]);
+        break;
+    case 0xA0:
+        fluid_synth_key_pressure(synth(), channel, bytes[1], bytes[2]);
+        break;
+    case 0xB0:
+        fluid_synth_cc(synth(), channel, bytes[1], bytes[2]);
+        break;
+    case 0xC0:
+        fluid_synth_program_change(synth(), channel, bytes[1]);
+        break;
+    case 0xD0:
+        fluid_synth_channel_pressure(synth(), channel, bytes[1]);
+        break;
+    case 0xE0:
+        fluid_synth_pitch_bend(synth(), channel, bytes[1] | bytes[2] << 7);
+        break;
+    default:
+        if (bytes[0] == 0xFF)
+            fluid_synth_system_reset(synth());
+        else if (bytes[0] == sysex_begin && module_.receive(bytes, length) == roland_module::change::reverb)
+            set_reverb();
+        else if (bytes[0] == sysex_begin)
+            fluid_synth_sysex(synth(), reinterpret_cast<const char*>(bytes + 1), static_cast<int>(length - 2),
+                              nullptr, nullptr, nullptr, 0);
+    }
+}
+
+void synthesizer::release_all() {
+    for (int channel = 0; channel < channels; ++channel)
+        fluid_synth_cc(synth(), channel, sustain_pedal, 0);
+    fluid_synth_all_notes_off(synth(), all_channels);
+}
+
+void synthesizer::set_reverb() {
+    const reverb_character& character = reverb_characters[module_.reverb_mode];
+    const double room = std::lerp(character.shortest, character.longest, module_.reverb_time / 7.0);
+    const double level = std::lerp(least_reverb, most_reverb, module_.reverb_level / 7.0);
+    fluid_synth_set_reverb_group_roomsize(synth(), all_groups, room);
+    fluid_synth_set_reverb_group_damp(synth(), all_groups, character.damping);
+    fluid_synth_set_reverb_group_width(synth(), all_groups, character.width);
+    fluid_synth_set_reverb_group_level(synth(), all_groups, level);
+}
+
+} // namespace midi
