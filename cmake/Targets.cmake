@@ -37,20 +37,20 @@ function(quenvarel_test name)
   quenvarel_add_test(${name} ${name} ${ARGN})
 endfunction()
 
-# quenvarel_live_test(<name> SOURCES <file...> LINKS <library...> [LINUX] [WINDOWS] [<options of quenvarel_test>])
-# A test that starts whole programs as a user does: those of Linux, those of Windows under Wine, or the one after the
-# other, as said. It is a native program in either case. The release preset builds it and runs it on its own programs;
-# the windows preset has it built there (target live_tests) and names it the command that starts the Windows player
-# in the environment variable QUENVAREL_UNDER_TEST. The other programs are started beside that one.
+# quenvarel_live_test(<name> SOURCES <file...> LINKS <library...> [WINDOWS|WINDOWS_ONLY] [<options of quenvarel_test>])
+# A test that starts whole programs as a user does: those of Linux, with WINDOWS those of Windows under Wine as well.
+# It is a native program in either case. The release preset builds it and runs it on its own programs; the windows
+# preset has it built there (target live_tests) and names it the command that starts the Windows player in the
+# environment variable QUENVAREL_UNDER_TEST. The other programs are started beside that one.
 function(quenvarel_live_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "LINUX;WINDOWS" "" "SOURCES;LINKS;ENV")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS;WINDOWS_ONLY" "" "SOURCES;LINKS;ENV")
   if(NOT WIN32)
     quenvarel_test_program(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS} quenvarel_test_support)
     add_dependencies(live_tests ${name})
-    if(arg_LINUX)
+    if(NOT arg_WINDOWS_ONLY)
       quenvarel_add_test(${name} ${name} ${ARGN})
     endif()
-  elseif(arg_WINDOWS)
+  elseif(arg_WINDOWS OR arg_WINDOWS_ONLY)
     quenvarel_add_test(${name} "${CMAKE_SOURCE_DIR}/build/release/tests/${name}" ${ARGN})
     set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
       "QUENVAREL_UNDER_TEST=${CMAKE_BINARY_DIR}/tests/live/programs/quenvarel")
