@@ -15,6 +15,7 @@ using namespace tool;
 // In the order of the help.
 const subcommand* const subcommands[] = {
     &eval,
+    &image,
 };
 
 void print_help(std::ostream& os) {

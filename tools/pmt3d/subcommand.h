@@ -23,6 +23,7 @@ struct subcommand {
 };
 
 extern const subcommand eval;
+extern const subcommand image;
 
 // Reports what is wrong with the arguments, and how they should be. Returns wrong_usage.
 int usage_error(const subcommand& command, std::string_view message);
