@@ -1,5 +1,6 @@
 #include "libgr/texture/texture_image.h"
 
+#include "libgr/image/convert.h"
 #include "libgr/image/transfer_table.h"
 #include "libutils/error_report.h"
 #include "render/gl/step_check.h"
@@ -315,7 +316,10 @@ private:
 
     template <typename Image>
     static bool widen([[maybe_unused]] const Image& image, [[maybe_unused]] Image& widened) {
-        report("error, image samples are narrower than OpenGL reads, skip.");
+        if constexpr (std::is_same_v<Image, image2d>) {
+            if (image.holds_pixels() && convert_bits(widened, image, bits_class::bits_8)) return true;
+        }
+        report("error, image samples are of a width that OpenGL does not read, skip.");
         return false;
     }
 

@@ -18,7 +18,9 @@
 // - Signed pictures of 8 or 16 bits in RGB or RGBA are kept in the signed formats of OpenGL 3.1, so that the
 // negative
 //   half of a normal map survives.
-// - Samples of 4 and 12 bits, which the GL cannot read, are widened first.
+// - Samples of 4 bits, which the GL cannot read, are widened first in two-dimensional pictures and faces;
+// other samples
+//   that it cannot read are skipped.
 // - A compressed picture goes in as it is, where the GL has compressed textures at all.
 
 #include "libgr/image/image.h"
