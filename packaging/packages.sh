@@ -1,6 +1,6 @@
 # Sourced by the top-level commands: which Debian packages each of them needs, and how a missing one is installed.
 
-packages_to_run="g++ cmake ninja-build pkg-config freeglut3-dev libglew-dev libglu1-mesa-dev libgl-dev libjpeg-dev
+packages_to_run="g++ cmake ninja-build pkg-config freeglut3-dev libglew-dev libglu1-mesa-dev libgl-dev libegl-dev libjpeg-dev
   libpng-dev librtmidi-dev libfluidsynth-dev libasound2-dev libjack-jackd2-dev libx11-dev timgm6mb-soundfont"
 packages_to_test="$packages_to_run libgtest-dev xvfb xauth xdotool libgl1-mesa-dri jackd2 midicsv imagemagick pngcheck
   libjpeg-turbo-progs admesh"

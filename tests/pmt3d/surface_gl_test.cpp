@@ -37,7 +37,7 @@ protected:
     // Draws with the surface program; returns how many primitives the GL made of it.
     std::uint64_t draw(polygon_t& polygon, bool selection = false) {
         render::query_t query;
-        query.begin(GL_PRIMITIVES_GENERATED, 0);
+        query.begin(render::query_target::primitives_generated, 0);
         if (selection)
             renderer_.drawselect(nullptr, false, texture_, polygon, unit, unit, unit, unit, {0, 0, 1}, 5.0f);
         else
@@ -119,11 +119,12 @@ TEST_F(surface_gl, every_vertex_is_a_point) {
     nurbs.markvertex(11);
     const auto points_of = [](auto&& work) {
         render::query_t query;
-        query.begin(GL_PRIMITIVES_GENERATED, 0);
+        query.begin(render::query_target::primitives_generated, 0);
         work();
         query.end();
         return query.GetQuery();
     };
+    draw(polygon); // gives the samplers their units
     glUseProgram(renderer_.surface_program());
     EXPECT_EQ(points_of([&] { EXPECT_EQ(polygon.draw_surface_points(), 6u); }), 6u);
     EXPECT_EQ(points_of([&] { polygon.draw_points(); }), 6u);

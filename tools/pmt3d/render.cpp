@@ -74,9 +74,25 @@ mtx3w look_at(const pos3& eye, const pos3& target) {
              -render::dot(right, eye), -render::dot(up, eye), -render::dot(back, eye), 1}};
 }
 
-// Without an eye or a target of the user's: from in front and somewhat above, so far away that all of the
-// model is seen.
-camera camera_for(const options& o, const render::box3& box) {
+// The smallest distance from the target, along `back`, from which all of the model is seen.
+float fitting_distance(const pmt3d::model_t& model, const mtx3w& view_from_target, float half_width,
+                       float half_height) {
+    float distance = 0.0f;
+    for (const pmt3d::model_item_t& item : model.items) {
+        const auto vertices = item.polygon.vertices();
+        for (const pmt3d::element_t element : item.polygon.getelements()) {
+            if (element >= vertices.size()) continue;
+            const pos3& p = vertices[element].position;
+            const render::vec3w seen = view_from_target * render::vec3w{p.x, p.y, p.z, 1.0f};
+            distance = std::max({distance, std::fabs(seen.x) / half_width + seen.z,
+                                 std::fabs(seen.y) / half_height + seen.z});
+        }
+    }
+    return distance;
+}
+
+// Without an eye or a target of the user's: from in front and somewhat above.
+camera camera_for(const options& o, const pmt3d::model_t& model, const render::box3& box) {
     const dir3 half = 0.5f * (box.max - box.min);
     const pos3 center = box.min + half;
     const float radius = std::max(render::length(half), 1e-6f);
@@ -86,19 +102,21 @@ camera camera_for(const options& o, const render::box3& box) {
     lens.aspect = render::aspect(o.width, o.height);
     lens.znear = lens.zfar = 1.0; // for the angles alone
     const render::projection unit = render::to_projection(lens);
-    const float narrow = std::atan(float(std::min(unit.right, unit.top)));
 
+    constexpr float margin = 1.08f;
     const pos3 target = o.target.value_or(center);
-    const pos3 eye =
-        o.eye.value_or(target + render::normalise(dir3{0.35f, 0.5f, 1.0f}) * (radius / std::sin(narrow)));
+    const dir3 direction = render::normalise(dir3{0.35f, 0.5f, 1.0f});
+    const float fitting =
+        fitting_distance(model, look_at(target, target - direction), float(unit.right), float(unit.top));
+    const pos3 eye = o.eye.value_or(target + direction * std::max(margin * fitting, radius * 1e-3f));
     const float distance = render::length(eye - center);
     lens.zfar = distance + 1.01f * radius;
     lens.znear = std::max(double(distance - 1.01f * radius), lens.zfar * 1e-4);
 
-    const float far_away = render::length(eye - target);
+    const float away = render::length(eye - target);
     return {look_at(eye, target),
             render::perspective_matrix(render::to_projection(lens)),
-            {-0.5f * far_away, 0.6f * far_away, 0.3f * far_away}};
+            {-0.5f * away, 0.6f * away, 0.3f * away}};
 }
 
 void draw(render::glpolygon_t& renderer, pmt3d::model_t& model, const camera& camera) {
@@ -137,7 +155,7 @@ int make_picture(const options& o) {
     if (!box) return fail(o.in + " has nothing to draw.");
     canvas picture(o.width, o.height);
     if (!picture.is_complete()) return fail("a picture of this size cannot be drawn here.");
-    draw(renderer, model, camera_for(o, *box));
+    draw(renderer, model, camera_for(o, model, *box));
     libgr::image2d image;
     if (!picture.read(image)) return fail("there is no memory for a picture of this size.");
     return libgr::autosaveformat(image, o.out) ? success : failure;
