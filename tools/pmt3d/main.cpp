@@ -14,7 +14,7 @@ using namespace tool;
 
 // In the order of the help.
 const subcommand* const subcommands[] = {
-    &info, &dump, &check, &convert, &render_picture, &image, &eval,
+    &eval,
 };
 
 void print_help(std::ostream& os) {

@@ -1,0 +1,309 @@
+// Sequences of real key and mouse events into the real window, with every trace line and every message.
+
+#include "player_under_test.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <thread>
+
+using namespace test_support;
+using std::chrono::milliseconds;
+
+namespace {
+
+struct sequence {
+    const char *name, *commands, *played, *traced;
+    std::vector<std::string> options = {};
+};
+
+void PrintTo(const sequence& s, std::ostream* out) {
+    *out << s.name;
+}
+
+template <class Case>
+std::string name_of(const testing::TestParamInfo<Case>& info) {
+    std::string name = info.param.name;
+    for (char& c : name)
+        if (c == ' ') c = '_';
+    return name;
+}
+
+class live : public testing::TestWithParam<sequence> {};
+
+TEST_P(live, sends_and_traces) {
+    const sequence& s = GetParam();
+    player_under_test player(s.options);
+    ASSERT_TRUE(player.open_window()) << player.program().err();
+    player.drive(s.commands);
+    EXPECT_EQ(player.end(), 0);
+    EXPECT_EQ(player.traced(), s.traced + std::string("keep: 0x1b, '\x1b'\n"));
+    EXPECT_EQ(player.played(), s.played);
+}
+
+// Key codes where a name would mean two keys: 50 and 62 are Shift, 37 and 105 Ctrl, 64 and 108 Alt.
+const sequence sequences[] = {
+    {"a chord is held and released in any order", "keydown z keydown c keydown b keyup c keyup z keyup b",
+     "91 2d 7f; 91 30 7f; 91 34 7f; 91 30 00; 91 2d 00; 91 34 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\nkey: 0x62, 'b', note: 52\n"},
+    {"options",
+     "keydown z keyup z",
+     "c3 05; 93 09 40; 93 09 00",
+     "key: 0x7a, 'z', note: 9\n",
+     {"-c", "3", "-p", "5", "-n", "0", "-l", "0x40"}},
+    {"a held key does not repeat", "keydown z sleep 1.2 keyup z", "91 2d 7f; 91 2d 00",
+     "key: 0x7a, 'z', note: 45\n"},
+    {"space holds", "keydown space keydown z keyup z keydown c keyup c keyup space",
+     "91 2d 7f; 91 30 7f; b1 7b 00",
+     "keep: 0x20, ' '\nkey: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\nalloff\n"},
+    {"sounding notes end at the end", "keydown z keydown c", "91 2d 7f; 91 30 7f; 91 2d 00; 91 30 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\n"},
+    {"reverb keys up and with either shift key down",
+     "key F1 key F2 key F3 key F4 keydown 50 key F1 key F4 keyup 50 keydown 62 key F2 key F3 keyup 62 key F4",
+     "f0 41 10 16 12 10 00 01 01 00 00 6e f7; f0 41 10 16 12 10 00 01 01 01 00 6d f7; "
+     "f0 41 10 16 12 10 00 01 01 01 01 6c f7; b1 5b 01; f0 41 10 16 12 10 00 01 00 01 01 6d f7; b1 5b 00; "
+     "f0 41 10 16 12 10 00 01 00 00 01 6e f7; f0 41 10 16 12 10 00 01 00 00 00 6f f7; b1 5b 01",
+     "newrevb to 1, 0, 0\nnewrevb to 1, 1, 0\nnewrevb to 1, 1, 1\ncchg revb to 0x1\nnewrevb to 0, 1, 1\n"
+     "cchg revb to 0x0\nnewrevb to 0, 0, 1\nnewrevb to 0, 0, 0\ncchg revb to 0x1\n"},
+    {"octave program and channel keys",
+     "key Prior key Next key Next key Home key Home key End key Insert key Delete", "c1 01; c1 02; c1 01",
+     "notebase to 48\nnotebase to 36\nnotebase to 24\npgmchg to 0x1\npgmchg to 0x2\npgmchg to 0x1\nnewch to "
+     "2\n"
+     "newch to 1\n"},
+    {"special keys without a function", "key F5 key F10 key F12 key Left key Up key 37 key 105", "",
+     "spkey: 0x5\nspkey: 0xa\nspkey: 0xc\nspkey: 0x64\nspkey: 0x65\nspkey: 0x72\nspkey: 0x73\n"},
+    {"character keys without a note", "key Return key Tab key h key d key 1", "",
+     "return\nkey 0x9, '\t'\nkey 0x68, 'h'\nkey 0x64, 'd'\nkey 0x31, '1'\n"},
+    {"velocity", "key KP_Add key KP_Add key KP_Multiply keydown z keyup z", "91 2d 7e; 91 2d 00",
+     "vel: 0x7e\nvel: 0x7d\nvel: 0x7e\nkey: 0x7a, 'z', note: 45\n"},
+    {"shift comes between press and release",
+     "keydown z keydown 2 keydown comma keydown 50 keyup z keyup 11 keyup 59 keyup 50",
+     "91 2d 7f; 91 3d 7f; 91 39 7f; 91 2d 00; 91 3d 00; 91 39 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x32, '2', note: 61\nkey: 0x2c, ',', note: 57\n"},
+    {"shift goes between press and release", "keydown 50 keydown 11 keyup 50 keyup 11", "91 4d 7f; 91 4d 00",
+     "key: 0x40, '@', note: 77\n"},
+    {"control comes between press and release", "keydown z keydown 37 keyup z keyup 37", "91 2d 7f; 91 2d 00",
+     "key: 0x7a, 'z', note: 45\nspkey: 0x72\n"},
+    {"a lone alt or F10 leaves the keys alone",
+     "key 64 keydown z keyup z key 108 keydown x keyup x key F10 keydown c keyup c",
+     "91 2d 7f; 91 2d 00; 91 2f 7f; 91 2f 00; 91 30 7f; 91 30 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x78, 'x', note: 47\nspkey: 0xa\nkey: 0x63, 'c', note: 48\n"},
+    {"notes while alt is held", "keydown 64 keydown z keyup z keyup 64", "91 2d 7f; 91 2d 00",
+     "key: 0x7a, 'z', note: 45\n"},
+    {"mouse beside the keys",
+     "mousemove 200 185 mousedown 1 mousemove 300 185 mouseup 1 click 2 click 3 click 4 click 5 click 8 "
+     "click 9",
+     "", ""},
+    {"camera drag and wheel",
+     "keydown 64 mousemove 300 100 mousedown 1 mousemove 400 120 mousemove 200 150 mouseup 1 click 4 click 5 "
+     "click 8 keyup 64 key Return",
+     "", "return\n"},
+};
+INSTANTIATE_TEST_SUITE_P(player, live, testing::ValuesIn(sequences), name_of<sequence>);
+
+// On a Japanese keyboard the two manuals lie as on a piano, and every character of the map is a key of its
+// own.
+TEST(live_player, every_key_of_both_manuals) {
+    player_under_test player({"-n", "40"}, "jp");
+    ASSERT_TRUE(player.open_window());
+    const std::string characters = "azsxcfvgbnjmk,l./:\\]q2w3er5t6y7ui9o0p@^[";
+    const std::map<char, const char*> names = {{',', "comma"}, {'.', "period"},      {'/', "slash"},
+                                               {':', "colon"}, {'\\', "97"},         {']', "bracketright"},
+                                               {'@', "at"},    {'^', "asciicircum"}, {'[', "bracketleft"}};
+    std::string commands, played, traced;
+    for (std::size_t at = 0; at < characters.size(); ++at) {
+        const char c = characters[at];
+        const int note = 40 + (at < 20 ? 8 + int(at) : 24 + int(at) - 20);
+        const char letter[] = {c, '\0'};
+        const char* const name = names.contains(c) ? names.at(c) : letter;
+        commands.append("keydown ").append(name).append(" keyup ").append(name).append(" ");
+        char text[64];
+        std::snprintf(text, sizeof text, "%s91 %02x 7f; 91 %02x 00", at ? "; " : "", unsigned(note),
+                      unsigned(note));
+        played += text;
+        std::snprintf(text, sizeof text, "key: 0x%x, '%c', note: %d\n", unsigned(c), c, note);
+        traced += text;
+    }
+    player.drive(commands);
+    EXPECT_EQ(player.traced(), traced);
+    EXPECT_EQ(player.end(), 0);
+    EXPECT_EQ(player.played(), played);
+}
+
+TEST(live_player, keys_that_are_down_are_released_when_the_focus_goes) {
+    player_under_test player;
+    ASSERT_TRUE(player.open_window());
+    player.drive("keydown z keydown c keydown 50");
+    player.display().focus_elsewhere();
+    // Long enough for the loss to be noticed; the releases go to the other window.
+    std::this_thread::sleep_for(milliseconds(200));
+    player.drive_on("keyup z keyup c keyup 50");
+    player.display().focus(player.window());
+    player.drive("key F4 keydown b keyup b");
+    EXPECT_EQ(player.end(), 0);
+    EXPECT_EQ(player.played(), "91 2d 7f; 91 30 7f; 91 30 00; 91 2d 00; b1 5b 01; 91 34 7f; 91 34 00");
+}
+
+TEST(live_player, notes_held_by_space_stay_when_the_focus_goes) {
+    player_under_test player;
+    ASSERT_TRUE(player.open_window());
+    player.drive("keydown space keydown z");
+    player.display().focus_elsewhere();
+    std::this_thread::sleep_for(milliseconds(200));
+    player.drive_on("keyup z keyup space");
+    player.display().focus(player.window());
+    player.drive("key space");
+    EXPECT_EQ(player.end(), 0);
+    EXPECT_EQ(player.played(), "91 2d 7f; b1 7b 00");
+}
+
+// ---- Ways to end
+
+struct ending {
+    const char* name;
+    void (*end)(player_under_test&);
+    bool on_windows = true;
+};
+
+class live_end : public testing::TestWithParam<ending> {};
+
+TEST_P(live_end, is_normal_and_silences_what_sounds) {
+    if (under_test().windows && !GetParam().on_windows) GTEST_SKIP() << "the system has no such end";
+    player_under_test player;
+    ASSERT_TRUE(player.open_window());
+    player.drive("keydown z");
+    GetParam().end(player);
+    EXPECT_EQ(player.program().wait(), 0);
+    EXPECT_EQ(player.played(), "91 2d 7f; 91 2d 00");
+    EXPECT_FALSE(player.display().has_window(window_title));
+}
+
+const ending endings[] = {
+    {"escape", [](player_under_test& player) { player.drive_on("key Escape"); }},
+    {"window_closed", [](player_under_test& player) { player.display().request_close(player.window()); }},
+    {"interrupt", [](player_under_test& player) { player.program().send_signal(SIGINT); }},
+    {"two_interrupts",
+     [](player_under_test& player) {
+         player.program().send_signal(SIGINT);
+         player.program().send_signal(SIGINT);
+     }},
+    {"terminate", [](player_under_test& player) { player.program().send_signal(SIGTERM); }, false},
+    {"hang_up", [](player_under_test& player) { player.program().send_signal(SIGHUP); }, false},
+};
+INSTANTIATE_TEST_SUITE_P(player, live_end, testing::ValuesIn(endings), name_of<ending>);
+
+TEST(live_player, an_interrupt_at_any_moment_of_the_start_is_a_normal_end) {
+    virtual_display display;
+    for (int delay = 0; delay <= 300; delay += delay < 60 ? 5 : 40) {
+        player_under_test player(display, {"-p", "7"});
+        ASSERT_TRUE(player.program().wait_for_out("select write device")) << player.program().err();
+        std::this_thread::sleep_for(milliseconds(delay));
+        player.program().send_signal(SIGINT);
+        EXPECT_EQ(player.program().wait(), 0) << delay << ": " << player.program().err();
+        EXPECT_EQ(player.traced(), "") << delay;
+        // From nothing to everything, in order; what was begun is ended.
+        const std::string all = std::string("c1 07; ") + greeting + "; " + display_reset;
+        const std::string sent = player.sent();
+        EXPECT_TRUE(sent.empty() || sent == all || sent == std::string("c1 07; ") + display_reset) << sent;
+    }
+}
+
+TEST(live_player, a_display_that_dies_ends_the_notes) {
+    if (under_test().windows) GTEST_SKIP() << "the display is Wine's";
+    player_under_test player;
+    ASSERT_TRUE(player.open_window());
+    player.drive("keydown z");
+    player.display().kill();
+    EXPECT_EQ(player.program().wait(), 1);
+    EXPECT_EQ(player.played(), "91 2d 7f; 91 2d 00");
+}
+
+TEST(live_player, the_servers_key_repeat_stays_as_it_is) {
+    if (under_test().windows) GTEST_SKIP() << "the display is Wine's";
+    virtual_display display;
+    player_under_test player(display, {});
+    ASSERT_TRUE(player.open_window());
+    EXPECT_TRUE(display.repeats_keys());
+    player.program().send_signal(SIGKILL);
+    player.program().wait();
+    EXPECT_TRUE(display.repeats_keys());
+}
+
+TEST(live_player, nobody_reading_the_traces_is_no_reason_to_stop) {
+    if (under_test().windows) GTEST_SKIP() << "there is no such signal";
+    virtual_display display;
+    const temporary_directory directory;
+    process shell(
+        {"sh", "-c", "\"$0\" 'MIDI file' 2>&- & echo $!; wait $!; echo ended $?", under_test().command[0]},
+        {{{"DISPLAY", display.name()}}, directory.path()});
+    ASSERT_TRUE(shell.wait_for_out("\n"));
+    const auto window = display.find_window(window_title);
+    ASSERT_NE(window, 0u);
+    display.focus(window);
+    display.drive("keydown z keyup z key Escape");
+    EXPECT_TRUE(shell.wait_for_out("ended 0"));
+}
+
+// ---- Without a window
+
+TEST(live_player, command_lines) {
+    const system_under_test& system = under_test();
+    const std::string path = system.windows ? "" : system.command[0]; // as Wine shows it, it differs
+    const std::string usage =
+        "usage: " + path + " [-c ch] [-p pgm] [-n notebase] [-l vel] <device>\n\noutput devices:\n";
+    const std::string list = "\noutput devices:\n";
+    const std::string listed = run(system.command).out;
+    const std::string refusal =
+        ">= " + std::to_string(std::ranges::count(listed, '\n') - 3) + ": devid over.\n";
+    struct {
+        std::vector<std::string> arguments;
+        int exit_code;
+        std::string out, err; // out: where it begins
+    } const cases[] = {
+        {{}, 0, usage, ""},
+        {{"-c"}, 1, usage, ""},
+        {{"-c", "2"}, 1, usage, ""},
+        {{"-c", "16", "0"}, 1, "", "16: channel number over.\n"},
+        {{"-c", "-1", "0"}, 1, "", "4294967295: channel number over.\n"},
+        {{"-p", "99999999999", "0"}, 1, "", "4294967295: pgmchg number over.\n"},
+        {{"-n", "128"}, 1, "", "128: notebase value over.\n"},
+        {{"-l", "0x80", "x"}, 1, "", "128: velocity value over.\n"},
+        {{"-x", "3"}, 1, list, "-x: device name not found.\n-x: midiout open() failed.\n"},
+        {{"1a"}, 1, list, "1a: device name not found.\n1a: midiout open() failed.\n"},
+        {{"-"}, 1, list, "-1" + refusal + "-: midiout open() failed.\n"},
+        {{"-3"}, 1, list, "-4" + refusal + "-3: midiout open() failed.\n"},
+        {{"99"}, 1, list, "99" + refusal + "99: midiout open() failed.\n"},
+        {{"4294967296"}, 1, list, "2147483647" + refusal + "4294967296: midiout open() failed.\n"},
+    };
+    const temporary_directory directory;
+    for (const auto& c : cases) {
+        std::vector<std::string> command = system.command;
+        command.insert(command.end(), c.arguments.begin(), c.arguments.end());
+        process_result result = run(command, {{}, directory.path()});
+        for (std::string* text : {&result.out, &result.err})
+            std::erase(*text, '\r');
+        if (system.windows && result.out.starts_with("usage: "))
+            result.out.erase(7, result.out.find(" [-c ch]") - 7);
+        EXPECT_EQ(result.exit_code, c.exit_code) << testing::PrintToString(c.arguments);
+        EXPECT_EQ(result.err, c.err);
+        EXPECT_EQ(result.out.substr(0, c.out.size()), c.out);
+        if (c.out.empty()) {
+            EXPECT_EQ(result.out, "");
+        }
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path())) << "no device was opened";
+}
+
+TEST(live_player, no_display_is_one_clear_line) {
+    if (under_test().windows) GTEST_SKIP() << "the display is Wine's";
+    const temporary_directory directory;
+    for (const char* display : {"", ":4711", "nonsense"}) {
+        const process_result result =
+            run({under_test().command[0], "MIDI file"}, {{{"DISPLAY", display}}, directory.path()});
+        EXPECT_EQ(result.exit_code, 1);
+        EXPECT_EQ(result.err, "failed to open display '" + std::string(display) + "'\n");
+    }
+}
+
+} // namespace

@@ -1,0 +1,53 @@
+#pragma once
+// An X display of one test's own, and what a user and a window manager do to the windows on it.
+
+#include "support/process.h"
+
+#include <chrono>
+#include <string>
+
+struct _XDisplay;
+
+namespace test_support {
+
+class virtual_display {
+public:
+    using window = unsigned long;
+
+    // Starts on a free number with this keyboard layout.
+    explicit virtual_display(const std::string& layout = "us");
+    ~virtual_display();
+    virtual_display(const virtual_display&) = delete;
+    virtual_display& operator=(const virtual_display&) = delete;
+
+    // As in DISPLAY.
+    const std::string& name() const { return name_; }
+    // The visible window with this title, waiting until there is one; 0 when none came.
+    window find_window(const std::string& title, std::chrono::milliseconds limit = std::chrono::seconds(30));
+    bool has_window(const std::string& title) {
+        return find_window(title, std::chrono::milliseconds(0)) != 0;
+    }
+    // Gives the window the keyboard and puts the pointer into it.
+    void focus(window w);
+    // Gives the keyboard to a window of ours.
+    void focus_elsewhere();
+    // What a window manager sends when its close button is pressed.
+    void request_close(window w);
+    // Runs an xdotool command line; its own delays between keys are off.
+    void drive(const std::string& commands);
+    // Whether the server repeats held keys, for all programs on it.
+    bool repeats_keys();
+    // Takes the display away from the programs on it.
+    void kill();
+
+private:
+    // As a window manager, to a window that takes part.
+    void send_protocol(window w, const char* name);
+
+    process server_;
+    std::string name_;
+    _XDisplay* connection_ = nullptr;
+    window elsewhere_ = 0;
+};
+
+} // namespace test_support
