@@ -18,7 +18,7 @@
 
 #ifdef _WIN32
 #include <windows.h>
-
+// After windows.h, which it does not include by itself.
 #include <mmsystem.h>
 #endif
 
@@ -99,6 +99,8 @@ int main(int argc, char** argv) {
     if (gems::registry->leaving()) return 0;
 #ifdef _WIN32
     timeGetTime();
+    // That of an X server on the same machine, which GLUT would take for the name of a Windows display.
+    _putenv("DISPLAY=");
 #endif
 
     glutInitErrorFunc(on_window_error);

@@ -3,6 +3,7 @@ find_package(PkgConfig)
 find_package(OpenGL REQUIRED)
 find_package(JPEG REQUIRED)
 find_package(PNG REQUIRED)
+find_package(ZLIB REQUIRED)
 
 if(WIN32)
   set(GLEW_USE_STATIC_LIBS ON)

@@ -24,7 +24,7 @@ function(quenvarel_program name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE quenvarel_warnings ${arg_LINKS})
   if(WIN32)
-    target_link_options(${name} PRIVATE -static -mconsole)
+    target_link_options(${name} PRIVATE -static -mconsole $<$<CONFIG:Release>:-s>)
   endif()
 endfunction()
 
@@ -33,6 +33,32 @@ endfunction()
 # runner supplies. SERIAL: it measures time or owns the machine's services, and runs alone.
 function(quenvarel_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY;SERIAL" "TIMEOUT" "SOURCES;LINKS;ENV")
+  quenvarel_test_program(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS})
+  quenvarel_add_test(${name} ${name} ${ARGN})
+endfunction()
+
+# quenvarel_live_test(<name> SOURCES <file...> LINKS <library...> [WINDOWS|WINDOWS_ONLY] [<options of quenvarel_test>])
+# A test that starts whole programs as a user does: those of Linux, with WINDOWS those of Windows under Wine as well.
+# It is a native program in either case. The release preset builds it and runs it on its own programs; the windows
+# preset has it built there (target live_tests) and names it the command that starts the Windows player in the
+# environment variable QUENVAREL_UNDER_TEST. The other programs are started beside that one.
+function(quenvarel_live_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS;WINDOWS_ONLY" "" "SOURCES;LINKS;ENV")
+  if(NOT WIN32)
+    quenvarel_test_program(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS} quenvarel_test_support)
+    add_dependencies(live_tests ${name})
+    if(NOT arg_WINDOWS_ONLY)
+      quenvarel_add_test(${name} ${name} ${ARGN})
+    endif()
+  elseif(arg_WINDOWS OR arg_WINDOWS_ONLY)
+    quenvarel_add_test(${name} "${CMAKE_SOURCE_DIR}/build/release/tests/${name}" ${ARGN})
+    set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+      "QUENVAREL_UNDER_TEST=${CMAKE_BINARY_DIR}/tests/live/programs/quenvarel")
+  endif()
+endfunction()
+
+function(quenvarel_test_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
@@ -42,32 +68,10 @@ function(quenvarel_test name)
   if(WIN32)
     target_link_options(${name} PRIVATE -static -mconsole)
   endif()
-  add_test(NAME ${name} COMMAND ${name})
-  quenvarel_test_properties()
 endfunction()
 
-# quenvarel_live_test(<name> SOURCES <file...> LINKS <library...> [WINDOWS] [DISPLAY] [SERIAL] [TIMEOUT <seconds>]
-#   [ENV <VAR=value...>])
-# A test that starts whole programs as a user does. It is a native program, and is told in the environment variable
-# QUENVAREL_UNDER_TEST which quenvarel to start; the other programs stand beside that one. So one test drives the
-# Linux program and, with WINDOWS, the Windows program under Wine too: the windows build lists it with the programs
-# of its own, and has the test itself built by the release preset (target live_tests).
-function(quenvarel_live_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "DISPLAY;SERIAL;WINDOWS" "TIMEOUT" "SOURCES;LINKS;ENV")
-  if(NOT WIN32)
-    list(APPEND arg_ENV "QUENVAREL_UNDER_TEST=${CMAKE_BINARY_DIR}/bin/quenvarel")
-    quenvarel_test(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS} quenvarel_test_support)
-    quenvarel_test_properties()
-    add_dependencies(live_tests ${name})
-  elseif(arg_WINDOWS)
-    list(APPEND arg_ENV "QUENVAREL_UNDER_TEST=${CMAKE_BINARY_DIR}/tests/live/programs/quenvarel")
-    add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/build/release/tests/${name}")
-    quenvarel_test_properties()
-  endif()
-endfunction()
-
-# Applies the options that the functions above have parsed to the test ${name} of theirs.
-macro(quenvarel_test_properties)
+function(quenvarel_add_test name command)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "DISPLAY;SERIAL" "TIMEOUT" "SOURCES;LINKS;ENV")
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 300)
   endif()
@@ -77,6 +81,7 @@ macro(quenvarel_test_properties)
       "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/leaks-of-drivers.supp:print_suppressions=0"
       "UBSAN_OPTIONS=print_stacktrace=1")
   endif()
+  add_test(NAME ${name} COMMAND ${command})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ENVIRONMENT "${arg_ENV}")
   if(arg_DISPLAY)
     set_tests_properties(${name} PROPERTIES LABELS display)
@@ -84,4 +89,4 @@ macro(quenvarel_test_properties)
   if(arg_SERIAL)
     set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
   endif()
-endmacro()
+endfunction()

@@ -112,7 +112,6 @@ void alloc_mmap_win::close() {
     unmap_view();
     mapping::destroy(object_);
     if (!is_memory()) mapping::close(file_);
-    file_ = mapping::no_file;
 }
 
 } // namespace libutils

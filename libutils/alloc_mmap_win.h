@@ -46,14 +46,14 @@ public:
     void deallocate(void* view);
 
 private:
-    bool is_memory() const { return file_ == mapping::no_file; }
+    bool is_memory() const { return !file_.is_open(); }
     void unmap_view();
     void close();
 
     std::uint64_t size_ = 0; // of the view, in bytes
     mapping::protection protection_ = mapping::protection::read_write;
     mapping::access access_ = mapping::access::write;
-    mapping::file file_ = mapping::no_file;
+    mapping::file file_; // not open: the storage is memory
     mapping::object object_;
     void* view_ = nullptr; // survives a failed reallocate, whose caller no longer knows it
 };

@@ -19,11 +19,6 @@ struct token {
     float value; // of a number; 0 for everything else, which takes part in sums
 };
 
-void report(const char* message) {
-    error_report();
-    std::cerr << message << '\n';
-}
-
 bool is_blank(char c) {
     return c == ' ' || c == '\t';
 }
@@ -86,12 +81,13 @@ public:
     void multiply(float operand) { last_.value *= operand; }
     void divide(float operand) { last_.value /= operand; }
 
+    // Takes the last entry too. A sign may be left without its entry: see pending().
     float total() {
         if (!empty_) add(last_);
-        if (pending_ != kind::number)
-            report(pending_ == kind::plus ? "last '+' detect." : "last '-' detect.");
+        empty_ = true;
         return total_;
     }
+    kind pending() const { return pending_; } // the sign that waits for its entry; number when there is none
 
 private:
     // A sign takes the entry after it whatever that is, another sign with its value included.
@@ -105,42 +101,53 @@ private:
     }
 
     float total_ = 0.0f;
-    kind pending_ = kind::number; // the sign that waits for its entry, if any
+    kind pending_ = kind::number;
     token last_ = kind::number;
     bool empty_ = true;
 };
 
 class evaluator {
 public:
-    explicit evaluator(const char* text) : reader_(text) {}
+    // A quiet one writes no messages.
+    evaluator(const char* text, bool quiet) : reader_(text), quiet_(quiet) {}
 
+    float value() { return level(0); }
+    // Whether there was nothing to report, and all of the text was used. Then position() is its end.
+    bool clean() const { return !mistaken_ && is_terminator(*reader_.position()); }
+    const char* position() const { return reader_.position(); }
+
+private:
     // The tokens up to the parenthesis that closes this level.
-    float level(int depth = 0) {
+    float level(int depth) {
         sum entries;
         for (;;) {
             const token t = next();
             switch (t.is) {
             case kind::number:
+            case kind::plus:
+            case kind::minus:
                 entries.append(t);
                 break;
             case kind::open:
                 entries.append({kind::number, nested(depth)});
                 break;
-            case kind::plus:
-            case kind::minus:
-                entries.append(t);
-                break;
             case kind::times:
             case kind::over:
-                if (!fold(entries, t.is, depth)) return entries.total();
-                break;
+                if (fold(entries, t.is, depth)) break;
+                [[fallthrough]];
             default:
-                return entries.total();
+                return close(entries);
             }
         }
     }
 
-private:
+    float close(sum& entries) {
+        const float total = entries.total();
+        if (entries.pending() == kind::plus) report("last '+' detect.");
+        if (entries.pending() == kind::minus) report("last '-' detect.");
+        return total;
+    }
+
     token next() { return too_deep_ ? token(kind::end) : reader_.next(); }
 
     float nested(int depth) {
@@ -153,19 +160,18 @@ private:
     // Applies * or / with the operand that follows to the last entry; false after a mistake.
     bool fold(sum& entries, kind operation, int depth) {
         const bool times = operation == kind::times;
-        if (entries.empty()) return mistake(times ? "beginning '*' detect." : "beginning '/' detect.");
+        if (entries.empty()) return report(times ? "beginning '*' detect." : "beginning '/' detect.");
         token operand = next();
+        if (ends(operand)) return report(times ? "last '*' detect." : "last '/' detect.");
         const bool negative = operand.is == kind::minus;
-        if (ends(operand)) return mistake(times ? "last '*' detect." : "last '/' detect.");
         if (negative) {
             operand = next();
-            if (ends(operand)) return mistake("last '-' detect.");
+            if (ends(operand)) return report("last '-' detect.");
         }
         if (operand.is == kind::open)
             operand.value = nested(depth);
         else if (operand.is != kind::number) // a division is reported in the same words
-            return mistake(negative ? "-: right operand is not a value."
-                                    : "*: right operand is not a value.");
+            return report(negative ? "-: right operand is not a value." : "*: right operand is not a value.");
         const float value = negative ? -operand.value : operand.value;
         if (times)
             entries.multiply(value);
@@ -175,12 +181,20 @@ private:
     }
 
     static bool ends(const token& t) { return t.is == kind::end || t.is == kind::invalid; }
-    static bool mistake(const char* message) {
-        report(message);
+
+    // Always false.
+    bool report(const char* message) {
+        mistaken_ = true;
+        if (!quiet_) {
+            error_report();
+            std::cerr << message << '\n';
+        }
         return false;
     }
 
     token_reader reader_;
+    bool quiet_;
+    bool mistaken_ = false;
     bool too_deep_ = false;
 };
 
@@ -221,11 +235,18 @@ double evaluate(const char* text, const char** end) {
             return value;
         }
     }
-    // First the whole text for its end, then the values: a stray parenthesis ends the evaluation, but not the
-    // text.
+    // What is wrong with the text's characters is reported before what is wrong with its operators, and a
+    // stray parenthesis ends the evaluation, but not the text. So the rare text with mistakes is gone through
+    // again.
+    evaluator quiet(text, true);
+    const float value = quiet.value();
+    if (quiet.clean()) {
+        if (end) *end = quiet.position();
+        return value;
+    }
     at = find_end(text);
     if (end) *end = at;
-    return evaluator(text).level();
+    return evaluator(text, false).value();
 }
 
 } // namespace libutils

@@ -10,9 +10,12 @@ namespace libutils::mapping {
 enum class protection : std::uint32_t { read_only = 2, read_write = 4 };
 enum class access : std::uint32_t { read = 4, write = 2 };
 
-// A file handle or descriptor.
-using file = std::intptr_t;
-inline constexpr file no_file = -1;
+// An open file: its handle or descriptor, and its size in bytes when it was opened.
+struct file {
+    std::intptr_t handle = -1;
+    std::uint64_t size = 0;
+    bool is_open() const { return handle != -1; }
+};
 
 // What views are cut from: a stretch of a file from its start, or memory that begins as zeros.
 struct object {
@@ -26,16 +29,16 @@ inline constexpr std::uint64_t address_space = std::uint64_t(1) << 47;
 // Opens an existing file that nobody else uses: on Windows without sharing; elsewhere with an advisory lock,
 // shared among readers and exclusive for a writer, as far as the file system knows locks.
 file open(const char* name, protection mode);
-void close(file opened);
-bool size_of(file opened, std::uint64_t& size);
+void close(file& opened);
 
 // Makes the object of `size` bytes over a file (0: the whole file, which must not be empty; more than the
-// file has fails for a reader and extends the file for a writer) or, with no_file, over memory.
-bool create(file opened, protection mode, std::uint64_t size, object& made);
+// file has fails for a reader and extends the file for a writer) or, with a file that is not open, over
+// memory.
+bool create(const file& over, protection mode, std::uint64_t size, object& made);
 void destroy(object& made);
 
 // `size` bytes (not 0) of the object from any byte `offset`; null when they do not all lie inside it.
-void* map(const object& from, file opened, access mode, std::uint64_t offset, std::uint64_t size);
+void* map(const object& from, const file& over, access mode, std::uint64_t offset, std::uint64_t size);
 void unmap(void* view, std::uint64_t size);
 
 // Gives a writable memory object and its one view another size, keeping the leading contents and adding

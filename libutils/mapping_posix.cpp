@@ -21,7 +21,7 @@ std::uint64_t page_size() {
 file refuse(int descriptor, int reason) {
     ::close(descriptor);
     errno = reason;
-    return no_file;
+    return {};
 }
 
 void* map_memory(access mode, std::uint64_t size) {
@@ -37,7 +37,7 @@ file open(const char* name, protection mode) {
     const bool writing = mode == protection::read_write;
     // Not waiting matters for a named pipe, whose opening would otherwise last until somebody writes into it.
     const int descriptor = ::open(name, (writing ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return no_file;
+    if (descriptor < 0) return {};
     struct stat status;
     if (fstat(descriptor, &status) != 0) return refuse(descriptor, errno);
     if (S_ISDIR(status.st_mode)) return refuse(descriptor, EISDIR);
@@ -45,35 +45,27 @@ file open(const char* name, protection mode) {
     // Only a lock that somebody holds is a reason to refuse; a file system without locks is none.
     if (flock(descriptor, (writing ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         return refuse(descriptor, EWOULDBLOCK);
-    return descriptor;
+    return {descriptor, std::uint64_t(status.st_size)};
 }
 
-void close(file opened) {
-    ::close(int(opened));
+void close(file& opened) {
+    ::close(int(opened.handle));
+    opened = {};
 }
 
-bool size_of(file opened, std::uint64_t& size) {
-    struct stat status;
-    if (fstat(int(opened), &status) != 0) return false;
-    size = std::uint64_t(status.st_size);
-    return true;
-}
-
-bool create(file opened, protection mode, std::uint64_t size, object& made) {
-    if (opened != no_file) {
-        std::uint64_t available = 0;
-        if (!size_of(opened, available)) return false;
-        if (size == 0) size = available;
+bool create(const file& over, protection mode, std::uint64_t size, object& made) {
+    if (over.is_open()) {
+        if (size == 0) size = over.size;
         if (size == 0) {
             errno = ENODATA;
             return false;
         }
-        if (size > available) {
+        if (size > over.size) {
             if (mode == protection::read_only) {
                 errno = EINVAL;
                 return false;
             }
-            if (ftruncate(int(opened), off_t(size)) != 0) return false;
+            if (ftruncate(int(over.handle), off_t(size)) != 0) return false;
         }
     }
     made.size = size;
@@ -84,15 +76,15 @@ void destroy(object& made) {
     made = {};
 }
 
-void* map(const object& from, file opened, access mode, std::uint64_t offset, std::uint64_t size) {
+void* map(const object& from, const file& over, access mode, std::uint64_t offset, std::uint64_t size) {
     if (offset > from.size || size > from.size - offset) {
         errno = EINVAL;
         return nullptr;
     }
-    if (opened == no_file) return map_memory(mode, size);
+    if (!over.is_open()) return map_memory(mode, size);
     const std::uint64_t lead = offset % page_size();
     const int rights = mode == access::write ? PROT_READ | PROT_WRITE : PROT_READ;
-    void* view = mmap(nullptr, size + lead, rights, MAP_SHARED, int(opened), off_t(offset - lead));
+    void* view = mmap(nullptr, size + lead, rights, MAP_SHARED, int(over.handle), off_t(offset - lead));
     return view == MAP_FAILED ? nullptr : static_cast<char*>(view) + lead;
 }
 

@@ -10,6 +10,7 @@ namespace libutils::mapping {
 
 namespace {
 
+// No file at all is INVALID_HANDLE_VALUE, which is -1.
 HANDLE handle(std::intptr_t value) {
     return reinterpret_cast<HANDLE>(value);
 }
@@ -29,35 +30,30 @@ std::uint64_t granularity() {
 file open(const char* name, protection mode) {
     const DWORD rights = mode == protection::read_write ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
     const HANDLE opened = CreateFileA(name, rights, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    static_assert(no_file == -1, "INVALID_HANDLE_VALUE");
-    return reinterpret_cast<file>(opened);
+    if (opened == INVALID_HANDLE_VALUE) return {};
+    LARGE_INTEGER size;
+    if (!GetFileSizeEx(opened, &size)) {
+        const DWORD reason = GetLastError();
+        CloseHandle(opened);
+        SetLastError(reason);
+        return {};
+    }
+    return {reinterpret_cast<std::intptr_t>(opened), std::uint64_t(size.QuadPart)};
 }
 
-void close(file opened) {
-    CloseHandle(handle(opened));
+void close(file& opened) {
+    CloseHandle(handle(opened.handle));
+    opened = {};
 }
 
-bool size_of(file opened, std::uint64_t& size) {
-    LARGE_INTEGER value;
-    if (!GetFileSizeEx(handle(opened), &value)) return false;
-    size = std::uint64_t(value.QuadPart);
-    return true;
-}
-
-bool create(file opened, protection mode, std::uint64_t size, object& made) {
+bool create(const file& over, protection mode, std::uint64_t size, object& made) {
     // The whole size is handed over, not just its low half: a request of 4 GiB and more must not become a
     // small one.
-    const HANDLE mapping =
-        CreateFileMappingA(handle(opened), nullptr, DWORD(mode), DWORD(size >> 32), DWORD(size), nullptr);
+    const HANDLE mapping = CreateFileMappingA(handle(over.handle), nullptr, DWORD(mode), DWORD(size >> 32),
+                                              DWORD(size), nullptr);
     if (!mapping) return false;
     made.handle = reinterpret_cast<std::intptr_t>(mapping);
-    made.size = size;
-    if (size == 0 && !size_of(opened, made.size)) {
-        const DWORD reason = GetLastError();
-        destroy(made);
-        SetLastError(reason);
-        return false;
-    }
+    made.size = size != 0 ? size : over.size;
     return true;
 }
 
@@ -66,7 +62,7 @@ void destroy(object& made) {
     made = {};
 }
 
-void* map(const object& from, file, access mode, std::uint64_t offset, std::uint64_t size) {
+void* map(const object& from, const file&, access mode, std::uint64_t offset, std::uint64_t size) {
     if (offset > from.size || size > from.size - offset) {
         SetLastError(ERROR_ACCESS_DENIED);
         return nullptr;
@@ -85,8 +81,8 @@ void unmap(void* view, std::uint64_t) {
 
 void* resize_memory(object& made, void* view, std::uint64_t size) {
     object larger;
-    if (!create(no_file, protection::read_write, size, larger)) return nullptr;
-    void* moved = map(larger, no_file, access::write, 0, size);
+    if (!create({}, protection::read_write, size, larger)) return nullptr;
+    void* moved = map(larger, {}, access::write, 0, size);
     if (!moved) {
         destroy(larger);
         return nullptr;

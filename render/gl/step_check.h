@@ -9,6 +9,11 @@ namespace render {
 // with the context).
 bool has_context();
 
+// Tells whether the calling thread has a current context of an interface other than the window system's own (GLX, WGL).
+// Set it before load_gl() where one is made through EGL; null asks the window system again.
+using context_probe = bool (*)();
+void set_context_probe(context_probe probe);
+
 // Finds the entry points of the GL functions beyond version 1.1 (glewInit). Call it once with the new context
 // current, before anything else of this floor. False, after a line with the reason on standard error, when
 // there is no context or it lacks OpenGL 3.3.

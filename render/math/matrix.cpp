@@ -7,15 +7,6 @@
 
 namespace render {
 
-mtx3w operator*(const mtx3w& a, const mtx3w& b) {
-    mtx3w product;
-    for (int c = 0; c < 4; ++c)
-        for (int r = 0; r < 4; ++r)
-            product[4 * c + r] = a[r] * b[4 * c] + a[4 + r] * b[4 * c + 1] + a[8 + r] * b[4 * c + 2] +
-                                 a[12 + r] * b[4 * c + 3];
-    return product;
-}
-
 mtx3w inverse(const mtx3w& m) {
     // Determinants of the 2 by 2 blocks: s from rows 0 and 1, t from rows 2 and 3 of each pair of columns.
     const auto pair = [&m](int c, int d, int r) {

@@ -23,7 +23,13 @@ constexpr vec3w operator*(const vec3w& v, const mtx3w& m) {
             m[12] * v.x + m[13] * v.y + m[14] * v.z + m[15] * v.w};
 }
 // a b: b is applied first.
-mtx3w operator*(const mtx3w& a, const mtx3w& b);
+constexpr mtx3w operator*(const mtx3w& a, const mtx3w& b) {
+    mtx3w product = {};
+    for (int c = 0; c < 16; c += 4)
+        for (int r = 0; r < 4; ++r)
+            product[c + r] = a[r] * b[c] + a[4 + r] * b[c + 1] + a[8 + r] * b[c + 2] + a[12 + r] * b[c + 3];
+    return product;
+}
 
 constexpr mtx3w transpose(const mtx3w& m) {
     return {{m[0], m[4], m[8], m[12], m[1], m[5], m[9], m[13], m[2], m[6], m[10], m[14], m[3], m[7], m[11],

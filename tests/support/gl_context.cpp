@@ -12,6 +12,8 @@
 
 #include <GL/freeglut.h>
 
+#include <cstdlib>
+
 namespace test_support {
 
 bool make_context_current() {
@@ -19,6 +21,9 @@ bool make_context_current() {
     if (window == 0) {
         char name[] = "test", *arguments[] = {name, nullptr};
         int count = 1;
+#ifdef _WIN32
+        _putenv("DISPLAY="); // Wine's, which GLUT would take for the name of a Windows display
+#endif
         glutInit(&count, arguments);
         glutInitDisplayMode(GLUT_DOUBLE | GLUT_RGBA | GLUT_ALPHA | GLUT_DEPTH);
         glutInitWindowSize(16, 16);

@@ -14,7 +14,7 @@ using namespace tool;
 
 // In the order of the help.
 const subcommand* const subcommands[] = {
-    &eval,
+    &info, &dump, &check, &convert, &render_picture, &image, &eval,
 };
 
 void print_help(std::ostream& os) {

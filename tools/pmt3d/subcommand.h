@@ -22,7 +22,13 @@ struct subcommand {
     int (*run)(arguments);     // returns the exit code; asked for help it is not called
 };
 
+extern const subcommand check;
+extern const subcommand convert;
+extern const subcommand dump;
 extern const subcommand eval;
+extern const subcommand image;
+extern const subcommand info;
+extern const subcommand render_picture;
 
 // Reports what is wrong with the arguments, and how they should be. Returns wrong_usage.
 int usage_error(const subcommand& command, std::string_view message);

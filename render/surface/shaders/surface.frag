@@ -43,12 +43,7 @@ vec3 to_world(vec3 direction) {
     return vec3(Globalview * vec4(direction, 0.0));
 }
 
-void main() {
-    vec2 txc = MercatorSphere ? vec2(Vertex.TexCoord.x, asin_slope(Vertex.TexCoord.y)) : Vertex.TexCoord;
-    vec3 norm = texture(bumpTex, txc + bumpOfs).rgb;
-    vec4 color = texture(colorTex, txc) * Vertex.Color;
-    vec4 spec = texture(specTex, txc);
-
+void add_surroundings(vec3 norm) {
     vec3 reflectdir = Vertex.ReflectDir;
     vec3 refractdir = Vertex.RefractDir;
     if (!SkyBox) {
@@ -58,6 +53,14 @@ void main() {
     }
     vec4 refl = texture(cubeTex, to_world(reflectdir)) * ReflectAlpha;
     vec4 refr = texture(cubeTex, to_world(refractdir)) * RefractAlpha;
+    FragmentColor = FragmentColor + refl + refr;
+}
+
+void main() {
+    vec2 txc = MercatorSphere ? vec2(Vertex.TexCoord.x, asin_slope(Vertex.TexCoord.y)) : Vertex.TexCoord;
+    vec3 norm = texture(bumpTex, txc + bumpOfs).rgb;
+    vec4 color = texture(colorTex, txc) * Vertex.Color;
+    vec4 spec = texture(specTex, txc);
 
     vec3 v = normalize(Vertex.ViewDir);
     vec3 l = normalize(Vertex.LightDir);
@@ -65,5 +68,7 @@ void main() {
     vec4 diffuse = vec4(color.rgb * max(dot(l, norm), 0.0), color.a);
     vec4 specular = spec * pow(max(dot(r, v), 0.0), Shininess);
 
-    FragmentColor = diffuse + specular + refl + refr;
+    FragmentColor = diffuse + specular;
+    // Cube maps cost more than all the rest, so that they are only looked at where they show.
+    if (ReflectAlpha != 0.0 || RefractAlpha != 0.0) add_surroundings(norm);
 }

@@ -196,7 +196,8 @@ TEST_F(Shaders, ProgramsAndTheirInterfaces) {
         // Used for nothing that leaves the program: a driver may keep them or not.
         for (const std::string unused : {"in 2 TexCoord vec2\n", "uniform ClipLines mat4x3\n"}) {
             const auto at = interface.find(unused);
-            if (at != interface.npos && one.interface.find(unused) == one.interface.npos) interface.erase(at, unused.size());
+            if (at != interface.npos && one.interface.find(unused) == one.interface.npos)
+                interface.erase(at, unused.size());
         }
         EXPECT_EQ(interface, one.interface);
     }

@@ -1,0 +1,161 @@
+#include "libgr/image/bmp.h"
+
+#include "libgr/image/input_file.h"
+#include "libgr/image/report.h"
+#include "libgr/image/row_writer.h"
+#include "libutils/byteorder.h"
+#include "libutils/saved_file.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+namespace libgr {
+
+namespace {
+
+static_assert(sizeof(tagBITMAPFILEHEADER) == 14 && sizeof(tagBITMAPINFOHEADER) == 40 &&
+              sizeof(tagRGBQUAD) == 4);
+
+constexpr std::uint16_t signature = 19778; // "BM"
+constexpr std::uint32_t header_bytes = sizeof(tagBITMAPFILEHEADER) + sizeof(tagBITMAPINFOHEADER);
+// No sample is wide enough for more colours.
+constexpr std::uint64_t most_colors = 65536;
+
+const libutils::intel_byteorder order;
+
+std::int32_t signed32(std::int32_t stored) {
+    return std::int32_t(order.to_host32(std::uint32_t(stored)));
+}
+
+// Of a bitmap of so many bits, with colours or without. False when there is none such.
+bool describe(std::uint16_t bit_count, bool has_colors, pixel_descriptor& descriptor) {
+    const std::uint32_t narrow = has_colors ? pixel_format::color_index : pixel_format::luminance;
+    switch (bit_count) {
+    case 1:
+        descriptor = {narrow, sample_type::unsigned_integer, bits_class::bits_1};
+        return true;
+    case 4:
+        descriptor = {narrow, sample_type::unsigned_integer, bits_class::bits_4};
+        return true;
+    case 8:
+        descriptor = {narrow, sample_type::unsigned_integer, bits_class::bits_8};
+        return true;
+    case 24:
+        descriptor = {pixel_format::bgr, sample_type::unsigned_integer, bits_class::bits_8};
+        return true;
+    case 32:
+        descriptor = {pixel_format::bgra, sample_type::unsigned_integer, bits_class::bits_8};
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+bool bmp_file::load(const std::string& name) {
+    pixel_bytes bytes;
+    if (!map_file(bytes, name)) return false;
+    if (bytes.size() < header_bytes) return report_failure(name, ": not a bmp file.");
+    file_header.view(bytes, 0, 1);
+    info_header.view(bytes, sizeof(tagBITMAPFILEHEADER), 1);
+    if (order.to_host16(file_header[0].bfType) != signature) return report_failure(name, ": not a bmp file.");
+
+    const std::uint32_t info_bytes = order.to_host32(info_header[0].biSize);
+    const std::uint32_t data = order.to_host32(file_header[0].bfOffBits);
+    switch (info_bytes) {
+    case 40:
+    case 52:
+    case 56:
+    case 64:
+    case 108:
+    case 124:
+        break;
+    default:
+        return report_failure(name, ": bmp header not supported.");
+    }
+    const std::uint64_t colors = std::uint64_t(sizeof(tagBITMAPFILEHEADER)) + info_bytes;
+    if (data < colors || data > bytes.size())
+        return report_failure(name, ": bmp pixels lie outside the file.");
+    palette.view(bytes, colors, (data - colors) / sizeof(tagRGBQUAD));
+    pixels.view(bytes, data);
+    return true;
+}
+
+bool load_bmp(image2d& image, const std::string& name) {
+    bmp_file file;
+    if (!file.load(name)) return false;
+    const tagBITMAPINFOHEADER info = file.info_header[0];
+    if (info.biCompression != 0) return report_failure(name, ": compressed bmp not supported.");
+    const std::int32_t width = signed32(info.biWidth), height = signed32(info.biHeight);
+    if (height < 0) return report_failure(name, ": top-down bmp not supported.");
+    if (width <= 0 || height == 0) return report_failure(name, ": bmp size not supported.");
+
+    image2d made;
+    made.width = std::uint32_t(width);
+    made.height = std::uint32_t(height);
+    if (!describe(order.to_host16(info.biBitCount), !file.palette.empty(), made.descriptor))
+        return report_failure(name, ": bmp bit count not supported.");
+    std::uint64_t bytes = 0;
+    if (__builtin_mul_overflow(made.stride(), std::uint64_t(made.height), &bytes) ||
+        bytes > file.pixels.size())
+        return report_failure(name, ": bmp file is truncated.");
+    made.pixels = file.pixels;
+    made.pixels.set_view(file.pixels.offset(), bytes);
+
+    if (made.descriptor.format == pixel_format::color_index) {
+        if (!made.colors.allocate(std::min<std::uint64_t>(file.palette.size(), most_colors)))
+            return report_failure(name, ": file load failed.");
+        for (std::uint64_t i = 0; i < made.colors.count; ++i) {
+            const tagRGBQUAD& entry = file.palette[i];
+            made.colors.set(i, entry.rgbRed, entry.rgbGreen, entry.rgbBlue);
+        }
+    }
+    image = std::move(made);
+    return true;
+}
+
+bool save_bmp(const image2d& image, const std::string& name) {
+    const auto [format, type, bits] = image.descriptor;
+    std::uint16_t bit_count = 0;
+    if (format == pixel_format::luminance && bits == bits_class::bits_1) bit_count = 1;
+    if (format == pixel_format::luminance && bits == bits_class::bits_4) bit_count = 4;
+    if (format == pixel_format::luminance && bits == bits_class::bits_8) bit_count = 8;
+    if (format == pixel_format::bgr && bits == bits_class::bits_8) bit_count = 24;
+    if (bit_count == 0 || type == sample_type::floating || !rows_can_be_written(image))
+        return report_failure("convert(to bmp): not supported format.");
+    constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max();
+    const std::uint64_t row_bytes = (std::uint64_t(image.width) * bit_count + 31) / 32 * 4;
+    // One factor has 32 bits and the other, at most 24 bits a pixel, fewer than 34.
+    const std::uint64_t pixel_bytes_count = row_bytes * image.height;
+    if (image.width > most || image.height > most ||
+        pixel_bytes_count > std::numeric_limits<std::uint32_t>::max() - header_bytes)
+        return report_failure("convert(to bmp): picture too large.");
+
+    tagBITMAPFILEHEADER file_header{};
+    file_header.bfType = order.to_host16(signature);
+    file_header.bfSize = order.to_host32(std::uint32_t(pixel_bytes_count) + header_bytes);
+    file_header.bfOffBits = order.to_host32(header_bytes);
+    tagBITMAPINFOHEADER info{};
+    info.biSize = order.to_host32(sizeof info);
+    info.biWidth = signed32(std::int32_t(image.width));
+    info.biHeight = signed32(std::int32_t(image.height));
+    info.biPlanes = order.to_host16(1);
+    info.biBitCount = order.to_host16(bit_count);
+    info.biSizeImage = order.to_host32(std::uint32_t(pixel_bytes_count));
+    // Dots per inch, where the field's name says metre; other programs expect the same small number.
+    info.biXPelsPerMeter = info.biYPelsPerMeter = signed32(72);
+
+    char headers[header_bytes];
+    std::memcpy(headers, &file_header, sizeof file_header);
+    std::memcpy(headers + sizeof file_header, &info, sizeof info);
+    libutils::saved_file file(name);
+    if (!file.is_open()) return report_failure(name, ": file open error.");
+    file.write({headers, sizeof headers});
+    write_rows(file, image, 4);
+    return file.commit() || report_failure(name, ": file write error.");
+}
+
+} // namespace libgr

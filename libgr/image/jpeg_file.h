@@ -1,0 +1,49 @@
+#pragma once
+// JPEG files, through libjpeg.
+//
+// Read: baseline, progressive and arithmetic-coded files of 8-bit samples with one grey channel or three
+// channels of colour, as luminance and RGB (or, on request, as they are stored: YCbCr). Other colour spaces
+// are refused. Written: luminance, RGB and YCbCr of 8-bit samples.
+
+#include "libgr/image/image.h"
+
+#include <string>
+#include <vector>
+
+namespace libgr {
+
+// One of the comments and application segments that a file carries beside its picture.
+struct jpeg_marker {
+    int code;         // 0xFE: comment; 0xE0 to 0xEF: application
+    pixel_bytes data; // at most 65533 bytes
+};
+
+// A JPEG file in memory.
+struct jpeg_file {
+    std::string name; // for messages
+    pixel_bytes bytes;
+    std::vector<jpeg_marker> markers; // in the file's order
+
+    // False, after one line on standard error, when there is no such file or it cannot be mapped. The markers
+    // come with the decoding.
+    bool load(const std::string& file_name);
+    // Replaces the file of that name. False, after one line, when that fails; the old file is then as it was.
+    bool save(const std::string& file_name) const;
+};
+
+// Decodes the file and keeps its markers. False, after one line, when that is impossible or when the file
+// ends early. Damage that the decoder can get over gives a line, but also a picture.
+bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr = false);
+
+// Codes the picture into the file's bytes, with the file's markers; only those that describe the coding
+// itself (JFIF, but for its pixel density, and Adobe) are not taken over. quality: 0 to 100; `baseline` keeps
+// the quantisation steps within 8 bits. False, after one line, when the picture is of another kind.
+bool encode_jpeg(jpeg_file& file, const image2d& image, int quality, bool baseline);
+
+// Turns the file's picture clockwise by quarter turns, 0 to 3, without loss: the coded coefficients change
+// their places, nothing is decoded. Markers are kept. False, after one line and with the file as it was, for
+// another count, for a damaged file, and when edges that are no whole blocks would have to become left or
+// upper edges.
+bool turn_jpeg(jpeg_file& file, int quarter_turns);
+
+} // namespace libgr

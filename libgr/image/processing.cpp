@@ -1,0 +1,134 @@
+#include "libgr/image/processing.h"
+
+#include "libgr/image/report.h"
+#include "libgr/image/row_kernels.h"
+
+#include <array>
+#include <string>
+#include <utility>
+
+namespace libgr {
+
+namespace {
+
+// A picture of the source's size with fresh pixels.
+bool start(image2d& made, const image2d& source, const pixel_descriptor& descriptor) {
+    made.descriptor = descriptor;
+    made.width = source.width;
+    made.height = source.height;
+    return made.allocate();
+}
+
+constexpr pixel_descriptor bytes_of(std::uint32_t format) {
+    return {format, sample_type::unsigned_integer, bits_class::bits_8};
+}
+
+} // namespace
+
+bool rgb2grey(image2d& made, const image2d& source) {
+    const auto [format, type, bits] = source.descriptor;
+    if (format != pixel_format::rgb)
+        return report_failure(std::to_string(format), ": image format is not RGB.");
+    if (type != sample_type::unsigned_integer)
+        return report_failure(std::to_string(type), ": image type is not UINT.");
+    if (bits != bits_class::bits_8) return report_failure(std::to_string(bits), ": image bits is not 8.");
+    image2d grey;
+    if (!source.holds_pixels() || !start(grey, source, bytes_of(pixel_format::luminance)))
+        return report_failure("rgb2grey(): allocate() fail.");
+    const auto row = row_kernels::best().grey;
+    for (std::uint32_t y = 0; y < source.height; ++y)
+        row(grey.row(y), source.row(y), source.width);
+    made = std::move(grey);
+    return true;
+}
+
+bool normalmap(image2d& made, const image2d& source) {
+    const auto [format, type, bits] = source.descriptor;
+    const bool bytes = bits == bits_class::bits_8;
+    if (source.topdown || source.compressed) {
+        report_failure("normalmap(): compressed format not supported.");
+        made = source;
+        return false;
+    }
+    if (format == pixel_format::rgb && type != sample_type::floating && bytes) {
+        made = source;
+        return true;
+    }
+    if (format != pixel_format::luminance || type != sample_type::unsigned_integer || !bytes) {
+        report_failure("normalmap(): image type not supported.");
+        made = source;
+        return false;
+    }
+    image2d map;
+    map.store = source.store;
+    constexpr pixel_descriptor signed_bytes = {pixel_format::rgb, sample_type::signed_integer,
+                                               bits_class::bits_8};
+    if (!source.holds_pixels() || !start(map, source, signed_bytes))
+        return report_failure("normalmap allocate() fail.");
+    const auto row = row_kernels::best().normals;
+    for (std::uint32_t y = 0; y < map.height; ++y)
+        row(map.row(y), source.row(y), source.row(y + 1 < map.height ? y + 1 : 0), map.width);
+    made = std::move(map);
+    return true;
+}
+
+bool scaledown(image2d& made, const image2d& source) {
+    const row_kernels::set& kernels = row_kernels::best();
+    decltype(kernels.halve_3) halve = nullptr;
+    switch (source.descriptor.format) {
+    case pixel_format::luminance:
+        halve = kernels.halve_luminance;
+        break;
+    case pixel_format::rgb:
+    case pixel_format::bgr:
+        halve = kernels.halve_3;
+        break;
+    case pixel_format::rgba:
+    case pixel_format::bgra:
+        halve = kernels.halve_4;
+        break;
+    default:
+        break;
+    }
+    if (!halve || source.descriptor.bits != bits_class::bits_8)
+        return report_failure("scaledown():", ": unsupported format.");
+    image2d half;
+    half.descriptor = source.descriptor;
+    half.width = source.width >> 1;
+    half.height = source.height >> 1;
+    if (!source.holds_pixels() || !half.allocate()) return report_failure("scaledown(): allocate() fail.");
+    for (std::uint32_t y = 0; y < half.height; ++y)
+        halve(half.row(y), source.row(2 * y), source.row(2 * y + 1), half.width);
+    made = std::move(half);
+    return true;
+}
+
+bool expand_color_index(image2d& made, const image2d& source) {
+    const std::uint32_t bits = bits_per_component(source.descriptor.bits);
+    if (source.descriptor.format != pixel_format::color_index || bits < 1 || bits > 8)
+        return report_failure("expand_color_index(): not supported format.");
+    image2d expanded;
+    if (!source.holds_pixels() || !start(expanded, source, bytes_of(pixel_format::rgb)))
+        return report_failure("expand_color_index(): allocate() fail.");
+
+    std::array<std::array<unsigned char, 3>, 256> colors{};
+    for (std::uint64_t i = 0; i < colors.size() && i < source.colors.count; ++i)
+        colors[i] = {static_cast<unsigned char>(source.colors.red[i] >> 8),
+                     static_cast<unsigned char>(source.colors.green[i] >> 8),
+                     static_cast<unsigned char>(source.colors.blue[i] >> 8)};
+    const std::uint32_t mask = (1u << bits) - 1;
+    for (std::uint32_t y = 0; y < source.height; ++y) {
+        // Counted in bits from the row's first byte: a skip may end within a byte.
+        const unsigned char* from = source.row(y);
+        unsigned char* to = expanded.row(y);
+        std::uint64_t bit = std::uint64_t(source.skip_pixels) * bits % 8;
+        for (std::uint32_t x = 0; x < source.width; ++x, bit += bits, to += 3) {
+            const std::uint32_t number = from[bit / 8] >> (8 - bits - bit % 8) & mask;
+            std::copy(colors[number].begin(), colors[number].end(), to);
+        }
+    }
+    made = std::move(expanded);
+    return true;
+}
+
+} // namespace libgr

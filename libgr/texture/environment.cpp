@@ -1,0 +1,132 @@
+#include "libgr/texture/environment.h"
+
+#include "libgr/image/autoformat.h"
+#include "libgr/texture/texture_table.h"
+#include "libutils/error_report.h"
+#include "render/math/operations.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+
+namespace libgr {
+
+namespace {
+
+using render::dir3;
+
+bool fail(const std::string& line) {
+    libutils::error_report();
+    std::cerr << line << std::endl;
+    return false;
+}
+
+// The direction in which a point of a face is seen from the middle of the cube; s and t from -1 to 1 along
+// the face's rows and columns, as the GL lays its faces out.
+dir3 direction_of(std::size_t face, float s, float t) {
+    switch (face) {
+    case 0:
+        return {1, -t, -s};
+    case 1:
+        return {-1, -t, s};
+    case 2:
+        return {s, 1, t};
+    case 3:
+        return {s, -1, -t};
+    case 4:
+        return {s, -t, 1};
+    default:
+        return {-s, -t, -1};
+    }
+}
+
+float smooth_step(float from, float to, float x) {
+    const float t = std::clamp((x - from) / (to - from), 0.0f, 1.0f);
+    return t * t * (3 - 2 * t);
+}
+
+// A soft studio: a dark floor, walls that brighten upwards, and a large round lamp above and in front, to the
+// left.
+float studio_light(const dir3& towards) {
+    const dir3 d = normalise(towards);
+    const float walls = 0.12f + 0.38f * smooth_step(-0.6f, 1.0f, d.y);
+    const float lamp = 0.5f * smooth_step(0.55f, 0.98f, dot(d, normalise(dir3{-0.45f, 0.75f, 0.5f})));
+    return walls + lamp;
+}
+
+// Pictures begin with their bottom row, faces with their top row.
+bool turn_upside_down(image2d& image) {
+    image2d turned = image;
+    turned.pixels.release();
+    turned.row_length = turned.skip_pixels = turned.skip_rows = 0;
+    if (!turned.allocate()) return false;
+    const std::uint64_t bytes = std::min(turned.stride(), image.stride());
+    for (std::uint32_t y = 0; y < image.height; ++y)
+        std::memcpy(turned.row(y), image.row(image.height - 1 - y), bytes);
+    image = turned;
+    return true;
+}
+
+bool make_default_faces(grTextureCubeMap& cube) {
+    constexpr std::uint32_t size = 64;
+    for (std::size_t face = 0; face < cube.images.size(); ++face) {
+        image2d& image = cube.images[face];
+        image.descriptor = {pixel_format::rgb, sample_type::unsigned_integer, bits_class::bits_8};
+        image.width = image.height = size;
+        if (!image.allocate()) return false;
+        for (std::uint32_t y = 0; y < size; ++y) {
+            unsigned char* pixel = image.row(y);
+            for (std::uint32_t x = 0; x < size; ++x, pixel += 3) {
+                const auto along = [](std::uint32_t i) { return 2 * (float(i) + 0.5f) / float(size) - 1; };
+                const float light = studio_light(direction_of(face, along(x), along(y)));
+                // A shade warmer where it is bright.
+                pixel[0] = static_cast<unsigned char>(255 * light);
+                pixel[1] = static_cast<unsigned char>(255 * light * (1 - 0.02f * light));
+                pixel[2] = static_cast<unsigned char>(255 * light * (1 - 0.06f * light));
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool environment_t::initex(const std::string& name) {
+    if (!table_) table_ = texture_table::shared();
+    const std::string path = cubetex.empty() ? std::string() : picture_path(name, cubetex);
+    const std::string key = cubetex.empty() ? "cube" : table_name(path);
+    std::shared_ptr<cube_record> cube = table_->find_cube(key);
+    if (!cube) {
+        cube = std::make_shared<cube_record>();
+        if (cubetex.empty()) {
+            if (!make_default_faces(cube->texture)) return fail("environment_t::initex(): allocate fail.");
+        } else {
+            auto image = cube->texture.images.begin();
+            for (const std::string& face : face_names(path)) {
+                if (!autoloadformat(*image, face) || !turn_upside_down(*image)) {
+                    return fail(face + ": autoloadformat failed.");
+                }
+                ++image;
+            }
+        }
+        table_->add_cube(key, cube);
+        cube->prepare();
+    }
+    cube_ = std::move(cube);
+    return true;
+}
+
+bool environment_t::has_cube() {
+    return cube_ != nullptr;
+}
+
+void environment_t::bind_cube() {
+    cube_->prepare();
+    cube_->object.Load();
+}
+
+void environment_t::unbind_cube() {
+    cube_->object.unbind();
+}
+
+} // namespace libgr

@@ -1,0 +1,60 @@
+#pragma once
+// What one surface wears: a colour, a bump and a specular picture.
+
+#include "render/surface/appearance.h"
+
+#include <array>
+#include <memory>
+#include <string>
+
+namespace libgr {
+
+class texture_table;
+struct texture_record;
+
+// What a model file says about the pictures of one surface.
+struct texture_options {
+    std::string texture;  // colour picture; empty: plain white
+    std::string bumpmap;  // height map (grey) or normal map (RGB); empty: flat
+    std::string specular; // colour of the highlight; empty: the default highlight
+    float aniso = 1.0f;   // most samples of anisotropic filtering; 1: none
+    float refractfactor = 0.0f;
+    bool bumpofs = true;    // sample the bump picture half a texel earlier, between the heights it compares
+    bool bump2mono = false; // turn an RGB bump picture to grey and take it for a height map
+    bool mipmap = true;     // build and use the smaller levels
+    bool nearlinear = true; // smooth minification
+    bool maglinear = true;  // smooth magnification
+    bool mercatorsphere = false; // v of the texture coordinate is the height on a sphere
+};
+
+// The options and the opened pictures. A plain value: a copy has the same options and shares the pictures.
+//
+// Pictures come from the texture table, which all texture_t and environment_t share that exist at a time: a
+// file named by many surfaces, in whatever spelling, is decoded and derived once and is one GL texture. The
+// table and its GL textures go with the last texture_t and environment_t that has been opened; let that be
+// while the context exists.
+class texture_t : public texture_options, public render::appearance {
+public:
+    // Finds or loads the three pictures, derives what the shaders need from the bump picture, and sets
+    // filters and offsets by the options. name: the model file; names that do not begin with "/" (or a drive
+    // letter, or two backslashes) are relative to its directory. A picture that cannot be had is reported on
+    // standard error, and its unit stays as it was. With a context the pictures are uploaded now, otherwise
+    // at the first bind.
+    void open(const std::string& name);
+
+    bool has(render::texture_unit unit) override;
+    void bind(render::texture_unit unit) override;
+    void unbind(render::texture_unit unit) override;
+    std::array<float, 2> bump_offset() override { return bump_offset_; }
+    bool mercator_sphere() override { return mercatorsphere; }
+
+    // The picture of a unit in the texture table; null before open() or when it could not be had.
+    const texture_record* record(render::texture_unit unit) const { return units_[unsigned(unit)].get(); }
+
+private:
+    std::shared_ptr<texture_table> table_;
+    std::array<std::shared_ptr<texture_record>, 3> units_;
+    std::array<float, 2> bump_offset_{};
+};
+
+} // namespace libgr

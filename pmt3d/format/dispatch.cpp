@@ -1,0 +1,167 @@
+#include "pmt3d/format/dispatch.h"
+
+#include "libutils/error_report.h"
+#include "pmt3d/format/file_saver.h"
+#include "pmt3d/format/line_reader.h"
+#include "pmt3d/format/stl.h"
+#include "pmt3d/format/text_reader.h"
+#include "pmt3d/format/text_writer.h"
+
+#include <iostream>
+
+namespace pmt3d {
+
+namespace {
+
+enum class format { stl, text, unknown };
+
+format format_of(const std::string& name) {
+    if (name.ends_with(".stl")) return format::stl;
+    if (name.ends_with(".pmt")) return format::text;
+    libutils::error_report();
+    std::cerr << "file extension not recognized.\n";
+    return format::unknown;
+}
+
+// The blocks of a file, into the list and, where there is one, the environment. Their number; 0 when one
+// failed.
+std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items, const std::string& name,
+                          const load_context& context) {
+    using kind_t = model_item_t::kind_t;
+    line_reader in;
+    if (!in.open(name)) {
+        report(context.error, name, ": file open error.");
+        return 0;
+    }
+    in.set_progress(context.progress);
+    std::uint64_t blocks = 0;
+    while (in.next()) {
+        const std::string_view line = in.line();
+        bool read = true;
+        if (environment && line.starts_with(environment_header)) {
+            read = read_environment_block(*environment, name, in, context.error);
+        } else if (line.starts_with(nurbs_header)) {
+            model_item_t& item = items.emplace_back(kind_t::nurbs);
+            read = read_nurbs_block(name, item.nurbs, item.texture, item.polygon, context.frames, in,
+                                    context.error);
+        } else if (line.starts_with(polygon_header)) {
+            model_item_t& item = items.emplace_back(kind_t::polygon);
+            read = read_polygon_block(name, item.texture, item.polygon, in, context.error);
+        } else {
+            if (!is_blank_or_comment(line)) report(context.error, "unknown line: ", line);
+            continue;
+        }
+        if (!read) return 0;
+        ++blocks;
+    }
+    return blocks;
+}
+
+// Names the surface after the file and writes it.
+void save_item(model_item_t& item, const std::string& name, line_writer& out) {
+    item.polygon.set_name(name);
+    if (item.kind == model_item_t::kind_t::nurbs) {
+        item.nurbs.set_name(name);
+        write_nurbs(item.nurbs, out);
+    } else
+        write_polygon(item.texture, item.polygon, out);
+}
+
+std::uint64_t lines_of(const model_item_t& item) {
+    if (item.kind == model_item_t::kind_t::nurbs)
+        return item.nurbs.knots1().size() + item.nurbs.knots2().size() + 2 * item.nurbs.weights().size();
+    return 5 * item.polygon.vertex_count() + item.polygon.element_count();
+}
+
+std::uint64_t lines_of(const surface_list& items) {
+    std::uint64_t lines = 0;
+    for (const model_item_t& item : items)
+        lines += lines_of(item);
+    return lines;
+}
+
+void save_items(surface_list& items, const std::string& name, line_writer& out) {
+    for (model_item_t& item : items) {
+        save_item(item, name, out);
+        out.end_line();
+        if (!out.good()) return;
+    }
+}
+
+// Opens the file, lets `write` fill it, and puts it in place when all went well.
+template <class Write>
+bool save_lines(const std::string& name, const progress_t& progress, std::uint64_t lines, Write&& write) {
+    file_saver file(name);
+    if (!file.is_open()) return false;
+    line_writer out([&](std::string_view text) { return file.write(text); }, progress, lines);
+    write(out);
+    out.flush();
+    return !out.refused() && file.commit();
+}
+
+} // namespace
+
+bool load(model_t& model, const std::string& name, const load_context& context) {
+    switch (format_of(name)) {
+    case format::stl:
+        return load_stl(model.items, name, context);
+    case format::text:
+        return load_text(model, name, context);
+    default:
+        return false;
+    }
+}
+
+// What the three saves have in common: a whole model's triangles are those of its items.
+template <class What, class Triangles>
+static bool save_as(What& what, const Triangles& triangles, const std::string& name,
+                    const progress_t& progress) {
+    switch (format_of(name)) {
+    case format::stl:
+        return save_stl(triangles, name, progress);
+    case format::text:
+        return save_text(what, name, progress);
+    default:
+        return false;
+    }
+}
+
+bool save(model_t& model, const std::string& name, const progress_t& progress) {
+    return save_as(model, model.items, name, progress);
+}
+
+bool save(surface_list& items, const std::string& name, const progress_t& progress) {
+    return save_as(items, items, name, progress);
+}
+
+bool save(model_item_t& item, const std::string& name, const progress_t& progress) {
+    return save_as(item, item, name, progress);
+}
+
+bool load_text(model_t& model, const std::string& name, const load_context& context) {
+    return load_blocks(&model.environment, model.items, name, context) > 0;
+}
+
+std::uint64_t load_text(surface_list& items, const std::string& name, const load_context& context) {
+    report(context.error, "load filename: ", name);
+    return load_blocks(nullptr, items, name, context);
+}
+
+bool save_text(model_t& model, const std::string& name, const progress_t& progress) {
+    return save_lines(name, progress, lines_of(model.items), [&](line_writer& out) {
+        write_environment(model.environment, out);
+        if (!model.environment.cubetex.empty()) out.end_line();
+        save_items(model.items, name, out);
+    });
+}
+
+bool save_text(surface_list& items, const std::string& name, const progress_t& progress) {
+    return save_lines(name, progress, lines_of(items),
+                      [&](line_writer& out) { save_items(items, name, out); });
+}
+
+bool save_text(model_item_t& item, const std::string& name, const progress_t& progress) {
+    return save_lines(name, progress, lines_of(item), [&](line_writer& out) { save_item(item, name, out); });
+}
+
+} // namespace pmt3d

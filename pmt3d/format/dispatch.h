@@ -1,0 +1,41 @@
+#pragma once
+// Loading and saving models, in the format that the file's name ends with: ".pmt" the text format, ".stl"
+// triangles.
+
+#include "pmt3d/format/model.h"
+#include "pmt3d/format/progress.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+namespace pmt3d {
+
+// What a load needs of its caller.
+struct load_context {
+    std::ostream& error;   // diagnostics
+    frame_update frames{}; // for NURBS surfaces; empty: on the CPU
+    progress_t progress{};
+};
+
+// Loading appends to the model; what was read before a failure stays in it, the item that failed included.
+// Saving replaces the file only when all of it could be written, and names the surfaces after the file.
+// Failures are reported in one line.
+
+// By the end of the name, exactly ".stl" or ".pmt". Anything else is reported on standard error.
+bool load(model_t& model, const std::string& name, const load_context& context);
+bool save(model_t& model, const std::string& name, const progress_t& progress = {});
+bool save(surface_list& items, const std::string& name, const progress_t& progress = {});
+bool save(model_item_t& item, const std::string& name, const progress_t& progress = {});
+
+// ---- The text format
+
+// True when the file holds at least one block and every block could be read.
+bool load_text(model_t& model, const std::string& name, const load_context& context);
+// Surfaces only; an environment's lines are reported as unknown. The number of blocks, 0 when one failed.
+std::uint64_t load_text(surface_list& items, const std::string& name, const load_context& context);
+bool save_text(model_t& model, const std::string& name, const progress_t& progress = {});
+bool save_text(surface_list& items, const std::string& name, const progress_t& progress = {});
+bool save_text(model_item_t& item, const std::string& name, const progress_t& progress = {});
+
+} // namespace pmt3d

@@ -1,0 +1,68 @@
+#include "pmt3d/format/fields.h"
+
+#include "libutils/expression.h"
+#include "libutils/number.h"
+
+#include <string>
+
+namespace pmt3d {
+
+float field_reader::expression() {
+    // Nearly every value is a plain number up to a terminator; only others take the long way, which wants
+    // text that ends with a 0.
+    const char* p = at_;
+    while (*p == ' ' || *p == '\t')
+        ++p;
+    const bool negative = *p == '-';
+    if (negative) ++p;
+    if (*p >= '0' && *p <= '9') {
+        float value;
+        p = libutils::read_number(p, value);
+        if (p >= end_ || *p == ',' || *p == '\r' || *p == '\0') {
+            at_ = p;
+            skip_separator();
+            return negative ? 0.0f - value : value; // a sum, in which there is no -0
+        }
+    }
+    const std::string text(at_, end_);
+    const char* stop = nullptr;
+    const auto value = float(libutils::evaluate(text.c_str(), &stop));
+    at_ += stop - text.c_str();
+    skip_separator();
+    return value;
+}
+
+bool field_reader::skip_space() {
+    while (at_ < end_ && (*at_ == ' ' || (*at_ >= '\t' && *at_ <= '\r')))
+        ++at_;
+    return at_ < end_;
+}
+
+float field_reader::decimal(bool* ok) {
+    const char* const begin = at_;
+    float value = 0.0f;
+    const char* const stop = skip_space() ? libutils::read_float(at_, value) : at_;
+    if (stop == at_) {
+        if (ok) *ok = false;
+        at_ = begin;
+    } else
+        at_ = stop;
+    skip_separator();
+    return value;
+}
+
+std::uint32_t field_reader::integer() {
+    const char* const begin = at_;
+    const char* stop = at_;
+    const std::uint32_t value = skip_space() ? libutils::read_unsigned(at_, &stop) : 0;
+    at_ = stop == at_ ? begin : stop;
+    skip_separator();
+    return value;
+}
+
+bool field_reader::boolean() {
+    if (std::string_view(at_, end_).starts_with("true")) return true;
+    return integer() != 0;
+}
+
+} // namespace pmt3d

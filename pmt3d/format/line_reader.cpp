@@ -1,0 +1,62 @@
+#include "pmt3d/format/line_reader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+namespace pmt3d {
+
+bool line_reader::open(const std::string& name) {
+    text_ = {};
+    restart();
+    if (file_.try_allocate(0, name.c_str())) {
+        text_ = {file_.data(), file_.size()};
+        return true;
+    }
+    // Nothing can be mapped of an empty file.
+    std::error_code error;
+    return std::filesystem::is_regular_file(name, error) && std::filesystem::file_size(name, error) == 0 &&
+           !error;
+}
+
+bool line_reader::next() {
+    if (at_ >= text_.size()) return false;
+    const char* const begin = text_.data() + at_;
+    const std::size_t left = text_.size() - at_;
+    if (const void* end = std::memchr(begin, '\n', left)) {
+        line_ = {begin, std::size_t(static_cast<const char*>(end) - begin)};
+        at_ += line_.size() + 1;
+    } else {
+        last_.assign(begin, left);
+        line_ = last_;
+        at_ = text_.size();
+    }
+    ++number_;
+    if (at_ >= next_report_) report_progress();
+    return true;
+}
+
+void line_reader::skip(std::uint64_t bytes) {
+    const std::string_view skipped = text_.substr(at_, bytes);
+    number_ += std::uint64_t(std::count(skipped.begin(), skipped.end(), '\n'));
+    at_ += skipped.size();
+}
+
+void line_reader::restart() {
+    at_ = number_ = 0;
+    line_ = {};
+}
+
+void line_reader::set_progress(progress_t progress) {
+    progress_ = std::move(progress);
+    next_report_ = progress_ ? 0 : UINT64_MAX;
+}
+
+void line_reader::report_progress() {
+    constexpr std::uint64_t step = 1 << 20;
+    progress_(at_, text_.size());
+    next_report_ = at_ + step;
+}
+
+} // namespace pmt3d

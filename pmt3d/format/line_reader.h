@@ -1,0 +1,61 @@
+#pragma once
+// A text file line by line, read in place from its mapping.
+
+#include "libutils/refvector2.h"
+#include "pmt3d/format/progress.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace pmt3d {
+
+// Lines end with '\n'; a '\r' before it stays in the line. The last line may lack the '\n'. Nothing is
+// copied, whatever a line's length, except such a last line.
+class line_reader {
+public:
+    line_reader() = default;
+    // Over text in memory, which must outlive the reader.
+    explicit line_reader(std::string_view text) : text_(text) {}
+    line_reader(const line_reader&) = delete;
+    line_reader& operator=(const line_reader&) = delete;
+
+    // Maps the file and starts over with it. False, silently, when it cannot be read (missing, a directory,
+    // no permission, held by a writer). An empty file has no lines.
+    bool open(const std::string& name);
+
+    // Goes on to the next line; false at the end.
+    bool next();
+    // The current line. The character behind it can always be read and is '\n' or 0, so that what stops at
+    // either may parse it in place. Valid until the next call of next().
+    std::string_view line() const { return line_; }
+    // Its number, from 1; 0 before the first.
+    std::uint64_t number() const { return number_; }
+
+    std::string_view text() const { return text_; } // all of it
+    std::uint64_t position() const { return at_; }  // bytes up to the end of the current line
+    std::uint64_t size() const { return text_.size(); }
+    std::uint64_t remaining() const { return size() - position(); }
+
+    // Passes over raw bytes, or to the end where there are fewer; the next line begins there.
+    void skip(std::uint64_t bytes);
+    // Back to before the first line.
+    void restart();
+
+    // Is told the position about once a megabyte.
+    void set_progress(progress_t progress);
+
+private:
+    void report_progress();
+
+    libutils::refvector2<char> file_;
+    std::string_view text_;
+    std::uint64_t at_ = 0;
+    std::string_view line_;
+    std::uint64_t number_ = 0;
+    std::string last_; // a last line without '\n', with a 0 behind it
+    progress_t progress_;
+    std::uint64_t next_report_ = UINT64_MAX; // position
+};
+
+} // namespace pmt3d

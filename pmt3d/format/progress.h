@@ -1,0 +1,13 @@
+#pragma once
+// How far a long load or save has come.
+
+#include <cstdint>
+#include <functional>
+
+namespace pmt3d {
+
+// Called now and then, in the unit of the work (bytes, lines, triangles); `done` does not exceed `total`. May
+// be empty.
+using progress_t = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
+} // namespace pmt3d

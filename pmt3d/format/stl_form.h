@@ -1,0 +1,29 @@
+#pragma once
+// How a binary STL file is laid out, and how it is told from text.
+
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+namespace pmt3d {
+
+inline constexpr std::string_view stl_text_start = "solid";
+inline constexpr std::size_t stl_header = 80,
+                             stl_prefix = stl_header + 4; // bytes; the prefix includes the count
+inline constexpr std::size_t stl_record = 50;             // normal, three vertices, attribute word
+
+// The count of a file of at least stl_prefix bytes.
+inline std::uint32_t stl_triangle_count(std::string_view bytes) {
+    std::uint32_t count;
+    std::memcpy(&count, bytes.data() + stl_header, sizeof count);
+    return count;
+}
+
+// Some programs write "solid" into binary headers as well; the size gives them away.
+inline bool is_text_stl(std::string_view bytes) {
+    if (!bytes.starts_with(stl_text_start)) return false;
+    return bytes.size() < stl_prefix ||
+           bytes.size() != stl_prefix + std::uint64_t(stl_triangle_count(bytes)) * stl_record;
+}
+
+} // namespace pmt3d

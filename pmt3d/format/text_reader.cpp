@@ -1,0 +1,546 @@
+#include "pmt3d/format/text_reader.h"
+
+#include "libgr/texture/environment.h"
+#include "libgr/texture/surface_texture.h"
+#include "libutils/error_report.h"
+#include "pmt3d/format/fields.h"
+#include "pmt3d/surface/nurbs.h"
+#include "pmt3d/surface/polygon.h"
+
+#include <algorithm>
+#include <cmath>
+#include <ostream>
+#include <span>
+
+namespace pmt3d {
+
+namespace {
+
+constexpr float color_step = 0.003921569f;         // 1 / 255
+constexpr float radians_per_degree = 0.017453292f; // in single precision
+constexpr render::col3a default_color = {0.5f, 0.5f, 0.5f, 1.0f};
+
+enum class key {
+    end,
+    resolution,
+    color,
+    fcolor,
+    knot1,
+    knot2,
+    weight,
+    texcoord,
+    position,
+    circle,
+    sphere,
+    element,
+    tangent,
+    binormal,
+    normal,
+    texture,
+    texfilter,
+    mipmap,
+    nearlinear,
+    maglinear,
+    refractfactor,
+    aniso,
+    bumpmap,
+    bumpofs,
+    bump2mono,
+    specular,
+    mercatorsphere,
+    cubetex,
+    reflectalpha,
+    refractalpha,
+};
+
+struct key_text {
+    std::string_view text;
+    key which;
+    std::string_view missing = {}; // said when the line has no value; empty: it needs none
+};
+
+// The first entry that the line begins with.
+const key_text* find_key(std::string_view line, std::span<const key_text> keys) {
+    if (line.empty()) return nullptr;
+    for (const key_text& k : keys)
+        if (k.text[0] == line[0] && line.starts_with(k.text)) return &k;
+    return nullptr;
+}
+
+// In the order in which they are tried.
+constexpr key_text polygon_keys[] = {
+    {"end", key::end},
+    {"resolution", key::resolution},
+    {"color", key::color, ": color parm is not set. "},
+    {"fcolor", key::fcolor, ": fcolor parm is not set. "},
+    {"texcoord", key::texcoord, ": texcoord parm is not set. "},
+    {"position", key::position, ": position parm is not set. "},
+    {"circle", key::circle, ": circle parm is not set. "},
+    {"sphere", key::sphere, ": sphere parm is not set. "},
+    {"element", key::element, ": element parm is not set. "},
+    {"tangent", key::tangent, ": tangent parm is not set. "},
+    {"binormal", key::binormal, ": binormal parm is not set. "},
+    {"normal", key::normal, ": normal parm is not set. "},
+    {"texture", key::texture, ": texture path is not set. "},
+    {"texfilter", key::texfilter, ": texfilter is not set. "},
+    {"mipmap", key::mipmap, ": mipmap is not set. "},
+    {"nearlinear", key::nearlinear, ": nearlinear is not set. "},
+    {"maglinear", key::maglinear, ": maglinear is not set. "},
+    {"refractfactor", key::refractfactor, ": refractfactor is not set. "},
+    {"aniso", key::aniso, ": aniso parm is not set. "},
+    {"bumptex", key::bumpmap, ": bumpmap path is not set. "},
+    {"bumpmap", key::bumpmap, ": bumpmap path is not set. "},
+    {"bumpofs", key::bumpofs, ": bumpofs parm is not set. "},
+    {"bump2mono", key::bump2mono, ": bump2mono parm is not set. "},
+    {"specular", key::specular, ": specular path is not set. "},
+    {"mercatorsphere", key::mercatorsphere, ": mercatorsphere parm is not set. "},
+};
+
+constexpr key_text nurbs_keys[] = {
+    {"end", key::end},
+    {"resolution", key::resolution, ": resolution parm is not set. "},
+    {"color", key::color, ": color parm is not set. "},
+    {"fcolor", key::fcolor, ": fcolor parm is not set. "},
+    {"knot1", key::knot1, ": knot1 parm is not set. "},
+    {"knot2", key::knot2, ": knot2 parm is not set. "},
+    {"weight", key::weight, ": weight parm is not set. "},
+    {"position", key::position, ": position parm is not set. "},
+    {"circle", key::circle, ": circle parm is not set. "},
+    {"sphere", key::sphere, ": sphere parm is not set. "},
+    {"texture", key::texture, ": texture path is not set. "},
+    {"texfilter", key::texfilter, ": texfilter is not set. "},
+    {"mipmap", key::mipmap, ": is_mipmap is not set. "},
+    {"nearlinear", key::nearlinear, ": nearlinear is not set. "},
+    {"maglinear", key::maglinear, ": maglinear is not set. "},
+    {"refractfactor", key::refractfactor, ": refractfactor is not set. "},
+    {"aniso", key::aniso, ": aniso parm is not set. "},
+    {"bumptex", key::bumpmap, ": bumpmap path is not set. "},
+    {"bumpmap", key::bumpmap, ": bumpmap path is not set. "},
+    {"bumpofs", key::bumpofs, ": bumpofs parm is not set. "},
+    {"bump2mono", key::bump2mono, ": bump2mono parm is not set. "},
+    {"specular", key::specular, ": specular path is not set. "},
+    {"mercatorsphere", key::mercatorsphere, ": mercatorsphere parm is not set. "},
+};
+
+constexpr key_text environment_keys[] = {
+    {"end", key::end},
+    {"cubetex", key::cubetex},
+    {"cubemap", key::cubetex},
+    {"reflectalpha", key::reflectalpha},
+    {"refractalpha", key::refractalpha},
+    {"refractfactor", key::refractfactor},
+};
+
+// One diagnostic, with the number of the current line in front.
+template <class... Parts>
+void complain(std::ostream& error, const line_reader& in, const Parts&... parts) {
+    libutils::error_report();
+    error << in.number();
+    (error << ... << parts) << '\n';
+}
+
+void complain_line(std::ostream& error, const line_reader& in, std::string_view message) {
+    report(error, std::to_string(in.number()).append(message), in.line());
+}
+
+// What stands behind the first blank; an empty stretch at the line's end when there is none.
+std::string_view value_of(std::string_view line) {
+    return line.substr(std::min(line.find(' '), line.size() - 1) + 1);
+}
+
+// What stands behind the first comma; no data when there is none.
+std::string_view behind_comma(std::string_view text) {
+    const std::size_t comma = text.find(',');
+    return comma == text.npos ? std::string_view() : text.substr(comma + 1);
+}
+
+std::string path_of(std::string_view value) {
+    if (value.ends_with('\r')) value.remove_suffix(1);
+    return std::string(value);
+}
+
+// A count from a header, of things that take at least so many bytes each.
+bool plausible(std::uint64_t count, std::uint64_t bytes_each, const line_reader& in) {
+    constexpr std::uint64_t harmless = 65536;
+    return count <= std::max(harmless, in.remaining() / bytes_each);
+}
+
+// Statements in sequence, as braces promise it and arguments of a function do not.
+render::pos3 read_position(field_reader& fields) {
+    return render::pos3{fields.expression(), fields.expression(), fields.expression()};
+}
+render::dir3 read_direction(field_reader& fields) {
+    return render::dir3{fields.decimal(), fields.decimal(), fields.decimal()};
+}
+float byte_color(field_reader& fields) {
+    return float(fields.integer() % 256) * color_step;
+}
+
+// A point given by its distance and angles.
+render::pos3 on_circle(field_reader& fields) {
+    const float radius = fields.expression(), angle = fields.expression() * radians_per_degree;
+    const float z = fields.expression();
+    return {-radius * std::sin(angle), radius * std::cos(angle), z};
+}
+render::pos3 on_sphere(field_reader& fields) {
+    const float radius = fields.expression(), theta = fields.expression() * radians_per_degree;
+    const float phi = fields.expression() * radians_per_degree;
+    return {-radius * std::sin(theta) * std::sin(phi), radius * std::sin(theta) * std::cos(phi),
+            radius * std::cos(theta)};
+}
+
+// What polygon and NURBS blocks have in common: the colour, points, and the pictures' options.
+class surface_block {
+public:
+    surface_block(line_reader& in, libgr::texture_options& texture, std::ostream& error)
+        : in_(in),
+          texture_(texture),
+          error_(error) {}
+
+protected:
+    // Goes on to the next line that has a key and, where it needs one, a value. Null at the end of the text;
+    // the end of the block is a key.
+    const key_text* next(std::span<const key_text> keys) {
+        while (in_.next()) {
+            const std::string_view line = in_.line();
+            const key_text* k = find_key(line, keys);
+            if (!k) {
+                if (!is_blank_or_comment(line)) complain_line(error_, in_, ": illegal command: ");
+            } else if (!k->missing.empty() && line.find(' ') == line.npos)
+                complain_line(error_, in_, k->missing);
+            else
+                return k;
+        }
+        return nullptr;
+    }
+
+    // The keys that both kinds of block know.
+    void common_key(key which, std::string_view value) {
+        field_reader fields(value);
+        switch (which) {
+        case key::color:
+            color_ = {byte_color(fields), byte_color(fields), byte_color(fields), byte_color(fields)};
+            break;
+        case key::fcolor:
+            color_ = {fields.expression(), fields.expression(), fields.expression(), fields.expression()};
+            break;
+        case key::texture:
+            texture_.texture = path_of(value);
+            break;
+        case key::texfilter:
+            texture_filter(value);
+            break;
+        case key::mipmap:
+            texture_.mipmap = fields.boolean();
+            break;
+        case key::nearlinear:
+            texture_.nearlinear = fields.boolean();
+            break;
+        case key::maglinear:
+            texture_.maglinear = fields.boolean();
+            break;
+        case key::refractfactor:
+            texture_.refractfactor = fields.expression();
+            break;
+        case key::aniso:
+            texture_.aniso = fields.expression();
+            break;
+        case key::bumpmap:
+            texture_.bumpmap = path_of(value);
+            break;
+        case key::bumpofs:
+            texture_.bumpofs = fields.boolean();
+            break;
+        case key::bump2mono:
+            texture_.bump2mono = fields.boolean();
+            break;
+        case key::specular:
+            texture_.specular = path_of(value);
+            break;
+        case key::mercatorsphere:
+            texture_.mercatorsphere = fields.boolean();
+            break;
+        default:
+            break;
+        }
+    }
+
+    static render::pos3 point(key which, field_reader& fields) {
+        return which == key::position ? read_position(fields)
+               : which == key::circle ? on_circle(fields)
+                                      : on_sphere(fields);
+    }
+
+    // True when there are as many as announced. `what` and `whats` are the words of the message.
+    bool complete(std::uint64_t read, std::uint64_t expected, const char* what, const char* whats) {
+        if (read >= expected) return true;
+        complain(error_, in_, ": ", what, "(", read, ") < ", expected, ": too few ", whats, ".");
+        return false;
+    }
+    // True when there is room for one more.
+    bool room(std::uint64_t read, std::uint64_t expected, const char* what) {
+        if (read < expected) return true;
+        complain(error_, in_, ": ", what, "(", read, ") >= ", expected, " over.");
+        return false;
+    }
+
+    line_reader& in_;
+    libgr::texture_options& texture_;
+    std::ostream& error_;
+    render::col3a color_ = default_color;
+
+private:
+    void texture_filter(std::string_view value) {
+        texture_.mipmap = field_reader(value).boolean();
+        const std::string_view near = behind_comma(value);
+        if (!near.data()) return complain_line(error_, in_, ": nearlinear is not set. ");
+        texture_.nearlinear = field_reader(near).boolean();
+        const std::string_view mag = behind_comma(near);
+        if (!mag.data()) return complain_line(error_, in_, ": maglinear is not set. ");
+        texture_.maglinear = field_reader(mag).boolean();
+    }
+};
+
+class polygon_block : surface_block {
+public:
+    polygon_block(polygon_t& polygon, line_reader& in, libgr::texture_options& texture, std::ostream& error)
+        : surface_block(in, texture, error),
+          polygon_(polygon) {}
+
+    bool read() {
+        const std::string_view counts = behind_comma(in_.line());
+        if (!counts.data()) return false;
+        field_reader fields(counts);
+        const std::uint32_t vertices = fields.integer(), elements = fields.integer();
+        // The shortest lines are "circle \n" and "element \n".
+        if (!plausible(vertices, 8, in_) || !plausible(elements, 9, in_) ||
+            !polygon_.allocate(vertices, elements)) {
+            complain(error_, in_, ": polygon allocate error.");
+            return false;
+        }
+        vertices_ = polygon_.edit_vertices();
+        frames_ = polygon_.edit_normals();
+        elements_ = polygon_.edit_elements();
+        while (const key_text* k = next(polygon_keys)) {
+            if (k->which == key::end) return check();
+            line(k->which);
+        }
+        return false;
+    }
+
+private:
+    void line(key which) {
+        const std::string_view value = value_of(in_.line());
+        field_reader fields(value);
+        switch (which) {
+        case key::resolution:
+            break; // of no use to a surface of triangles
+        case key::texcoord:
+            texcoord_ = {fields.expression(), fields.expression()};
+            break;
+        case key::position:
+        case key::circle:
+        case key::sphere:
+            if (room(vertex_count_, vertices_.size(), "polygon vertex"))
+                vertices_[vertex_count_++] = {point(which, fields), color_, texcoord_};
+            break;
+        case key::element:
+            if (room(element_count_, elements_.size(), "polygon element"))
+                elements_[element_count_++] = fields.integer();
+            break;
+        case key::tangent:
+            if (room(tangent_count_, frames_.size(), "polygon tangent"))
+                frames_[tangent_count_++].tangent = read_direction(fields);
+            break;
+        case key::binormal:
+            if (room(binormal_count_, frames_.size(), "polygon binormal"))
+                frames_[binormal_count_++].binormal = read_direction(fields);
+            break;
+        case key::normal:
+            if (room(normal_count_, frames_.size(), "polygon normal"))
+                frames_[normal_count_++].normal = read_direction(fields);
+            break;
+        default:
+            common_key(which, value);
+        }
+    }
+
+    bool check() {
+        bool all = complete(vertex_count_, vertices_.size(), "vertex", "vertex");
+        all &= complete(element_count_, elements_.size(), "element", "element");
+        all &= complete(tangent_count_, vertices_.size(), "tangent", "tangent");
+        all &= complete(binormal_count_, vertices_.size(), "binormal", "binormal");
+        all &= complete(normal_count_, vertices_.size(), "normal", "normal");
+        return all;
+    }
+
+    polygon_t& polygon_;
+    std::span<vertex_t> vertices_;
+    std::span<frame_t> frames_;
+    std::span<element_t> elements_;
+    std::uint64_t vertex_count_ = 0, element_count_ = 0; // read so far, as are the others
+    std::uint64_t tangent_count_ = 0, binormal_count_ = 0, normal_count_ = 0;
+    render::txc2 texcoord_{};
+};
+
+class nurbs_block : surface_block {
+public:
+    nurbs_block(nurbs_t& nurbs, line_reader& in, libgr::texture_options& texture, std::ostream& error)
+        : surface_block(in, texture, error),
+          nurbs_(nurbs) {}
+
+    // False: give up at once. Otherwise complete() tells whether everything was there.
+    bool read() {
+        const std::string_view counts = behind_comma(in_.line());
+        if (!counts.data()) return false;
+        field_reader fields(counts);
+        const std::uint64_t m = fields.integer(), k1 = fields.integer();
+        const std::uint64_t n = fields.integer(), k2 = fields.integer();
+        // The shortest lines are "knot1 \n", "weight \n" and "circle \n".
+        if (!plausible_table(n, m + k1, 7) || !plausible_table(m, n + k2, 7) || !plausible_table(n, m, 8) ||
+            !nurbs_.allocate(m, k1, n, k2)) {
+            complain(error_, in_, ": nurbs allocate error.");
+            return false;
+        }
+        while (const key_text* k = next(nurbs_keys)) {
+            if (k->which == key::end) {
+                complete_ = check();
+                return true;
+            }
+            if (!line(k->which)) return false;
+        }
+        return true;
+    }
+    bool complete() const { return complete_; }
+
+private:
+    using surface_block::complete;
+
+    bool plausible_table(std::uint64_t rows, std::uint64_t columns, std::uint64_t bytes_each) const {
+        return plausible(rows, bytes_each, in_) && plausible(columns, bytes_each, in_) &&
+               plausible(rows * columns, bytes_each, in_);
+    }
+
+    bool line(key which) {
+        const std::string_view value = value_of(in_.line());
+        field_reader fields(value);
+        switch (which) {
+        case key::resolution: {
+            const std::uint32_t u = fields.integer(), v = fields.integer();
+            nurbs_.set_resolution(u, v);
+            return true;
+        }
+        case key::knot1:
+            return store(nurbs_.knots1(), knot1_count_, "nurbs knots1", fields);
+        case key::knot2:
+            return store(nurbs_.knots2(), knot2_count_, "nurbs knots2", fields);
+        case key::weight:
+            return store(nurbs_.weights(), weight_count_, "nurbs weights", fields);
+        case key::position:
+        case key::circle:
+        case key::sphere:
+            if (!room(point_count_, nurbs_.points().size(), "nurbs points")) return false;
+            nurbs_.points()[point_count_++] = {point(which, fields), color_};
+            return true;
+        default:
+            common_key(which, value);
+            return true;
+        }
+    }
+
+    bool store(std::span<float> table, std::uint64_t& count, const char* what, field_reader& fields) {
+        if (!room(count, table.size(), what)) return false;
+        table[count++] = fields.decimal();
+        return true;
+    }
+
+    bool check() {
+        bool all = complete(knot1_count_, nurbs_.knots1().size(), "knot1", "knots");
+        all &= complete(knot2_count_, nurbs_.knots2().size(), "knot2", "knots");
+        all &= complete(weight_count_, nurbs_.weights().size(), "weight", "weights");
+        all &= complete(point_count_, nurbs_.points().size(), "point", "points");
+        return all;
+    }
+
+    nurbs_t& nurbs_;
+    std::uint64_t knot1_count_ = 0, knot2_count_ = 0, weight_count_ = 0, point_count_ = 0;
+    bool complete_ = true;
+};
+
+} // namespace
+
+bool is_blank_or_comment(std::string_view line) {
+    return line.empty() || line[0] == '#' || line == "\r";
+}
+
+void report(std::ostream& error, std::string_view message, std::string_view line) {
+    constexpr std::size_t longest = 1000; // nobody reads more
+    libutils::error_report();
+    error << message << line.substr(0, longest) << (line.size() > longest ? "...\n" : "\n");
+}
+
+bool read_polygon_block(const std::string& name, libgr::texture_t& texture, polygon_t& polygon,
+                        line_reader& in, std::ostream& error) {
+    if (!polygon_block(polygon, in, texture, error).read()) return false;
+    texture.open(name);
+    polygon.rebuildpolyids(name);
+    return true;
+}
+
+bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
+                      const frame_update& frames, line_reader& in, std::ostream& error) {
+    nurbs_block block(nurbs, in, texture, error);
+    if (!block.read()) return false;
+    if (!nurbs.afterload(name) || !nurbs.MakeVertices5()) {
+        libutils::error_report();
+        error << "nurbs.makeVertices() error.\n";
+        return false;
+    }
+    nurbs.updateVertices();
+    if (frames)
+        frames(polygon);
+    else
+        average_frames(polygon);
+    return block.complete();
+}
+
+bool read_environment_block(libgr::environment_t& environment, const std::string& name, line_reader& in,
+                            std::ostream& error) {
+    if (!in.line().starts_with(environment_header)) {
+        libutils::error_report();
+        error << "not 'begin environment'.\n";
+        return false;
+    }
+    while (in.next()) {
+        const std::string_view line = in.line();
+        const key_text* k = find_key(line, environment_keys);
+        if (!k) {
+            if (!is_blank_or_comment(line)) complain_line(error, in, ": illegal command: ");
+            continue;
+        }
+        if (k->which == key::end) break;
+        // A key without a value has an empty one.
+        const std::string_view value = value_of(line);
+        field_reader fields(value);
+        switch (k->which) {
+        case key::cubetex:
+            environment.cubetex = path_of(value);
+            break;
+        case key::reflectalpha:
+            environment.reflectalpha = fields.expression();
+            break;
+        case key::refractalpha:
+            environment.refractalpha = fields.expression();
+            break;
+        default:
+            environment.refractfactor = fields.expression();
+            break;
+        }
+    }
+    if (environment.initex(name)) return true;
+    libutils::error_report();
+    error << "environment.initex() failed.\n";
+    return false;
+}
+
+} // namespace pmt3d

@@ -1,0 +1,55 @@
+#pragma once
+// The blocks of the model text format.
+
+#include "pmt3d/format/line_reader.h"
+#include "pmt3d/surface/frames.h"
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+namespace libgr {
+class environment_t;
+class texture_t;
+} // namespace libgr
+
+namespace pmt3d {
+
+class nurbs_t;
+class polygon_t;
+
+// What the first line of each kind of block begins with.
+inline constexpr std::string_view polygon_header = "begin polygon_surface";
+inline constexpr std::string_view nurbs_header = "begin nurbs_surface";
+inline constexpr std::string_view environment_header = "begin environment";
+
+// Every block reader is called with the block's header as the current line of `in`, and leaves `in` at the
+// line that ends the block or at which it gave up. name: the file, which becomes the surface's name and from
+// which relative picture names start. Diagnostics are lines on `error`, most with the line's number in front.
+// What was read before a failure stays.
+//
+// Counts in a header are believed as far as the file could hold them: a count of more than 65536 that the
+// bytes left cannot be enough for fails like an allocation.
+
+// A complete surface: false when its header is wrong, when it is not ended by "end", or when it lacks
+// vertices, elements or frames. On success its pictures are opened and its polygon ids built.
+bool read_polygon_block(const std::string& name, libgr::texture_t& texture, polygon_t& polygon,
+                        line_reader& in, std::ostream& error);
+
+// A surface and its tessellation. False when its header is wrong, when it has more knots, weights or points
+// than it announced or, ended by "end", fewer, or when it cannot be tessellated. frames: how its frames are
+// computed; empty: on the CPU.
+bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
+                      const frame_update& frames, line_reader& in, std::ostream& error);
+
+// False when it is another block, or when the cube map's pictures cannot be had.
+bool read_environment_block(libgr::environment_t& environment, const std::string& name, line_reader& in,
+                            std::ostream& error);
+
+// True for the lines that are passed over everywhere: comments, and lines that hold nothing or just a '\r'.
+bool is_blank_or_comment(std::string_view line);
+
+// Writes one diagnostic line.
+void report(std::ostream& error, std::string_view message, std::string_view line);
+
+} // namespace pmt3d

@@ -1,0 +1,82 @@
+#pragma once
+// Points and colours of a rational B-spline surface. Pure computation on the caller's tables.
+
+#include "pmt3d/surface/nurbs_basis.h"
+#include "render/math/types.h"
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace pmt3d {
+
+// One point of the control net, or of the surface.
+struct control_point_t {
+    render::pos3 position;
+    render::col3a color; // 0..1, blended like the position
+};
+static_assert(sizeof(control_point_t) == 7 * sizeof(float));
+
+// The tables of a surface. Row j runs along u, column i along v. All sizes at least 1.
+struct nurbs_net {
+    std::size_t m = 0, k1 = 0;               // control points in a row; order (degree + 1) along u
+    std::size_t n = 0, k2 = 0;               // rows; order along v
+    const float* knots1 = nullptr;           // n rows of m + k1: the u knots of each row
+    const float* knots2 = nullptr;           // m rows of n + k2: the v knots of each column
+    const float* weights = nullptr;          // n rows of m
+    const control_point_t* points = nullptr; // n rows of m
+};
+
+// The surface at (u, v): sum over rows j and columns i of c P(j, i), divided by the sum of the c, where
+//   c = B(i, k1, u; knots1 row j) * weight(j, i) * B(j, k2, v; knots2 row i).
+// Where the sum of the c is within 2e-5 of 0 and u or v is exactly 0 or 1, the nearest border decides: a
+// corner gives its control point, an edge the rational curve of the border row or column alone. Elsewhere
+// "nurbs_surface(): is not reached point reached. u=U, v=V" goes to standard error and the division is done
+// as it is.
+control_point_t nurbs_surface(const nurbs_net& net, float u, float v);
+
+// The same for many points along lines of constant v. What depends on v alone is computed once per line; when
+// all rows share their u knots (they mostly do) that leaves k1 products a point.
+class nurbs_evaluator {
+public:
+    // The net's tables stay the caller's and must not change meanwhile.
+    explicit nurbs_evaluator(const nurbs_net& net);
+
+    bool rows_share_knots() const { return rows_share_knots_; }
+    void set_v(float v);
+    control_point_t at(float u);
+    // As at(u), with the basis of row 0 at u computed before. Only when rows_share_knots().
+    control_point_t at(float u, const basis_values& along_u);
+
+    // Points that neither the sum nor a border rule reached. The first `reported` of them were written out.
+    std::size_t unreached() const { return unreached_; }
+    static constexpr std::size_t reported = 10;
+
+private:
+    // c times (position, colour, 1), summed: 8 floats, so that the compiler makes two vector operations of
+    // each step.
+    struct alignas(32) sum_t {
+        float lanes[8] = {};
+        void add(float c, const sum_t& other) {
+            for (int lane = 0; lane < 8; ++lane)
+                lanes[lane] += c * other.lanes[lane];
+        }
+    };
+
+    control_point_t divide(const sum_t& sum, float u);
+    control_point_t border(const sum_t& sum, float u);
+    control_point_t curve(std::size_t count, std::size_t order, float t, const float* knots,
+                          std::size_t first, std::size_t step, float u);
+    control_point_t unreached_point(const sum_t& sum, float u);
+
+    nurbs_net net_;
+    bool rows_share_knots_;
+    float v_ = 0.0f;
+    std::vector<sum_t> points_;               // the control points, weight lane 1
+    std::vector<sum_t> columns_;              // rows_share_knots_: column i summed over the rows at v_
+    std::vector<std::vector<float>> along_v_; // otherwise: the basis of every column at v_, all n values
+    basis_t basis_;
+    std::size_t unreached_ = 0;
+};
+
+} // namespace pmt3d

@@ -1,0 +1,110 @@
+#include "render/gl/framebuffer.h"
+
+#include "render/gl/step_check.h"
+
+#include <GL/glew.h>
+
+#include <algorithm>
+
+namespace render {
+
+bool framebuffer_t::allocate(int width, int height, int samples) {
+    destroy();
+    if (width <= 0 || height <= 0 || !has_context()) return false;
+    width_ = width;
+    height_ = height;
+    GLint most = 0;
+    glGetIntegerv(GL_MAX_SAMPLES, &most);
+    samples_ = std::clamp(samples, 0, int(most));
+    if (samples_ == 1) samples_ = 0;
+    bool made = make(drawn_, samples_);
+    if (samples_ > 0) made = made && make(resolved_, 0);
+    unbind();
+    if (!made) destroy();
+    return made;
+}
+
+bool framebuffer_t::make(target& made, int samples) const {
+    glGenFramebuffers(1, &made.framebuffer);
+    glGenRenderbuffers(1, &made.color);
+    glGenRenderbuffers(1, &made.depth);
+    glBindRenderbuffer(GL_RENDERBUFFER, made.color);
+    glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, GL_RGBA8, width_, height_);
+    glBindRenderbuffer(GL_RENDERBUFFER, made.depth);
+    glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, GL_DEPTH_COMPONENT24, width_, height_);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, made.framebuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, made.color);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, made.depth);
+    const bool complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+    // A size beyond what the GL has leaves an error that nobody else should have to explain.
+    return glGetError() == GL_NO_ERROR && complete;
+}
+
+void framebuffer_t::free(target& made) {
+    glDeleteFramebuffers(1, &made.framebuffer);
+    glDeleteRenderbuffers(1, &made.color);
+    glDeleteRenderbuffers(1, &made.depth);
+}
+
+void framebuffer_t::destroy() noexcept {
+    if (has_context()) {
+        free(drawn_);
+        free(resolved_);
+    }
+    drawn_ = resolved_ = {};
+    width_ = height_ = samples_ = 0;
+}
+
+void framebuffer_t::bind() const {
+    if (has_context()) glBindFramebuffer(GL_FRAMEBUFFER, drawn_.framebuffer);
+}
+
+void framebuffer_t::unbind() {
+    if (has_context()) glBindFramebuffer(GL_FRAMEBUFFER, 0);
+}
+
+void framebuffer_t::resolve(const pixel_rectangle& area) const {
+    if (samples_ == 0 || !has_context()) return;
+    const int left = std::max(area.x, 0), right = std::min(area.x + area.width, width_);
+    const int bottom = std::max(area.y, 0), top = std::min(area.y + area.height, height_);
+    if (left >= right || bottom >= top) return;
+    const bool scissored = glIsEnabled(GL_SCISSOR_TEST); // it would cut the copy as well
+    if (scissored) glDisable(GL_SCISSOR_TEST);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, drawn_.framebuffer);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, resolved_.framebuffer);
+    glBlitFramebuffer(left, bottom, right, top, left, bottom, right, top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    if (scissored) glEnable(GL_SCISSOR_TEST);
+    bind();
+}
+
+void framebuffer_t::present() const {
+    if (!allocated() || !has_context()) return;
+    const bool scissored = glIsEnabled(GL_SCISSOR_TEST);
+    if (scissored) glDisable(GL_SCISSOR_TEST);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, samples_ > 0 ? resolved_.framebuffer : drawn_.framebuffer);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    glBlitFramebuffer(0, 0, width_, height_, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    if (scissored) glEnable(GL_SCISSOR_TEST);
+    unbind();
+}
+
+float framebuffer_t::depth_at(int x, int y) const {
+    if (x < 0 || y < 0 || x >= width_ || y >= height_ || !has_context()) return 1.0f;
+    const bool scissored = glIsEnabled(GL_SCISSOR_TEST);
+    if (scissored) glDisable(GL_SCISSOR_TEST);
+    if (samples_ > 0) {
+        // Samples cannot be read; the picture's own depth is there to receive them.
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, drawn_.framebuffer);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, resolved_.framebuffer);
+        glBlitFramebuffer(x, y, x + 1, y + 1, x, y, x + 1, y + 1, GL_DEPTH_BUFFER_BIT, GL_NEAREST);
+    }
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, samples_ > 0 ? resolved_.framebuffer : drawn_.framebuffer);
+    float depth = 1.0f;
+    glReadPixels(x, y, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
+    if (scissored) glEnable(GL_SCISSOR_TEST);
+    unbind();
+    return depth;
+}
+
+} // namespace render

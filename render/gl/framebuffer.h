@@ -1,0 +1,60 @@
+#pragma once
+// A picture that is kept between redraws, with smooth edges.
+
+#include "render/gl/types.h"
+
+namespace render {
+
+// Pixels counted from the lower left corner.
+struct pixel_rectangle {
+    int x, y, width, height;
+};
+
+// A framebuffer with colour and depth of several samples a pixel, and beside it the finished picture: what
+// has been drawn is resolved into the picture rectangle by rectangle, and the picture is shown as a whole. So
+// a redraw may leave out (by a scissor) what has not changed. Where the context has no samples the picture
+// itself is drawn into. glRenderbufferStorageMultisample and glBlitFramebuffer, OpenGL 3.0. Not copyable.
+// Does nothing without a context.
+class framebuffer_t {
+public:
+    framebuffer_t() = default;
+    ~framebuffer_t() { destroy(); }
+    framebuffer_t(const framebuffer_t&) = delete;
+    framebuffer_t& operator=(const framebuffer_t&) = delete;
+
+    // Makes everything anew for a size in pixels, contents undefined; samples: as many as wanted, of which
+    // the context gives the most that it has. False, and empty, when the GL cannot make it: draw into the
+    // window then.
+    bool allocate(int width, int height, int samples);
+    void destroy() noexcept;
+
+    // What is drawn from here on goes into the samples (glBindFramebuffer). The viewport is left to the
+    // caller.
+    void bind() const;
+    static void unbind(); // into the window
+
+    // Takes the samples of a rectangle over into the picture.
+    void resolve(const pixel_rectangle& area) const;
+    // Copies the picture to the window and draws into the window from here on.
+    void present() const;
+    // The depth of a pixel of what was drawn last, 0 near to 1 far; 1 outside.
+    float depth_at(int x, int y) const;
+
+    bool allocated() const { return drawn_.framebuffer != 0; }
+    int width() const { return width_; }
+    int height() const { return height_; }
+    int samples() const { return samples_; } // 0: one, the picture itself
+
+private:
+    struct target {
+        gl_uint framebuffer = 0, color = 0, depth = 0;
+    };
+    bool make(target& made, int samples) const;
+    static void free(target& made);
+
+    int width_ = 0, height_ = 0, samples_ = 0;
+    target drawn_;    // the samples, or the picture where there are none
+    target resolved_; // the picture where there are samples
+};
+
+} // namespace render

@@ -1,0 +1,404 @@
+// Whole models: loading, saving, and both ways at once.
+#include "pmt3d/format/dispatch.h"
+#include "pmt3d/format/stl.h"
+#include "pmt3d/format/text_writer.h"
+
+#include "support/capture.h"
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <limits>
+#include <random>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using pmt3d::model_item_t;
+using pmt3d::model_t;
+using pmt3d::surface_list;
+using test_support::capture;
+using test_support::read_file;
+using test_support::temporary_directory;
+using kind_t = model_item_t::kind_t;
+
+// Everything that a load or a save says is collected here.
+class model : public testing::Test {
+protected:
+    model() : err_(std::cerr) {}
+    bool load(model_t& into, const std::string& name) { return pmt3d::load(into, name, {std::cerr}); }
+    std::string take_err() { return err_.take(); }
+    temporary_directory directory_;
+
+private:
+    capture err_;
+};
+
+void fill_triangle(model_item_t& item, const render::col3a& color) {
+    item.polygon.allocate(3, 4);
+    const render::pos3 corners[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+    for (pmt3d::element_t i = 0; i < 3; ++i) {
+        item.polygon.edit_vertices()[i] = {corners[i], color, {0.5f, 1.0f / 3.0f}};
+        item.polygon.edit_elements()[i] = i;
+    }
+    item.polygon.edit_elements()[3] = 4000000000u; // ends the strip as well
+    item.polygon.rebuildpolyids("made");
+}
+
+void fill_patch(model_item_t& item) {
+    item.nurbs.allocate(2, 2, 2, 1);
+    const float knots1[] = {0, 0, 1, 1, 0, 0, 1, 1}, knots2[] = {0, 0.5f, 1, 0, 0.25f, 1};
+    std::copy(std::begin(knots1), std::end(knots1), item.nurbs.knots1().begin());
+    std::copy(std::begin(knots2), std::end(knots2), item.nurbs.knots2().begin());
+    std::fill(item.nurbs.weights().begin(), item.nurbs.weights().end(), 1.5f);
+    for (int i = 0; i < 4; ++i)
+        item.nurbs.points()[i] = {{float(i % 2), float(i / 2), 1e-7f}, {1, 0, 0, i < 2 ? 1.0f : 0.0f}};
+    item.nurbs.set_resolution(3, 2);
+    item.nurbs.afterload("made");
+    item.nurbs.MakeVertices5();
+    item.nurbs.updateVertices();
+}
+
+std::string written(const model_item_t& item) {
+    std::string text;
+    pmt3d::line_writer out([&](std::string_view piece) {
+        text += piece;
+        return true;
+    });
+    const bool wrote = item.kind == kind_t::nurbs ? pmt3d::write_nurbs(item.nurbs, out)
+                                                  : pmt3d::write_polygon(item.texture, item.polygon, out);
+    EXPECT_EQ(wrote, out.flush() && !text.empty());
+    return text;
+}
+
+std::string with_returns(std::string text) {
+    std::string out;
+    for (const char c : text)
+        out += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    return out;
+}
+
+// ---- The writers
+
+TEST_F(model, polygon_text) {
+    model_item_t item;
+    fill_triangle(item, {1, 0, 0, 1});
+    item.polygon.edit_vertices()[2].color = {std::numeric_limits<float>::quiet_NaN(), -3, 0.002f, 7};
+    item.polygon.edit_vertices()[1].position = {1e6f, -0.0f, 123456.7f};
+    EXPECT_EQ(written(item),
+              with_returns("begin polygon_surface,3,4\n"
+                           "refractfactor 0\n"
+                           "mercatorsphere false\n"
+                           "color 255,0,0,255\n"
+                           "texcoord 0.5,0.333333\n"
+                           "position 0,0,0\n"
+                           "texcoord 0.5,0.333333\n"
+                           "position 1e+06,-0,123457\n"
+                           "color 255,0,1,255\n"
+                           "texcoord 0.5,0.333333\n"
+                           "position 0,1,0\n"
+                           "element 0\nelement 1\nelement 2\nelement 4000000000\n"
+                           "tangent 0.707107,-0.707107,0\nbinormal 0.707107,0.707107,0\nnormal 0,-0,1\n"
+                           "tangent 0.707107,-0.707107,0\nbinormal 0.707107,0.707107,0\nnormal 0,-0,1\n"
+                           "tangent 0.707107,-0.707107,0\nbinormal 0.707107,0.707107,0\nnormal 0,-0,1\n"
+                           "end\n"));
+    // The reader's own colour needs no line, nor does one that differs by less than a step.
+    for (const float alpha : {1.0f, 0.999f}) {
+        fill_triangle(item, {0.5f, 0.5f, 0.5f, alpha});
+        EXPECT_EQ(written(item).find("color"), std::string::npos);
+    }
+    item.polygon.clear();
+    EXPECT_EQ(written(item), "");
+}
+
+TEST_F(model, nurbs_text_with_every_option) {
+    model_item_t item(kind_t::nurbs);
+    fill_patch(item);
+    item.texture.texture = "a b.png";
+    item.texture.bumpmap = "bump.png";
+    item.texture.specular = "spec.png";
+    item.texture.bump2mono = item.texture.mercatorsphere = true;
+    item.texture.nearlinear = false;
+    item.texture.aniso = 16;
+    item.texture.refractfactor = 0.6666667f;
+    EXPECT_EQ(written(item),
+              with_returns("begin nurbs_surface,2,2,2,1\n"
+                           "resolution 3,2\n"
+                           "refractfactor 0.666667\n"
+                           "texture a b.png\nmipmap true\nnearlinear false\nmaglinear true\naniso 16\n"
+                           "bumpmap bump.png\nbumpofs true\nbump2mono true\n"
+                           "specular spec.png\n"
+                           "mercatorsphere true\n"
+                           "knot1 0\nknot1 0\nknot1 1\nknot1 1\n"
+                           "weight 1.5\nweight 1.5\n"
+                           "color 255,0,0,255\nposition 0,0,1e-07\nposition 1,0,1e-07\n"
+                           "knot1 0\nknot1 0\nknot1 1\nknot1 1\n"
+                           "weight 1.5\nweight 1.5\n"
+                           "color 255,0,0,0\nposition 0,1,1e-07\nposition 1,1,1e-07\n"
+                           "\n"
+                           "knot2 0\nknot2 0.5\nknot2 1\nknot2 0\nknot2 0.25\nknot2 1\n"
+                           "end\n"));
+    item.nurbs.clear();
+    EXPECT_EQ(written(item), "");
+}
+
+TEST_F(model, what_could_not_be_read_back_is_not_saved) {
+    const float inf = std::numeric_limits<float>::infinity();
+    const std::string name = directory_.write("old.pmt", "old");
+    const auto expect_refused = [&](auto&& change, const std::string& line) {
+        model_item_t item;
+        fill_triangle(item, {1, 0, 0, 1});
+        change(item);
+        EXPECT_FALSE(pmt3d::save(item, name));
+        EXPECT_EQ(take_err(), "\"" + line + "\" could not be read back, nothing is saved.\n");
+        EXPECT_EQ(read_file(name), "old");
+    };
+    expect_refused([&](model_item_t& i) { i.polygon.edit_vertices()[1].position.y = inf; },
+                   "position 1,inf,0");
+    expect_refused([&](model_item_t& i) { i.polygon.edit_vertices()[0].texcoord.s = inf - inf; },
+                   "texcoord -nan,0.333333");
+    expect_refused([&](model_item_t& i) { i.polygon.edit_normals()[2].normal.x = -inf; }, "normal -inf,-0,1");
+    expect_refused([&](model_item_t& i) { i.texture.aniso = inf, i.texture.texture = "x"; }, "aniso inf");
+    expect_refused([&](model_item_t& i) { i.texture.texture = "a\nend"; }, "texture a?end");
+    expect_refused([&](model_item_t& i) { i.texture.specular = "a\r"; }, "specular a?");
+}
+
+// ---- Loading
+
+TEST_F(model, files_that_hold_no_block_fail) {
+    model_t m;
+    for (const char* text : {"", "# only\n#comments\n\n\r\n"}) {
+        EXPECT_FALSE(load(m, directory_.write("x.pmt", text)));
+        EXPECT_EQ(take_err(), "");
+    }
+    const std::string missing = directory_.file("none.pmt"), folder = directory_.file("folder.pmt");
+    fs::create_directory(folder);
+    for (const std::string& name : {missing, folder}) {
+        EXPECT_FALSE(load(m, name));
+        EXPECT_EQ(take_err(), name + ": file open error.\n");
+    }
+    for (const char* name : {"model.PMT", "model.obj", "model.pmt.txt", "pmt", ""}) {
+        EXPECT_FALSE(load(m, directory_.file(name)));
+        EXPECT_FALSE(pmt3d::save(m, directory_.file(name)));
+        EXPECT_FALSE(pmt3d::save(m.items, directory_.file(name)));
+        EXPECT_EQ(take_err(), "file extension not recognized.\nfile extension not recognized.\n"
+                              "file extension not recognized.\n");
+    }
+    EXPECT_TRUE(m.items.empty());
+}
+
+TEST_F(model, blocks_and_unknown_lines) {
+    model_item_t triangle, patch(kind_t::nurbs);
+    fill_triangle(triangle, {1, 1, 0, 1});
+    fill_patch(patch);
+    const std::string text = "begin environment\nreflectalpha 0.5\nend\nwhat is this\n" + written(patch) +
+                             "  \r\n" + written(triangle) + "#end";
+    const std::string name = directory_.write("x.pmt", text);
+    model_t m;
+    EXPECT_TRUE(load(m, name));
+    EXPECT_EQ(take_err(), "unknown line: what is this\nunknown line:   \r\n");
+    EXPECT_EQ(m.environment.reflectalpha, 0.5f);
+    ASSERT_EQ(m.items.size(), 2u);
+    EXPECT_EQ(m.items.front().kind, kind_t::nurbs);
+    EXPECT_EQ(m.items.front().polygon.vertex_count(), 6u);
+    EXPECT_EQ(m.items.back().polygon.name(), name);
+
+    surface_list list; // knows no environment
+    EXPECT_EQ(pmt3d::load_text(list, name, {std::cerr}), 2u);
+    EXPECT_EQ(take_err(), "load filename: " + name +
+                              "\nunknown line: begin environment\nunknown line: reflectalpha 0.5\n"
+                              "unknown line: end\nunknown line: what is this\nunknown line:   \r\n");
+
+    // A block that fails ends the load, and what came before stays.
+    m = {};
+    EXPECT_FALSE(load(m, directory_.write("y.pmt", written(triangle) +
+                                                       "\nbegin polygon_surface,9,9\nnormal\nend\n" + text)));
+    EXPECT_EQ(m.items.size(), 2u);
+    EXPECT_EQ(m.items.front().polygon.vertex_count(), 3u);
+    const std::string first = take_err();
+    EXPECT_EQ(first.substr(0, first.find('\n')), "27: normal parm is not set. normal");
+    list.clear();
+    EXPECT_EQ(pmt3d::load_text(list, directory_.file("y.pmt"), {std::cerr}), 0u);
+}
+
+TEST_F(model, saves_what_it_loads) {
+    // Random but finite surfaces with all options; two rounds of saving give the same bytes.
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> number(-100.0f, 100.0f), unit(0.0f, 1.0f);
+    model_t m;
+    m.environment.reflectalpha = 0.25f;
+    for (int n = 0; n < 20; ++n) {
+        model_item_t& item = m.items.emplace_back(n % 3 == 0 ? kind_t::nurbs : kind_t::polygon);
+        item.texture.mercatorsphere = n % 2 != 0;
+        item.texture.refractfactor = unit(random);
+        if (item.kind == kind_t::nurbs) {
+            fill_patch(item);
+            item.nurbs.points()[3].position = {number(random), number(random), number(random) * 1e-9f};
+            continue;
+        }
+        item.polygon.allocate(50, 70);
+        for (pmt3d::vertex_t& v : item.polygon.edit_vertices())
+            v = {{number(random), number(random) * 1e7f, number(random)},
+                 {unit(random), unit(random), unit(random), unit(random)},
+                 {unit(random), unit(random)}};
+        for (pmt3d::frame_t& f : item.polygon.edit_normals())
+            f = {{unit(random), 0, 0}, {0, unit(random), 0}, {0, 0, unit(random)}};
+        for (pmt3d::element_t& e : item.polygon.edit_elements())
+            e = random() % 60 == 0 ? pmt3d::strip_end : random() % 50;
+    }
+    const std::string first = directory_.file("first.pmt");
+    EXPECT_TRUE(pmt3d::save(m, first));
+    model_t again;
+    EXPECT_TRUE(load(again, first));
+    EXPECT_EQ(take_err(), "");
+    ASSERT_EQ(again.items.size(), 20u);
+    fs::create_directory(directory_.file("second"));
+    const std::string second = directory_.file("second/first.pmt");
+    EXPECT_TRUE(pmt3d::save(again, second));
+    EXPECT_EQ(read_file(first), read_file(second));
+    const auto& before = m.items.back().polygon;
+    const auto& after = again.items.back().polygon;
+    for (std::size_t i = 0; i < 50; ++i) {
+        EXPECT_NEAR(after.vertices()[i].position.y, before.vertices()[i].position.y,
+                    1e3f); // of 1e9: six digits
+        EXPECT_NEAR(after.vertices()[i].color.g, before.vertices()[i].color.g, 0.5f / 255.0f + 1e-6f);
+    }
+    EXPECT_TRUE(
+        std::equal(after.getelements().begin(), after.getelements().end(), before.getelements().begin()));
+
+    // One item, and a list of one, with an empty line behind it.
+    const std::string one = directory_.file("one.pmt"), list = directory_.file("list.pmt");
+    surface_list single = {again.items.back()};
+    EXPECT_TRUE(pmt3d::save(again.items.back(), one));
+    EXPECT_TRUE(pmt3d::save(single, list));
+    EXPECT_EQ(read_file(list), read_file(one) + "\r\n");
+    EXPECT_EQ(again.items.back().polygon.name(), one);
+}
+
+TEST_F(model, an_environment_is_saved_when_it_has_pictures) {
+    model_t m;
+    m.environment.reflectalpha = 0.5f;
+    fill_triangle(m.items.emplace_back(), {0.5f, 0.5f, 0.5f, 1});
+    const std::string name = directory_.file("x.pmt");
+    EXPECT_TRUE(pmt3d::save(m, name));
+    EXPECT_EQ(read_file(name).substr(0, 24), "begin polygon_surface,3,");
+    m.environment.cubetex = "sky.png";
+    EXPECT_TRUE(pmt3d::save(m, name));
+    EXPECT_EQ(read_file(name).substr(0, 106), "begin environment\r\ncubetex sky.png\r\nreflectalpha 0.5\r\n"
+                                              "refractalpha 0\r\nrefractfactor 0\r\nend\r\n\r\nbegin polygo");
+}
+
+TEST_F(model, a_failed_save_leaves_the_old_file) {
+    model_t m;
+    fill_triangle(m.items.emplace_back(), {0.5f, 0.5f, 0.5f, 1});
+    const std::string missing = directory_.file("none/x.pmt"), folder = directory_.file("folder.stl");
+    fs::create_directory(folder);
+    EXPECT_FALSE(pmt3d::save(m, missing));
+    EXPECT_EQ(take_err(), missing + ": file open error.\n");
+    EXPECT_FALSE(pmt3d::save(m, folder));
+    EXPECT_EQ(take_err(), folder + ": file open error.\n");
+#ifndef _WIN32
+    // A full disk, reached through a link.
+    for (const char* name : {"full.pmt", "full.stl"}) {
+        fs::create_symlink("/dev/full", directory_.file(name));
+        EXPECT_FALSE(pmt3d::save(m, directory_.file(name)));
+        EXPECT_EQ(take_err(), directory_.file(name) + ": file write error.\n");
+    }
+#endif
+}
+
+TEST_F(model, progress_ends_at_the_end) {
+    model_item_t item;
+    item.polygon.allocate(100'000, 0);
+    std::uint64_t last = 0, total = 1, calls = 0;
+    const pmt3d::progress_t progress = [&](std::uint64_t done, std::uint64_t of) {
+        EXPECT_LE(done, of);
+        last = done;
+        total = of;
+        ++calls;
+    };
+    const std::string name = directory_.file("x.pmt");
+    EXPECT_TRUE(pmt3d::save_text(item, name, progress));
+    EXPECT_GT(calls, 10u);
+    EXPECT_EQ(last, total);
+    model_t m;
+    calls = 0;
+    EXPECT_TRUE(pmt3d::load(m, name, {std::cerr, {}, progress}));
+    EXPECT_GT(calls, 5u);
+}
+
+// ---- Items
+
+TEST_F(model, items_copy_deeply) {
+    model_item_t item(kind_t::nurbs);
+    fill_patch(item);
+    item.nurbs.markvertex(2);
+    item.texture.specular = "s.png";
+    model_item_t copy = item;
+    EXPECT_EQ(copy.kind, kind_t::nurbs);
+    EXPECT_EQ(&copy.nurbs.polygon(), &copy.polygon);
+    EXPECT_EQ(&copy.nurbs.texture(), &copy.texture);
+    EXPECT_TRUE(copy.nurbs.marked(2));
+    EXPECT_EQ(copy.nurbs.resolution_u(), 3u);
+    item.nurbs.points()[0].position.x = 9;
+    EXPECT_EQ(copy.nurbs.points()[0].position.x, 0.0f);
+    EXPECT_EQ(written(copy).size(), written(model_item_t(copy)).size());
+    copy.nurbs.clear();
+    EXPECT_EQ(copy.nurbs.resolution_v(), 33u);
+    EXPECT_EQ(copy.nurbs.points().size(), 0u);
+}
+
+TEST_F(model, shared_items_are_copied_on_write) {
+    model_item_t item;
+    fill_triangle(item, {1, 0, 0, 1});
+    pmt3d::shared_item_t a(item), b = a;
+    EXPECT_EQ(a.use_count(), 2);
+    EXPECT_EQ(a.get(), b.get());
+    b.edit().polygon.edit_vertices()[0].position.x = 5;
+    EXPECT_NE(a.get(), b.get());
+    EXPECT_EQ(a.get()->polygon.vertices()[0].position.x, 0.0f);
+    EXPECT_EQ(b.use_count(), 1);
+    model_item_t* const before = &b.edit(); // alone: no copy
+    EXPECT_EQ(before, b.get());
+    a = b;
+    EXPECT_EQ(b.use_count(), 2);
+    EXPECT_EQ(pmt3d::shared_item_t().get(), nullptr);
+}
+
+// ---- NURBS surfaces as such
+
+TEST_F(model, nurbs_tables_and_points) {
+    model_item_t item(kind_t::nurbs);
+    pmt3d::nurbs_t& nurbs = item.nurbs;
+    fill_patch(item);
+    EXPECT_EQ(nurbs.typecode(), 1u);
+    EXPECT_EQ(nurbs.parameter_table_count(), 3u);
+    EXPECT_EQ(nurbs.parameter_table(0).count, 8u);
+    EXPECT_EQ(nurbs.parameter_table(1).first[4], 0.25f);
+    EXPECT_EQ(nurbs.parameter_table(2).stride, 1u);
+    EXPECT_EQ(nurbs.parameter_table(3).first, nullptr);
+    EXPECT_EQ(std::as_const(nurbs).getarray(0).count, 4u);
+    EXPECT_EQ(std::as_const(nurbs).getarray(0).stride, 7u);
+    EXPECT_EQ(std::as_const(nurbs).getarray(1).data, nullptr);
+    render::pos3 min, max;
+    nurbs.getbound(min, max);
+    EXPECT_EQ(max, (render::pos3{1, 1, 1e-7f}));
+    // A new size keeps the rows and columns that both nets have.
+    ASSERT_TRUE(nurbs.allocate(3, 1, 1, 1));
+    EXPECT_EQ(nurbs.points()[1].position.x, 1.0f);
+    EXPECT_EQ(nurbs.points()[2].position.x, 0.0f);
+    EXPECT_EQ(nurbs.weights()[0], 0.0f);
+    EXPECT_FALSE(nurbs.allocate(3, 1, 0, 1));
+    EXPECT_EQ(nurbs.points().size(), 0u);
+    nurbs.getbound(min, max);
+    EXPECT_EQ(max, (render::pos3{0, 0, 0}));
+    EXPECT_FALSE(nurbs.MakeVertices5());
+    EXPECT_EQ(take_err(), "polygon.allocate() fail.\n");
+    nurbs.updateVertices(); // nothing to fill
+}
+
+} // namespace

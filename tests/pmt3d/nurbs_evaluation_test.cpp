@@ -1,0 +1,325 @@
+#include "pmt3d/surface/nurbs_tessellation.h"
+#include "render/math/bspline.h"
+#include "render/math/operations.h"
+
+#include "support/capture.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+using pmt3d::control_point_t;
+using pmt3d::nurbs_net;
+using test_support::capture;
+
+// Tables of a net that the tests fill.
+struct tables {
+    std::size_t m, k1, n, k2;
+    std::vector<float> knots1 = std::vector<float>(n * (m + k1)), knots2 = std::vector<float>(m * (n + k2)),
+                       weights = std::vector<float>(m * n, 1.0f);
+    std::vector<control_point_t> points = std::vector<control_point_t>(m * n);
+
+    nurbs_net net() const {
+        return {m, k1, n, k2, knots1.data(), knots2.data(), weights.data(), points.data()};
+    }
+    control_point_t& at(std::size_t j, std::size_t i) { return points[j * m + i]; }
+    void every_row(const std::vector<float>& knots) {
+        for (std::size_t j = 0; j < n; ++j)
+            std::copy(knots.begin(), knots.end(), knots1.begin() + std::ptrdiff_t(j * (m + k1)));
+    }
+    void every_column(const std::vector<float>& knots) {
+        for (std::size_t i = 0; i < m; ++i)
+            std::copy(knots.begin(), knots.end(), knots2.begin() + std::ptrdiff_t(i * (n + k2)));
+    }
+};
+
+// A uniform clamped knot vector from 0 to 1.
+std::vector<float> clamped(std::size_t count, std::size_t order) {
+    std::vector<float> knots;
+    for (std::size_t i = 0; i < count + order; ++i)
+        knots.push_back(std::clamp((float(i) - float(order - 1)) / float(count - order + 1), 0.0f, 1.0f));
+    return knots;
+}
+
+tables random_net(std::size_t m, std::size_t k1, std::size_t n, std::size_t k2, unsigned seed) {
+    tables t{m, k1, n, k2};
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> number(-2.0f, 2.0f), weight(0.5f, 3.0f);
+    for (control_point_t& p : t.points)
+        p = {{number(random), number(random), number(random)}, {number(random), number(random), 0.5f, 1.0f}};
+    for (float& w : t.weights)
+        w = weight(random);
+    t.every_row(clamped(m, k1));
+    t.every_column(clamped(n, k2));
+    return t;
+}
+
+// The definition, term by term, in double precision.
+control_point_t by_definition(const nurbs_net& net, float u, float v) {
+    double sum[8] = {};
+    for (std::size_t j = 0; j < net.n; ++j) {
+        for (std::size_t i = 0; i < net.m; ++i) {
+            const double c = double(render::bspline_basis(i, net.k1, u, net.knots1 + j * (net.m + net.k1))) *
+                             net.weights[j * net.m + i] *
+                             render::bspline_basis(j, net.k2, v, net.knots2 + i * (net.n + net.k2));
+            const control_point_t& p = net.points[j * net.m + i];
+            const float values[8] = {p.position.x, p.position.y, p.position.z, p.color.r,
+                                     p.color.g,    p.color.b,    p.color.a,    1.0f};
+            for (int k = 0; k < 8; ++k)
+                sum[k] += c * values[k];
+        }
+    }
+    for (double& s : sum)
+        s /= sum[7];
+    return {{float(sum[0]), float(sum[1]), float(sum[2])},
+            {float(sum[3]), float(sum[4]), float(sum[5]), float(sum[6])}};
+}
+
+void expect_near(const control_point_t& a, const control_point_t& b, float tolerance) {
+    EXPECT_NEAR(a.position.x, b.position.x, tolerance);
+    EXPECT_NEAR(a.position.y, b.position.y, tolerance);
+    EXPECT_NEAR(a.position.z, b.position.z, tolerance);
+    EXPECT_NEAR(a.color.r, b.color.r, tolerance);
+    EXPECT_NEAR(a.color.g, b.color.g, tolerance);
+    EXPECT_NEAR(a.color.a, b.color.a, tolerance);
+}
+
+TEST(nurbs_basis, all_functions_at_once_equal_one_at_a_time) {
+    // Clamped, open, with repeated inner knots, with all knots alike, descending, and not a number.
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::vector<std::vector<float>> vectors = {
+        {0, 0, 0, 0, 0.25f, 0.5f, 0.75f, 1, 1, 1, 1},
+        {-0.3f, -0.2f, -0.1f, 0, 0.3f, 0.6f, 1, 1.1f, 1.2f, 1.3f, 1.4f},
+        {0, 0, 0, 0.5f, 0.5f, 0.5f, 0.5f, 0.8f, 1, 1, 1},
+        {0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f},
+        {1, 0.9f, 0.7f, 0.6f, 0.5f, 0.4f, 0.3f, 0.2f, 0.1f, 0, 0},
+        {0, 0.9f, 0.1f, 0.8f, 0.2f, 0.7f, 0.3f, 1, 0.4f, 0.6f, 0.5f},
+        {0, 0, 0, nan, 0.5f, 0.6f, 0.7f, 1, 1, 1, 1},
+    };
+    pmt3d::basis_t basis;
+    for (const std::vector<float>& knots : vectors) {
+        for (std::size_t order = 1; order <= 10; ++order) {
+            const std::size_t count = knots.size() - order;
+            for (const float t : {-1.0f, 0.0f, 0.1f, 0.25f, 0.5f, 0.55f, 0.9999f, 1.0f, 2.0f}) {
+                std::vector<float> all(count, 0.0f);
+                const pmt3d::basis_values found = basis.evaluate(count, order, t, knots.data());
+                ASSERT_LE(found.first + found.values.size(), count);
+                std::copy(found.values.begin(), found.values.end(),
+                          all.begin() + std::ptrdiff_t(found.first));
+                for (std::size_t i = 0; i < count; ++i) {
+                    const float expected = render::bspline_basis(i, order, t, knots.data());
+                    EXPECT_TRUE(all[i] == expected || (std::isnan(all[i]) && std::isnan(expected)))
+                        << "order " << order << ", t " << t << ", function " << i << ": " << all[i]
+                        << ", not " << expected;
+                }
+            }
+        }
+    }
+}
+
+TEST(nurbs_evaluation, agrees_with_the_definition) {
+    struct {
+        std::size_t m, k1, n, k2;
+    } const shapes[] = {{2, 2, 2, 2}, {4, 4, 4, 4}, {7, 3, 5, 4}, {9, 6, 8, 7}, {1, 1, 3, 2}, {5, 1, 4, 3}};
+    unsigned seed = 1;
+    for (const auto& [m, k1, n, k2] : shapes) {
+        tables t = random_net(m, k1, n, k2, seed++);
+        for (const bool same_knots : {true, false}) {
+            if (!same_knots && n > 1) // the second row's inner knots move
+                for (std::size_t i = k1; i < m; ++i)
+                    t.knots1[m + k1 + i] *= 0.9f;
+            for (const float u : {0.0f, 0.2f, 0.5f, 0.73f, 1.0f})
+                for (const float v : {0.0f, 0.31f, 0.5f, 1.0f})
+                    expect_near(pmt3d::nurbs_surface(t.net(), u, v), by_definition(t.net(), u, v), 2e-6f);
+        }
+    }
+}
+
+TEST(nurbs_evaluation, clamped_corners_are_the_control_points) {
+    tables t = random_net(5, 4, 6, 3, 7);
+    const control_point_t corner = pmt3d::nurbs_surface(t.net(), 1.0f, 1.0f), expected = t.at(5, 4);
+    expect_near(corner, expected, 1e-6f);
+}
+
+TEST(nurbs_evaluation, borders_stand_in_where_the_knots_do_not_reach) {
+    // Weights of 0 leave every sum at 0, except for the curves whose border has weights.
+    tables t = random_net(3, 2, 3, 2, 3);
+    std::fill(t.weights.begin(), t.weights.end(), 0.0f);
+    const auto expect_at = [&](float u, float v, const control_point_t& expected) {
+        SCOPED_TRACE(testing::Message() << u << ", " << v);
+        expect_near(pmt3d::nurbs_surface(t.net(), u, v), expected, 1e-6f);
+    };
+    expect_at(0, 0, t.at(0, 0));
+    expect_at(0, 1, t.at(2, 0));
+    expect_at(1, 1, t.at(2, 2));
+    expect_at(1, 0, t.at(0, 2));
+
+    // Knots that cover only the middle half: the borders have curves of their own there.
+    t = random_net(2, 2, 2, 2, 4);
+    t.every_row({0.25f, 0.25f, 0.75f, 0.75f});
+    t.every_column({0.25f, 0.25f, 0.75f, 0.75f});
+    const auto between = [](const control_point_t& a, const control_point_t& b, float wa, float wb) {
+        tables line{2, 2, 1, 1};
+        line.points = {a, b};
+        line.weights = {wa, wb};
+        line.knots1 = {0, 0, 1, 1};
+        line.knots2 = {0, 1, 0, 1};
+        return pmt3d::nurbs_surface(line.net(), 0.5f, 0.5f);
+    };
+    expect_at(0, 0.5f, between(t.at(0, 0), t.at(1, 0), t.weights[0], t.weights[2]));
+    expect_at(1, 0.5f, between(t.at(0, 1), t.at(1, 1), t.weights[1], t.weights[3]));
+    expect_at(0.5f, 0, between(t.at(0, 0), t.at(0, 1), t.weights[0], t.weights[1]));
+    expect_at(0.5f, 1, between(t.at(1, 0), t.at(1, 1), t.weights[2], t.weights[3]));
+
+    capture err(std::cerr);
+    pmt3d::nurbs_surface(t.net(), 0.125f, 0.5f);
+    EXPECT_EQ(err.take(), "nurbs_surface(): is not reached point reached. u=0.125, v=0.5\n");
+    pmt3d::nurbs_surface(t.net(), 0, 0.125f); // not even the border's curve
+    EXPECT_EQ(err.take(), "nurbs_surface(): is not reached point reached. u=0, v=0.125\n");
+    std::vector<pmt3d::vertex_t> grid(9 * 9);
+    pmt3d::evaluate_grid(t.net(), 9, 9, grid);
+    const std::string text = err.take();
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 11);
+    EXPECT_NE(text.find("nurbs_surface(): 22 more points are not reached.\n"), std::string::npos) << text;
+}
+
+TEST(nurbs_evaluation, points_out_of_reach_do_not_spoil_others) {
+    tables t = random_net(6, 3, 6, 3, 5);
+    t.at(0, 0).position.x = std::numeric_limits<float>::infinity();
+    EXPECT_TRUE(std::isfinite(pmt3d::nurbs_surface(t.net(), 0.9f, 0.9f).position.x));
+}
+
+TEST(nurbs_grid, bilinear_patch_interpolates_its_corners) {
+    tables t{2, 2, 2, 2};
+    t.every_row({0, 0, 1, 1});
+    t.every_column({0, 0, 1, 1});
+    t.at(0, 0) = {{0, 0, 0}, {1, 0, 0, 1}};
+    t.at(0, 1) = {{2, 0, 1}, {0, 1, 0, 1}};
+    t.at(1, 0) = {{0, 3, 2}, {0, 0, 1, 0}};
+    t.at(1, 1) = {{2, 3, 5}, {1, 1, 1, 0}};
+    std::vector<pmt3d::vertex_t> grid(33 * 17);
+    pmt3d::evaluate_grid(t.net(), 33, 17, grid);
+    for (int j = 0; j < 17; ++j) {
+        for (int i = 0; i < 33; ++i) {
+            const float u = float(i) / 32.0f, v = float(j) / 16.0f;
+            const pmt3d::vertex_t& p = grid[std::size_t(j * 33 + i)];
+            EXPECT_EQ(p.texcoord, (render::txc2{u, v}));
+            EXPECT_NEAR(p.position.x, 2 * u, 1e-6f);
+            EXPECT_NEAR(p.position.y, 3 * v, 1e-6f);
+            EXPECT_NEAR(p.position.z, u + 2 * v + 2 * u * v, 2e-6f);
+            EXPECT_NEAR(p.color.r, (1 - u) * (1 - v) + u * v, 1e-6f);
+            EXPECT_NEAR(p.color.a, 1 - v, 1e-6f);
+        }
+    }
+}
+
+TEST(nurbs_grid, is_the_same_as_point_by_point_beyond_one_block_of_columns) {
+    const tables t = random_net(16, 4, 9, 4, 11);
+    std::vector<pmt3d::vertex_t> grid(5000 * 3);
+    pmt3d::evaluate_grid(t.net(), 5000, 3, grid);
+    for (const std::size_t at : {0, 4095, 4096, 9999, 14999}) {
+        const control_point_t p = pmt3d::nurbs_surface(t.net(), grid[at].texcoord.s, grid[at].texcoord.t);
+        EXPECT_EQ(grid[at].position, p.position) << at;
+    }
+    EXPECT_EQ(grid[14999].texcoord, (render::txc2{1.0f, 1.0f}));
+    pmt3d::evaluate_grid(t.net(), 1, 1, grid); // the only sample lies at 0
+    EXPECT_EQ(grid[0].texcoord, (render::txc2{0.0f, 0.0f}));
+}
+
+// ---- Steps between the vertices
+
+// A surface of revolution about the y axis: the grid of (radius, height) profiles, closed along u.
+std::vector<pmt3d::vertex_t> revolved(std::uint32_t ru, const std::vector<std::pair<float, float>>& profile) {
+    std::vector<pmt3d::vertex_t> grid;
+    for (const auto& [radius, height] : profile) {
+        for (std::uint32_t i = 0; i < ru; ++i) {
+            const float angle = i + 1 == ru ? 0.0f : 6.2831853f * float(i) / float(ru - 1);
+            grid.push_back({{radius * std::sin(angle), height, radius * std::cos(angle)}, {}, {}});
+        }
+    }
+    return grid;
+}
+
+std::vector<pmt3d::differences_t> steps_of(const std::vector<pmt3d::vertex_t>& grid, std::uint32_t ru) {
+    std::vector<pmt3d::differences_t> steps(grid.size());
+    pmt3d::grid_steps(grid, ru, std::uint32_t(grid.size() / ru), steps);
+    return steps;
+}
+
+TEST(nurbs_grid, steps_inside_are_the_differences_to_the_neighbours) {
+    const auto grid = revolved(7, {{1, 0}, {2, 1}, {1.5f, 3}, {1, 4}});
+    const auto steps = steps_of(grid, 7);
+    const auto p = [&](int j, int i) { return grid[std::size_t(j * 7 + i)].position; };
+    const pmt3d::differences_t& s = steps[2 * 7 + 3];
+    EXPECT_EQ(s.forward_u, p(2, 4) - p(2, 3));
+    EXPECT_EQ(s.forward_v, p(3, 3) - p(2, 3));
+    EXPECT_EQ(s.backward_u, p(2, 3) - p(2, 2));
+    EXPECT_EQ(s.backward_v, p(2, 3) - p(1, 3));
+}
+
+TEST(nurbs_grid, steps_cross_a_seam_but_no_edge) {
+    const auto grid = revolved(17, {{1, 0}, {2, 1}, {1, 2}});
+    const auto steps = steps_of(grid, 17);
+    for (int j = 0; j < 3; ++j) { // closed along u: both sides of the seam step alike
+        const pmt3d::differences_t &left = steps[std::size_t(j * 17)],
+                                   &right = steps[std::size_t(j * 17 + 16)];
+        EXPECT_EQ(left.forward_u, right.forward_u);
+        EXPECT_EQ(left.backward_u, right.backward_u);
+        EXPECT_NE(left.forward_u, left.backward_u);
+    }
+    EXPECT_EQ(steps[3].backward_v, steps[3].forward_v); // open along v: the one step there is
+    EXPECT_EQ(steps[2 * 17 + 3].forward_v, steps[2 * 17 + 3].backward_v);
+
+    // A lens: its ends meet, but the outline turns back there.
+    std::vector<pmt3d::vertex_t> lens;
+    for (int j = 0; j < 2; ++j)
+        for (const auto& [x, y] :
+             {std::pair(0.0f, 0.0f), {1.0f, 0.4f}, {2.0f, 0.0f}, {1.0f, -0.4f}, {0.0f, 0.0f}})
+            lens.push_back({{x, y, float(j)}, {}, {}});
+    const auto around = steps_of(lens, 5);
+    EXPECT_EQ(around[0].backward_u, around[0].forward_u);
+    EXPECT_EQ(around[4].forward_u, around[4].backward_u);
+}
+
+TEST(nurbs_grid, a_seam_is_found_at_any_resolution) {
+    // A circle of radius 0.01 in 1025 steps: the products of neighbouring steps are far below the tolerance.
+    const auto grid = revolved(1025, {{0.01f, 0}, {0.01f, 0.01f}});
+    const auto steps = steps_of(grid, 1025);
+    EXPECT_EQ(steps[0].backward_u, steps[1024].backward_u);
+}
+
+TEST(nurbs_grid, a_pole_has_the_steps_of_the_row_beside_it) {
+    const auto grid = revolved(9, {{0, 2}, {1, 1}, {1, 0}, {0, -1}});
+    const auto steps = steps_of(grid, 9);
+    for (std::size_t i = 0; i < 9; ++i) {
+        EXPECT_EQ(steps[i].forward_u, steps[9 + i].forward_u);
+        EXPECT_EQ(steps[27 + i].backward_u, steps[18 + i].backward_u);
+    }
+}
+
+TEST(nurbs_grid, single_rows_and_columns_have_no_steps_across) {
+    const std::vector<pmt3d::vertex_t> line = {{{1, 0, 0}, {}, {}}, {{2, 0, 0}, {}, {}}, {{4, 0, 0}, {}, {}}};
+    const auto row = steps_of(line, 3), column = steps_of(line, 1);
+    EXPECT_EQ(row[1].forward_u, (render::dir3{2, 0, 0}));
+    EXPECT_EQ(row[1].forward_v, (render::dir3{0, 0, 0}));
+    EXPECT_EQ(column[1].forward_v, (render::dir3{2, 0, 0}));
+    EXPECT_EQ(column[1].backward_u, (render::dir3{0, 0, 0}));
+    EXPECT_EQ(steps_of({line[0]}, 1)[0].forward_u, (render::dir3{0, 0, 0}));
+}
+
+TEST(nurbs_grid, strips_join_neighbouring_rows) {
+    using pmt3d::strip_end;
+    std::vector<pmt3d::element_t> elements(pmt3d::grid_element_count(3, 3));
+    pmt3d::grid_elements(3, 3, elements);
+    EXPECT_EQ(elements,
+              (std::vector<pmt3d::element_t>{3, 0, 4, 1, 5, 2, strip_end, 6, 3, 7, 4, 8, 5, strip_end}));
+    EXPECT_EQ(pmt3d::grid_element_count(33, 1), 0u);
+}
+
+} // namespace

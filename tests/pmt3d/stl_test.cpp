@@ -1,0 +1,208 @@
+#include "pmt3d/format/stl.h"
+
+#include "support/capture.h"
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <random>
+#include <vector>
+
+namespace {
+
+using pmt3d::model_item_t;
+using pmt3d::strip_end;
+using pmt3d::surface_list;
+using test_support::capture;
+using test_support::read_file;
+
+class stl : public testing::Test {
+protected:
+    stl() : err_(std::cerr) {}
+    // Loads a file of these bytes.
+    bool load(surface_list& items, std::string_view bytes, const std::string& name = "x.stl") {
+        return pmt3d::load_stl(items, directory_.write(name, bytes), {std::cerr});
+    }
+    std::string take_err() { return err_.take(); }
+    test_support::temporary_directory directory_;
+
+private:
+    capture err_;
+};
+
+template <class T>
+std::string raw(const T& value) {
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+using corners = std::array<render::pos3, 3>;
+
+std::string binary(std::uint32_t count, const std::vector<corners>& triangles,
+                   const std::string& header = "header") {
+    std::string bytes = header + std::string(80 - header.size(), ' ') + raw(count);
+    for (const corners& t : triangles)
+        bytes += raw(render::dir3{9, 9, 9}) + raw(t) + "ab";
+    return bytes;
+}
+
+std::string facet(const std::string& vertices) {
+    return " facet normal 0 0 1 \n  outer loop\t\r\n" + vertices + " endloop\nendfacet\n";
+}
+const std::string good_vertices = "vertex 0 0 0\n   vertex +1e0 -0.0 0 \r\n\tvertex 0,1,0\n";
+
+const corners right_angle = {{{0, 0, 0}, {2, 0, 0}, {0, 3, 0}}};
+
+TEST_F(stl, both_forms_give_triangles_of_their_own) {
+    surface_list items;
+    ASSERT_TRUE(load(items, binary(2, {right_angle, {{{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}}})));
+    ASSERT_TRUE(load(items, "solid some name\n" + facet("vertex 0 0 0\nvertex 2 0 0\nvertex 0 3 0\n") +
+                                facet("vertex 1 1 1\nvertex 1 1 1\nvertex 1 1 1\n") + "endsolid some name"));
+    for (const model_item_t& item : items) {
+        EXPECT_EQ(item.kind, model_item_t::kind_t::polygon);
+        EXPECT_EQ(item.polygon.name(), directory_.file("x.stl"));
+        ASSERT_EQ(item.polygon.vertex_count(), 6u);
+        const auto e = item.polygon.getelements();
+        EXPECT_EQ(std::vector<pmt3d::element_t>(e.begin(), e.end()),
+                  (std::vector<pmt3d::element_t>{0, 1, 2, strip_end, 3, 4, 5, strip_end}));
+        EXPECT_EQ(item.polygon.polyid(1).start, 4u);
+        const pmt3d::vertex_t& v = item.polygon.vertices()[1];
+        EXPECT_EQ(v.position, (render::pos3{2, 0, 0}));
+        EXPECT_EQ(v.color, (render::col3a{0.5f, 0.5f, 0.5f, 1}));
+        EXPECT_EQ(v.texcoord, (render::txc2{0, 0}));
+        const pmt3d::frame_t& f = item.polygon.normals()[1];
+        EXPECT_EQ(f.normal, (render::dir3{0, 0, 1}));
+        EXPECT_EQ(f.tangent, (render::dir3{0, 1, 0}));
+        EXPECT_EQ(f.binormal, (render::dir3{1, 0, 0}));                       // tangent x normal
+        EXPECT_EQ(item.polygon.normals()[5].normal, (render::dir3{0, 0, 0})); // no area
+    }
+    EXPECT_EQ(take_err(), "");
+}
+
+TEST_F(stl, text_is_told_by_its_start_unless_the_size_says_binary) {
+    surface_list items;
+    const std::vector<corners> two(2, right_angle);
+    EXPECT_TRUE(load(items, binary(2, two, "solid but binary")));
+    EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
+    EXPECT_TRUE(load(items, binary(2, two, "solid but binary") + "x")); // text without facets
+    EXPECT_EQ(items.back().polygon.vertex_count(), 0u);
+    EXPECT_TRUE(load(items, binary(2, two) + "more")); // what follows the triangles is not read
+    EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
+    EXPECT_TRUE(load(items, binary(0, {})));
+    EXPECT_TRUE(load(items, "solid"));
+    EXPECT_TRUE(load(items, "solid a\n" + facet(good_vertices) + "endsolid a\nsolid b\nendsolid\nsolid c\n" +
+                                facet(good_vertices) + "endsolid c\n"));
+    EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
+    EXPECT_EQ(items.back().polygon.vertices()[4].position, (render::pos3{1, 0, 0}));
+    EXPECT_EQ(items.back().polygon.vertices()[5].position, (render::pos3{0, 1, 0}));
+    EXPECT_EQ(take_err(), "");
+}
+
+TEST_F(stl, files_that_fail) {
+    const std::string text = "solid x\n";
+    const std::vector<corners> one = {right_angle};
+    struct {
+        std::string bytes, errors;
+    } const cases[] = {
+        {"", ": file is too short.\n"},
+        {"soli", ": file is too short.\n"},
+        {std::string(83, 'h'), ": file is too short.\n"},
+        {binary(2, one), ": file is too short for its triangles.\n"},
+        {binary(0xFFFFFFFF, one), ": file is too short for its triangles.\n"},
+        {text + facet("vertex 0 0 0\nvertex 1 0 0\n"), "num: 6\n"},
+        {text + facet("vertex 0 0 0\nvertex 1 x 0\nvertex 2 2 2\n"), "num: 5\n"},
+        {text + facet("vertex 0 0 0\nvertex 1 0\nvertex 2 2 2\n"), "num: 5\n"},
+        {text + facet("vertex 0 0 nan\nvertex 1 0 0\nvertex 2 2 2\n"), "num: 4\n"},
+        {text + "facet normal 0 0 1\nvertex 0 0 0\n", "num: 3\n"},
+        {text + "facet normal \n" + facet(good_vertices), "num: 9\n"}, // counted, but trimmed it is no facet
+    };
+    for (const auto& [bytes, errors] : cases) {
+        surface_list items;
+        EXPECT_FALSE(load(items, bytes)) << bytes;
+        EXPECT_EQ(take_err(), (errors[0] == ':' ? directory_.file("x.stl") : "") + errors) << bytes;
+    }
+    surface_list items;
+    EXPECT_FALSE(pmt3d::load_stl(items, directory_.file("none.stl"), {std::cerr}));
+    EXPECT_EQ(take_err(), directory_.file("none.stl") + ": file open error.\n");
+    EXPECT_TRUE(items.empty());
+    // What was read before stays.
+    EXPECT_FALSE(load(items, text + facet("vertex 7 0 0\nvertex 1 0 0\nvertex 2 2 2\n") + "facet normal 1"));
+    EXPECT_EQ(items.back().polygon.vertices()[0].position.x, 7.0f);
+}
+
+TEST_F(stl, cut_off_anywhere_it_never_crashes) {
+    const std::string text = "solid x\n" + facet(good_vertices) + facet(good_vertices);
+    for (const std::string& whole :
+         {text, binary(2, {right_angle, right_angle}), binary(2, {right_angle, right_angle}, "solid")}) {
+        for (std::size_t size = 0; size < whole.size(); ++size) {
+            surface_list items;
+            load(items, std::string_view(whole).substr(0, size));
+            take_err();
+        }
+    }
+}
+
+TEST_F(stl, the_two_bytes_after_a_facet_only_shorten_a_line) {
+    surface_list items; // no line "endloop": the next facet's line loses its beginning
+    EXPECT_TRUE(load(items, "solid\nfacet normal 0 0 1\nouter loop\n" + good_vertices +
+                                "  facet normal 0 0 1\nouter loop\n" + good_vertices));
+    EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
+}
+
+TEST_F(stl, binary_files_come_back_exactly) {
+    surface_list items;
+    std::mt19937 random(2);
+    std::uniform_real_distribution<float> number(-1e6f, 1e6f);
+    std::vector<render::pos3> expected;
+    for (int n = 0; n < 2; ++n) { // strips of even and odd lengths, with a restart
+        pmt3d::polygon_t& polygon = items.emplace_back().polygon;
+        polygon.allocate(40, 40);
+        for (pmt3d::vertex_t& v : polygon.edit_vertices())
+            v = {{number(random), number(random), number(random)}, {1, 0, 0, 1}, {1, 1}};
+        for (pmt3d::element_t i = 0; i < 40; ++i)
+            polygon.edit_elements()[i] = i % 8 == 7 ? strip_end - i : i;
+        pmt3d::for_each_triangle(polygon.getelements(), 40, [&](auto, bool, auto a, auto b, auto c) {
+            for (const pmt3d::element_t i : {a, b, c})
+                expected.push_back(polygon.vertices()[i].position);
+        });
+    }
+    const std::string name = directory_.file("saved.stl");
+    ASSERT_TRUE(pmt3d::save_stl(items, name));
+    const std::string bytes = read_file(name);
+    EXPECT_EQ(bytes.size(), 84 + 50 * expected.size() / 3);
+    EXPECT_EQ(bytes.substr(0, 80), (name + std::string(80, '\0')).substr(0, 80));
+    surface_list back;
+    ASSERT_TRUE(pmt3d::load_stl(back, name, {std::cerr}));
+    const auto v = back.front().polygon.vertices();
+    ASSERT_EQ(v.size(), expected.size());
+    for (std::size_t i = 0; i < v.size(); ++i) {
+        EXPECT_EQ(v[i].position, expected[i]);
+        EXPECT_EQ(v[i].color.r, 0.5f);
+    }
+    // One item alone, and a name that begins like a text file's.
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(directory_.path());
+    EXPECT_TRUE(pmt3d::save_stl(items.front(), "solid.stl"));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(read_file(directory_.file("solid.stl")).substr(0, 11), std::string(" solid.stl\0", 11));
+    EXPECT_EQ(read_file(directory_.file("solid.stl")).size(), 84 + (bytes.size() - 84) / 2);
+}
+
+TEST_F(stl, text_form) {
+    surface_list items;
+    ASSERT_TRUE(load(items, binary(1, {{{{0, 0, 0}, {0.1f, 0, 0}, {0, 1e-9f, 1234567}}}})));
+    const std::string name = directory_.file("text.stl");
+    ASSERT_TRUE(pmt3d::save_stl_text(items, name));
+    EXPECT_EQ(read_file(name), "solid " + name +
+                                   "\r\nfacet normal 0 -1 8.10001e-16\r\n  outer loop\r\n    vertex 0 0 0\r\n"
+                                   "    vertex 0.1 0 0\r\n    vertex 0 1e-09 1.23457e+06\r\n"
+                                   "  endloop\r\nendfacet\r\nendsolid \r\n");
+    surface_list back;
+    EXPECT_TRUE(pmt3d::load_stl(back, name, {std::cerr}));
+    EXPECT_EQ(back.front().polygon.vertices()[2].position.z, 1.23457e+06f);
+}
+
+} // namespace

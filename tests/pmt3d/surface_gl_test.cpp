@@ -1,0 +1,185 @@
+// Surfaces in the GL: what is drawn, what is uploaded and when, and frames computed there.
+#include "libgr/texture/surface_texture.h"
+#include "pmt3d/surface/frames.h"
+#include "pmt3d/surface/nurbs.h"
+#include "pmt3d/surface/polygon.h"
+#include "render/gl/query.h"
+#include "render/math/operations.h"
+#include "render/surface/glpolygon.h"
+
+#include "support/gl_context.h"
+#include "support/gl_faults.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace {
+
+using pmt3d::element_t;
+using pmt3d::polygon_t;
+using pmt3d::strip_end;
+using test_support::watched;
+
+constexpr render::mtx3w unit = render::mtx3w::identity();
+
+class surface_gl : public test_support::gl_test {
+protected:
+    void SetUp() override {
+        gl_test::SetUp();
+        ASSERT_TRUE(renderer_.init(""));
+        texture_.open("");
+        take_err(); // uniforms that the driver left out
+    }
+
+    // Draws with the surface program; returns how many primitives the GL made of it.
+    std::uint64_t draw(polygon_t& polygon, bool selection = false) {
+        render::query_t query;
+        query.begin(render::query_target::primitives_generated, 0);
+        if (selection)
+            renderer_.drawselect(nullptr, false, texture_, polygon, unit, unit, unit, unit, {0, 0, 1}, 5.0f);
+        else
+            renderer_.drawsolid(nullptr, false, texture_, polygon, unit, unit, unit, unit, {0, 0, 1}, 5.0f);
+        query.end();
+        return query.GetQuery();
+    }
+
+    render::glpolygon_t renderer_;
+    libgr::texture_t texture_;
+};
+
+polygon_t surface(std::uint64_t vertices, const std::vector<element_t>& elements) {
+    polygon_t polygon;
+    polygon.allocate(vertices, elements.size());
+    for (std::uint64_t i = 0; i < vertices; ++i)
+        polygon.edit_vertices()[i] = {{float(i % 2), float(i / 2), 0}, {1, 0, 0, 1}, {0, 0}};
+    std::copy(elements.begin(), elements.end(), polygon.edit_elements().begin());
+    polygon.rebuildpolyids();
+    return polygon;
+}
+
+TEST_F(surface_gl, draws_the_triangles_of_the_strips) {
+    // Indices that name no vertex end a strip, as they do on the CPU, and are not read by the GL.
+    polygon_t polygon = surface(6, {0, 1, 2, 3, strip_end, 3, 4, 5, 4000000000u, 0, 6, 1, 2, 3, 4, 5});
+    EXPECT_EQ(draw(polygon), 6u);
+    EXPECT_EQ(draw(polygon, true), 0u); // nothing is selected
+    polygon.selectpolygon(1);
+    polygon.selectpolygon(4);
+    EXPECT_EQ(draw(polygon, true), 2u);
+    polygon.unselectpolygon(1);
+    EXPECT_EQ(draw(polygon, true), 1u);
+    polygon_t copy = polygon;
+    EXPECT_EQ(draw(copy), 6u);
+    EXPECT_EQ(draw(copy, true), 1u);
+    polygon.extend(8, 18);
+    std::fill(polygon.edit_elements().begin() + 2, polygon.edit_elements().end(), 7);
+    EXPECT_EQ(draw(polygon), 16u);
+    polygon_t empty;
+    EXPECT_EQ(draw(empty), 0u);
+    EXPECT_EQ(draw(empty, true), 0u);
+    EXPECT_FALSE(glIsEnabled(GL_PRIMITIVE_RESTART));
+}
+
+TEST_F(surface_gl, uploads_only_what_has_changed) {
+    polygon_t polygon = surface(6, {0, 1, 2, 3, 4, 5});
+    const auto uploads_of = [&](auto&& work) {
+        const watched<&__glewBufferSubData> uploads(false);
+        work();
+        return uploads.calls();
+    };
+    const auto draw_it = [&] { draw(polygon); };
+    EXPECT_EQ(uploads_of(draw_it), 3); // vertices, frames, elements
+    EXPECT_EQ(uploads_of(draw_it), 0);
+    polygon.edit_vertices()[0].position.x = 5;
+    EXPECT_EQ(uploads_of(draw_it), 1);
+    polygon.rebuildpolyids(); // all frames are there
+    EXPECT_EQ(uploads_of(draw_it), 0);
+    polygon.edit_normals()[2].normal = {0, 0, 0};
+    polygon.rebuildpolyids();
+    EXPECT_EQ(uploads_of(draw_it), 1);
+
+    const auto draw_points = [&] { polygon.draw_points(); };
+    EXPECT_EQ(uploads_of(draw_points), 1); // the marks
+    EXPECT_EQ(uploads_of([&] { EXPECT_TRUE(polygon.markvertex(3)); }), 1);
+    EXPECT_EQ(uploads_of([&] { EXPECT_FALSE(polygon.markvertex(3)); }), 0);
+    EXPECT_EQ(uploads_of(draw_points), 0);
+    polygon.clearmarks();
+    EXPECT_EQ(uploads_of(draw_points), 1);
+}
+
+TEST_F(surface_gl, every_vertex_is_a_point) {
+    polygon_t polygon = surface(6, {});
+    libgr::texture_t texture;
+    polygon_t target;
+    pmt3d::nurbs_t nurbs(texture, target);
+    nurbs.allocate(3, 1, 4, 1);
+    nurbs.afterload("net");
+    nurbs.markvertex(11);
+    const auto points_of = [](auto&& work) {
+        render::query_t query;
+        query.begin(render::query_target::primitives_generated, 0);
+        work();
+        query.end();
+        return query.GetQuery();
+    };
+    draw(polygon); // gives the samplers their units
+    glUseProgram(renderer_.surface_program());
+    EXPECT_EQ(points_of([&] { EXPECT_EQ(polygon.draw_surface_points(), 6u); }), 6u);
+    EXPECT_EQ(points_of([&] { polygon.draw_points(); }), 6u);
+    EXPECT_EQ(points_of([&] { polygon.draw_feedback_points(); }), 6u);
+    EXPECT_EQ(points_of([&] { nurbs.draw_points(); }), 12u);
+    nurbs.unmarkvertex(11);
+    EXPECT_EQ(points_of([&] { nurbs.draw_points(); }), 12u);
+    glUseProgram(0);
+}
+
+TEST_F(surface_gl, frames_of_the_gpu_are_those_of_the_cpu) {
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> number(-1.0f, 1.0f);
+    const auto direction = [&] { return render::dir3{number(random), number(random), number(random)}; };
+    polygon_t gpu = surface(20'000, {0, 1, 2});
+    for (pmt3d::differences_t& d : gpu.edit_wknmls()) {
+        // Steps forward and backward along much the same way, so that no sum is near 0, where rounding
+        // decides.
+        d.forward_u = direction() + render::dir3{2, 0, 0};
+        d.forward_v = direction() + render::dir3{0, 2, 0};
+        d.backward_u = d.forward_u + 0.3f * direction();
+        d.backward_v = d.forward_v + 0.3f * direction();
+    }
+    polygon_t cpu = gpu;
+    const pmt3d::frame_update update = pmt3d::renderer_frames(renderer_);
+    update(gpu);
+    pmt3d::average_frames(cpu);
+    const auto a = std::as_const(gpu).getarray(1), b = std::as_const(cpu).getarray(1);
+    float worst = 0.0f;
+    for (std::uint64_t i = 0; i < a.count * a.stride; ++i)
+        worst = std::max(worst, std::abs(a.data[i] - b.data[i]));
+    EXPECT_LE(worst, 1e-5f);
+    EXPECT_NE(a.data[8], 0.0f);
+    // The GL has them as well: drawing uploads vertices and elements, but no frames.
+    const watched<&__glewBufferSubData> uploads(false);
+    draw(gpu);
+    EXPECT_EQ(uploads.calls(), 1);
+
+    // Without a context the same function computes them on the CPU.
+    polygon_t other = cpu;
+    std::fill(other.edit_normals().begin(), other.edit_normals().end(), pmt3d::frame_t{});
+    {
+        const test_support::without_context none;
+        update(other);
+    }
+    EXPECT_EQ(other.normals()[7].normal, cpu.normals()[7].normal);
+}
+
+TEST_F(surface_gl, survives_the_loss_of_its_context) {
+    auto polygon = std::make_unique<polygon_t>(surface(6, {0, 1, 2, 3, 4, 5}));
+    draw(*polygon);
+    const test_support::without_context none;
+    polygon->draw();
+    polygon->allocate(3, 3);
+    polygon.reset();
+}
+
+} // namespace

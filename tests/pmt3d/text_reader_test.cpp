@@ -1,0 +1,367 @@
+#include "pmt3d/format/text_reader.h"
+
+#include "libgr/texture/environment.h"
+#include "libgr/texture/surface_texture.h"
+#include "pmt3d/surface/nurbs.h"
+
+#include "support/capture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+namespace {
+
+using pmt3d::line_reader;
+using test_support::capture;
+
+// What a block reader made of a text, whose first line is the header.
+struct polygon_result {
+    bool ok = false;
+    std::string errors;
+    std::uint64_t last_line = 0;
+    libgr::texture_t texture;
+    pmt3d::polygon_t polygon;
+};
+
+polygon_result read_polygon(const std::string& text) {
+    polygon_result r;
+    std::ostringstream errors;
+    capture standard(std::cerr); // the evaluator's
+    line_reader in(text);
+    EXPECT_TRUE(in.next());
+    r.ok = pmt3d::read_polygon_block("key.pmt", r.texture, r.polygon, in, errors);
+    r.errors = errors.str() + standard.text();
+    r.last_line = in.number();
+    return r;
+}
+
+struct nurbs_result {
+    bool ok = false;
+    std::string errors;
+    libgr::texture_t texture;
+    pmt3d::polygon_t polygon;
+    pmt3d::nurbs_t nurbs{texture, polygon};
+};
+
+std::unique_ptr<nurbs_result> read_nurbs(const std::string& text, const pmt3d::frame_update& frames = {}) {
+    auto r = std::make_unique<nurbs_result>();
+    std::ostringstream errors;
+    capture standard(std::cerr);
+    line_reader in(text);
+    EXPECT_TRUE(in.next());
+    r->ok = pmt3d::read_nurbs_block("net.pmt", r->nurbs, r->texture, r->polygon, frames, in, errors);
+    r->errors = errors.str() + standard.text();
+    return r;
+}
+
+const std::string frame_lines = "tangent 1,0,0\nbinormal 0,1,0\nnormal 0,0,1\n";
+const std::string three_vertices = "position 0,0,0\nposition 1,0,0\nposition 0,1,0\n";
+const std::string strip = "element 0\nelement 1\nelement 2\nelement -1\n";
+// A whole triangle with lines of the test in it.
+std::string triangle(const std::string& lines) {
+    return "begin polygon_surface,3,4\n" + lines + three_vertices + strip + frame_lines + frame_lines +
+           frame_lines + "end\n";
+}
+
+TEST(polygon_block, a_whole_block_becomes_a_surface) {
+    std::string text = triangle("# a comment with end in it\n\n\nresolution 9,9\ncolor 256,0,0,255\n");
+    // The same with carriage returns.
+    std::string with_returns;
+    for (const char c : text)
+        with_returns += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    for (const std::string& form : {text, with_returns}) {
+        const polygon_result r = read_polygon(form);
+        EXPECT_TRUE(r.ok);
+        EXPECT_EQ(r.errors, "");
+        EXPECT_EQ(r.last_line, 23u);
+        EXPECT_EQ(r.polygon.name(), "key.pmt");
+        EXPECT_EQ(r.polygon.vertex_count(), 3u);
+        EXPECT_EQ(r.polygon.vertices()[0].color, (render::col3a{0, 0, 0, 255 * 0.003921569f}));
+        EXPECT_EQ(r.polygon.vertices()[2].position, (render::pos3{0, 1, 0}));
+        EXPECT_EQ(r.polygon.getelements()[3], 0xFFFFFFFFu);
+        EXPECT_EQ(r.polygon.normals()[1].binormal, (render::dir3{0, 1, 0}));
+        EXPECT_EQ(r.polygon.polyid(0).start, 0u);
+    }
+}
+
+TEST(polygon_block, vertices_take_the_state_that_was_set_before) {
+    const polygon_result r = read_polygon("begin polygon_surface,5,0\n"
+                                          "position 1,2,3\n"
+                                          "fcolor 2,-0.5,1/4,0\ntexcoord 0.25,(1+2)*3\n"
+                                          "position -1.5e1 , 0x10,-0\n"
+                                          "color 0x0A,010,51,300\n"
+                                          "circle 1,90,0.5\n"
+                                          "sphere 1,90,90\n"
+                                          "sphere 2,60,30\nend\n");
+    const auto v = r.polygon.vertices();
+    EXPECT_EQ(v[0].color, (render::col3a{0.5f, 0.5f, 0.5f, 1.0f}));
+    EXPECT_EQ(v[0].texcoord, (render::txc2{0, 0}));
+    EXPECT_EQ(v[1].color, (render::col3a{2.0f, -0.5f, 0.25f, 0.0f})); // floats are not clamped
+    EXPECT_EQ(v[1].texcoord, (render::txc2{0.25f, 9.0f}));
+    EXPECT_EQ(v[1].position, (render::pos3{-15, 16, 0}));
+    EXPECT_FALSE(std::signbit(v[1].position.z)); // a sum that begins with 0
+    const float step = 0.003921569f;
+    EXPECT_EQ(v[2].color, (render::col3a{10 * step, 8 * step, 51 * step, 44 * step}));
+    EXPECT_FLOAT_EQ(v[2].position.x, -1);
+    EXPECT_NEAR(v[2].position.y, 0, 1e-6f);
+    EXPECT_EQ(v[2].position.z, 0.5f);
+    EXPECT_FLOAT_EQ(v[3].position.x, -1);
+    EXPECT_NEAR(v[4].position.x, -2 * std::sqrt(0.75f) * 0.5f, 1e-6f);
+    EXPECT_NEAR(v[4].position.y, 2 * std::sqrt(0.75f) * std::sqrt(0.75f), 1e-6f);
+    EXPECT_NEAR(v[4].position.z, 1, 1e-6f);
+}
+
+TEST(polygon_block, texture_lines_fill_the_options) {
+    const polygon_result r =
+        read_polygon(triangle("texture  a b.png \r\n" // blanks belong to the name
+                              "texfilter false,0,1\nbumptex x.png\nbumpmap bump map.png\r\n"
+                              "bumpofs 0\nbump2mono truely\nspecular s.png\naniso 4*2\n"
+                              "refractfactor 1/1.5\nmercatorsphere 0x2\n"));
+    EXPECT_TRUE(r.ok);
+    EXPECT_EQ(r.texture.texture, " a b.png ");
+    EXPECT_EQ(r.texture.bumpmap, "bump map.png");
+    EXPECT_EQ(r.texture.specular, "s.png");
+    EXPECT_EQ(r.texture.aniso, 8.0f);
+    EXPECT_EQ(r.texture.refractfactor, 1.0f / 1.5f);
+    EXPECT_FALSE(r.texture.mipmap || r.texture.nearlinear || r.texture.bumpofs);
+    EXPECT_TRUE(r.texture.maglinear && r.texture.bump2mono && r.texture.mercatorsphere);
+}
+
+TEST(polygon_block, lines_without_a_value_are_reported_and_skipped) {
+    const std::pair<const char*, const char*> keys[] = {
+        {"color", "color parm"},
+        {"fcolor", "fcolor parm"},
+        {"texcoord", "texcoord parm"},
+        {"position", "position parm"},
+        {"circle", "circle parm"},
+        {"sphere", "sphere parm"},
+        {"element", "element parm"},
+        {"tangent", "tangent parm"},
+        {"binormal", "binormal parm"},
+        {"normal", "normal parm"},
+        {"texture", "texture path"},
+        {"texfilter", "texfilter"},
+        {"mipmap", "mipmap"},
+        {"nearlinear", "nearlinear"},
+        {"maglinear", "maglinear"},
+        {"refractfactor", "refractfactor"},
+        {"aniso", "aniso parm"},
+        {"bumptex", "bumpmap path"},
+        {"bumpmap", "bumpmap path"},
+        {"bumpofs", "bumpofs parm"},
+        {"bump2mono", "bump2mono parm"},
+        {"specular", "specular path"},
+        {"mercatorsphere", "mercatorsphere parm"},
+    };
+    for (const auto& [key, what] : keys) {
+        const polygon_result r = read_polygon(triangle(std::string(key) + "\t1\r\n"));
+        EXPECT_TRUE(r.ok) << key;
+        EXPECT_EQ(r.errors, std::string("2: ") + what + " is not set. " + key + "\t1\r\n");
+    }
+}
+
+struct diagnostic {
+    std::string text, errors;
+    bool ok = false;
+};
+
+TEST(polygon_block, diagnostics) {
+    const std::string frames = frame_lines + frame_lines + frame_lines;
+    const diagnostic cases[] = {
+        // Lines that are skipped.
+        {triangle("colour 1\n"), "2: illegal command: colour 1\n", true},
+        {triangle(" position 1,2,3\n"), "2: illegal command:  position 1,2,3\n", true},
+        {triangle("texfilter 1\n"), "2: nearlinear is not set. texfilter 1\n", true},
+        {triangle("texfilter 1,1\n"), "2: maglinear is not set. texfilter 1,1\n", true},
+        {triangle("aniso .5\n"), "46 \n.: warning: invalid char detect.\n", true},
+        // One more than there is room for.
+        {triangle("").substr(0, triangle("").size() - 4) + "position 9,9,9\nend\n",
+         "18: polygon vertex(3) >= 3 over.\n", true},
+        {triangle("").insert(26, "element 1\n"), "9: polygon element(4) >= 4 over.\n", true},
+        {triangle(frame_lines),
+         "18: polygon tangent(3) >= 3 over.\n19: polygon binormal(3) >= 3 over.\n"
+         "20: polygon normal(3) >= 3 over.\n",
+         true},
+        // Blocks that fail.
+        {"begin polygon_surface 3 4\nend\n", ""},
+        {"begin polygon_surface,3,4\n" + three_vertices, ""},
+        {"begin polygon_surface,3,4\nendless\n",
+         "2: vertex(0) < 3: too few vertex.\n2: element(0) < 4: too few element.\n2: tangent(0) < 3: too few "
+         "tangent.\n"
+         "2: binormal(0) < 3: too few binormal.\n2: normal(0) < 3: too few normal.\n"},
+        {"begin polygon_surface,3,4\n" + three_vertices + strip + frames.substr(0, frames.size() - 13) +
+             "end\n",
+         "17: normal(2) < 3: too few normal.\n"},
+        {"begin polygon_surface,4294967295,4\nend\n", "1: polygon allocate error.\n"},
+        {"begin polygon_surface,-1,4\nend\n", "1: polygon allocate error.\n"},
+        {"begin polygon_surface,3,99999999999999999999\nend\n", "1: polygon allocate error.\n"},
+        {"begin polygon_surface,1000000,3\n" + three_vertices, "1: polygon allocate error.\n"},
+        {"begin polygon_surface,3,1000000\n" + three_vertices, "1: polygon allocate error.\n"},
+    };
+    for (const auto& [text, errors, ok] : cases) {
+        const polygon_result r = read_polygon(text);
+        EXPECT_EQ(r.ok, ok) << text;
+        EXPECT_EQ(r.errors, errors) << text;
+    }
+    EXPECT_TRUE(read_polygon("begin polygon_surface,0,0\nend").ok);
+}
+
+TEST(polygon_block, hostile_lines) {
+    // Cut off anywhere, it is an error or a warning, and never a crash; each copy is exactly as long as its
+    // text.
+    const std::string whole = triangle("texture a.png\nfcolor 1,(2+3)*4,0x1p3,1e-3\ntexfilter 1,1,1\n");
+    for (std::size_t size = 26; size < whole.size() - 1; ++size) {
+        const std::vector<char> exact(whole.begin(), whole.begin() + std::ptrdiff_t(size));
+        std::ostringstream errors;
+        capture standard(std::cerr);
+        line_reader in({exact.data(), exact.size()});
+        in.next();
+        libgr::texture_t texture;
+        pmt3d::polygon_t polygon;
+        const bool ended = whole.compare(size - 3, 3, "end") == 0; // only the line end is missing
+        EXPECT_EQ(pmt3d::read_polygon_block("x", texture, polygon, in, errors), ended) << size;
+    }
+    // Zero bytes, a line of a megabyte, values where there are none.
+    polygon_result r = read_polygon(triangle(std::string("position \0 1,2\0,3\n", 18)));
+    EXPECT_EQ(r.polygon.vertices()[0].position, (render::pos3{0, 1, 2}));
+    r = read_polygon(triangle(std::string(1 << 20, 'x') + "\n"));
+    EXPECT_EQ(r.errors, "2: illegal command: " + std::string(1000, 'x') + "...\n");
+    r = read_polygon(triangle("position 1\ntexcoord \nposition ,,,,,,7\ntangent x,-,+5\n"));
+    EXPECT_EQ(r.polygon.vertices()[0].position, (render::pos3{1, 0, 0}));
+    EXPECT_EQ(r.polygon.vertices()[1].position, (render::pos3{0, 0, 0}));
+    EXPECT_EQ(r.polygon.normals()[0].tangent, (render::dir3{0, 0, 0}));
+    // A value at the end of a line must not be sought in the next one.
+    r = read_polygon(triangle("tangent \r\n7,8,9\n"));
+    EXPECT_EQ(r.polygon.normals()[0].tangent, (render::dir3{0, 0, 0}));
+}
+
+// ---- NURBS blocks
+
+const std::string rows_of_a_patch =
+    "knot1 0\nknot1 0\nknot1 1\nknot1 1\nweight 1\nweight 1\nposition 0,0,0\nposition 1,0,0\n"
+    "knot1 0\nknot1 0\nknot1 1\nknot1 1\nweight 1\nweight 1\ncolor 255,0,0,255\n"
+    "position 0,1,0\nposition 1,1,2\n";
+const std::string columns_of_a_patch =
+    "knot2 0\nknot2 0\nknot2 1\nknot2 1\nknot2 0\nknot2 0\nknot2 1\nknot2 1\n";
+std::string patch(const std::string& lines) {
+    return "begin nurbs_surface,2,2,2,2\n" + lines + rows_of_a_patch + columns_of_a_patch + "end\n";
+}
+
+TEST(nurbs_block, a_whole_block_is_tessellated) {
+    bool asked = false;
+    for (const pmt3d::frame_update& frames :
+         {pmt3d::frame_update(), pmt3d::frame_update([&](pmt3d::polygon_t& polygon) {
+              asked = true;
+              pmt3d::average_frames(polygon);
+          })}) {
+        const auto r = read_nurbs(patch("resolution 5,0x3\nmercatorsphere 1\n"), frames);
+        EXPECT_TRUE(r->ok);
+        EXPECT_EQ(r->errors, "");
+        EXPECT_EQ(r->nurbs.name(), "net.pmt");
+        EXPECT_EQ(r->polygon.name(), "net.pmt");
+        EXPECT_EQ(r->polygon.vertex_count(), 15u);
+        EXPECT_EQ(r->polygon.element_count(), 22u);
+        EXPECT_TRUE(r->texture.mercatorsphere);
+        EXPECT_EQ(r->nurbs.points()[1].color, (render::col3a{0.5f, 0.5f, 0.5f, 1.0f}));
+        const pmt3d::vertex_t& middle = r->polygon.vertices()[7];
+        EXPECT_FLOAT_EQ(middle.position.z, 0.5f);
+        EXPECT_NEAR(middle.color.r, 0.75f, 1e-6f);
+        EXPECT_EQ(middle.texcoord, (render::txc2{0.5f, 0.5f}));
+        // z = 2uv: at the first corner the surface is level.
+        EXPECT_NEAR(r->polygon.normals()[0].normal.z, 1.0f, 1e-6f);
+        EXPECT_NEAR(r->polygon.normals()[0].tangent.x, 1.0f, 1e-6f);
+        EXPECT_NEAR(r->polygon.normals()[0].binormal.y, 1.0f, 1e-6f);
+    }
+    EXPECT_TRUE(asked);
+}
+
+TEST(nurbs_block, diagnostics) {
+    const std::string rows = rows_of_a_patch, columns = columns_of_a_patch;
+    const std::string allocate = "1: nurbs allocate error.\n";
+    const diagnostic cases[] = {
+        {patch("texcoord 1,2\n"), "2: illegal command: texcoord 1,2\n", true},
+        {patch("mipmap\n"), "2: is_mipmap is not set. mipmap\n", true},
+        {patch("resolution\nknot1\nknot2\nweight\n"),
+         "2: resolution parm is not set. resolution\n3: knot1 parm is not set. knot1\n4: knot2 parm is not "
+         "set. knot2\n"
+         "5: weight parm is not set. weight\n",
+         true},
+        {"begin nurbs_surface,2,2,2,2\n" + rows + columns, "", true}, // the end of the file will do
+        {"begin nurbs_surface\nend\n", ""},
+        {patch("") + "x", "", true},
+        {"begin nurbs_surface,2,2,2,2\n" + rows + columns + "knot1 1\nend\n",
+         "27: nurbs knots1(8) >= 8 over.\n"},
+        {"begin nurbs_surface,2,2,2,2\n" + rows + columns + "knot2 1\nend\n",
+         "27: nurbs knots2(8) >= 8 over.\n"},
+        {"begin nurbs_surface,2,2,2,2\n" + rows + "weight 1\nend\n", "19: nurbs weights(4) >= 4 over.\n"},
+        {"begin nurbs_surface,2,2,2,2\n" + rows + "sphere 1,2,3\nend\n", "19: nurbs points(4) >= 4 over.\n"},
+        {"begin nurbs_surface,0,2,2,2\nend\n", allocate},
+        {"begin nurbs_surface,2,0,2,2\nend\n", allocate},
+        {"begin nurbs_surface,2,2,0,2\nend\n", allocate},
+        {"begin nurbs_surface,2,2,2,0\nend\n", allocate},
+        {"begin nurbs_surface,4294967295,4294967295,4294967295,4294967295\nend\n", allocate},
+        {"begin nurbs_surface,2,4294967295,2,2\nend\n", allocate},
+        {"begin nurbs_surface,1000,1,1000,1\nend\n", allocate},
+        {patch("resolution 0,5\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
+        {patch("resolution 5,0\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
+        {patch("resolution 8193,8192\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
+        {patch("resolution -1,-1\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
+    };
+    for (const auto& [text, errors, ok] : cases) {
+        const auto r = read_nurbs(text);
+        EXPECT_EQ(r->ok, ok) << text;
+        EXPECT_EQ(r->errors, errors) << text;
+    }
+    // A block that lacks something is still tessellated.
+    const auto r = read_nurbs("begin nurbs_surface,2,2,2,2\nresolution 2,2\n" + rows + "end\n");
+    EXPECT_FALSE(r->ok);
+    EXPECT_EQ(r->errors.substr(0, 33), "20: knot2(0) < 8: too few knots.\n");
+    EXPECT_EQ(r->polygon.vertices()[3].position, (render::pos3{1, 1, 2})); // by the corner rule
+    const auto none = read_nurbs("begin nurbs_surface,2,1,1,1\nresolution 1,1\nend\n");
+    EXPECT_EQ(none->errors, "3: knot1(0) < 3: too few knots.\n3: knot2(0) < 4: too few knots.\n"
+                            "3: weight(0) < 2: too few weights.\n3: point(0) < 2: too few points.\n");
+    EXPECT_EQ(none->polygon.element_count(), 0u);
+}
+
+TEST(nurbs_block, cut_off_anywhere_it_never_crashes) {
+    const std::string whole = patch("resolution 3,3\n");
+    for (std::size_t size = 28; size < whole.size(); ++size)
+        read_nurbs(whole.substr(0, size));
+}
+
+// ---- The environment
+
+TEST(environment_block, options_and_diagnostics) {
+    libgr::environment_t environment;
+    std::ostringstream errors;
+    const auto read = [&](const std::string& text) {
+        errors.str("");
+        line_reader in(text);
+        in.next();
+        return pmt3d::read_environment_block(environment, "x.pmt", in, errors);
+    };
+    EXPECT_FALSE(read("begin polygon_surface,3,4\n"));
+    EXPECT_EQ(errors.str(), "not 'begin environment'.\n");
+    // A key without a value has an empty one, and the end of the file ends the block.
+    EXPECT_TRUE(
+        read("begin environment\r\n# x\n\n\r\ncubetex\nreflectalpha 1/4\nrefractalpha 0.5\r\nrefractfactor\n"
+             "position 1\n"));
+    EXPECT_EQ(errors.str(), "9: illegal command: position 1\n");
+    EXPECT_EQ(environment.cubetex, "");
+    EXPECT_EQ(environment.reflectalpha, 0.25f);
+    EXPECT_EQ(environment.refractalpha, 0.5f);
+    EXPECT_EQ(environment.refractfactor, 0.0f);
+
+    capture standard(std::cerr);
+    EXPECT_FALSE(read("begin environment\ncubemap no such sky.png\r\nend\n"));
+    EXPECT_EQ(environment.cubetex, "no such sky.png");
+    EXPECT_EQ(errors.str(), "environment.initex() failed.\n");
+}
+
+} // namespace

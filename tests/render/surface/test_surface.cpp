@@ -1,0 +1,146 @@
+#include "test_surface.h"
+
+#include "render/math/operations.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace test_support {
+
+using namespace render;
+
+namespace {
+
+void draw_elements(element_array_t& elements, const vertex_array_t& layout, primitive mode) {
+    glPrimitiveRestartIndex(restart_index);
+    glEnable(GL_PRIMITIVE_RESTART);
+    elements.draw(layout, mode);
+    glDisable(GL_PRIMITIVE_RESTART);
+}
+
+} // namespace
+
+test_surface::test_surface(const std::vector<test_vertex>& vertices, const std::vector<std::uint32_t>& strips)
+    : count_(vertices.size()) {
+    std::vector<float> positions, frames;
+    for (const test_vertex& v : vertices) {
+        positions.insert(positions.end(), {v.position.x, v.position.y, v.position.z, v.color.r, v.color.g,
+                                           v.color.b, v.color.a, v.texcoord.s, v.texcoord.t});
+        for (const dir3& d : {v.tangent, v.binormal, v.normal})
+            frames.insert(frames.end(), {d.x, d.y, d.z});
+    }
+    const auto three_directions =
+        make_layout({attribute::position, attribute::position, attribute::position});
+    vertices_.allocate(count_, make_layout({attribute::position, attribute::rgba, attribute::texcoord2}),
+                       positions.data());
+    frames_.allocate(count_, three_directions, frames.data());
+    elements_.allocate(strips.size());
+    elements_.upload(strips);
+    layout_.create();
+    vertices_.bind_layout_to(layout_, 0);
+    frames_.bind_layout_to(layout_, 3);
+}
+
+void test_surface::set_directions(const std::vector<std::array<dir3, 4>>& directions, std::uint64_t floats) {
+    const auto four =
+        make_layout({attribute::position, attribute::position, attribute::position, attribute::position});
+    directions_.allocate(directions.size(), four, directions.data());
+    feedback_layout_.create();
+    vertices_.bind_layout_to(feedback_layout_, 0);
+    directions_.bind_layout_to(feedback_layout_, 3);
+    captured_.allocate(floats);
+}
+
+void test_surface::draw() {
+    if (while_drawing) while_drawing();
+    draw_elements(elements_, layout_, primitive::triangle_strip);
+}
+
+void test_surface::draw_selection() {
+    if (while_drawing) while_drawing();
+    element_array_t triangles;
+    triangles.allocate(selection.size());
+    triangles.upload(selection);
+    draw_elements(triangles, layout_, primitive::triangles);
+}
+
+void test_surface::draw_feedback_points() {
+    feedback_layout_.draw_arrays(primitive::points, count_);
+}
+
+std::vector<test_vertex> square_vertices(const col3a& color) {
+    std::vector<test_vertex> all;
+    for (const float x : {-1.0f, 1.0f}) {
+        for (const float y : {1.0f, -1.0f}) {
+            all.push_back(
+                {{x, y, 0}, color, {x * 0.5f + 0.5f, y * 0.5f + 0.5f}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
+        }
+    }
+    return all;
+}
+
+std::vector<test_vertex> sphere_vertices(int around, int rings, const col3a& color) {
+    std::vector<test_vertex> all;
+    constexpr float pi = std::numbers::pi_v<float>;
+    for (int j = 0; j <= rings; ++j) {
+        for (int i = 0; i <= around; ++i) {
+            const float u = float(i) / float(around), v = float(j) / float(rings);
+            const float longitude = 2 * pi * u, latitude = pi * (v - 0.5f);
+            const dir3 normal = {std::cos(latitude) * std::sin(longitude), std::sin(latitude),
+                                 std::cos(latitude) * std::cos(longitude)};
+            const dir3 tangent = {std::cos(longitude), 0, -std::sin(longitude)};
+            all.push_back(
+                {{normal.x, normal.y, normal.z}, color, {u, v}, tangent, cross(normal, tangent), normal});
+        }
+    }
+    return all;
+}
+
+std::vector<std::uint32_t> grid_strips(int columns, int rows) {
+    std::vector<std::uint32_t> strips;
+    for (int j = 1; j < rows; ++j) {
+        for (int i = 0; i < columns; ++i) {
+            strips.push_back(std::uint32_t(j * columns + i));
+            strips.push_back(std::uint32_t((j - 1) * columns + i));
+        }
+        strips.push_back(restart_index);
+    }
+    return strips;
+}
+
+test_texture::test_texture(GLenum kind, GLint internal, int width, int height, GLenum format, GLenum type,
+                           const void* data, bool smooth)
+    : target(kind) {
+    glGenTextures(1, &name);
+    glBindTexture(target, name);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    if (target == GL_TEXTURE_CUBE_MAP) {
+        // Four bytes a pixel.
+        const auto* bytes = static_cast<const unsigned char*>(data);
+        for (unsigned face = 0; face < 6; ++face, bytes += width * height * 4) {
+            glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, 0, internal, width, height, 0, format, type,
+                         bytes);
+        }
+    } else {
+        glTexImage2D(target, 0, internal, width, height, 0, format, type, data);
+    }
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, smooth ? GL_LINEAR : GL_NEAREST);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, smooth ? GL_LINEAR : GL_NEAREST);
+    glBindTexture(target, 0);
+}
+
+test_texture::~test_texture() {
+    glDeleteTextures(1, &name);
+}
+
+void test_appearance::bind(texture_unit unit) {
+    const test_texture& texture = *textures[unsigned(unit)];
+    glBindTexture(texture.target, texture.name);
+}
+
+void test_appearance::unbind(texture_unit unit) {
+    glBindTexture(textures[unsigned(unit)]->target, 0);
+}
+
+} // namespace test_support

@@ -1,0 +1,52 @@
+// pmt3d check FILE...: are these model files in order?
+
+#include "model_file.h"
+#include "subcommand.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+#include <utility>
+
+namespace tool {
+
+namespace {
+
+// Pictures that cannot be had are reported while loading, but do not stop it.
+bool has_pictures(const libgr::texture_t& texture) {
+    const std::pair<const std::string&, render::texture_unit> pictures[] = {
+        {texture.texture, render::texture_unit::color},
+        {texture.bumpmap, render::texture_unit::bump},
+        {texture.specular, render::texture_unit::specular}};
+    return std::all_of(std::begin(pictures), std::end(pictures),
+                       [&](const auto& p) { return p.first.empty() || texture.record(p.second); });
+}
+
+bool is_in_order(const char* name) {
+    pmt3d::model_t model;
+    if (!load_model(model, name)) return false;
+    return std::all_of(model.items.begin(), model.items.end(),
+                       [](const pmt3d::model_item_t& item) { return has_pictures(item.texture); });
+}
+
+int run(arguments words) {
+    if (words.empty()) return usage_error(check, "at least one FILE is needed.");
+    int code = success;
+    for (const char* name : words)
+        if (!is_in_order(name)) code = failure;
+    return code;
+}
+
+} // namespace
+
+const subcommand check = {
+    "check",
+    "FILE...",
+    "load model files and report what is wrong with them",
+    "Prints only diagnostics, on standard error. The exit status is 1 when a file, or a picture that one of "
+    "its surfaces\n"
+    "names, cannot be loaded. Needs no display.\n",
+    run,
+};
+
+} // namespace tool

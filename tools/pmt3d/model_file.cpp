@@ -1,0 +1,34 @@
+#include "model_file.h"
+
+#include "libutils/error_report.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace tool {
+
+bool load_model(pmt3d::model_t& model, const char* name, const pmt3d::progress_t& progress,
+                const pmt3d::frame_update& frames) {
+    if (pmt3d::load(model, name, {std::cerr, frames, progress})) return true;
+    libutils::error_report();
+    std::cerr << "pmt3d: " << name << ": not loaded.\n";
+    return false;
+}
+
+std::optional<render::box3> bounds(const pmt3d::model_t& model) {
+    std::optional<render::box3> box;
+    for (const pmt3d::model_item_t& item : model.items) {
+        const auto elements = item.polygon.getelements();
+        const std::uint64_t vertices = item.polygon.vertex_count();
+        if (std::none_of(elements.begin(), elements.end(), [=](pmt3d::element_t e) { return e < vertices; }))
+            continue;
+        render::pos3 min, max;
+        item.polygon.getbound(min, max);
+        if (!box) box = {min, max};
+        box->min = {std::min(box->min.x, min.x), std::min(box->min.y, min.y), std::min(box->min.z, min.z)};
+        box->max = {std::max(box->max.x, max.x), std::max(box->max.y, max.y), std::max(box->max.z, max.z)};
+    }
+    return box;
+}
+
+} // namespace tool

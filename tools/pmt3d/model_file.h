@@ -1,0 +1,19 @@
+#pragma once
+// What the subcommands that take model files have in common.
+
+#include "pmt3d/format/dispatch.h"
+#include "render/math/types.h"
+
+#include <optional>
+
+namespace tool {
+
+// Loads a model with frames computed on the CPU, diagnostics on standard error. False when it fails, always
+// with a line that says so.
+bool load_model(pmt3d::model_t& model, const char* name, const pmt3d::progress_t& progress = {},
+                const pmt3d::frame_update& frames = {});
+
+// Of all vertices that surfaces draw; nothing when there are none.
+std::optional<render::box3> bounds(const pmt3d::model_t& model);
+
+} // namespace tool

@@ -1,0 +1,211 @@
+// pmt3d render IN OUT.png: a picture of a model.
+
+#include "canvas.h"
+#include "libgr/image/autoformat.h"
+#include "libutils/error_report.h"
+#include "libutils/number.h"
+#include "model_file.h"
+#include "offscreen_context.h"
+#include "render/math/matrix.h"
+#include "render/math/operations.h"
+#include "render/math/projection.h"
+#include "render/surface/glpolygon.h"
+#include "subcommand.h"
+
+#include <GL/glew.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+namespace {
+
+using render::dir3;
+using render::mtx3w;
+using render::pos3;
+
+constexpr double field_of_view = 0.9; // across the diagonal, in radians: a short portrait lens
+constexpr float shininess = 10.0f;
+constexpr float background[] = {0.10f, 0.11f, 0.13f};
+
+struct options {
+    std::string in, out;
+    std::uint32_t width = 800, height = 600;
+    std::optional<pos3> eye, target;
+};
+
+bool parse_size(const char* text, options& o) {
+    const char* end = nullptr;
+    o.width = libutils::read_unsigned(text, &end);
+    if (end == text || *end != 'x') return false;
+    const char* const second = end + 1;
+    o.height = libutils::read_unsigned(second, &end);
+    return end != second && *end == '\0' && o.width > 0 && o.height > 0;
+}
+
+bool parse_point(const char* text, std::optional<pos3>& point) {
+    float values[3];
+    for (int i = 0; i < 3; ++i) {
+        const char* const end = libutils::read_float(text, values[i]);
+        if (end == text || *end != (i < 2 ? ',' : '\0') || !std::isfinite(values[i])) return false;
+        text = end + 1;
+    }
+    point = {values[0], values[1], values[2]};
+    return true;
+}
+
+// What a view of the model needs.
+struct camera {
+    mtx3w view, projection;
+    pos3 light; // in eye space
+};
+
+mtx3w look_at(const pos3& eye, const pos3& target) {
+    const dir3 back = render::normalise(eye - target);
+    dir3 right = render::normalise(render::cross(dir3{0, 1, 0}, back));
+    if (render::length(right) < 0.5f) right = {1, 0, 0}; // straight from above or below
+    const dir3 up = render::cross(back, right);
+    return {{right.x, up.x, back.x, 0, right.y, up.y, back.y, 0, right.z, up.z, back.z, 0,
+             -render::dot(right, eye), -render::dot(up, eye), -render::dot(back, eye), 1}};
+}
+
+// The smallest distance from the target, along `back`, from which all of the model is seen.
+float fitting_distance(const pmt3d::model_t& model, const mtx3w& view_from_target, float half_width,
+                       float half_height) {
+    float distance = 0.0f;
+    for (const pmt3d::model_item_t& item : model.items) {
+        const auto vertices = item.polygon.vertices();
+        for (const pmt3d::element_t element : item.polygon.getelements()) {
+            if (element >= vertices.size()) continue;
+            const pos3& p = vertices[element].position;
+            const render::vec3w seen = view_from_target * render::vec3w{p.x, p.y, p.z, 1.0f};
+            distance = std::max({distance, std::fabs(seen.x) / half_width + seen.z,
+                                 std::fabs(seen.y) / half_height + seen.z});
+        }
+    }
+    return distance;
+}
+
+// Without an eye or a target of the user's: from in front and somewhat above.
+camera camera_for(const options& o, const pmt3d::model_t& model, const render::box3& box) {
+    const dir3 half = 0.5f * (box.max - box.min);
+    const pos3 center = box.min + half;
+    const float radius = std::max(render::length(half), 1e-6f);
+
+    render::perspective lens;
+    lens.fov = field_of_view;
+    lens.aspect = render::aspect(o.width, o.height);
+    lens.znear = lens.zfar = 1.0; // for the angles alone
+    const render::projection unit = render::to_projection(lens);
+
+    constexpr float margin = 1.08f;
+    const pos3 target = o.target.value_or(center);
+    const dir3 direction = render::normalise(dir3{0.35f, 0.5f, 1.0f});
+    const float fitting =
+        fitting_distance(model, look_at(target, target - direction), float(unit.right), float(unit.top));
+    const pos3 eye = o.eye.value_or(target + direction * std::max(margin * fitting, radius * 1e-3f));
+    const float distance = render::length(eye - center);
+    lens.zfar = distance + 1.01f * radius;
+    lens.znear = std::max(double(distance - 1.01f * radius), lens.zfar * 1e-4);
+
+    const float away = render::length(eye - target);
+    return {look_at(eye, target),
+            render::perspective_matrix(render::to_projection(lens)),
+            {-0.5f * away, 0.6f * away, 0.3f * away}};
+}
+
+void draw(render::glpolygon_t& renderer, pmt3d::model_t& model, const camera& camera) {
+    glClearColor(background[0], background[1], background[2], 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glEnable(GL_DEPTH_TEST);
+    mtx3w turn = camera.view; // directions of the eye's space are those of the world, turned
+    turn[12] = turn[13] = turn[14] = 0.0f;
+    const mtx3w inverse = render::inverse(camera.view);
+    render::surroundings* around = model.environment.has_cube() ? &model.environment : nullptr;
+    for (pmt3d::model_item_t& item : model.items)
+        renderer.drawsolid(around, false, item.texture, item.polygon, turn, camera.view, inverse,
+                           camera.projection, camera.light, shininess);
+}
+
+int fail(const std::string& what) {
+    libutils::error_report();
+    std::cerr << "pmt3d render: " << what << '\n';
+    return failure;
+}
+
+int make_picture(const options& o) {
+    const auto context = offscreen_context::make();
+    if (!context)
+        return fail("there is no OpenGL 3.3 context to draw with, neither off screen nor on a display.");
+    const std::uint32_t longest = canvas::longest_side();
+    if (o.width > longest || o.height > longest)
+        return fail("pictures can be at most " + std::to_string(longest) + " pixels wide and high here.");
+
+    // All of these hold GL objects, and so go before the context.
+    render::glpolygon_t renderer;
+    if (!renderer.init("")) return failure;
+    pmt3d::model_t model;
+    if (!load_model(model, o.in.c_str(), {}, pmt3d::renderer_frames(renderer))) return failure;
+    const std::optional<render::box3> box = bounds(model);
+    if (!box) return fail(o.in + " has nothing to draw.");
+    canvas picture(o.width, o.height);
+    if (!picture.is_complete()) return fail("a picture of this size cannot be drawn here.");
+    draw(renderer, model, camera_for(o, model, *box));
+    libgr::image2d image;
+    if (!picture.read(image)) return fail("there is no memory for a picture of this size.");
+    return libgr::autosaveformat(image, o.out) ? success : failure;
+}
+
+int run(arguments words) {
+    options o;
+    std::vector<std::string> names;
+    for (std::size_t at = 0; at < words.size(); ++at) {
+        const std::string_view word = words[at];
+        if (!word.starts_with("--")) {
+            names.emplace_back(word);
+            continue;
+        }
+        const char* const value = at + 1 < words.size() ? words[++at] : "";
+        if (word == "--size") {
+            if (!parse_size(value, o))
+                return usage_error(render_picture, "--size takes WIDTHxHEIGHT, such as 800x600.");
+        } else if (word == "--eye" || word == "--target") {
+            if (!parse_point(value, word == "--eye" ? o.eye : o.target))
+                return usage_error(render_picture,
+                                   std::string(word) + " takes three numbers, such as 0,2.5,10.");
+        } else
+            return usage_error(render_picture, "there is no option " + std::string(word) + ".");
+    }
+    if (names.size() != 2) return usage_error(render_picture, "exactly two files, IN and OUT, are needed.");
+    if (o.eye && o.eye == o.target)
+        return usage_error(render_picture, "--eye and --target must not be the same point.");
+    o.in = names[0];
+    o.out = names[1];
+    return make_picture(o);
+}
+
+} // namespace
+
+const subcommand render_picture = {
+    "render",
+    "IN OUT.png [--size WxH] [--eye x,y,z] [--target x,y,z]",
+    "draw a picture of a model",
+    "Draws with the instrument's own renderer: pictures, bumps, highlights and the model's environment. 800 "
+    "by 600 pixels\n"
+    "unless said otherwise. Without --target the middle of the model is looked at, without --eye from in "
+    "front and above,\n"
+    "from where all of it is seen. The light is above the viewer's left shoulder. OUT may end in .bmp, .tga "
+    "or .jpg as "
+    "well.\n\n"
+    "Needs OpenGL 3.3. On Linux no display is needed where the driver can draw off screen, as Mesa's can "
+    "(EGL); on\n"
+    "Windows a window is made that is never shown.\n",
+    run,
+};
+
+} // namespace tool
