@@ -28,7 +28,7 @@ float raise(float* n, std::size_t k, float u, const float* t) {
 float bspline_basis(std::size_t i, std::size_t k, float u, const float* knots) {
     constexpr std::size_t usual = 16;
     if (k <= usual) {
-        float values[usual];
+        float values[usual] = {};
         return raise(values, k, u, knots + i);
     }
     const auto values = std::make_unique<float[]>(k);

@@ -5,7 +5,7 @@
 
 namespace render {
 
-// N(i, k, u): the i-th basis function of order k (degree + 1, at least 1) at u, over knots[i] to knots[i +
+// N(i, k, u): the i-th basis function of order k (degree + 1; order 0 is 0 everywhere) at u, over knots[i] to knots[i +
 // k]. Both ends of a knot span belong to it, so that at an inner knot two neighbouring pieces count. A term
 // whose lower-order value or whose knot difference is 0 contributes 0. Time grows with k², whatever the
 // order.

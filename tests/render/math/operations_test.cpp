@@ -124,6 +124,7 @@ TEST(bspline_basis, values) {
     const float bezier[] = {0, 0, 0, 1, 1, 1};
     EXPECT_EQ(bspline_basis(1, 3, 0.5f, bezier), 0.5f);
     EXPECT_EQ(bspline_basis(2, 3, 1.0f, bezier), 1.0f) << "the last end belongs to the last span";
+    EXPECT_EQ(bspline_basis(0, 0, 0.5f, bezier), 0.0f);
     const float inner[] = {0, 1, 2};
     EXPECT_EQ(bspline_basis(0, 1, 1.0f, inner) + bspline_basis(1, 1, 1.0f, inner), 2.0f);
     const float rows[] = {0, 0, 1, 1, 0, 0, 2, 2};
