@@ -28,7 +28,9 @@ public:
 
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
+            // Single repetitions may be hidden; the median is then the best that is known.
+            if (run.error_occurred || (run.run_type != Run::RT_Iteration && run.aggregate_name != "median"))
+                continue;
             const double time = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
             const auto [seconds, is_new] =
                 fastest_.try_emplace(run.run_name.function_name + argument(run), time);
