@@ -1,0 +1,255 @@
+// The subcommands for model files, run as a user runs them.
+#include "support/picture.h"
+#include "support/process.h"
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using test_support::process_result;
+using test_support::read_file;
+
+process_result run(std::vector<std::string> words, const test_support::process_options& options = {}) {
+    words.insert(words.begin(), QUENVAREL_BIN "/pmt3d");
+    return test_support::run(words, options);
+}
+
+class model_files : public testing::Test {
+protected:
+    std::string file(const std::string& name, const std::string& text) {
+        return directory_.write(name, text);
+    }
+    std::string file(const std::string& name) { return directory_.file(name); }
+    // A run that must succeed without a word on standard error.
+    std::string quietly(const std::vector<std::string>& words) {
+        const process_result r = run(words);
+        EXPECT_EQ(r.exit_code, 0) << words[0];
+        EXPECT_EQ(r.err, "") << words[0];
+        return r.out;
+    }
+    test_support::temporary_directory directory_;
+};
+
+const std::string triangle = "begin polygon_surface,3,4\n"
+                             "mercatorsphere 1\nfcolor 1,0,0,1/0\n"
+                             "position -1,0,0\nposition 1/3,0,0\nposition 0,2,0.5\n"
+                             "element 0\nelement 1\nelement 2\nelement -1\n"
+                             "tangent 1,0,0\ntangent 1,0,0\ntangent 1,0,0\n"
+                             "binormal 0,1,0\nbinormal 0,1,0\nbinormal 0,1,0\n"
+                             "normal 0,0,1\nnormal 0,0,1\nnormal 0,0,1\nend\n";
+
+// A vase: circles of nine rational control points, stacked along a curve, with a pole at the foot.
+std::string vase() {
+    struct ring {
+        double radius, y;
+    };
+    const ring rings[] = {{0, 0}, {0.9, 0}, {1.3, 0.8}, {0.3, 1.7}, {0.7, 2.2}};
+    constexpr int corners[9][2] = {{1, 0},   {1, 1},  {0, 1},  {-1, 1}, {-1, 0},
+                                   {-1, -1}, {0, -1}, {1, -1}, {1, 0}};
+    std::ostringstream text;
+    text << "begin nurbs_surface,9,3,5,4\nresolution 65,33\n";
+    for (const ring& r : rings) {
+        for (const double knot : {0.0, 0.0, 0.0, 0.25, 0.25, 0.5, 0.5, 0.75, 0.75, 1.0, 1.0, 1.0})
+            text << "knot1 " << knot << '\n';
+        for (int i = 0; i < 9; ++i)
+            text << "weight " << (i % 2 ? 0.70710678 : 1.0) << '\n';
+        text << "fcolor " << 0.3 + 0.3 * r.y << ",0.5,0.7,1\n";
+        for (const auto& [x, z] : corners)
+            text << "position " << r.radius * x << ',' << r.y << ',' << r.radius * z << '\n';
+    }
+    for (int column = 0; column < 9; ++column)
+        for (const double knot : {0.0, 0.0, 0.0, 0.0, 0.5, 1.0, 1.0, 1.0, 1.0})
+            text << "knot2 " << knot << '\n';
+    return text.str() + "end\n";
+}
+
+TEST_F(model_files, info) {
+    const std::string name = file("two.pmt", triangle + vase());
+    EXPECT_EQ(quietly({"info", name}),
+              "items: 2\ntriangles: 4097\n"
+              "bounds: -1 0 -0.986163616 0.986163616 2.20000005 0.986163616\n"
+              "item 1:\n  kind: polygon\n  name: " +
+                  name +
+                  "\n  vertices: 3\n  elements: 4\n"
+                  "item 2:\n  kind: nurbs\n  name: " +
+                  name +
+                  "\n  vertices: 2145\n  elements: 4192\n"
+                  "  net: 9 points of order 3 by 5 of order 4, resolution 65 by 33\n");
+    EXPECT_EQ(quietly({"info", file("none.stl", "solid\nendsolid\n")}).substr(0, 36),
+              "items: 1\ntriangles: 0\nbounds: none\n");
+}
+
+TEST_F(model_files, dump) {
+    const std::string name =
+        file("a \"b\".pmt", triangle + "begin environment\nrefractfactor 0.1\nend\n"
+                                       "begin nurbs_surface,1,1,2,1\nresolution 1,1\nknot1 0\nknot1 1\n"
+                                       "knot1 0\nknot1 1\nweight 1\nweight 1\nposition 1,2,3\n"
+                                       "position 4,5,6\nknot2 0\nknot2 0.5\nknot2 1\nend\n");
+    std::string quoted = name;
+    quoted.insert(quoted.find('"'), "\\");
+    quoted.insert(quoted.rfind('"'), "\\");
+    const std::string options =
+        "\"aniso\":1,\"refractfactor\":0,\"bumpofs\":true,\"bump2mono\":false,\"mipmap\":true,"
+        "\"nearlinear\":true,\"maglinear\":true,\"mercatorsphere\":";
+    const std::string pictures =
+        "\"texture\":{\"texture\":\"\",\"bumpmap\":\"\",\"specular\":\"\"," + options;
+    EXPECT_EQ(
+        quietly({"dump", name}),
+        "{\"items\":[{\"kind\":0," + pictures + "true},\"polygon\":{\"name\":\"" + quoted +
+            "\",\"vertices\":[[-1,0,0,1,0,0,\"inf\",0,0],[0.333333343,0,0,1,0,0,\"inf\",0,0],"
+            "[0,2,0.5,1,0,0,\"inf\",0,0]],\"frames\":[[1,0,0,0,1,0,0,0,1],[1,0,0,0,1,0,0,0,1],"
+            "[1,0,0,0,1,0,0,0,1]],\"elements\":[0,1,2,4294967295]}},"
+            "{\"kind\":1," +
+            pictures + "false},\"polygon\":{\"name\":\"" + quoted +
+            "\",\"vertices\":[[1,2,3,0.5,0.5,0.5,1,0,0]],\"frames\":[[0,0,0,0,0,0,0,0,0]],\"elements\":[]},"
+            "\"nurbs\":{\"name\":\"" +
+            quoted +
+            "\",\"m\":1,\"k1\":1,\"n\":2,\"k2\":1,\"resolution\":[1,1],\"knots1\":[[0,1],[0,1]],"
+            "\"knots2\":[[0,0.5,1]],\"weights\":[[1],[1]],"
+            "\"points\":[[1,2,3,0.5,0.5,0.5,1],[4,5,6,0.5,0.5,0.5,1]]}}],"
+            "\"environment\":{\"cubetex\":\"\",\"reflectalpha\":0,\"refractalpha\":0,\"refractfactor\":0."
+            "100000001}}\n");
+    // Names need not be UTF-8.
+    const std::string text = quietly(
+        {"dump",
+         file("x.pmt", "begin polygon_surface,0,0\ntexture \xC3\xA9\xFF\t\xED\xA0\x80\nend\n").substr(0)});
+    EXPECT_NE(text.find("\"\xC3\xA9\\ufffd\\u0009\\ufffd\\ufffd\\ufffd\""), std::string::npos) << text;
+}
+
+TEST_F(model_files, check) {
+    const std::string good = file("good.pmt", triangle),
+                      bad = file("bad.pmt", "begin polygon_surface,1,0\nwhat\nend\n");
+    EXPECT_EQ(quietly({"check", good, good}), "");
+    const process_result r = run({"check", bad, good});
+    EXPECT_EQ(r.exit_code, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err.substr(0, 60), "2: illegal command: what\n3: vertex(0) < 1: too few vertex.\n3:");
+    const std::string bare = file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
+    const process_result missing = run({"check", bare});
+    EXPECT_EQ(missing.exit_code, 1);
+    EXPECT_EQ(missing.err, file("missing.png") + ": autoloadformat failed.\n");
+}
+
+TEST_F(model_files, convert_there_and_back) {
+    const std::string pmt = file("in.pmt", vase() + triangle);
+    EXPECT_EQ(quietly({"convert", pmt, file("a.stl")}), "");
+    EXPECT_EQ(std::filesystem::file_size(file("a.stl")), 84u + 50 * 4097);
+    EXPECT_EQ(quietly({"convert", "--text", file("a.stl"), file("b.stl")}), "");
+    EXPECT_EQ(read_file(file("b.stl")).substr(0, 8), "solid /t");
+    EXPECT_EQ(quietly({"convert", file("b.stl"), file("c.pmt")}), "");
+    const auto bounds = [&](const std::string& name) {
+        const std::string info = quietly({"info", name});
+        return info.substr(info.find("triangles"), info.find("item 1") - info.find("triangles"));
+    };
+    EXPECT_EQ(bounds(file("a.stl")), bounds(pmt)); // floats bit by bit
+    EXPECT_EQ(bounds(file("c.pmt")), bounds(file("b.stl")));
+    // A file onto itself.
+    EXPECT_EQ(quietly({"convert", file("c.pmt"), file("c.pmt")}), "");
+    EXPECT_EQ(bounds(file("c.pmt")), bounds(file("b.stl")));
+
+    // What cannot be saved leaves the old file.
+    const std::string old = file("old.pmt", "old");
+    const process_result r = run({"convert",
+                                  file("inf.stl", "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 1e39\n"
+                                                  "vertex 1 0 0\nvertex 0 1 0\nendloop\n"),
+                                  old});
+    EXPECT_EQ(r.exit_code, 1);
+    EXPECT_EQ(r.err, "\"position 0,0,inf\" could not be read back, nothing is saved.\n");
+    EXPECT_EQ(read_file(old), "old");
+}
+
+TEST_F(model_files, admesh_reads_what_is_written_and_the_other_way_round) {
+    const std::string pmt = file("in.pmt", vase()), info = quietly({"info", pmt});
+    const std::string triangles =
+        info.substr(info.find("triangles"), info.find("item 1") - info.find("triangles"));
+    for (const bool text : {false, true}) {
+        std::vector<std::string> words = {"convert", pmt, file("ours.stl")};
+        if (text) words.push_back("--text");
+        quietly(words);
+        const process_result r =
+            test_support::run({"admesh", "--no-check", "--write-binary-stl=" + file("binary.stl"),
+                               "--write-ascii-stl=" + file("text.stl"), file("ours.stl")});
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        EXPECT_NE(r.out.find(text ? "ASCII STL file" : "Binary STL file"), std::string::npos) << r.out;
+        EXPECT_NE(r.out.find("Number of facets                 :  4096 "), std::string::npos) << r.out;
+        EXPECT_NE(r.out.find("Min X = -0.986164, Max X =  0.986164"), std::string::npos) << r.out;
+        for (const char* theirs : {"binary.stl", "text.stl"}) {
+            const std::string back = quietly({"info", file(theirs)});
+            if (text) // six digits
+                EXPECT_EQ(back.substr(0, 25), "items: 1\ntriangles: 4096\n");
+            else
+                EXPECT_EQ(back.substr(back.find("triangles"), triangles.size()), triangles) << theirs;
+        }
+    }
+}
+
+TEST_F(model_files, render_needs_no_display) {
+    const std::string out = file("vase.png");
+    const test_support::process_options no_display = {{{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}}, ""};
+    // The seam of the vase is where its circles begin, on the +x axis, and its foot a pole. The picture is
+    // drawn by whatever renderer is here: edges may differ by a pixel, areas by rounding.
+    const process_result r = run({"render", file("vase.pmt", vase()), out, "--size", "240x200", "--eye",
+                                  "5,3,0.5", "--target", "0,1.1,0"},
+                                 no_display);
+    EXPECT_EQ(r.exit_code, 0);
+    EXPECT_EQ(r.err, "");
+    const test_support::picture picture = test_support::load_png(out);
+    EXPECT_TRUE(test_support::looks_like(picture, "vase", 0.5, 60));
+    // Along the middle row the brightness must not jump where the seam is.
+    int worst = 0;
+    for (int x = 100; x < 140; ++x)
+        worst = std::max(worst, std::abs(picture.at(x, 90)[1] - picture.at(x + 1, 90)[1]));
+    EXPECT_LE(worst, 6);
+}
+
+TEST_F(model_files, failures_say_what_is_wrong) {
+    const std::string in = file("in.pmt", triangle),
+                      empty = file("empty.pmt", "begin polygon_surface,0,0\nend\n");
+    struct {
+        std::vector<std::string> words;
+        int code;
+        std::string err; // in it
+    } const cases[] = {
+        {{"info"}, 2, "usage: pmt3d info FILE\n"},
+        {{"info", in, in}, 2, "usage: pmt3d info FILE\n"},
+        {{"info", file("none.stl")},
+         1,
+         "none.stl: file open error.\npmt3d: " + file("none.stl") + ": not loaded.\n"},
+        {{"info", file("x.obj")}, 1, "file extension not recognized.\n"},
+        {{"dump", file("void.pmt", "")}, 1, "void.pmt: not loaded.\n"},
+        {{"check"}, 2, "usage: pmt3d check FILE..."},
+        {{"convert", in}, 2, "usage: pmt3d convert"},
+        {{"convert", "--txet", in, file("o.stl")}, 2, "there is no option --txet."},
+        {{"convert", "--text", in, file("o.pmt")}, 2, "--text is for an OUT that ends in .stl."},
+        {{"convert", in, file("none/o.stl")}, 1, "none/o.stl: file open error.\n"},
+        {{"convert", in, file("o.obj")}, 1, "file extension not recognized.\n"},
+        {{"render", in}, 2, "usage: pmt3d render"},
+        {{"render", in, file("o.png"), "--size", "10"}, 2, "--size takes"},
+        {{"render", in, file("o.png"), "--size", "0x10"}, 2, "--size takes"},
+        {{"render", in, file("o.png"), "--size"}, 2, "--size takes"},
+        {{"render", in, file("o.png"), "--eye", "1,2"}, 2, "--eye takes three numbers"},
+        {{"render", in, file("o.png"), "--target", "1,2,x"}, 2, "--target takes three numbers"},
+        {{"render", in, file("o.png"), "--eye", "1,2,3", "--target", "1,2,3"}, 2, "must not be the same"},
+        {{"render", in, file("o.png"), "--size", "4000000000x2"}, 1, "pictures can be at most"},
+        {{"render", empty, file("o.png")}, 1, "empty.pmt has nothing to draw."},
+        {{"render", in, file("o.gif")}, 1, "o.gif"},
+    };
+    for (const auto& [words, code, err] : cases) {
+        const process_result r = run(words);
+        EXPECT_EQ(r.exit_code, code) << words[0] << ' ' << err;
+        EXPECT_NE(r.err.find(err), std::string::npos) << r.err;
+        EXPECT_EQ(r.out, "");
+    }
+}
+
+} // namespace
