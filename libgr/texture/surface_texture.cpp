@@ -38,7 +38,7 @@ record_ref load_picture(texture_table& table, const std::string& path, const cha
             convert_bits(image, image, bits_class::bits_8);
         }
     }
-    return record->image().holds_pixels() ? record : nullptr;
+    return record->image().width > 0 && record->image().holds_pixels() ? record : nullptr;
 }
 
 // The table's one-pixel picture of that name, made on first use.
