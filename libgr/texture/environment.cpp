@@ -68,7 +68,7 @@ bool turn_upside_down(image2d& image) {
 }
 
 bool make_default_faces(grTextureCubeMap& cube) {
-    constexpr std::uint32_t size = 64;
+    constexpr std::uint32_t size = 32;
     for (std::size_t face = 0; face < cube.images.size(); ++face) {
         image2d& image = cube.images[face];
         image.descriptor = {pixel_format::rgb, sample_type::unsigned_integer, bits_class::bits_8};

@@ -23,6 +23,8 @@ void report(const std::string& line) {
     std::cerr << line << std::endl;
 }
 
+bool has_picture(const texture_record& record) { return record.image().width != 0 && record.image().holds_pixels(); }
+
 // The picture of a file, loaded when the table does not have it; null, reported once, when it cannot be
 // loaded.
 record_ref load_picture(texture_table& table, const std::string& path, const char* failure) {
@@ -38,7 +40,7 @@ record_ref load_picture(texture_table& table, const std::string& path, const cha
             convert_bits(image, image, bits_class::bits_8);
         }
     }
-    return record->image().width > 0 && record->image().holds_pixels() ? record : nullptr;
+    return has_picture(*record) ? record : nullptr;
 }
 
 // The table's one-pixel picture of that name, made on first use.
@@ -56,7 +58,7 @@ record_ref one_pixel(texture_table& table, const char* name, const pixel_descrip
         }
         record->prepare();
     }
-    return record->image().holds_pixels() ? record : nullptr;
+    return has_picture(*record) ? record : nullptr;
 }
 
 constexpr pixel_descriptor rgba_bytes = {pixel_format::rgba, sample_type::unsigned_integer,

@@ -142,7 +142,10 @@ std::uint64_t rows_of(const image3d& image) {
 template <typename Image>
 bool has_all_bytes(const Image& image) {
     const std::uint64_t rows = rows_of(image), stride = image.stride();
-    return stride == 0 || rows <= image.pixels.size() / stride;
+    const std::uint64_t row =
+        ((std::uint64_t(image.skip_pixels) + image.width) * bits_per_pixel(image.descriptor) + 7) / 8;
+    if (rows == 0 || image.width == 0) return true;
+    return row <= image.pixels.size() && (stride == 0 || rows - 1 <= (image.pixels.size() - row) / stride);
 }
 
 // The bits that the GL reads for one pixel; other than the descriptor's own for samples that it cannot read.
@@ -166,12 +169,25 @@ std::uint32_t bits_read(const pixel_descriptor& descriptor, const transfer& how)
     }
 }
 
+// Whether the GL itself has to skip pixels: only where they are parts of a byte. Otherwise the first pixel's
+// address is handed over, since Mesa reads from the wrong place when bytes are to be swapped and pixels or
+// rows to be skipped.
+bool skips_parts_of_bytes(const image_record& image) {
+    return bits_per_pixel(image.descriptor) % 8 != 0;
+}
+
+template <typename Image>
+const unsigned char* first_pixel(const Image& image) {
+    const std::uint64_t pixels = skips_parts_of_bytes(image) ? 0 : image.skip_pixels;
+    return image.pixels.data() + image.skip_rows * image.stride() +
+           pixels * bits_per_pixel(image.descriptor) / 8;
+}
+
 void apply_pixel_store(const image_record& image) {
     glPixelStorei(GL_UNPACK_SWAP_BYTES, image.store && image.store->swap_bytes ? GL_TRUE : GL_FALSE);
     glPixelStorei(GL_UNPACK_ALIGNMENT, image.store ? GLint(image.store->alignment) : 4);
     glPixelStorei(GL_UNPACK_ROW_LENGTH, GLint(image.row_length));
-    glPixelStorei(GL_UNPACK_SKIP_PIXELS, GLint(image.skip_pixels));
-    glPixelStorei(GL_UNPACK_SKIP_ROWS, GLint(image.skip_rows));
+    glPixelStorei(GL_UNPACK_SKIP_PIXELS, skips_parts_of_bytes(image) ? GLint(image.skip_pixels) : 0);
     glPixelStorei(GL_UNPACK_IMAGE_HEIGHT, 0);
 }
 
@@ -194,7 +210,7 @@ public:
     }
     ~transfer_state() {
         if (mapping_) glPixelTransferi(GL_MAP_COLOR, GL_FALSE);
-        apply_pixel_store(image1d{});
+        apply_pixel_store(image1d{}); // the GL's own state
     }
     transfer_state(const transfer_state&) = delete;
     transfer_state& operator=(const transfer_state&) = delete;
@@ -277,7 +293,7 @@ public:
         if (first_of_mipmaps) glTexParameteri(to_.target, GL_GENERATE_MIPMAP, GL_TRUE);
         apply_pixel_store(*source);
         announce(labels_.before_sub_image);
-        tex_sub_image(to_, number, extent_of(*source), how, source->pixels.data());
+        tex_sub_image(to_, number, extent_of(*source), how, first_pixel(*source));
         announce(labels_.after_sub_image);
         if (first_of_mipmaps) glTexParameteri(to_.target, GL_GENERATE_MIPMAP, GL_FALSE);
     }
@@ -341,11 +357,11 @@ private:
         } else if (choices_.allocation_width != 0) {
             tex_image(to_, level, internal, allocated(size, mipmap_route), choices_.border, how, nullptr);
             announce(labels_.before_sub_image);
-            tex_sub_image(to_, level, size, how, image.pixels.data());
+            tex_sub_image(to_, level, size, how, first_pixel(image));
             announce(labels_.after_sub_image);
         } else {
             if (!mipmap_route) announce(labels_.before_image);
-            tex_image(to_, level, internal, size, choices_.border, how, image.pixels.data());
+            tex_image(to_, level, internal, size, choices_.border, how, first_pixel(image));
             if (!mipmap_route) announce(labels_.after_image);
         }
     }
@@ -368,11 +384,11 @@ private:
         switch (to_.dimensions) {
         case 1:
             gluBuild1DMipmaps(to_.target, GLint(internal), size.width, how.format, how.type,
-                              image.pixels.data());
+                              first_pixel(image));
             break;
         case 2:
             gluBuild2DMipmaps(to_.target, GLint(internal), size.width, size.height, how.format, how.type,
-                              image.pixels.data());
+                              first_pixel(image));
             break;
         default: // the utility library has no builder for three dimensions
             put(image, 0, how, true);
@@ -448,7 +464,7 @@ image2d fitted(const image2d& image, const grTexture2D& choices) {
     if (!smaller.allocate()) return image;
     apply_pixel_store(image);
     const GLint failed =
-        gluScaleImage(how.format, GLsizei(image.width), GLsizei(image.height), how.type, image.pixels.data(),
+        gluScaleImage(how.format, GLsizei(image.width), GLsizei(image.height), how.type, first_pixel(image),
                       GLsizei(smaller.width), GLsizei(smaller.height), how.type, smaller.pixels.data());
     apply_pixel_store(smaller);
     return failed ? image : smaller;

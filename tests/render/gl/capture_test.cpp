@@ -16,13 +16,16 @@ class Capture : public test_support::gl_test,
                 public testing::WithParamInterface<bool> {}; // whether objects are used
 
 TEST_P(Capture, ReadsBackWhatTheVertexStageComputes) {
+    if (GetParam() && !GLEW_VERSION_4_0) GTEST_SKIP() << "needs OpenGL 4.0";
     transform_feedback_t capture(GetParam());
     EXPECT_EQ(capture.id(), 0u);
     ASSERT_TRUE(capture.allocate());
     const gl_uint name = capture.id();
-    EXPECT_EQ(bool(glIsTransformFeedback(name)), GetParam());
-    if (!GetParam()) {
+    if (GetParam()) {
+        EXPECT_TRUE(glIsTransformFeedback(name));
+    } else {
         EXPECT_EQ(name, 1u);
+        EXPECT_FALSE(GLEW_VERSION_4_0 && glIsTransformFeedback(name));
     }
     ASSERT_TRUE(capture.allocate());
     EXPECT_EQ(capture.id(), name);
@@ -70,12 +73,14 @@ TEST_P(Capture, ReadsBackWhatTheVertexStageComputes) {
         EXPECT_EQ(mapped[i], expected[i]) << i;
     output.unmap();
 
-    GLint bound = -1;
-    glGetIntegerv(GL_TRANSFORM_FEEDBACK_BINDING, &bound);
-    EXPECT_EQ(bound, 0);
+    if (GLEW_VERSION_4_0) {
+        GLint bound = -1;
+        glGetIntegerv(GL_TRANSFORM_FEEDBACK_BINDING, &bound);
+        EXPECT_EQ(bound, 0);
+    }
     capture.destroy();
     EXPECT_EQ(capture.id(), 0u);
-    EXPECT_FALSE(glIsTransformFeedback(name));
+    EXPECT_FALSE(GLEW_VERSION_4_0 && glIsTransformFeedback(name));
 }
 
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutObjects, Capture, testing::Bool());
@@ -105,8 +110,8 @@ TEST_F(CaptureSteps, AreLabelled) {
         EXPECT_EQ(labels(), "transform_feedback_t::begin(0) ");
         // No program is in use, so the GL refuses both itself as well.
         capture.begin(primitive::points, output.id());
-        EXPECT_EQ(labels(), "transform_feedback_t::begin(1) transform_feedback_t::begin(2) "
-                            "transform_feedback_t::begin(3) ");
+        const std::string object = capture.uses_object() ? "transform_feedback_t::begin(1) " : "";
+        EXPECT_EQ(labels(), object + "transform_feedback_t::begin(2) transform_feedback_t::begin(3) ");
         glEnable(0xFFFF);
         while (glGetError() != GL_NO_ERROR) {
         }
