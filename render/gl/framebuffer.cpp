@@ -78,12 +78,12 @@ void framebuffer_t::resolve(const pixel_rectangle& area) const {
     bind();
 }
 
-void framebuffer_t::present() const {
+void framebuffer_t::present(gl_uint framebuffer) const {
     if (!allocated() || !has_context()) return;
     const bool scissored = glIsEnabled(GL_SCISSOR_TEST);
     if (scissored) glDisable(GL_SCISSOR_TEST);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, samples_ > 0 ? resolved_.framebuffer : drawn_.framebuffer);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
     glBlitFramebuffer(0, 0, width_, height_, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     if (scissored) glEnable(GL_SCISSOR_TEST);
     unbind();
