@@ -35,24 +35,35 @@ struct profile_point {
     float inset; // how far inside the outline
     float back;  // player's end only: how far nearer to the hinge
     float y;
-    float shade;         // share of the light that gets there
-    bool crease = false; // the surface is broken here, not rounded
+    float shade; // share of the light that gets there
+    enum edge_t {
+        rounded,
+        crease, // the surface is broken here
+        hidden, // no light gets here, not even a highlight
+    } edge = rounded;
 };
+constexpr auto crease = profile_point::crease, hidden = profile_point::hidden;
 
 constexpr profile_point white_side[] = {
     {0.045f, 0, 0.000f, 1.00f},
-    {0.000f, 0, -0.055f, 0.75f},
-    {0.000f, 0, -1.000f, 0.15f},
+    {0.000f, 0, -0.055f, 0.50f, hidden},
+    {0.000f, 0, -1.000f, 0.50f, hidden},
 };
 // The top plate stands out over the wood: the lip.
 constexpr profile_point white_front[] = {
-    {0.045f, 0.035f, 0.000f, 1.00f},        {0.010f, 0.010f, -0.030f, 1.00f},
-    {0.000f, 0.000f, -0.160f, 0.95f, true}, {0.000f, 0.070f, -0.185f, 0.25f, true},
-    {0.000f, 0.070f, -0.360f, 0.95f},       {0.000f, 0.070f, -1.000f, 0.45f},
+    {0.045f, 0.035f, 0.000f, 1.00f},          {0.010f, 0.010f, -0.030f, 1.00f},
+    {0.000f, 0.000f, -0.160f, 0.95f, crease}, {0.000f, 0.070f, -0.185f, 0.25f, crease},
+    {0.000f, 0.070f, -0.360f, 0.95f},         {0.000f, 0.070f, -1.000f, 0.45f},
+};
+// The same places where they end the sides.
+constexpr profile_point white_front_side[] = {
+    {0.045f, 0.035f, 0.000f, 1.00f},          {0.010f, 0.010f, -0.030f, 0.70f},
+    {0.000f, 0.000f, -0.160f, 0.50f, hidden}, {0.000f, 0.070f, -0.185f, 0.50f, hidden},
+    {0.000f, 0.070f, -0.360f, 0.50f, hidden}, {0.000f, 0.070f, -1.000f, 0.50f, hidden},
 };
 constexpr profile_point black_side[] = {
-    {0.110f, 0, 0.500f, 1.00f, true},
-    {0.050f, 0, 0.440f, 1.00f, true},
+    {0.110f, 0, 0.500f, 1.00f, crease},
+    {0.050f, 0, 0.440f, 1.00f, crease},
     {0.000f, 0, -0.450f, 0.20f},
 };
 constexpr profile_point black_front[] = {
@@ -61,16 +72,14 @@ constexpr profile_point black_front[] = {
     {0.050f, 0.28f, 0.380f, 0.90f},
     {0.000f, 0.00f, -0.450f, 0.25f},
 };
-
-// The same where it ends the sides.
 constexpr profile_point black_front_side[] = {
-    {0.110f, 0.60f, 0.500f, 1.00f, true},
+    {0.110f, 0.60f, 0.500f, 1.00f, crease},
     {0.070f, 0.40f, 0.465f, 1.00f},
-    {0.050f, 0.28f, 0.380f, 0.90f, true},
+    {0.050f, 0.28f, 0.380f, 0.90f, crease},
     {0.000f, 0.00f, -0.450f, 0.25f},
 };
 
-constexpr float white_gap = 0.075f;
+constexpr float white_gap = 0.065f;
 constexpr float black_gap = 0.050f;
 constexpr float white_corner = 0.08f; // radii at the player's end
 constexpr float black_corner = 0.13f;
@@ -85,13 +94,19 @@ constexpr float white_forward = 0.20f;
 constexpr float crown_forward = 0.45f;
 constexpr float crown_sideways = 0.20f;
 
+// The direction, outwards and up, of a normal that no light reaches.
+constexpr pos2 turned_away = {0.5f, -0.87f};
+
 // Units of keyboard per repetition of the pictures.
 constexpr float texture_width = 2.0f;
 constexpr float texture_length = 8.0f;
 
-// Files carry six digits; what is rounded so is read back exactly.
+// Files carry six digits; what is rounded so is read back exactly, and is short.
 float rounded(float value) {
-    return std::round(value * 1e4f) / 1e4f;
+    return std::round(value * 1e4f) / 1e4f + 0.0f; // without a negative zero
+}
+dir3 rounded(const dir3& d) {
+    return {rounded(d.x), rounded(d.y), rounded(d.z)};
 }
 
 float blend(float from, float to, float share) {
@@ -258,9 +273,9 @@ private:
     }
 
     std::span<const profile_point> profile_of(const post& p) const {
-        if (!place_.black) return p.front ? std::span<const profile_point>(white_front) : white_side;
-        if (!p.front) return black_side;
-        return p.upright ? black_front : black_front_side;
+        if (!p.front) return place_.black ? black_side : std::span<const profile_point>(white_side);
+        if (p.upright) return place_.black ? black_front : std::span<const profile_point>(white_front);
+        return place_.black ? black_front_side : std::span<const profile_point>(white_front_side);
     }
 
     void add_column(const post& p) {
@@ -289,14 +304,13 @@ private:
                 return add_vertex(p, profile[0], profile[i], normal, path);
             };
             const pos2 above = facing[i > 0 ? i - 1 : 0], below = facing[std::min(i, n - 2)];
-            if (profile[i].crease) {
-                result.as_end.push_back(add(i == 0 ? top_normal(p) : facing_normal(above)));
-                result.as_begin.push_back(add(facing_normal(below)));
-            } else {
-                result.as_end.push_back(
-                    add(i == 0 ? top_normal(p) : facing_normal({above.x + below.x, above.y + below.y})));
-                result.as_begin.push_back(result.as_end.back());
-            }
+            const auto edge = profile[i].edge;
+            result.as_end.push_back(add(i == 0           ? top_normal(p)
+                                        : edge == hidden ? facing_normal(turned_away)
+                                        : edge == crease
+                                            ? facing_normal(above)
+                                            : facing_normal({above.x + below.x, above.y + below.y})));
+            result.as_begin.push_back(edge == crease ? add(facing_normal(below)) : result.as_end.back());
         }
         columns_.push_back(std::move(result));
     }
@@ -326,6 +340,8 @@ private:
             set_upright_frame(vertex, render::normalise(normal));
         else
             set_rolled_frame(vertex, render::normalise(normal));
+        for (dir3* const d : {&vertex.tangent, &vertex.binormal, &vertex.normal})
+            *d = rounded(*d);
         mesh_.vertices.push_back(vertex);
         return static_cast<std::uint32_t>(mesh_.vertices.size() - 1);
     }

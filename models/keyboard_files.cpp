@@ -1,0 +1,100 @@
+#include "models/keyboard_files.h"
+
+#include "libgr/image/autoformat.h"
+#include "libgr/image/image.h"
+#include "libutils/error_report.h"
+#include "models/key_layout.h"
+#include "models/key_shape.h"
+#include "models/materials.h"
+#include "pmt3d/format/dispatch.h"
+#include "pmt3d/format/model.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <utility>
+
+namespace models {
+namespace {
+
+struct picture_file {
+    const char* name;
+    std::uint32_t format; // that the file format takes
+};
+struct material_files {
+    picture_file color, bump, specular;
+};
+constexpr material_files ivory_files = {{"ivory-color.jpg", libgr::pixel_format::rgb},
+                                        {"ivory-bump.png", libgr::pixel_format::rgb},
+                                        {"ivory-specular.tga", libgr::pixel_format::bgr}};
+constexpr material_files black_files = {{"black-color.png", libgr::pixel_format::rgb},
+                                        {"black-bump.bmp", libgr::pixel_format::luminance},
+                                        {"black-specular.tga", libgr::pixel_format::bgr}};
+
+bool write_picture(const std::string& directory, const picture_file& file, const picture& from) {
+    libgr::image2d image;
+    image.descriptor = {file.format, libgr::sample_type::unsigned_integer, libgr::bits_class::bits_8};
+    image.width = from.width;
+    image.height = from.height;
+    if (!image.allocate()) return false;
+    const std::size_t row_bytes = std::size_t{from.width} * from.channels;
+    for (unsigned y = 0; y < from.height; ++y) {
+        unsigned char* const row = image.row(y);
+        std::copy_n(from.pixels.begin() + static_cast<std::ptrdiff_t>(y * row_bytes), row_bytes, row);
+        if (file.format == libgr::pixel_format::bgr)
+            for (std::size_t x = 0; x < row_bytes; x += 3)
+                std::swap(row[x], row[x + 2]);
+    }
+    return libgr::autosaveformat(image, directory + file.name);
+}
+
+bool write_material(const std::string& directory, const material_files& files, const material& from) {
+    return write_picture(directory, files.color, from.color) &&
+           write_picture(directory, files.bump, from.bump) &&
+           write_picture(directory, files.specular, from.specular);
+}
+
+bool write_key(const std::string& directory, int note) {
+    const key_mesh mesh = make_key(note);
+    pmt3d::model_item_t item;
+    if (!item.polygon.allocate(mesh.vertices.size(), mesh.elements.size())) return false;
+    std::transform(mesh.vertices.begin(), mesh.vertices.end(), item.polygon.edit_vertices().begin(),
+                   [](const key_vertex& v) {
+                       return pmt3d::vertex_t{v.position, v.color, v.texcoord};
+                   });
+    std::transform(mesh.vertices.begin(), mesh.vertices.end(), item.polygon.edit_normals().begin(),
+                   [](const key_vertex& v) {
+                       return pmt3d::frame_t{v.tangent, v.binormal, v.normal};
+                   });
+    std::copy(mesh.elements.begin(), mesh.elements.end(), item.polygon.edit_elements().begin());
+
+    const material_files& files = place_of(note).black ? black_files : ivory_files;
+    item.texture.texture = files.color.name;
+    item.texture.bumpmap = files.bump.name;
+    item.texture.specular = files.specular.name;
+    // A key is a few pixels wide in the usual view: the nearest of the smaller levels looks the same as a
+    // blend of eight texels and is drawn in less time. From near, texels are blended.
+    item.texture.nearlinear = false;
+    return pmt3d::save_text(item, directory + std::to_string(note) + ".pmt");
+}
+
+} // namespace
+
+bool write_keyboard(const std::string& directory) {
+    std::error_code failure;
+    std::filesystem::create_directories(directory, failure);
+    if (failure) {
+        libutils::error_report();
+        std::cerr << directory << ": " << failure.message() << std::endl;
+        return false;
+    }
+    const std::string prefix = directory + '/';
+    if (!write_material(prefix, ivory_files, make_ivory()) ||
+        !write_material(prefix, black_files, make_satin_black()))
+        return false;
+    for (int note = 0; note < key_count; ++note)
+        if (!write_key(prefix, note)) return false;
+    return true;
+}
+
+} // namespace models
