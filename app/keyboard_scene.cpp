@@ -1,10 +1,26 @@
 #include "app/keyboard_scene.h"
 
+#include "app/closed_surface.h"
+#include "app/key_picking.h"
+#include "libutils/error_report.h"
+#include "pmt3d/format/line_reader.h"
+#include "pmt3d/format/text_reader.h"
 #include "render/math/matrix.h"
+#include "render/surface/glpolygon.h"
+
+#include <GL/glew.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <limits>
 
 namespace quenvarel {
 
+using render::box3;
 using render::mtx3w;
+using render::pos3;
+using render::vec3w;
 
 namespace {
 
@@ -12,7 +28,10 @@ constexpr unsigned char press_parameter = 127;
 constexpr float press_angle = press_parameter * 0.03125f; // degrees
 constexpr render::dir3 press_axis = {1, 0, 0};
 
-mtx3w translation(const render::pos3& by, float sign) {
+// How far the smoothing of an edge, and rounding, may reach beyond it, in pixels.
+constexpr int margin = 1;
+
+mtx3w translation(const pos3& by, float sign) {
     return mtx3w::translation(sign * by.x, sign * by.y, sign * by.z);
 }
 
@@ -21,6 +40,54 @@ mtx3w translation(const render::pos3& by, float sign) {
 keyboard_scene::keyboard_scene()
     : press_rotation_(render::to_matrix(render::rot3{press_angle, press_axis})),
       inverse_press_rotation_(render::to_matrix(render::rot3{-press_angle, press_axis})) {}
+
+bool keyboard_scene::load(std::string directory) {
+    if (!directory.empty() && directory.back() != '/' && directory.back() != ':') directory += '/';
+    for (int k = 0; k < key_count; ++k) {
+        const std::string name = directory + std::to_string(k) + ".pmt";
+        slot& key = slots_[index(k)];
+        if (LoadShape(key, name)) continue;
+        key.surface.clear();
+        key.bounds.reset();
+        std::cout << name << ": LoadShape() error." << std::endl;
+    }
+    return true;
+}
+
+bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
+    pmt3d::line_reader in;
+    if (!in.open(name)) {
+        libutils::error_report();
+        std::cerr << name << ": file open error." << std::endl;
+        return false;
+    }
+    int blocks = 0;
+    while (in.next()) {
+        if (in.line().starts_with(pmt3d::polygon_header)) {
+            if (!pmt3d::read_polygon_block(name, key.texture, key.surface, in, std::cerr)) return false;
+            ++blocks;
+        } else if (!pmt3d::is_blank_or_comment(in.line())) {
+            pmt3d::report(std::cerr, "unknown line: ", in.line());
+        }
+    }
+    // The box of no vertex stays as it is: inside out.
+    constexpr float infinite = std::numeric_limits<float>::infinity();
+    box3 bounds = {{infinite, infinite, infinite}, {-infinite, -infinite, -infinite}};
+    key.surface.getbound(bounds.min, bounds.max);
+    key.bounds.reset();
+    if (bounds.min.x <= bounds.max.x) key.bounds = bounds;
+    key.closed = is_closed(key.surface);
+    return blocks > 0;
+}
+
+void keyboard_scene::clear() {
+    for (slot& key : slots_) {
+        key.surface.clear();
+        key.texture = {};
+        key.bounds.reset();
+    }
+    environment_ = {};
+}
 
 void keyboard_scene::place(slot& key, const mtx3w& view, const mtx3w& normal) const {
     if (!key.pressed) {
@@ -54,6 +121,63 @@ void keyboard_scene::release_all(const mtx3w& view, const mtx3w& normal) {
 void keyboard_scene::update_all(const mtx3w& view, const mtx3w& normal) {
     for (slot& key : slots_)
         place(key, view, normal);
+}
+
+pixel_rect keyboard_scene::covered(const slot& key, const viewport& view) {
+    if (!key.bounds) return {};
+    const mtx3w to_clip = view.projection * key.model;
+    const auto& [min, max] = *key.bounds;
+    float left = 1, bottom = 1, right = -1, top = -1;
+    for (const float x : {min.x, max.x})
+        for (const float y : {min.y, max.y})
+            for (const float z : {min.z, max.z}) {
+                const vec3w corner = to_clip * vec3w{x, y, z, 1};
+                // Partly behind the eye: it may be anywhere.
+                if (!(corner.w > 0)) return view.whole();
+                left = std::min(left, corner.x / corner.w);
+                right = std::max(right, corner.x / corner.w);
+                bottom = std::min(bottom, corner.y / corner.w);
+                top = std::max(top, corner.y / corner.w);
+            }
+    const auto pixel = [](float value, int size) {
+        return static_cast<int>(
+            std::floor((std::clamp(value, -2.0f, 2.0f) + 1) / 2 * static_cast<float>(size)));
+    };
+    return intersection({pixel(left, view.width) - margin, pixel(bottom, view.height) - margin,
+                         pixel(right, view.width) + 1 + margin, pixel(top, view.height) + 1 + margin},
+                        view.whole());
+}
+
+pixel_rect keyboard_scene::covered(int key, const viewport& view) const {
+    return covered(slots_[index(key)], view);
+}
+
+void keyboard_scene::draw(render::glpolygon_t& renderer, const viewport& view, const pos3& light,
+                          float shininess, const std::optional<pixel_rect>& part) {
+    for (slot& key : slots_) {
+        if (!key.bounds) continue;
+        if (part && intersection(*part, covered(key, view)).empty()) continue;
+        if (key.closed) glEnable(GL_CULL_FACE);
+        renderer.drawsolid(&environment_, environment_is_skybox_, key.texture, key.surface, mtx3w::identity(),
+                           key.model, key.normal, view.projection, light, shininess);
+        if (key.closed) glDisable(GL_CULL_FACE);
+    }
+}
+
+bool keyboard_scene::pick(int x, int y, const viewport& view, const std::function<void(int)>& action) const {
+    const side_planes planes = planes_around_pixel(x, y, view.width, view.height, view.projection);
+    std::optional<int> nearest;
+    float nearest_depth = 0;
+    for (int k = 0; k < key_count; ++k) {
+        const slot& key = slots_[index(k)];
+        if (!key.bounds) continue;
+        const std::optional<float> depth = nearest_between(planes, key.surface, *key.bounds, key.model);
+        if (!depth || (nearest && *depth >= nearest_depth)) continue;
+        nearest = k;
+        nearest_depth = *depth;
+    }
+    if (nearest) action(*nearest);
+    return nearest.has_value();
 }
 
 } // namespace quenvarel

@@ -2,17 +2,45 @@
 // The keyboard in the picture: one slot a note, each with the model of its key and the matrices that show it
 // at rest or pressed down. Needs no GL context except where it says so.
 
+#include "app/pixel_rect.h"
+#include "libgr/texture/environment.h"
+#include "libgr/texture/surface_texture.h"
+#include "pmt3d/surface/polygon.h"
 #include "render/math/types.h"
 
 #include <array>
+#include <functional>
+#include <optional>
 #include <string>
+
+namespace render {
+class glpolygon_t;
+}
 
 namespace quenvarel {
 
-// What is pressed and how it is turned. Key numbers are masked to 7 bits.
+// The camera's lens and the window behind it.
+struct viewport {
+    render::mtx3w projection; // eye space to clip space
+    int width, height;        // of the window in pixels
+
+    pixel_rect whole() const { return {0, 0, width, height}; }
+};
+
+// Key numbers are masked to 7 bits.
 class keyboard_scene {
 public:
+    static constexpr int key_count = 128;
+
     keyboard_scene();
+
+    // Loads every key k from the file "k.pmt" of a directory; a name that ends neither with "/" nor with ":"
+    // gets a "/" appended. Each file that is missing or wrong is reported in a line on standard output, after
+    // the reason on standard error, and leaves its key empty: it is pressed and released like the others, but
+    // not seen. Returns true.
+    bool load(std::string directory);
+    // Empties all keys, which gives their GL objects back when their context is current.
+    void clear();
 
     // A key moves to the view: the matrix from world to eye space and its inverse.
     void press(int key, const render::mtx3w& view, const render::mtx3w& normal);
@@ -25,6 +53,20 @@ public:
     // From the key's model to eye space, and the inverse, with which normals are brought there.
     const render::mtx3w& model_matrix(int key) const { return slots_[index(key)].model; }
     const render::mtx3w& normal_matrix(int key) const { return slots_[index(key)].normal; }
+    const pmt3d::polygon_t& surface(int key) const { return slots_[index(key)].surface; }
+
+    // Draws all keys in ascending order with the current context; light: its position in eye space;
+    // shininess: the Phong exponent. With a part only those keys that may show there.
+    void draw(render::glpolygon_t& renderer, const viewport& view, const render::pos3& light, float shininess,
+              const std::optional<pixel_rect>& part = {});
+
+    // The pixels within the window that a key may cover, edges smoothed; empty when it has no surface or is
+    // not in sight.
+    pixel_rect covered(int key, const viewport& view) const;
+
+    // Calls the action with the number of the nearest key at a pixel, counted from the lower left; of two
+    // that are equally near the lower number wins. False, without a call, when there is none.
+    bool pick(int x, int y, const viewport& view, const std::function<void(int)>& action) const;
 
 private:
     struct slot {
@@ -32,12 +74,21 @@ private:
         render::pos3 pivot = {}; // the key turns about the axis through this point of its model
         render::mtx3w model = render::mtx3w::identity();
         render::mtx3w normal = render::mtx3w::identity();
+        libgr::texture_t texture;
+        pmt3d::polygon_t surface;
+        // Of the surface, kept when it is loaded.
+        std::optional<render::box3> bounds; // nothing without a triangle
+        bool closed = false;
     };
     static std::size_t index(int key) { return static_cast<unsigned>(key) & 127; }
+    static bool LoadShape(slot& key, const std::string& name);
+    static pixel_rect covered(const slot& key, const viewport& view);
     void place(slot& key, const render::mtx3w& view, const render::mtx3w& normal) const;
 
-    std::array<slot, 128> slots_;
+    std::array<slot, key_count> slots_;
     render::mtx3w press_rotation_, inverse_press_rotation_;
+    libgr::environment_t environment_;
+    bool environment_is_skybox_ = false; // passed on with every key
 };
 
 } // namespace quenvarel

@@ -4,14 +4,10 @@
 #include "app/program_path.h"
 #include "app/trace.h"
 #include "app/window_system.h"
-#include "libutils/error_report.h"
-#include "render/math/projection.h"
+#include "render/gl/step_check.h"
+#include "render/math/operations.h"
 
-#include <GL/glew.h>
-
-#include <algorithm>
 #include <cstdlib>
-#include <iostream>
 #include <stdexcept>
 
 namespace quenvarel {
@@ -22,13 +18,9 @@ namespace {
 
 constexpr int initial_width = 800, initial_height = 200;
 
-constexpr render::perspective lens(double aspect) {
-    return {.fov = 1.5707963267948966, .aspect = aspect, .znear = 0.0625, .zfar = 1024};
-}
-
 // In front of the keyboard's middle, well above it and so near that the 75 white keys fill the window's width
 // once the offset has been added.
-constexpr camera_t initial_camera = {{0, 25, 72}, {0, 0, 3.2f}};
+constexpr camera_t initial_camera = {{0, 22, 75}, {0, 0, 3.2f}};
 constexpr render::dir3 camera_offset = {0.0f, 5.0f, -40.0f};
 
 constexpr int left_button = 0, pressed = 0;
@@ -52,7 +44,6 @@ Quenvarel::Quenvarel(const char* program_path, signed char channel, signed char 
       player_(*midi_port, sound_, *this),
       controls_(*midi_port, sound_),
       camera_(initial_camera),
-      width_(initial_width),
       height_(initial_height) {
     gems::registry->initwindowsize(initial_width, initial_height);
     if (program_given) controls_.send_program();
@@ -64,13 +55,8 @@ Quenvarel::~Quenvarel() {
 }
 
 void Quenvarel::init() {
-    if (const GLenum error = glewInit(); error != GLEW_OK) {
-        libutils::error_report();
-        std::cerr << "glewInit() error: " << glewGetErrorString(error) << std::endl;
-        std::exit(1);
-    }
-    glEnable(GL_DEPTH_TEST);
-    glClearColor(0.055f, 0.06f, 0.075f, 1.0f);
+    if (!render::load_gl()) std::exit(1);
+    view_.open(model_base_path_, model_base_path_ + "pmt");
     home_view();
     if (const gems::window_system* system = gems::registry->system(*this))
         player_.use_layout(system->siblings());
@@ -80,22 +66,18 @@ void Quenvarel::init() {
 }
 
 void Quenvarel::closing() {
+    view_.close();
     player_.use_layout(gems::letter_cases());
 }
 
 void Quenvarel::reshape(int width, int height) {
-    width_ = width;
     height_ = height;
-    if (width <= 0 || height <= 0) return;
-    glViewport(0, 0, width, height);
-    const render::projection extents = render::to_projection(lens(render::aspect(width, height)));
-    projection_ = render::perspective_matrix(extents);
-    inverse_projection_ = render::inverse_perspective_matrix(extents);
-    update_view();
+    if (width > 0 && height > 0) view_.resize(width, height);
 }
 
 void Quenvarel::display() {
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    view_.draw();
+    view_.show();
     gems::registry->swapbuffers();
 }
 
@@ -176,9 +158,9 @@ void Quenvarel::focuslost() {
 
 void Quenvarel::mouse(int button, int state, int x, int y) {
     if (mode_ == mode_t::camera) {
-        if (button == left_button && state == pressed) picked_depth_ = depth_at(x, bottom_up(y));
+        if (button == left_button && state == pressed) picked_depth_ = view_.depth_at(x, bottom_up(y));
         camera_.button(button, state, x, bottom_up(y));
-        update_view();
+        camera_changed();
         redraw();
     }
     if (button != left_button) return;
@@ -198,8 +180,8 @@ void Quenvarel::motion(int x, int y) {
     if (mode_ == mode_t::normal) {
         if (player_.mouse_held()) player_.mouse_moved(key_under(x, y));
     } else if (mode_ == mode_t::camera) {
-        if (!camera_.drag(x, bottom_up(y), picked_depth_, pixels())) return;
-        update_view();
+        if (!camera_.drag(x, bottom_up(y), picked_depth_, view_.pixels())) return;
+        camera_changed();
         redraw();
     }
 }
@@ -207,51 +189,42 @@ void Quenvarel::motion(int x, int y) {
 void Quenvarel::mousewheel(int wheel, int direction, int, int) {
     if (mode_ != mode_t::camera || wheel != 0) return;
     camera_.zoom(direction);
-    update_view();
+    camera_changed();
     redraw();
 }
 
-std::optional<int> Quenvarel::key_under(int, int) {
-    return std::nullopt;
+std::optional<int> Quenvarel::key_under(int x, int y) {
+    return view_.key_at(x, bottom_up(y));
 }
 
 // ---- View
 
+camera_t Quenvarel::home_camera() {
+    return {initial_camera.eye + camera_offset, initial_camera.target};
+}
+
 void Quenvarel::home_view() {
     camera_.reset();
     camera_.move_eye(camera_offset);
-    update_view();
+    camera_changed();
 }
 
-void Quenvarel::update_view() {
-    view_ = view_matrix(camera_.camera());
-    inverse_view_ = inverse_view_matrix(camera_.camera());
-    scene_.update_all(view_, inverse_view_);
-}
-
-float Quenvarel::depth_at(int x, int y) const {
-    float depth = 1;
-    glReadPixels(x, y, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
-    return depth;
-}
-
-pixel_space Quenvarel::pixels() const {
-    return {inverse_projection_, inverse_view_, static_cast<float>(std::max(width_, 1)) / 2,
-            static_cast<float>(std::max(height_, 1)) / 2};
+void Quenvarel::camera_changed() {
+    view_.look(camera_.camera());
 }
 
 // ---- The keys in the picture
 
 void Quenvarel::press(int key) {
-    scene_.press(key, view_, inverse_view_);
+    view_.press(key);
 }
 
 void Quenvarel::release(int key) {
-    scene_.release(key, view_, inverse_view_);
+    view_.release(key);
 }
 
 void Quenvarel::release_all() {
-    scene_.release_all(view_, inverse_view_);
+    view_.release_all();
 }
 
 void Quenvarel::redraw() {

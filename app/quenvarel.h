@@ -3,11 +3,10 @@
 
 #include "app/camera.h"
 #include "app/gluty.h"
-#include "app/keyboard_scene.h"
+#include "app/keyboard_view.h"
 #include "app/note_player.h"
 #include "app/sound.h"
 #include "app/synthesizer_controls.h"
-#include "render/math/types.h"
 
 #include <optional>
 #include <string>
@@ -45,7 +44,9 @@ public:
     void closing() override;
 
     const camera_t& camera() const { return camera_.camera(); }
-    const keyboard_scene& scene() const { return scene_; }
+    // From where the picture is seen until someone moves.
+    static camera_t home_camera();
+    const keyboard_scene& scene() const { return view_.scene(); }
 
 protected:
     // The key that is drawn at a pixel counted from the upper left.
@@ -60,10 +61,8 @@ private:
     void redraw() override;
 
     void home_view();
-    void update_view();
+    void camera_changed();
     int bottom_up(int y) const { return height_ - 1 - y; }
-    float depth_at(int x, int y) const;
-    pixel_space pixels() const;
 
     std::string model_base_path_;
     sound_t sound_;
@@ -71,11 +70,9 @@ private:
     synthesizer_controls controls_;
     mode_t mode_ = mode_t::normal;
 
-    keyboard_scene scene_;
+    keyboard_view view_;
     camera_controller camera_;
-    render::mtx3w projection_ = render::mtx3w::identity(), inverse_projection_ = render::mtx3w::identity();
-    render::mtx3w view_ = render::mtx3w::identity(), inverse_view_ = render::mtx3w::identity();
-    int width_, height_;
+    int height_;             // of the window
     float picked_depth_ = 1; // under the pointer where a camera drag began
 };
 

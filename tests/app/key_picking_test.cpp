@@ -132,7 +132,8 @@ TEST(Picking, HitsWhatIsSmallerThanThePixelAndMissesWhatPassesBy) {
     EXPECT_TRUE(pick(300, 80, speck));
     EXPECT_FALSE(pick(301, 80, speck));
     // Its bounding box and every plane's positive side reach into the pixel, the triangle itself does not.
-    const pmt3d::polygon_t passing = surface_of({near_pixel(-3, 1.8f), near_pixel(1.8f, -3), near_pixel(-3, -3)});
+    const pmt3d::polygon_t passing =
+        surface_of({near_pixel(-3, 1.8f), near_pixel(1.8f, -3), near_pixel(-3, -3)});
     EXPECT_FALSE(pick(300, 80, passing));
     EXPECT_TRUE(pick(299, 80, passing));
 

@@ -1,0 +1,110 @@
+#include "app/keyboard_view.h"
+
+#include "render/math/projection.h"
+
+#include <GL/glew.h>
+
+namespace quenvarel {
+
+namespace {
+
+constexpr render::pos3 light = {-25.0f, 25.0f, 50.0f}; // eye space: from the left, from above and from behind
+constexpr float shininess = 10.0f;
+constexpr render::col3 background = {0.055f, 0.06f, 0.075f};
+
+constexpr int wanted_samples = 4; // for each pixel
+
+constexpr render::perspective lens(double aspect) {
+    return {.fov = 1.5707963267948966, .aspect = aspect, .znear = 0.0625, .zfar = 1024};
+}
+
+} // namespace
+
+void keyboard_view::open(const std::string& base_path, const std::string& key_directory) {
+    renderer_.emplace();
+    renderer_->init(base_path);
+    scene_.load(key_directory);
+    damage_.add(port_.whole());
+}
+
+void keyboard_view::close() {
+    frame_.destroy();
+    scene_.clear();
+    renderer_.reset();
+}
+
+void keyboard_view::resize(int width, int height) {
+    const render::projection extents = render::to_projection(lens(render::aspect(width, height)));
+    port_ = {render::perspective_matrix(extents), width, height};
+    inverse_projection_ = render::inverse_perspective_matrix(extents);
+    frame_.allocate(width, height, wanted_samples);
+    damage_.clear();
+    damage_.add(port_.whole());
+}
+
+void keyboard_view::look(const camera_t& camera) {
+    view_ = view_matrix(camera);
+    inverse_view_ = inverse_view_matrix(camera);
+    scene_.update_all(view_, inverse_view_);
+    damage_.add(port_.whole());
+}
+
+template <class Change>
+void keyboard_view::change(int key, Change how) {
+    damage_.add(scene_.covered(key, port_));
+    (scene_.*how)(key, view_, inverse_view_);
+    damage_.add(scene_.covered(key, port_));
+}
+
+void keyboard_view::press(int key) {
+    change(key, &keyboard_scene::press);
+}
+
+void keyboard_view::release(int key) {
+    change(key, &keyboard_scene::release);
+}
+
+void keyboard_view::release_all() {
+    for (int key = 0; key < keyboard_scene::key_count; ++key)
+        if (scene_.pressed(key)) release(key);
+    scene_.release_all(view_, inverse_view_);
+}
+
+void keyboard_view::draw() {
+    if (!renderer_) return;
+    if (!frame_.allocated()) damage_.add(port_.whole()); // the window forgets
+    frame_.bind();
+    glViewport(0, 0, port_.width, port_.height);
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_SCISSOR_TEST);
+    glClearColor(background.r, background.g, background.b, 1.0f);
+    for (const pixel_rect& part : damage_.parts()) {
+        glScissor(part.left, part.bottom, part.width(), part.height());
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        scene_.draw(*renderer_, port_, light, shininess, part);
+        frame_.resolve({part.left, part.bottom, part.width(), part.height()});
+    }
+    glDisable(GL_SCISSOR_TEST);
+    damage_.clear();
+}
+
+void keyboard_view::show(render::gl_uint framebuffer) {
+    if (renderer_) frame_.present(framebuffer);
+}
+
+std::optional<int> keyboard_view::key_at(int x, int y) const {
+    std::optional<int> found;
+    scene_.pick(x, y, port_, [&](int key) { found = key; });
+    return found;
+}
+
+float keyboard_view::depth_at(int x, int y) {
+    return frame_.depth_at(x, y);
+}
+
+pixel_space keyboard_view::pixels() const {
+    return {inverse_projection_, inverse_view_, static_cast<float>(port_.width) / 2,
+            static_cast<float>(port_.height) / 2};
+}
+
+} // namespace quenvarel

@@ -1,0 +1,65 @@
+#pragma once
+// The keyboard as a window shows it: the scene, where it is seen from, and a picture of it that is kept and
+// brought up to date where something has changed.
+
+#include "app/camera.h"
+#include "app/damage.h"
+#include "app/keyboard_scene.h"
+#include "render/gl/framebuffer.h"
+#include "render/math/types.h"
+#include "render/surface/glpolygon.h"
+
+#include <optional>
+#include <string>
+
+namespace quenvarel {
+
+// Keys may be pressed and released at any time. Between open() and close() there are pictures; all of the
+// calls that say so need the context that was current in open().
+class keyboard_view {
+public:
+    // Makes the renderer, which looks for its shader files in front of `base_path`, and loads the keys from a
+    // directory. With the context, once. A shader that does not compile ends the process.
+    void open(const std::string& base_path, const std::string& key_directory);
+    // Gives everything back to the GL. With the context; afterwards draw() and show() do nothing.
+    void close();
+
+    // The window's size in pixels, both at least 1. With the context.
+    void resize(int width, int height);
+    void look(const camera_t& camera);
+
+    void press(int key);
+    void release(int key);
+    void release_all();
+
+    // Brings the picture up to date, drawing only what has changed. With the context.
+    void draw();
+    // Copies the picture to the bound window's back buffer, or to the framebuffer object with that name. With
+    // the context.
+    void show(render::gl_uint framebuffer = 0);
+
+    // The nearest key at a pixel, counted from the lower left.
+    std::optional<int> key_at(int x, int y) const;
+    // What was drawn last at a pixel, counted from the lower left: its depth, 0 (near) to 1 (nothing). With
+    // the context.
+    float depth_at(int x, int y);
+    // For turning pixels into points.
+    pixel_space pixels() const;
+
+    const keyboard_scene& scene() const { return scene_; }
+    int samples() const { return frame_.samples(); } // for each pixel
+
+private:
+    template <class Change>
+    void change(int key, Change how);
+
+    keyboard_scene scene_;
+    std::optional<render::glpolygon_t> renderer_;
+    render::framebuffer_t frame_;
+    damage damage_; // of the frame
+    viewport port_{render::mtx3w::identity(), 1, 1};
+    render::mtx3w inverse_projection_ = render::mtx3w::identity();
+    render::mtx3w view_ = render::mtx3w::identity(), inverse_view_ = render::mtx3w::identity();
+};
+
+} // namespace quenvarel

@@ -1,0 +1,244 @@
+#include "app/keyboard_view.h"
+#include "app/quenvarel.h"
+#include "models/key_layout.h"
+#include "render/math/matrix.h"
+#include "render/math/operations.h"
+#include "render/math/projection.h"
+#include "support/gl_context.h"
+#include "support/gl_faults.h"
+#include "support/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iostream>
+#include <random>
+
+using namespace quenvarel;
+using render::pos3;
+using test_support::picture;
+
+namespace {
+
+constexpr int width = 800, height = 200;
+
+int brightness(const std::array<int, 4>& pixel) {
+    return (pixel[0] + pixel[1] + pixel[2]) / 3;
+}
+
+// The keyboard that the build has made, as a window of the usual size shows it at the start.
+class keyboard_picture_test : public test_support::gl_test {
+protected:
+    void SetUp() override {
+        gl_test::SetUp();
+        if (HasFatalFailure()) return;
+        test_support::capture out(std::cout);
+        view_.open("", QUENVAREL_BIN "/quenvarel.pmt");
+        view_.look(Quenvarel::home_camera());
+        view_.resize(width, height);
+        EXPECT_EQ(out.text(), "") << "a key could not be loaded";
+    }
+    void TearDown() override {
+        view_.close();
+        gl_test::TearDown();
+    }
+
+    picture shot() {
+        view_.draw();
+        test_support::render_target target(width, height);
+        int name = 0;
+        glGetIntegerv(GL_FRAMEBUFFER_BINDING, &name);
+        view_.show(static_cast<render::gl_uint>(name));
+        glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(name));
+        return target.read();
+    }
+    picture shot_drawn_anew() {
+        view_.look(Quenvarel::home_camera());
+        return shot();
+    }
+
+    // Where a point of the keyboard at rest is drawn, in pixels from the lower left.
+    static render::pos2 seen(const pos3& p) {
+        const render::mtx3w to_clip =
+            render::perspective_matrix(render::to_projection(
+                {.fov = 1.5707963267948966, .aspect = 4, .znear = 0.0625, .zfar = 1024})) *
+            view_matrix(Quenvarel::home_camera());
+        const pos3 at = render::homogeneous_divide(to_clip * render::vec3w{p.x, p.y, p.z, 1});
+        return {(at.x + 1) / 2 * width, (at.y + 1) / 2 * height};
+    }
+    // A point in the middle of what is seen of a key's top.
+    static render::pos2 top_of(int key) {
+        const models::key_place place = models::place_of(key);
+        const float middle = (place.left + place.right) / 2;
+        return place.black ? seen({middle, 0.5f, 1.8f}) : seen({middle, 0, 5.3f});
+    }
+    // Between which columns all of a key is seen.
+    static std::pair<int, int> columns_of(int key) {
+        const models::key_place place = models::place_of(key);
+        int left = width, right = 0;
+        for (const float x : {place.left, place.right})
+            for (const float y : {-1.0f, 0.5f})
+                for (const float z : {0.0f, models::white_length}) {
+                    const int column = pixel(seen({x, y, z}).x);
+                    left = std::min(left, column);
+                    right = std::max(right, column);
+                }
+        return {left, right};
+    }
+    static int pixel(float coordinate) { return static_cast<int>(std::floor(coordinate)); }
+
+    keyboard_view view_;
+};
+
+const std::array<int, 4> background_color = {14, 15, 19, 255};
+
+// The lowest row in a column that shows the lit top of a white key, not what is below its front edge.
+int front_edge(const picture& image, int x) {
+    for (int y = 0; y < image.height; ++y)
+        if (brightness(image.at(x, y)) > 160) return y;
+    return image.height;
+}
+
+} // namespace
+
+TEST_F(keyboard_picture_test, looks_as_it_was_approved) {
+    for (const int key : {48, 52, 55, 58, 64, 67, 70, 72})
+        view_.press(key);
+    EXPECT_TRUE(looks_like(shot(), "keyboard", 1.5, 90));
+    EXPECT_EQ(view_.samples(), 4);
+}
+
+TEST_F(keyboard_picture_test, every_key_stands_in_its_column) {
+    const picture image = shot();
+    for (int key = 0; key < 128; ++key) {
+        const render::pos2 top = top_of(key);
+        const int value = brightness(image.at(pixel(top.x), pixel(top.y)));
+        if (models::place_of(key).black) {
+            EXPECT_LT(value, 70) << key;
+            continue;
+        }
+        EXPECT_GT(value, 150) << key;
+        if (key == 127) continue;
+        // A dark gap up to the next white key.
+        const float line = models::place_of(key).right;
+        const float y = seen({line, 0, 5.3f}).y;
+        const float x = seen({line, 0, 5.3f}).x;
+        int darkest = 255;
+        for (int dx = -2; dx <= 2; ++dx)
+            darkest = std::min(darkest, brightness(image.at(pixel(x) + dx, pixel(y))));
+        EXPECT_LT(darkest, value - 30) << key;
+    }
+}
+
+TEST_F(keyboard_picture_test, shows_all_of_the_keyboard_over_nine_tenths_of_the_width) {
+    const picture image = shot();
+    int left = width, right = -1;
+    for (int x = 0; x < width; ++x)
+        for (int y = 0; y < height; ++y) {
+            if (image.at(x, y) == background_color) continue;
+            left = std::min(left, x);
+            right = std::max(right, x);
+            EXPECT_TRUE(x > 0 && x < width - 1 && y > 0 && y < height - 1) << x << ' ' << y;
+        }
+    EXPECT_GE(right - left + 1, width * 9 / 10);
+    for (const auto& [x, y] : {std::pair{0, 0}, {width - 1, 0}, {0, height - 1}, {width / 2, height - 1}})
+        EXPECT_EQ(image.at(x, y), background_color);
+}
+
+TEST_F(keyboard_picture_test, a_pressed_key_is_seen_to_go_down) {
+    const picture before = shot();
+    for (int key = 0; key < 128; ++key) {
+        const models::key_place place = models::place_of(key);
+        view_.press(key);
+        const picture after = shot();
+        view_.release(key);
+        if (!place.black) {
+            const int x = pixel(seen({(place.left + place.right) / 2, 0, models::white_length}).x);
+            EXPECT_GE(front_edge(before, x) - front_edge(after, x), 3) << key;
+        }
+        // All else stays as it is.
+        int changed = 0, left = width, right = -1;
+        for (std::size_t i = 0; i < before.rgba.size(); i += 4) {
+            if (std::equal(&before.rgba[i], &before.rgba[i] + 4, &after.rgba[i])) continue;
+            const int x = static_cast<int>(i / 4 % width);
+            left = std::min(left, x);
+            right = std::max(right, x);
+            ++changed;
+        }
+        EXPECT_GT(changed, 40) << key;
+        const auto [leftmost, rightmost] = columns_of(key);
+        EXPECT_TRUE(left >= leftmost - 2 && right <= rightmost + 2) << key;
+    }
+}
+
+TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_picture) {
+    std::mt19937 random(3);
+    shot();
+    for (int step = 0; step < 40; ++step) {
+        // One key, or several at once.
+        for (unsigned count = step % 4 == 0 ? 1 + random() % 12 : 1; count > 0; --count) {
+            const int key = static_cast<int>(random() % 128);
+            if (view_.scene().pressed(key))
+                view_.release(key);
+            else
+                view_.press(key);
+        }
+        if (step % 13 == 12) view_.release_all();
+        const picture part = shot(), whole = shot_drawn_anew();
+        ASSERT_EQ(part.rgba, whole.rgba) << "step " << step;
+    }
+    // Also where a key is partly outside, or behind the eye.
+    const camera_t near = {{-30, 2.0f, 6}, {-30, 0, -20}};
+    view_.look(near);
+    shot();
+    for (int key = 0; key < 24; ++key) {
+        view_.press(key);
+        const picture part = shot();
+        view_.look(near);
+        ASSERT_EQ(part.rgba, shot().rgba) << key;
+    }
+}
+
+TEST_F(keyboard_picture_test, every_key_is_found_where_it_is_seen) {
+    for (int key = 0; key < 128; ++key) {
+        const render::pos2 at = top_of(key);
+        EXPECT_EQ(view_.key_at(pixel(at.x), pixel(at.y)), key);
+    }
+    EXPECT_EQ(view_.key_at(0, 0), std::nullopt);
+    EXPECT_EQ(view_.key_at(width / 2, height - 1), std::nullopt);
+    // There is a key exactly where something is drawn, but for the pixels along the silhouette.
+    const picture image = shot();
+    for (int y = 1; y + 1 < height; y += 3)
+        for (int x = 1; x + 1 < width; x += 3) {
+            int drawn = 0;
+            for (int dy = -1; dy <= 1; ++dy)
+                for (int dx = -1; dx <= 1; ++dx)
+                    drawn += image.at(x + dx, y + dy) != background_color;
+            if (drawn == 0 || drawn == 9) {
+                EXPECT_EQ(view_.key_at(x, y).has_value(), drawn == 9) << x << ' ' << y;
+            }
+        }
+}
+
+TEST_F(keyboard_picture_test, depth_under_the_pointer_leads_back_to_the_key) {
+    shot();
+    for (const int key : {0, 30, 60, 61, 127}) {
+        const render::pos2 at = top_of(key);
+        const float x = static_cast<float>(pixel(at.x)), y = static_cast<float>(pixel(at.y));
+        const float depth = view_.depth_at(pixel(at.x), pixel(at.y));
+        const pos3 point = point_at(x + 0.5f, y + 0.5f, depth, view_.pixels());
+        EXPECT_NEAR(point.y, models::place_of(key).black ? 0.5f : 0.0f, 0.05f) << key;
+    }
+    EXPECT_EQ(view_.depth_at(1, 1), 1);
+    EXPECT_EQ(view_.depth_at(-5, 1000), 1);
+}
+
+TEST_F(keyboard_picture_test, a_new_size_is_filled) {
+    shot();
+    view_.resize(1024, 400);
+    view_.draw();
+    EXPECT_LT(view_.depth_at(512, 200), 1);
+    EXPECT_EQ(view_.depth_at(512, 399), 1);
+    view_.resize(1, 1);
+    view_.draw();
+}
