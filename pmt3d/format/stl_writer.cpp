@@ -6,6 +6,7 @@
 #include "render/math/operations.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -85,24 +86,26 @@ bool save_stl_text(const surface_list& items, const std::string& name, const pro
     if (!file.is_open()) return false;
     line_writer out([&](std::string_view text) { return file.write(text); }, progress,
                     7 * count_facets(all) + 2);
-    const auto numbers = [&](const auto& v) {
-        out.number(v.x).text(" ").number(v.y).text(" ").number(v.z).end_line();
-    };
+    const auto numbers = [&](const auto& v) { out.number(v.x).text(" ").number(v.y).text(" ").number(v.z); };
     out.text("solid ").text(std::string_view(name).substr(0, name.find_first_of("\r\n"))).end_line();
     for_each_facet(all, [&](const render::dir3& normal, const render::pos3(&corners)[3]) {
         out.text("facet normal ");
         numbers(normal);
+        out.end_line();
         out.text("  outer loop").end_line();
         for (const render::pos3& corner : corners) {
             out.text("    vertex ");
             numbers(corner);
+            if (!(std::isfinite(corner.x) && std::isfinite(corner.y) && std::isfinite(corner.z)))
+                out.refuse();
+            out.end_line();
         }
         out.text("  endloop").end_line();
         out.text("endfacet").end_line();
     });
     out.text("endsolid ").end_line();
     out.flush();
-    return file.commit();
+    return !out.refused() && file.commit();
 }
 
 } // namespace pmt3d

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -203,6 +204,12 @@ TEST_F(stl, text_form) {
     surface_list back;
     EXPECT_TRUE(pmt3d::load_stl(back, name, {std::cerr}));
     EXPECT_EQ(back.front().polygon.vertices()[2].position.z, 1.23457e+06f);
+
+    back.front().polygon.edit_vertices()[1].position.y = std::numeric_limits<float>::infinity();
+    const test_support::capture err(std::cerr);
+    EXPECT_FALSE(pmt3d::save_stl_text(back, name));
+    EXPECT_EQ(err.text(), "\"    vertex 0.1 inf 0\" could not be read back, nothing is saved.\n");
+    EXPECT_TRUE(read_file(name).ends_with("endsolid \r\n")) << "the old file stays";
 }
 
 } // namespace
