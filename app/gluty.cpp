@@ -13,6 +13,11 @@ gluty_registry the_registry;
 // How often the loop wakes on its own, to see requests that arrive outside of it. In milliseconds.
 constexpr unsigned tick_interval = 20;
 
+// The number of a key without a character, beyond those of the characters.
+unsigned special_key(int code) {
+    return code < 0 ? ~0u : 256u + static_cast<unsigned>(code);
+}
+
 bool initialised() {
     return glutGet(GLUT_INIT_STATE) != 0;
 }
@@ -48,7 +53,35 @@ void gluty_registry::setidle(bool on) {
 
 void gluty_registry::setkeyrepeat(bool on) {
     key_repeat_ = on;
-    if (initialised()) glutSetKeyRepeat(on ? GLUT_KEY_REPEAT_ON : GLUT_KEY_REPEAT_OFF);
+    if (!initialised()) return;
+    // On X11 GLUT takes a release for a repetition when the key is down at the moment it looks, not when it
+    // was released: late by a frame, it would drop fast repeated notes and start held ones anew. Where the
+    // window system knows better, GLUT passes everything on.
+    const bool from_glut = on || knows_repetitions();
+    glutSetKeyRepeat(from_glut ? GLUT_KEY_REPEAT_ON : GLUT_KEY_REPEAT_OFF);
+}
+
+window_system* gluty_registry::current_system() {
+    const auto found = systems_.find(glutGetWindow());
+    return found != systems_.end() ? found->second.get() : nullptr;
+}
+
+bool gluty_registry::knows_repetitions() {
+    const window_system* system = current_system();
+    return system && system->knows_repetitions();
+}
+
+template <class Event>
+void gluty_registry::deliver_press(unsigned key, Event event) {
+    window_system* system = registry->current_system();
+    const bool repetition = system && system->is_repetition(key);
+    if (!repetition || registry->key_repeat_) deliver(event);
+}
+
+template <class Event>
+void gluty_registry::deliver_release(unsigned key, Event event) {
+    if (window_system* system = registry->current_system()) system->is_released(key);
+    deliver(event);
 }
 
 void gluty_registry::mainloop() {
@@ -72,10 +105,11 @@ void gluty_registry::install_callbacks() {
         [](int width, int height) { deliver([=](glutyAPI4& handler) { handler.reshape(width, height); }); });
     glutDisplayFunc([] { deliver([](glutyAPI4& handler) { handler.display(); }); });
     glutKeyboardFunc([](unsigned char key, int x, int y) {
-        deliver([=](glutyAPI4& handler) { handler.keyboard(key, x, y); });
+        deliver_press(key, [=](glutyAPI4& handler) { handler.keyboard(key, x, y); });
     });
-    glutSpecialFunc(
-        [](int key, int x, int y) { deliver([=](glutyAPI4& handler) { handler.special(key, x, y); }); });
+    glutSpecialFunc([](int key, int x, int y) {
+        deliver_press(special_key(key), [=](glutyAPI4& handler) { handler.special(key, x, y); });
+    });
     glutMouseFunc([](int button, int state, int x, int y) {
         deliver([=](glutyAPI4& handler) { route_mouse(handler, button, state, x, y); });
     });
@@ -83,10 +117,11 @@ void gluty_registry::install_callbacks() {
     glutPassiveMotionFunc(
         [](int x, int y) { deliver([=](glutyAPI4& handler) { handler.passivemotion(x, y); }); });
     glutKeyboardUpFunc([](unsigned char key, int x, int y) {
-        deliver([=](glutyAPI4& handler) { handler.keyboardup(key, x, y); });
+        deliver_release(key, [=](glutyAPI4& handler) { handler.keyboardup(key, x, y); });
     });
-    glutSpecialUpFunc(
-        [](int key, int x, int y) { deliver([=](glutyAPI4& handler) { handler.specialup(key, x, y); }); });
+    glutSpecialUpFunc([](int key, int x, int y) {
+        deliver_release(special_key(key), [=](glutyAPI4& handler) { handler.specialup(key, x, y); });
+    });
     glutMouseWheelFunc([](int wheel, int direction, int x, int y) {
         deliver([=](glutyAPI4& handler) { handler.mousewheel(wheel, direction, x, y); });
     });

@@ -87,6 +87,12 @@ private:
     void install_callbacks();
     template <class Event>
     static void deliver(Event event);
+    template <class Event>
+    static void deliver_press(unsigned key, Event event);
+    template <class Event>
+    static void deliver_release(unsigned key, Event event);
+    window_system* current_system();
+    bool knows_repetitions();
     static void tick(int);
 
     std::map<int, glutyAPI4*> windows_;

@@ -1,6 +1,7 @@
 #pragma once
 // What an instrument needs of its window beyond what GLUT offers: to notice that the keyboard has gone
-// elsewhere, to know the keyboard's layout, not to wait for the display, and no menu under the Alt key.
+// elsewhere, to tell a press from a repetition, to know the keyboard's layout, not to wait for the display,
+// and no menu under the Alt key.
 
 #include "app/key_siblings.h"
 
@@ -19,6 +20,13 @@ public:
     // will never be seen. Every key event from before the loss has been delivered when this tells it,
     // provided that it is called once in a round of the event loop.
     virtual bool focus_lost() = 0;
+
+    // Whether repetitions of a key that is held can be told from presses; is_repetition then does it.
+    virtual bool knows_repetitions() const { return false; }
+    // Has to see every press (and is_released every release) of a key, in order: a character, or 256 plus
+    // GLUT's code of a key without one.
+    virtual bool is_repetition(unsigned /*key*/) { return false; }
+    virtual void is_released(unsigned /*key*/) {}
 
     // The layout of the keyboard; follows changes while focus_lost is called.
     const key_siblings& siblings() const { return siblings_; }

@@ -1,6 +1,9 @@
 #include "app/window_system.h"
 
+#include "app/held_keys.h"
+
 #include <GL/glx.h>
+#include <X11/XKBlib.h>
 
 #include <string>
 
@@ -29,7 +32,9 @@ void do_not_wait_for_display(Display* display, GLXDrawable drawable) {
 // one is a second connection, looked at now and then.
 class x11_window final : public window_system {
 public:
-    x11_window(Display* connection, Window window) : connection_(connection) {
+    x11_window(Display* connection, Window window, bool knows_repetitions)
+        : connection_(connection),
+          knows_repetitions_(knows_repetitions) {
         XSelectInput(connection_, window, FocusChangeMask);
         XFlush(connection_);
         read_layout();
@@ -52,8 +57,13 @@ public:
                 if (event.xmapping.request != MappingPointer) read_layout();
             }
         }
+        if (told_now) held_.forget();
         return told_now;
     }
+
+    bool knows_repetitions() const override { return knows_repetitions_; }
+    bool is_repetition(unsigned key) override { return knows_repetitions_ && !held_.press(key); }
+    void is_released(unsigned key) override { held_.release(key, siblings()); }
 
 private:
     // Grabs count: key releases go to whoever grabs.
@@ -89,6 +99,8 @@ private:
     }
 
     Display* connection_;
+    bool knows_repetitions_;
+    held_keys held_;
     bool lost_ = false;
 };
 
@@ -99,10 +111,13 @@ std::unique_ptr<window_system> window_system::of_current_window() {
     const GLXDrawable drawable = glXGetCurrentDrawable();
     if (!display || drawable == None) return nullptr;
     do_not_wait_for_display(display, drawable);
+    // The server else repeats a key as releases and presses, which look like the player's own.
+    Bool no_false_releases = False;
+    XkbSetDetectableAutoRepeat(display, True, &no_false_releases);
     // The window belongs to GLUT's connection; the server has to know it before another one can name it.
     XSync(display, False);
     Display* connection = XOpenDisplay(DisplayString(display));
-    return connection ? std::make_unique<x11_window>(connection, drawable) : nullptr;
+    return connection ? std::make_unique<x11_window>(connection, drawable, no_false_releases) : nullptr;
 }
 
 } // namespace gems

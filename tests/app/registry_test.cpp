@@ -1,6 +1,7 @@
 // The routing of events, without a window; the live tests drive it with real ones.
 
 #include "app/gluty.h"
+#include "app/held_keys.h"
 
 #include <gtest/gtest.h>
 
@@ -62,6 +63,28 @@ TEST(registry, a_handler_that_overrides_nothing_takes_everything) {
     handler.keyboardup(0, 0, 0);
     handler.specialup(0, 0, 0);
     handler.closing();
+}
+
+TEST(held_keys, a_press_without_a_release_before_it_is_a_repetition) {
+    gems::held_keys held;
+    const gems::key_siblings& layout = gems::letter_cases();
+    EXPECT_TRUE(held.press('a'));
+    EXPECT_FALSE(held.press('a'));
+    EXPECT_TRUE(held.press('b'));
+    held.release('a', layout);
+    EXPECT_TRUE(held.press('a'));
+    // Shift came in between: the key repeats, and comes up, as a capital.
+    EXPECT_TRUE(held.press('A'));
+    EXPECT_FALSE(held.press('A'));
+    held.release('A', layout);
+    EXPECT_TRUE(held.press('a'));
+    EXPECT_FALSE(held.press('b'));
+    EXPECT_TRUE(held.press(256 + 'a')) << "a key without a character";
+    held.forget();
+    EXPECT_TRUE(held.press('b'));
+    EXPECT_TRUE(held.press(~0u));
+    held.release(~0u, layout);
+    EXPECT_TRUE(held.press(~0u));
 }
 
 TEST(registry, without_a_window) {
