@@ -72,8 +72,7 @@ bool write_key(const std::string& directory, int note) {
     item.texture.texture = files.color.name;
     item.texture.bumpmap = files.bump.name;
     item.texture.specular = files.specular.name;
-    // A key is a few pixels wide in the usual view: the nearest of the smaller levels looks the same as a
-    // blend of eight texels and is drawn in less time. From near, texels are blended.
+    item.texture.mipmap = false;
     item.texture.nearlinear = false;
     return pmt3d::save_text(item, directory + std::to_string(note) + ".pmt");
 }

@@ -29,11 +29,10 @@ float noise(float s, float t, std::uint32_t cells_s, std::uint32_t cells_t, std:
     return low + v * (high - low);
 }
 
-// Streaks along t: broad ones that wander slowly and fine ones within them. About 0.5 on average.
+// Streaks along t: broad ones that wander slowly and finer ones within them. About 0.5 on average.
 float grain(float s, float t) {
     const float wander = 0.03f * noise(s, t, 3, 2, 7);
-    return 0.5f * noise(s + wander + 1, t, 24, 3, 1) + 0.3f * noise(s + wander + 1, t, 64, 5, 2) +
-           0.2f * noise(s + 1, t, 128, 12, 3);
+    return 0.6f * noise(s + wander + 1, t, 12, 3, 1) + 0.4f * noise(s + wander + 1, t, 32, 6, 2);
 }
 
 std::uint8_t byte(float value) {
@@ -57,7 +56,7 @@ picture paint(unsigned width, unsigned height, unsigned channels, Pixel pixel) {
 
 material make_ivory() {
     material ivory;
-    ivory.color = paint(256, 256, 3, [](float s, float t, auto put) {
+    ivory.color = paint(128, 64, 3, [](float s, float t, auto put) {
         const float streak = grain(s, t) - 0.5f;
         const float cloud = noise(s, t, 4, 3, 11) - 0.5f;
         const float light = 1 + 0.05f * streak + 0.03f * cloud;
@@ -66,14 +65,14 @@ material make_ivory() {
         put(byte(0.910f * light - 0.030f * streak - 0.015f * cloud));
     });
     // The GL keeps only what is not below 0 of a stored normal, so the grain leans to one side only.
-    ivory.bump = paint(256, 64, 3, [](float s, float t, auto put) {
+    ivory.bump = paint(128, 64, 3, [](float s, float t, auto put) {
         const float lean = 0.05f * grain(s, t);
         const float wave = 0.02f * noise(s, t, 8, 8, 5);
         const float length = std::sqrt(lean * lean + wave * wave + 1);
         for (const float part : {lean / length, wave / length, 1 / length})
             put(static_cast<std::uint8_t>(std::lround(127 * part)));
     });
-    ivory.specular = paint(128, 128, 3, [](float s, float t, auto put) {
+    ivory.specular = paint(64, 64, 3, [](float s, float t, auto put) {
         const float polish = 0.30f + 0.10f * (grain(s, t) - 0.5f);
         put(byte(polish));
         put(byte(polish * 0.99f));
@@ -84,16 +83,16 @@ material make_ivory() {
 
 material make_satin_black() {
     material black;
-    black.color = paint(64, 64, 3, [](float s, float t, auto put) {
-        const float light = 0.070f + 0.015f * noise(s, t, 32, 8, 21);
+    black.color = paint(32, 32, 3, [](float s, float t, auto put) {
+        const float light = 0.070f + 0.015f * noise(s, t, 16, 8, 21);
         put(byte(light));
         put(byte(light));
         put(byte(light * 1.1f));
     });
-    black.bump = paint(64, 64, 1,
-                       [](float s, float t, auto put) { put(byte(0.5f + 0.06f * noise(s, t, 32, 32, 22))); });
-    black.specular = paint(64, 64, 3, [](float s, float t, auto put) {
-        const float sheen = 0.62f + 0.08f * noise(s, t, 32, 16, 23);
+    black.bump = paint(32, 32, 1,
+                       [](float s, float t, auto put) { put(byte(0.5f + 0.06f * noise(s, t, 16, 16, 22))); });
+    black.specular = paint(32, 32, 3, [](float s, float t, auto put) {
+        const float sheen = 0.62f + 0.08f * noise(s, t, 16, 16, 23);
         put(byte(sheen));
         put(byte(sheen));
         put(byte(sheen * 1.02f));
