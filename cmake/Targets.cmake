@@ -43,7 +43,7 @@ endfunction()
 # preset has it built there (target live_tests) and names it the command that starts the Windows player in the
 # environment variable QUENVAREL_UNDER_TEST. The other programs are started beside that one.
 function(quenvarel_live_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS;WINDOWS_ONLY" "" "SOURCES;LINKS;ENV")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS;WINDOWS_ONLY;DISPLAY;SERIAL" "TIMEOUT" "SOURCES;LINKS;ENV")
   if(NOT WIN32)
     quenvarel_test_program(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS} quenvarel_test_support)
     add_dependencies(live_tests ${name})

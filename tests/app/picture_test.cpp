@@ -1,30 +1,21 @@
 #include "app/keyboard_view.h"
-#include "app/quenvarel.h"
-#include "models/key_layout.h"
-#include "render/math/matrix.h"
-#include "render/math/operations.h"
-#include "render/math/projection.h"
 #include "support/gl_context.h"
-#include "support/gl_faults.h"
+#include "support/keyboard_points.h"
 #include "support/picture.h"
 
+#include <GL/glew.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <iostream>
 #include <random>
 
 using namespace quenvarel;
 using render::pos3;
-using test_support::picture;
+using namespace test_support;
 
 namespace {
 
-constexpr int width = 800, height = 200;
-
-int brightness(const std::array<int, 4>& pixel) {
-    return (pixel[0] + pixel[1] + pixel[2]) / 3;
-}
+constexpr int width = test_support::window_width, height = test_support::window_height;
 
 // The keyboard that the build has made, as a window of the usual size shows it at the start.
 class keyboard_picture_test : public test_support::gl_test {
@@ -57,21 +48,6 @@ protected:
         return shot();
     }
 
-    // Where a point of the keyboard at rest is drawn, in pixels from the lower left.
-    static render::pos2 seen(const pos3& p) {
-        const render::mtx3w to_clip =
-            render::perspective_matrix(render::to_projection(
-                {.fov = 1.5707963267948966, .aspect = 4, .znear = 0.0625, .zfar = 1024})) *
-            view_matrix(Quenvarel::home_camera());
-        const pos3 at = render::homogeneous_divide(to_clip * render::vec3w{p.x, p.y, p.z, 1});
-        return {(at.x + 1) / 2 * width, (at.y + 1) / 2 * height};
-    }
-    // A point in the middle of what is seen of a key's top.
-    static render::pos2 top_of(int key) {
-        const models::key_place place = models::place_of(key);
-        const float middle = (place.left + place.right) / 2;
-        return place.black ? seen({middle, 0.5f, 1.8f}) : seen({middle, 0, 5.3f});
-    }
     // Between which columns all of a key is seen.
     static std::pair<int, int> columns_of(int key) {
         const models::key_place place = models::place_of(key);
@@ -92,13 +68,6 @@ protected:
 
 const std::array<int, 4> background_color = {14, 15, 19, 255};
 
-// The lowest row in a column that shows the lit top of a white key, not what is below its front edge.
-int front_edge(const picture& image, int x) {
-    for (int y = 0; y < image.height; ++y)
-        if (brightness(image.at(x, y)) > 160) return y;
-    return image.height;
-}
-
 } // namespace
 
 TEST_F(keyboard_picture_test, looks_as_it_was_approved) {
@@ -111,7 +80,7 @@ TEST_F(keyboard_picture_test, looks_as_it_was_approved) {
 TEST_F(keyboard_picture_test, every_key_stands_in_its_column) {
     const picture image = shot();
     for (int key = 0; key < 128; ++key) {
-        const render::pos2 top = top_of(key);
+        const render::pos2 top = head_of(key);
         const int value = brightness(image.at(pixel(top.x), pixel(top.y)));
         if (models::place_of(key).black) {
             EXPECT_LT(value, 70) << key;
@@ -153,7 +122,7 @@ TEST_F(keyboard_picture_test, a_pressed_key_is_seen_to_go_down) {
         const picture after = shot();
         view_.release(key);
         if (!place.black) {
-            const int x = pixel(seen({(place.left + place.right) / 2, 0, models::white_length}).x);
+            const int x = test_support::front_column(key);
             EXPECT_GE(front_edge(before, x) - front_edge(after, x), 3) << key;
         }
         // All else stays as it is.
@@ -201,7 +170,7 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
 
 TEST_F(keyboard_picture_test, every_key_is_found_where_it_is_seen) {
     for (int key = 0; key < 128; ++key) {
-        const render::pos2 at = top_of(key);
+        const render::pos2 at = head_of(key);
         EXPECT_EQ(view_.key_at(pixel(at.x), pixel(at.y)), key);
     }
     EXPECT_EQ(view_.key_at(0, 0), std::nullopt);
@@ -223,7 +192,7 @@ TEST_F(keyboard_picture_test, every_key_is_found_where_it_is_seen) {
 TEST_F(keyboard_picture_test, depth_under_the_pointer_leads_back_to_the_key) {
     shot();
     for (const int key : {0, 30, 60, 61, 127}) {
-        const render::pos2 at = top_of(key);
+        const render::pos2 at = head_of(key);
         const float x = static_cast<float>(pixel(at.x)), y = static_cast<float>(pixel(at.y));
         const float depth = view_.depth_at(pixel(at.x), pixel(at.y));
         const pos3 point = point_at(x + 0.5f, y + 0.5f, depth, view_.pixels());

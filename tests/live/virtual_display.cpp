@@ -86,6 +86,24 @@ void virtual_display::send_protocol(window w, const char* name) {
     XSync(connection_, False);
 }
 
+picture virtual_display::screenshot(window w) {
+    XWindowAttributes about{};
+    if (!XGetWindowAttributes(connection_, w, &about)) return {};
+    XImage* const image =
+        XGetImage(connection_, w, 0, 0, unsigned(about.width), unsigned(about.height), AllPlanes, ZPixmap);
+    if (!image) return {};
+    picture shot{about.width, about.height, {}};
+    for (int y = 0; y < about.height; ++y)
+        for (int x = 0; x < about.width; ++x) {
+            const unsigned long pixel = XGetPixel(image, x, y);
+            for (const int shift : {16, 8, 0})
+                shot.rgba.push_back(std::uint8_t(pixel >> shift));
+            shot.rgba.push_back(255);
+        }
+    XDestroyImage(image);
+    return shot;
+}
+
 void virtual_display::focus(window w) {
     XSetInputFocus(connection_, w, RevertToPointerRoot, CurrentTime);
     send_protocol(w, "WM_TAKE_FOCUS");

@@ -1,6 +1,7 @@
 #pragma once
 // An X display of one test's own, and what a user and a window manager do to the windows on it.
 
+#include "support/picture.h"
 #include "support/process.h"
 
 #include <chrono>
@@ -27,6 +28,8 @@ public:
     bool has_window(const std::string& title) {
         return find_window(title, std::chrono::milliseconds(0)) != 0;
     }
+    // What the window shows.
+    picture screenshot(window w);
     // Gives the window the keyboard and puts the pointer into it.
     void focus(window w);
     // Gives the keyboard to a window of ours.

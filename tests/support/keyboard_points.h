@@ -1,0 +1,57 @@
+#pragma once
+// Where the keys are in a window of the usual size, seen from where the program shows them at first.
+
+#include "app/quenvarel.h"
+#include "models/key_layout.h"
+#include "render/math/matrix.h"
+#include "render/math/operations.h"
+#include "render/math/projection.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace test_support {
+
+constexpr int window_width = 800, window_height = 200;
+
+// Where a point of the keyboard at rest is drawn, in pixels from the lower left.
+inline render::pos2 seen(const render::pos3& p) {
+    const render::mtx3w to_clip =
+        render::perspective_matrix(
+            render::to_projection({.fov = 1.5707963267948966, .aspect = 4, .znear = 0.0625, .zfar = 1024})) *
+        quenvarel::view_matrix(quenvarel::Quenvarel::home_camera());
+    const render::pos3 at = render::homogeneous_divide(to_clip * render::vec3w{p.x, p.y, p.z, 1});
+    return {(at.x + 1) / 2 * window_width, (at.y + 1) / 2 * window_height};
+}
+
+// The middle of what is seen of a key's top: near the player for white keys, and between the black ones.
+inline render::pos2 head_of(int key) {
+    const models::key_place place = models::place_of(key);
+    const float middle = (place.left + place.right) / 2;
+    return place.black ? seen({middle, 0.5f, 1.8f}) : seen({middle, 0, 5.3f});
+}
+inline render::pos2 tail_of(int key) {
+    const models::key_place place = models::place_of(key);
+    return seen({(place.tail_left + place.tail_right) / 2, place.black ? 0.5f : 0, 1.8f});
+}
+
+// The column of the middle of a key's front edge.
+inline int front_column(int key) {
+    const models::key_place place = models::place_of(key);
+    return static_cast<int>(seen({(place.left + place.right) / 2, 0, models::white_length}).x);
+}
+
+inline int brightness(const std::array<int, 4>& pixel) {
+    return (pixel[0] + pixel[1] + pixel[2]) / 3;
+}
+
+// The lowest row in a column that shows the lit top of a white key, not what is below its front edge.
+template <class Picture>
+int front_edge(const Picture& image, int x) {
+    for (int y = 0; y < image.height; ++y)
+        if (brightness(image.at(x, y)) > 160) return y;
+    return image.height;
+}
+
+} // namespace test_support
