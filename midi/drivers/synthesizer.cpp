@@ -27,7 +27,7 @@ constexpr reverb_character reverb_characters[4] = {
     {0.3, 0.6, 0.6, 0.4},   // room
     {0.5, 0.8, 0.3, 1.0},   // hall
     {0.4, 0.75, 0.0, 0.7},  // plate
-    {0.35, 0.75, 0.9, 0.0}, // tap delay, as far as a reverb can be one
+    {0.65, 0.85, 1.0, 0.0}, // tap delay, as far as a reverb can be one
 };
 // The lowest level is not silence, so that a change of mode or time is always heard.
 constexpr double least_reverb = 0.25, most_reverb = 1.0;

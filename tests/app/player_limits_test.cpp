@@ -115,7 +115,7 @@ TEST(player_limits, playing_allocates_nothing_and_writes_each_line_at_once) {
     quenvarel::Quenvarel player("nowhere/quenvarel", 0, 0, 36, 127, false);
     write_counter counter;
     std::streambuf* const before = std::cerr.rdbuf(&counter);
-    const std::size_t allocated = test_support::allocations;
+    const std::size_t allocated = test_support::allocations();
     for (int c = 1; c < 256; ++c) {
         if (c == 27) continue;
         player.keyboard(static_cast<unsigned char>(c), 0, 0);
@@ -125,7 +125,7 @@ TEST(player_limits, playing_allocates_nothing_and_writes_each_line_at_once) {
         player.special(key, 0, 0);
         player.specialup(key, 0, 0);
     }
-    const std::size_t after = test_support::allocations;
+    const std::size_t after = test_support::allocations();
     std::cerr.rdbuf(before);
     EXPECT_EQ(after, allocated);
     // One line for each key down and special key, but Shift, and one for Space up.

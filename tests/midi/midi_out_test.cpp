@@ -147,17 +147,17 @@ TEST(midi_out, short_messages_allocate_nothing) {
         capture out(std::cout);
         ASSERT_TRUE(port.open(0u));
     }
-    const std::size_t before = allocations;
+    const std::size_t before = allocations();
     for (int note = 0; note < 128; ++note) {
         midi::noteon(port, 1, note, 127);
         midi::noteoff(port, 1, note);
     }
     midi::pgmchg(port, 1, 2);
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(allocations(), before);
     EXPECT_EQ(service.sent, 257);
     const std::uint8_t data[] = {1, 2, 3};
     midi::sysex(port, data, 3);
-    EXPECT_GT(allocations, before) << "the counter counts";
+    EXPECT_GT(allocations(), before) << "the counter counts";
 }
 
 } // namespace

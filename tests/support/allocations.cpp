@@ -3,11 +3,20 @@
 #include <cstdlib>
 #include <new>
 
-std::size_t test_support::allocations = 0;
+namespace {
+thread_local std::size_t made = 0;
+}
 
+std::size_t test_support::allocations() {
+    return made;
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    ++made;
+    return std::malloc(size ? size : 1);
+}
 void* operator new(std::size_t size) {
-    ++test_support::allocations;
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
+    if (void* memory = operator new(size, std::nothrow)) return memory;
     throw std::bad_alloc();
 }
 void operator delete(void* memory) noexcept {

@@ -6,7 +6,7 @@
 
 namespace test_support {
 
-// How often operator new was called since the program began.
-extern std::size_t allocations;
+// How often the calling thread has called operator new.
+std::size_t allocations();
 
 } // namespace test_support

@@ -10,9 +10,9 @@ namespace {
 
 using std::to_string;
 
-std::string describe_channel_message(const std::uint8_t* bytes) {
+std::string describe_channel_message(const std::uint8_t* bytes, std::size_t length) {
     const std::string channel = " channel " + to_string(bytes[0] & 0x0F);
-    const int data1 = bytes[1], data2 = bytes[2];
+    const int data1 = bytes[1], data2 = length > 2 ? bytes[2] : 0;
     switch (bytes[0] & 0xF0) {
     case 0x80:
         return "note off" + channel + " note " + to_string(data1) + " velocity " + to_string(data2);
@@ -67,7 +67,7 @@ std::string describe(const std::uint8_t* bytes, std::size_t length) {
         return std::string("system exclusive ") + piece + to_string(length) + " bytes";
     }
     if (length < midi::message_length(bytes[0])) return "incomplete";
-    return bytes[0] < 0xF0 ? describe_channel_message(bytes) : describe_system_message(bytes);
+    return bytes[0] < 0xF0 ? describe_channel_message(bytes, length) : describe_system_message(bytes);
 }
 
 std::string line(std::uint32_t milliseconds, const std::uint8_t* bytes, std::size_t length) {

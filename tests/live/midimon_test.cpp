@@ -1,0 +1,127 @@
+// midimon as a user runs it, fed through a real JACK server.
+
+#include "midi/midi_out.h"
+#include "midi/senders.h"
+#include "midi/system.h"
+#include "support/jack_server.h"
+#include "support/pattern.h"
+#include "support/process.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+using test_support::jack_server;
+using test_support::matches;
+using test_support::process;
+
+const std::string midimon = QUENVAREL_BIN "/midimon";
+
+TEST(midimon, lists_input_devices_and_is_quiet_without_sound_services) {
+    const test_support::no_jack_server quiet_machine;
+    const test_support::process_result listed = test_support::run({midimon});
+    EXPECT_EQ(listed.exit_code, 0);
+    EXPECT_EQ(listed.out.find("\ninput devices:\n"), 0u);
+    EXPECT_EQ(listed.err, "");
+
+    const struct {
+        std::vector<std::string> arguments;
+        const char* err;
+    } failures[] = {
+        {{midimon, "no such device"}, "^no such device: device name not found\\.\n$"},
+        {{midimon, "-"}, "^-1>= [0-9]+: devid over\\.\n$"},
+        {{midimon, "99999999999"}, "^2147483647>= [0-9]+: devid over\\.\n$"},
+        {{midimon, "1", "2"}, "^usage: .*midimon \\[device\\]\n$"},
+    };
+    for (const auto& c : failures) {
+        const test_support::process_result result = test_support::run(c.arguments);
+        EXPECT_EQ(result.exit_code, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_TRUE(matches(result.err, c.err)) << result.err;
+    }
+}
+
+TEST(midimon, prints_what_another_program_plays) {
+    const jack_server jack;
+    ASSERT_TRUE(jack.runs());
+    process player({"jack_midiseq", "seq", "4800", "0", "60", "2400"});
+    ASSERT_TRUE(jack_server::until_port("seq:out"));
+    process monitor({midimon, "seq"});
+    EXPECT_TRUE(monitor.wait_for_out("select read device: 0: seq:out\n"));
+    EXPECT_TRUE(monitor.wait_for_out(" 90 3c 40 note on channel 0 note 60 velocity 64\n"));
+    EXPECT_TRUE(monitor.wait_for_out(" 80 3c 40 note off channel 0 note 60 velocity 64\n"));
+    EXPECT_TRUE(monitor.wait_for_out(" 90 3c 40 note on channel 0 note 60 velocity 64\n"));
+    monitor.send_signal(SIGINT);
+    EXPECT_EQ(monitor.wait(), 0);
+    EXPECT_EQ(monitor.err(), "");
+    EXPECT_TRUE(matches(monitor.out(), "\n[0-9]+\\.[0-9]{3} 90 3c 40 ")) << monitor.out();
+    EXPECT_EQ(test_support::run({"jack_lsp"}).out, "seq:out\n") << "its port is gone";
+    player.send_signal(SIGINT);
+    player.wait();
+}
+
+TEST(midimon, prints_every_kind_of_message_that_our_port_sends) {
+    const jack_server jack;
+    ASSERT_TRUE(jack.runs());
+    process monitor({midimon, "Virtual port"});
+    ASSERT_TRUE(jack_server::until_port("quenvarel:in"));
+    midi::midi_out_t port(midi::system_outputs());
+    testing::internal::CaptureStdout();
+    ASSERT_TRUE(port.open("quenvarel:in"));
+    testing::internal::GetCapturedStdout();
+    const std::vector<std::uint8_t> data(298, 0x11);
+    midi::noteon(port, 1, 60, 127);
+    midi::pgmchg(port, 15, 3);
+    midi::sysex(port, data.data(), data.size());
+    midi::sysex(port, data.data(), 3);
+    midi::allnotesoff(port, 1);
+    EXPECT_TRUE(monitor.wait_for_out("controller 123 value 0\n"));
+
+    std::string piece;
+    for (int i = 0; i < 127; ++i)
+        piece += " 11";
+    const std::string time = "^[0-9]+\\.[0-9]{3}";
+    const std::string expected[] = {
+        "^select read device: [0-9]+: Virtual port",
+        time + " 91 3c 7f note on channel 1 note 60 velocity 127",
+        time + " cf 03 program change channel 15 program 3",
+        time + " f0" + piece + " system exclusive begins 128 bytes",
+        time + " 11" + piece + " system exclusive continues 128 bytes",
+        time + piece.substr(0, 43 * 3) + " f7 system exclusive ends 44 bytes",
+        time + " f0 11 11 11 f7 system exclusive 5 bytes",
+        time + " b1 7b 00 control change channel 1 controller 123 value 0",
+    };
+    std::istringstream lines(monitor.out());
+    for (const std::string& wanted : expected) {
+        std::string line;
+        std::getline(lines, line);
+        EXPECT_TRUE(matches(line, wanted + "$")) << line;
+    }
+
+    // At once, and more than fits into any buffer between the two.
+    for (int i = 0; i < 2000; ++i)
+        ASSERT_TRUE(midi::noteon(port, i / 128, i & 127, 1));
+    EXPECT_TRUE(port.close());
+    EXPECT_TRUE(monitor.wait_for_out(" note on channel 15 note 79 velocity 1\n"));
+    const std::string all = monitor.out();
+    EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 8 + 2000);
+    monitor.send_signal(SIGINT);
+    EXPECT_EQ(monitor.wait(), 0);
+    EXPECT_EQ(monitor.err(), "");
+}
+
+TEST(midimon, ends_when_told_after_its_server_has_gone) {
+    jack_server jack;
+    ASSERT_TRUE(jack.runs());
+    process monitor({midimon, "Virtual port"});
+    ASSERT_TRUE(jack_server::until_port("quenvarel:in"));
+    jack.stop();
+    EXPECT_FALSE(monitor.wait(std::chrono::milliseconds(300)).has_value()) << "it stays";
+    monitor.send_signal(SIGINT);
+    EXPECT_EQ(monitor.wait(), 0);
+    EXPECT_EQ(monitor.err(), "");
+}
+
+} // namespace

@@ -1,0 +1,77 @@
+#include "midi/message.h"
+#include "support/recording_service.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using bytes = std::vector<std::uint8_t>;
+using test_support::hex;
+
+TEST(message, packed_messages_are_complete_or_refused) {
+    const struct {
+        std::uint32_t packed;
+        std::string expected; // empty: refused
+    } cases[] = {
+        {0x007F3C91, "91 3c 7f"},
+        {0x000005C1, "c1 05"},
+        {0x000040D1, "d1 40"},
+        {0x007F7FEF, "ef 7f 7f"},
+        {0x000000F8, "f8"},
+        {0x000000FF, "ff"},
+        {0x000000F6, "f6"},
+        {0x000001F3, "f3 01"},
+        {0x000201F2, "f2 01 02"},
+        {0x0000F7F0, "f0 f7"},
+        {0xF70201F0, "f0 01 02 f7"},
+        {0x00F701F0, "f0 01 f7"},
+        {0x0000803C, ""},
+        {0x007F8091, ""},
+        {0x00803C91, ""},
+        {0x000080C1, ""},
+        {0x030201F0, ""},
+        {0xF78001F0, ""},
+        {0x000000F4, ""},
+        {0x000000F7, ""},
+        {0x00000000, ""},
+    };
+    for (const auto& c : cases) {
+        const midi::short_bytes_t unpacked = midi::unpack(c.packed);
+        EXPECT_EQ(hex(unpacked.bytes, unpacked.length), c.expected) << std::hex << c.packed;
+        if (!c.expected.empty()) {
+            EXPECT_EQ(midi::pack(unpacked.bytes, unpacked.length), c.packed);
+        }
+    }
+}
+
+TEST(message, strings_of_bytes_are_taken_apart) {
+    const struct {
+        bytes sent;
+        std::vector<std::string> expected;
+    } cases[] = {
+        {{}, {}},
+        {{0xF0, 1, 2, 3, 0xF7}, {"f0 01 02 03 f7"}},
+        {{0x91, 60, 127, 0xC1, 5}, {"91 3c 7f", "c1 05"}},
+        {{0x91, 60, 127, 62, 127, 64}, {"91 3c 7f", "91 3e 7f"}}, // running status, and a rest
+        {{0x91, 0xF8, 60, 127}, {"f8", "91 3c 7f"}},              // a clock in between
+        {{1, 2, 3}, {}},
+        {{0xF0, 1, 2}, {}},
+        {{0xF0, 1, 0x91, 60, 127}, {"91 3c 7f"}}, // broken off by a note
+        {{0xF0, 1, 0xF0, 2, 0xF7}, {"f0 02 f7"}}, // and by another of its kind
+        {{0xF0, 1, 0xF7, 2, 3}, {"f0 01 f7"}},    // which ends running status
+        {{0xF2, 1, 2, 3, 4}, {"f2 01 02"}},       // there is none for these
+        {{0x91, 60, 0xF4, 1, 2}, {}},
+        {{0xF7, 0xF6, 0xF7}, {"f6"}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> taken;
+        // A block of its own, so that a byte read beyond the end is noticed.
+        const bytes sent(c.sent);
+        midi::each_message(sent.data(), sent.size(), [&](const std::uint8_t* message, std::size_t length) {
+            taken.push_back(hex(message, length));
+        });
+        EXPECT_EQ(taken, c.expected) << hex(c.sent.data(), c.sent.size());
+    }
+}
+
+} // namespace

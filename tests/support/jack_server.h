@@ -1,0 +1,85 @@
+#pragma once
+// A JACK server without hardware, for one test. Linux only.
+
+#include "support/process.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace test_support {
+
+// While it lives, JACK clients of this process and of those that it starts use this server and no other.
+class jack_server {
+public:
+    explicit jack_server(int playback_ports = 0) {
+        static int made = 0;
+        name_ = "quenvarel-test-" + std::to_string(getpid()) + "-" + std::to_string(made++);
+        setenv("JACK_DEFAULT_SERVER", name_.c_str(), 1);
+        setenv("JACK_NO_START_SERVER", "1", 1);
+        setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
+        server_ = std::make_unique<process>(
+            std::vector<std::string>{"jackd", "-R", "-n", name_, "-d", "dummy", "-r", "48000", "-p", "512",
+                                     "-C", "0", "-P", std::to_string(playback_ports)});
+        runs_ = until([] { return run({"jack_lsp"}).exit_code == 0; });
+        if (!runs_) ADD_FAILURE() << "jackd does not start: " << server_->out() << server_->err();
+    }
+    ~jack_server() {
+        stop();
+        // Clients that outlived the server have left these behind.
+        std::error_code ignored;
+        for (const auto& file : std::filesystem::directory_iterator("/dev/shm", ignored))
+            if (file.path().filename().string().find(name_ + "_") != std::string::npos)
+                std::filesystem::remove(file, ignored);
+    }
+    jack_server(const jack_server&) = delete;
+    jack_server& operator=(const jack_server&) = delete;
+
+    bool runs() const { return runs_; }
+    void stop() {
+        server_->send_signal(SIGTERM);
+        server_->wait();
+        runs_ = false;
+    }
+
+    // Waits until the condition holds; false after ten seconds.
+    template <class Condition>
+    static bool until(Condition condition) {
+        for (int i = 0; i < 200; ++i) {
+            if (condition()) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
+    }
+    static bool until_port(const std::string& name) {
+        const std::string line = name + "\n";
+        return until([&] {
+            const std::string ports = run({"jack_lsp"}).out;
+            const std::size_t at = ports.find(line);
+            return at == 0 || (at != std::string::npos && ports[at - 1] == '\n');
+        });
+    }
+
+private:
+    std::string name_;
+    std::unique_ptr<process> server_;
+    bool runs_ = false;
+};
+
+// No JACK server at all while it lives, whatever the machine runs.
+class no_jack_server {
+public:
+    no_jack_server() {
+        setenv("JACK_DEFAULT_SERVER", ("quenvarel-none-" + std::to_string(getpid())).c_str(), 1);
+        setenv("JACK_NO_START_SERVER", "1", 1);
+    }
+};
+
+} // namespace test_support
