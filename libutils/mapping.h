@@ -41,6 +41,10 @@ void destroy(object& made);
 void* map(const object& from, const file& over, access mode, std::uint64_t offset, std::uint64_t size);
 void unmap(void* view, std::uint64_t size);
 
+// Says that all of a view of memory will be written soon, so that the system can hand it out in large pieces.
+// A hint, which changes nothing but the time that the first writes take.
+void expect_filling(void* view, std::uint64_t size);
+
 // Gives a writable memory object and its one view another size, keeping the leading contents and adding
 // zeros. Returns the new view; null leaves object and view as they were. Sizes are not 0.
 void* resize_memory(object& made, void* view, std::uint64_t size);

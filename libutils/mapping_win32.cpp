@@ -79,6 +79,8 @@ void unmap(void* view, std::uint64_t) {
     UnmapViewOfFile(static_cast<char*>(view) - lead);
 }
 
+void expect_filling(void*, std::uint64_t) {}
+
 void* resize_memory(object& made, void* view, std::uint64_t size) {
     object larger;
     if (!create({}, protection::read_write, size, larger)) return nullptr;

@@ -6,7 +6,7 @@ packages_for_demo="xvfb xauth xdotool imagemagick libgl1-mesa-dri"
 packages_to_test="$packages_to_run libgtest-dev xvfb xauth xdotool x11-xkb-utils libgl1-mesa-dri jackd2 midicsv imagemagick
   pngcheck libjpeg-turbo-progs admesh"
 packages_for_windows="g++-mingw-w64-x86-64-posix nasm make dpkg-dev wine wine64" # beside those to test
-packages_to_bench="$packages_to_run libbenchmark-dev libglm-dev libxtst-dev xvfb xauth libgl1-mesa-dri"
+packages_to_bench="$packages_to_run libbenchmark-dev libglm-dev libturbojpeg0-dev libxtst-dev xvfb xauth libgl1-mesa-dri"
 packages_to_fuzz="$packages_to_run clang libclang-rt-14-dev"
 
 # install_missing PACKAGE...: installs those that are not there yet, saying which; calls nothing when none is missing.

@@ -1,5 +1,7 @@
 #include "libgr/image/image.h"
 
+#include "libutils/mapping.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -40,7 +42,9 @@ std::uint64_t image_record::stride_of(std::uint32_t width) const {
 bool image_record::allocate_rows(std::uint32_t width, std::uint64_t rows) {
     std::uint64_t bytes = 0;
     if (__builtin_mul_overflow(stride_of(width), rows, &bytes)) return false;
-    return pixels.allocate(bytes, nullptr, 1, 0, false);
+    if (!pixels.allocate(bytes, nullptr, 1, 0, false)) return false;
+    libutils::mapping::expect_filling(pixels.data(), bytes);
+    return true;
 }
 
 const unsigned char* image1d::pixel(std::uint32_t x) const {
