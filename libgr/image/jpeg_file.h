@@ -4,6 +4,10 @@
 // Read: baseline, progressive and arithmetic-coded files of 8-bit samples with one grey channel or three
 // channels of colour, as luminance and RGB (or, on request, as they are stored: YCbCr). Other colour spaces
 // are refused. Written: luminance, RGB and YCbCr of 8-bit samples.
+//
+// Nobody can decode a file of several scans, or turn any file, without all of its coefficients at hand: for
+// so long that takes two bytes a sample (turning: four) beside the picture. How many there can be is bounded
+// by the file's size.
 
 #include "libgr/image/image.h"
 

@@ -149,7 +149,8 @@ void read_picture(coder& reader, image2d& image, std::uint64_t file_bytes) {
     png_read_update_info(png, reader.info);
 
     const std::uint64_t row_bytes = png_get_rowbytes(png, reader.info);
-    if (row_bytes / most_inflation * image.height > file_bytes) png_error(png, "file is truncated");
+    if (row_bytes == 0 || image.height > file_bytes * most_inflation / row_bytes)
+        png_error(png, "file is truncated");
     if (row_bytes > image.stride() || !image.allocate()) png_error(png, "out of memory");
     for (int pass = 0; pass < passes; ++pass)
         for (std::uint32_t y = image.height; y > 0; --y)
