@@ -50,8 +50,8 @@ result_t recorder::put(const std::uint8_t* bytes, std::size_t length) {
     else
         next.long_bytes = std::make_unique<std::vector<std::uint8_t>>(bytes, bytes + length);
     ++waiting_;
-    lock.unlock();
-    arrived_.notify_one();
+    // Nobody is woken: that would cost the player more than the rest of this, and the thread looks every few
+    // milliseconds anyway.
     return no_error;
 }
 

@@ -1,0 +1,60 @@
+// From each way of ending the player, with notes sounding, to the end of its process.
+
+#include "live/player_under_test.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+using test_support::player_under_test;
+using test_support::virtual_display;
+
+constexpr int runs = 10;
+constexpr double most = 200; // milliseconds
+
+struct way {
+    const char* name;
+    void (*end)(player_under_test&);
+    bool in_the_loop = true;
+};
+
+const way ways[] = {
+    {"Escape", [](player_under_test& player) { player.drive_on("key Escape"); }},
+    {"window closed", [](player_under_test& player) { player.display().request_close(player.window()); }},
+    {"interrupt", [](player_under_test& player) { player.program().send_signal(SIGINT); }},
+    {"interrupt before the loop", [](player_under_test& player) { player.program().send_signal(SIGINT); },
+     false},
+    {"terminate", [](player_under_test& player) { player.program().send_signal(SIGTERM); }},
+};
+
+} // namespace
+
+int main() {
+    virtual_display display;
+    std::printf("%-28s %9s %9s\n", "way to end", "median ms", "most ms");
+    for (const way& w : ways) {
+        std::vector<double> times;
+        for (int run = 0; run < runs; ++run) {
+            player_under_test player(display, {});
+            if (w.in_the_loop) {
+                if (!player.open_window()) return 1;
+                player.drive("keydown z keydown c");
+            } else if (!player.program().wait_for_out("select write device")) {
+                return 1;
+            }
+            const auto begin = clock::now();
+            w.end(player);
+            if (player.program().wait() != 0) return 1;
+            times.push_back(std::chrono::duration<double, std::milli>(clock::now() - begin).count());
+            display.drive("keyup z keyup c");
+        }
+        std::sort(times.begin(), times.end());
+        std::printf("%-28s %9.1f %9.1f at most %.0f: %s\n", w.name, times[times.size() / 2], times.back(),
+                    most, times.back() <= most ? "held" : "MISSED");
+    }
+}

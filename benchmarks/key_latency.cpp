@@ -1,0 +1,147 @@
+// From a key press to the arrival of its trace line, beside a minimal GLUT program's in the same run. Presses
+// are injected into the X server. Both programs stand on one display and take turns.
+
+#include "live/virtual_display.h"
+#include "support/process.h"
+#include "support/temporary_directory.h"
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <iterator>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+using std::chrono::microseconds;
+using test_support::virtual_display;
+
+constexpr int rounds = 20, presses_a_round = 50; // 1000 presses of each program
+constexpr double most = 1.15;
+
+struct player {
+    const char* name;
+    const char* title;
+    std::vector<std::string> command;
+    virtual_display::window window = 0;
+    std::vector<double> milliseconds = {};
+};
+
+// The value below which the given part of the sorted times lies.
+double quantile(std::vector<double>& times, double part) {
+    std::sort(times.begin(), times.end());
+    return times[std::min(times.size() - 1,
+                          static_cast<std::size_t>(part * static_cast<double>(times.size())))];
+}
+
+class keyboard {
+public:
+    explicit keyboard(const virtual_display& display) : connection_(XOpenDisplay(display.name().c_str())) {
+        const KeySym symbols[] = {XK_z, XK_x, XK_c, XK_v};
+        std::transform(std::begin(symbols), std::end(symbols), keys_,
+                       [this](KeySym symbol) { return XKeysymToKeycode(connection_, symbol); });
+    }
+    ~keyboard() { XCloseDisplay(connection_); }
+    keyboard(const keyboard&) = delete;
+    keyboard& operator=(const keyboard&) = delete;
+
+    // The keys take turns: GLUT takes a key that is down again before its release was handled for a repeating
+    // one.
+    void press(int turn, bool down) {
+        XTestFakeKeyEvent(connection_, keys_[static_cast<std::size_t>(turn) % std::size(keys_)], down,
+                          CurrentTime);
+        XFlush(connection_);
+    }
+    // Has the window drawn again.
+    void uncover(virtual_display::window window) {
+        XClearArea(connection_, window, 0, 0, 0, 0, True);
+        XFlush(connection_);
+    }
+
+private:
+    Display* connection_;
+    KeyCode keys_[4];
+};
+
+// One table: quiet, or with the window asked to draw itself again every few milliseconds, at any moment of
+// the press.
+bool measure(const char* condition, bool redrawing, virtual_display& display, player (&players)[2],
+             test_support::process* const (&programs)[2]) {
+    keyboard keys(display);
+    std::mt19937 random(1);
+    std::uniform_int_distribution<int> pause(2000, 9000), phase(0, 8000);
+    for (player& p : players)
+        p.milliseconds.clear();
+    for (int round = 0; round < rounds; ++round)
+        for (int which : {round % 2, 1 - round % 2}) {
+            player& p = players[which];
+            display.focus(p.window);
+            std::this_thread::sleep_for(microseconds(20000));
+            for (int i = 0; i < presses_a_round; ++i) {
+                if (redrawing) {
+                    keys.uncover(p.window);
+                    std::this_thread::sleep_for(microseconds(phase(random)));
+                }
+                const auto begin = clock::now();
+                keys.press(i, true);
+                if (!programs[which]->wait_for_err("\n", std::chrono::seconds(5))) {
+                    std::printf("%s does not answer\n", p.name);
+                    return false;
+                }
+                p.milliseconds.push_back(
+                    std::chrono::duration<double, std::milli>(clock::now() - begin).count());
+                std::this_thread::sleep_for(microseconds(pause(random)));
+                keys.press(i, false);
+                std::this_thread::sleep_for(microseconds(pause(random)));
+            }
+        }
+    std::printf("\n%-34s %9s %9s %9s %9s\n", condition, "p50 ms", "p90 ms", "p99 ms", "most ms");
+    for (player& p : players)
+        std::printf("%-34s %9.3f %9.3f %9.3f %9.3f\n", p.name, quantile(p.milliseconds, 0.5),
+                    quantile(p.milliseconds, 0.9), quantile(p.milliseconds, 0.99),
+                    quantile(p.milliseconds, 1));
+    const double ratio = quantile(players[0].milliseconds, 0.5) / quantile(players[1].milliseconds, 0.5);
+    std::printf("%-34s %9.3f at most %.2f: %s\n", "ratio of the medians", ratio, most,
+                ratio <= most ? "held" : "MISSED");
+    return true;
+}
+
+} // namespace
+
+int main() {
+    const test_support::temporary_directory directory;
+    virtual_display display;
+    const test_support::process_options options = {{{"DISPLAY", display.name()}}, directory.path()};
+    player players[] = {
+        {"quenvarel to a MIDI file",
+         "Quenvarel(TM) for MIDI Version 2.2.0",
+         {QUENVAREL_BIN "/quenvarel", "MIDI file"}},
+        {"minimal GLUT program (floor)", "key latency floor", {QUENVAREL_BENCH_BIN "/key_latency_floor"}},
+    };
+    test_support::process ours(players[0].command, options), floor(players[1].command, options);
+    test_support::process* const programs[] = {&ours, &floor};
+    for (int which : {0, 1}) {
+        players[which].window = display.find_window(players[which].title);
+        display.focus(players[which].window);
+        display.drive("key h"); // has each handle what its start has left in the queues
+        if (!players[which].window || !programs[which]->wait_for_err("0x68, 'h'")) {
+            std::printf("%s does not answer: %s\n", players[which].name, programs[which]->err().c_str());
+            return 1;
+        }
+        programs[which]->wait_for_err("\n");
+    }
+    std::printf("From an injected key press to its line on standard error, %d presses each.\n",
+                rounds * presses_a_round);
+    return measure("window at rest", false, display, players, programs) &&
+                   measure("window redrawing", true, display, players, programs)
+               ? 0
+               : 1;
+}
