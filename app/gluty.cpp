@@ -143,9 +143,12 @@ void gluty_registry::deliver(Event event) {
 
 void gluty_registry::tick(int) {
     for (const auto& [window, system] : registry->systems_) {
-        if (!system || !system->focus_lost()) continue;
-        glutSetWindow(window);
-        deliver([](glutyAPI4& handler) { handler.focuslost(); });
+        if (!system) continue;
+        if (system->focus_lost()) {
+            glutSetWindow(window);
+            deliver([](glutyAPI4& handler) { handler.focuslost(); });
+        }
+        if (system->window_gone()) registry->leavemainloop();
     }
     if (registry->leaving_) glutLeaveMainLoop();
     glutTimerFunc(tick_interval, tick, 0);

@@ -21,6 +21,9 @@ public:
     // provided that it is called once in a round of the event loop.
     virtual bool focus_lost() = 0;
 
+    // Whether somebody else has destroyed the window.
+    virtual bool window_gone() { return false; }
+
     // Whether repetitions of a key that is held can be told from presses; is_repetition then does it.
     virtual bool knows_repetitions() const { return false; }
     // Has to see every press (and is_released every release) of a key, in order: a character, or 256 plus

@@ -28,6 +28,18 @@ void do_not_wait_for_display(Display* display, GLXDrawable drawable) {
         extension_function<PFNGLXSWAPINTERVALMESAPROC>("glXSwapIntervalMESA")(0);
 }
 
+// The window that may vanish under GLUT, and whether it has.
+XID watched_window = None;
+bool watched_window_gone = false;
+XErrorHandler other_errors = nullptr;
+
+// Requests about a window that is gone would end the process with a report.
+int on_error(Display* display, XErrorEvent* error) {
+    if (error->resourceid != watched_window) return other_errors(display, error);
+    watched_window_gone = true;
+    return 0;
+}
+
 // GLUT's connection never asks for focus events, and what it does not ask for cannot be had from it; so this
 // one is a second connection, looked at now and then.
 class x11_window final : public window_system {
@@ -35,13 +47,17 @@ public:
     x11_window(Display* connection, Window window, bool knows_repetitions)
         : connection_(connection),
           knows_repetitions_(knows_repetitions) {
-        XSelectInput(connection_, window, FocusChangeMask);
+        watched_window = window;
+        other_errors = XSetErrorHandler(on_error);
+        XSelectInput(connection_, window, FocusChangeMask | StructureNotifyMask);
         XFlush(connection_);
         read_layout();
     }
     ~x11_window() override { XCloseDisplay(connection_); }
     x11_window(const x11_window&) = delete;
     x11_window& operator=(const x11_window&) = delete;
+
+    bool window_gone() override { return watched_window_gone; }
 
     bool focus_lost() override {
         // The loss is told one round late: the keys before it come through another connection.
@@ -50,11 +66,17 @@ public:
         while (XPending(connection_) > 0) {
             XEvent event;
             XNextEvent(connection_, &event);
-            if (event.type == FocusOut)
+            switch (event.type) {
+            case FocusOut:
                 lost_ = lost_ || takes_keys_away(event.xfocus);
-            else if (event.type == MappingNotify) {
+                break;
+            case DestroyNotify:
+                watched_window_gone = true;
+                break;
+            case MappingNotify:
                 XRefreshKeyboardMapping(&event.xmapping);
                 if (event.xmapping.request != MappingPointer) read_layout();
+                break;
             }
         }
         if (told_now) held_.forget();

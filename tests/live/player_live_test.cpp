@@ -197,6 +197,9 @@ TEST_P(live_end, is_normal_and_silences_what_sounds) {
 const ending endings[] = {
     {"escape", [](player_under_test& player) { player.drive_on("key Escape"); }},
     {"window_closed", [](player_under_test& player) { player.display().request_close(player.window()); }},
+    {"window_destroyed_by_others",
+     [](player_under_test& player) { player.drive_on("windowclose " + std::to_string(player.window())); },
+     false},
     {"interrupt", [](player_under_test& player) { player.program().send_signal(SIGINT); }},
     {"two_interrupts",
      [](player_under_test& player) {
