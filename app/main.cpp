@@ -5,6 +5,7 @@
 #include "app/options.h"
 #include "app/quenvarel.h"
 #include "libutils/error_report.h"
+#include "libutils/out_of_memory.h"
 #include "midi/midi_out.h"
 #include "midi/port_choice.h"
 #include "midi/system.h"
@@ -82,6 +83,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     std::atexit(end);
+    libutils::end_when_out_of_memory();
 
     quenvarel::options_t options;
     switch (quenvarel::read_options(argc, argv, options)) {

@@ -1,9 +1,13 @@
 #include "libutils/error_report.h"
+#include "libutils/out_of_memory.h"
 #include "libutils/system_error.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <new>
 
 namespace {
 
@@ -49,6 +53,19 @@ TEST(error_exit, takes_the_last_error_of_the_system) {
             libutils::error_exit("fopen()");
         },
         [](int status) { return !testing::ExitedWithCode(0)(status); }, "fopen.. failed with error .+: .+");
+}
+
+TEST(out_of_memory, is_one_line_and_a_normal_exit) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's operator new has its own end";
+#endif
+    const auto fail = [] {
+        std::atexit([] { std::fputs("at-exit functions run\n", stderr); });
+        libutils::end_when_out_of_memory();
+        volatile std::size_t too_much = SIZE_MAX / 4;
+        ::operator delete(::operator new(too_much));
+    };
+    EXPECT_EXIT(fail(), testing::ExitedWithCode(1), "^out of memory\\.\r?\nat-exit functions run\r?\n$");
 }
 
 } // namespace

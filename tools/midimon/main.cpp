@@ -1,5 +1,6 @@
 // midimon [device]: lists the MIDI input devices, or prints what one of them receives until Ctrl-C.
 
+#include "libutils/out_of_memory.h"
 #include "midi/message.h"
 #include "midi/midi_in.h"
 #include "midi/port_choice.h"
@@ -43,6 +44,7 @@ void print(midimon::event_queue& queue) {
 } // namespace
 
 int main(int argc, char** argv) {
+    libutils::end_when_out_of_memory();
     if (argc > 2) {
         std::cerr << "usage: " << argv[0] << " [device]" << std::endl;
         return 1;

@@ -1,6 +1,7 @@
 // The model tool: one program, one subcommand per job.
 
 #include "libutils/error_report.h"
+#include "libutils/out_of_memory.h"
 #include "subcommand.h"
 
 #include <algorithm>
@@ -59,6 +60,7 @@ int run(arguments words) {
 } // namespace
 
 int main(int argc, char** argv) {
+    libutils::end_when_out_of_memory();
     const int code = run(arguments(argv, std::size_t(argc)).subspan(argc > 0 ? 1 : 0));
     // Results that nobody received are no success.
     if (std::cout.flush()) return code;

@@ -1,0 +1,12 @@
+#pragma once
+// The end of a program that gets no memory.
+
+namespace libutils {
+
+// From now on an allocation through operator new that cannot be had ends the process as a normal exit with
+// status 1, so that at-exit functions still run, after the line "out of memory." on standard error. What
+// fails while those run throws as usual. Large arrays are not concerned: they are mapped, and whoever wants
+// them is told that there is no room. For main().
+void end_when_out_of_memory() noexcept;
+
+} // namespace libutils

@@ -1,0 +1,153 @@
+// Loading and saving when the memory ends, at each allocation in turn: a message or std::bad_alloc, nothing
+// half done taken for whole, nothing lost, and the next time it works.
+
+#include "libgr/image/autoformat.h"
+#include "pmt3d/format/dispatch.h"
+#include "support/allocations.h"
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <iostream>
+#include <new>
+#include <sys/mman.h>
+
+using test_support::read_file;
+
+extern "C" void* __real_mmap(void* at, std::size_t size, int rights, int flags, int file, off_t offset);
+extern "C" void* __wrap_mmap(void* at, std::size_t size, int rights, int flags, int file, off_t offset) {
+    if (!test_support::next_allocation_fails()) return __real_mmap(at, size, rights, flags, file, offset);
+    errno = ENOMEM;
+    return MAP_FAILED;
+}
+
+namespace {
+
+// Counts lines without allocating.
+class line_counter : public std::streambuf {
+public:
+    int lines = 0;
+
+protected:
+    int_type overflow(int_type c) override {
+        lines += c == '\n';
+        return traits_type::not_eof(c);
+    }
+};
+
+enum class outcome { done, refused, thrown };
+
+struct attempt {
+    outcome how;
+    int lines;   // said
+    bool failed; // an allocation did
+};
+
+// One try, with the allocation of that number failing.
+attempt attempt_without(std::size_t allocation, const std::function<bool(std::ostream&)>& work) {
+    line_counter counter;
+    std::ostream error(&counter);
+    std::streambuf* const before = std::cerr.rdbuf(&counter);
+    outcome how = outcome::thrown;
+    test_support::allocations_before_failure = allocation;
+    try {
+        how = work(error) ? outcome::done : outcome::refused;
+    } catch (const std::bad_alloc&) {
+    }
+    const bool failed = test_support::allocations_before_failure == test_support::no_failure;
+    test_support::allocations_before_failure = test_support::no_failure;
+    std::cerr.rdbuf(before);
+    return {how, counter.lines, failed};
+}
+
+// Until it gets through without a failure. The number of allocations that have failed.
+std::size_t fail_each(const std::function<bool(std::ostream&)>& work,
+                      const std::function<void(const attempt&)>& check) {
+    for (std::size_t n = 0;; ++n) {
+        SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
+        const attempt tried = attempt_without(n, work);
+        check(tried);
+        if (tried.how == outcome::refused) {
+            EXPECT_GT(tried.lines, 0) << "refused without a word";
+        }
+        if (!tried.failed) {
+            EXPECT_EQ(tried.how, outcome::done);
+        }
+        if (!tried.failed || testing::Test::HasFailure()) return n;
+    }
+}
+
+std::string seed(const std::string& name) {
+    return read_file(std::string(QUENVAREL_TEST_DATA "/../../fuzz/seeds/") + name);
+}
+
+class allocation_failures : public testing::Test {
+protected:
+    void SetUp() override {
+        const std::string picture = seed("tga/bits24.tga");
+        for (const char* name : {"t", "t_posx", "t_negx", "t_posy", "t_negy", "t_posz", "t_negz"})
+            directory_.write(name + std::string(".tga"), picture);
+    }
+    test_support::temporary_directory directory_;
+};
+
+TEST_F(allocation_failures, loading_models) {
+    for (const char* file :
+         {"model/textured.pmt", "model/nurbs.pmt", "model/environment.pmt", "stl/binary", "stl/text"}) {
+        SCOPED_TRACE(file);
+        const bool text = std::string(file).starts_with("model");
+        const std::string name = directory_.write(text ? "m.pmt" : "m.stl", seed(file));
+        const std::size_t failed = fail_each(
+            [&](std::ostream& error) {
+                pmt3d::model_t model;
+                return pmt3d::load(model, name, {error});
+            },
+            [](const attempt&) {});
+        std::printf("%s: %zu allocations failed\n", file, failed);
+        EXPECT_GT(failed, 5u);
+    }
+}
+
+TEST_F(allocation_failures, loading_pictures) {
+    for (const char* file :
+         {"bmp/bits8.bmp", "tga/mapped.tga", "png/palette.png", "png/interlaced.png", "jpeg/exif.jpg"}) {
+        SCOPED_TRACE(file);
+        const std::string name = directory_.write(std::string("p") + std::strrchr(file, '.'), seed(file));
+        libgr::image2d image;
+        const std::size_t failed = fail_each(
+            [&](std::ostream&) {
+                image = {};
+                return libgr::autoloadformat(image, name);
+            },
+            [&](const attempt& tried) {
+                EXPECT_EQ(tried.how == outcome::done, image.holds_pixels() && image.width > 0);
+            });
+        std::printf("%s: %zu allocations failed\n", file, failed);
+        EXPECT_GT(failed, 2u);
+    }
+}
+
+TEST_F(allocation_failures, saving_leaves_the_old_file_or_the_whole_new_one) {
+    const std::string name = directory_.write("m.pmt", seed("model/all_crlf.pmt"));
+    pmt3d::model_t model;
+    ASSERT_TRUE(pmt3d::load(model, name, {std::cerr}));
+    for (const char* copy : {"copy.pmt", "copy.stl"}) {
+        const std::string target = directory_.file(copy);
+        ASSERT_TRUE(pmt3d::save(model, target));
+        const std::string whole = read_file(target);
+        directory_.write(copy, "old");
+        fail_each([&](std::ostream&) { return pmt3d::save(model, target); },
+                  [&](const attempt& tried) {
+                      EXPECT_EQ(read_file(target), tried.how == outcome::done ? whole : "old");
+                      directory_.write(copy, "old");
+                  });
+        for (const auto& entry : std::filesystem::directory_iterator(directory_.path()))
+            EXPECT_EQ(entry.path().string().find(".saving"), std::string::npos) << "left behind";
+    }
+}
+
+} // namespace
