@@ -1,0 +1,223 @@
+// Long evenings: the instrument with its picture under random events, redraws and model loads. What is in use
+// must not grow once everything has been used, and what sounds must end.
+//
+// QUENVAREL_SOAK=50 in the environment makes it so many times longer: a million events.
+
+#include "app/quenvarel.h"
+#include "midi/midi_out.h"
+#include "pmt3d/format/dispatch.h"
+#include "support/gl_context.h"
+
+#include <GL/glew.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <malloc.h>
+#include <random>
+#include <unistd.h>
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool measures_memory = false; // the sanitizer keeps what is freed
+#else
+constexpr bool measures_memory = true;
+#endif
+
+int times() {
+    const char* text = std::getenv("QUENVAREL_SOAK");
+    return text ? std::max(std::atoi(text), 1) : 1;
+}
+
+// Forgets what is written to it.
+class silence : public std::streambuf {
+    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
+    std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
+};
+
+// An output that knows what sounds, and allocates nothing for it.
+class listening_service : public midi::output_service_t {
+public:
+    std::array<std::array<bool, 128>, 16> sounding{}; // a note-on whose note-off has not come
+    std::uint64_t notes_on = 0, notes_off = 0, all_off = 0;
+
+    std::uint32_t device_count() override { return 1; }
+    midi::result_t device_name(std::uint32_t, std::string& name) override {
+        name = "Listener";
+        return midi::no_error;
+    }
+    midi::result_t open(std::uint32_t, std::unique_ptr<midi::output_device_t>& opened) override {
+        struct device_t : midi::output_device_t {
+            explicit device_t(listening_service& s) : service(s) {}
+            midi::result_t short_message(std::uint32_t message) override {
+                const unsigned status = message & 0xF0, channel = message & 0x0F;
+                const unsigned first = message >> 8 & 0x7F, second = message >> 16 & 0x7F;
+                if (status == 0x90 && second > 0) {
+                    service.sounding[channel][first] = true;
+                    ++service.notes_on;
+                } else if (status == 0x90) {
+                    service.sounding[channel][first] = false;
+                    ++service.notes_off;
+                } else if (status == 0xB0 && first == 123) {
+                    service.sounding[channel] = {};
+                    ++service.all_off;
+                }
+                return midi::no_error;
+            }
+            midi::result_t long_message(const std::uint8_t*, std::size_t) override { return midi::no_error; }
+            midi::result_t close() override { return midi::no_error; }
+            listening_service& service;
+        };
+        opened = std::make_unique<device_t>(*this);
+        return midi::no_error;
+    }
+};
+
+struct usage {
+    std::size_t heap;     // bytes in use
+    std::size_t resident; // bytes of memory
+    int gl_objects;
+
+    static usage now() {
+        usage u{mallinfo2().uordblks + mallinfo2().hblkhd, 0, 0};
+        std::size_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages >> u.resident;
+        u.resident *= std::size_t(sysconf(_SC_PAGESIZE));
+        for (GLuint name = 1; name < 4000; ++name)
+            u.gl_objects += glIsBuffer(name) + glIsTexture(name) + glIsVertexArray(name) + glIsProgram(name) +
+                            glIsShader(name) + glIsFramebuffer(name) + glIsRenderbuffer(name) +
+                            glIsQuery(name);
+        return u;
+    }
+};
+
+// Runs the work in ten stretches and compares what is in use after the first two, when all has been used
+// once, with the end. slack: by how many bytes the heap may differ, as what the GL needs differs with the
+// view.
+template <class Work>
+void expect_flat(const char* name, int count, std::size_t slack, Work work) {
+    usage warm{};
+    for (int stretch = 0; stretch < 10; ++stretch) {
+        for (int i = 0; i < std::max(count / 10, 1); ++i)
+            work();
+        const usage now = usage::now();
+        std::printf("%s %d: heap %zu KiB, resident %zu KiB, %d GL objects\n", name,
+                    (stretch + 1) * std::max(count / 10, 1), now.heap >> 10, now.resident >> 10,
+                    now.gl_objects);
+        if (stretch == 1) warm = now;
+        if (stretch < 9) continue;
+        EXPECT_EQ(now.gl_objects, warm.gl_objects);
+        if (measures_memory) {
+            EXPECT_LE(now.heap, warm.heap + slack);
+            EXPECT_LE(now.resident, warm.resident + (4 << 20));
+        }
+    }
+}
+
+class soak : public test_support::gl_test {
+protected:
+    void SetUp() override {
+        gl_test::SetUp();
+        if (HasFatalFailure()) return;
+        before_err_ = std::cerr.rdbuf(&nothing_);
+        before_out_ = std::cout.rdbuf(&nothing_);
+        port_.open(0u);
+        quenvarel::midi_port = &port_;
+        player_.emplace(QUENVAREL_BIN "/quenvarel", 1, 0, 36, 127, false);
+        player_->init();
+        player_->reshape(800, 200);
+        player_->display();
+    }
+    void TearDown() override {
+        if (player_) player_->closing();
+        player_.reset();
+        quenvarel::midi_port = nullptr;
+        std::cerr.rdbuf(before_err_);
+        std::cout.rdbuf(before_out_);
+        gl_test::TearDown();
+    }
+
+    int below(int end) { return std::uniform_int_distribution(0, end - 1)(random_); }
+
+    // Keys mostly, as in playing; what has gone down mostly comes up.
+    void any_event() {
+        constexpr int specials[] = {1, 2, 3, 4, 5, 104, 105, 106, 107, 108, 112, 113, 116, 117};
+        const int x = below(900) - 50, y = below(240) - 20;
+        const auto key = [&] {
+            int c = below(8) ? 'a' + below(26) : below(256);
+            return static_cast<unsigned char>(c == 27 ? ' ' : c); // Escape ends it all
+        };
+        switch (below(16)) {
+        default:
+            return player_->keyboard(key(), x, y);
+        case 5:
+        case 6:
+        case 7:
+        case 8:
+        case 9:
+        case 10:
+            return player_->keyboardup(key(), x, y);
+        case 11:
+            return player_->special(specials[below(std::size(specials))], x, y);
+        case 12:
+            return player_->specialup(specials[below(std::size(specials))], x, y);
+        case 13:
+            return player_->mouse(below(3), below(2), x, y);
+        case 14:
+            return below(4) ? player_->motion(x, y) : player_->mousewheel(below(2), below(2) * 2 - 1, x, y);
+        case 15:
+            if (below(50) == 0) return player_->focuslost();
+            if (below(200) == 0) return player_->reshape(600 + below(3) * 100, 200);
+            if (below(10) == 0) return player_->display();
+        }
+    }
+
+    silence nothing_;
+    std::streambuf *before_err_ = nullptr, *before_out_ = nullptr;
+    listening_service service_;
+    midi::midi_out_t port_{service_};
+    std::optional<quenvarel::Quenvarel> player_;
+    std::mt19937 random_{20240229};
+};
+
+TEST_F(soak, random_events) {
+    expect_flat("events", 20000 * times(), 4 << 20, [this] { any_event(); });
+    EXPECT_GT(service_.notes_on, 1000u);
+    player_->closing();
+    player_.reset();
+    for (int channel = 0; channel < 16; ++channel)
+        for (int note = 0; note < 128; ++note)
+            EXPECT_FALSE(service_.sounding[channel][note]) << channel << ", " << note << " still sounds";
+    std::printf("%llu note-ons, %llu note-offs, %llu all notes off\n", (unsigned long long)service_.notes_on,
+                (unsigned long long)service_.notes_off, (unsigned long long)service_.all_off);
+}
+
+TEST_F(soak, redraws) {
+    int key = 0;
+    expect_flat("redraws", 500 * times(), 64 << 10, [&] {
+        const auto letter = static_cast<unsigned char>("zxcvbnm"[key++ % 7]);
+        player_->keyboard(letter, 0, 0);
+        player_->display();
+        player_->keyboardup(letter, 0, 0);
+        player_->display();
+    });
+}
+
+TEST_F(soak, model_loads) {
+    const std::string seeds = QUENVAREL_TEST_DATA "/../../fuzz/seeds/";
+    const std::string names[] = {QUENVAREL_BIN "/quenvarel.pmt/60.pmt", seeds + "model/nurbs.pmt"};
+    int next = 0;
+    expect_flat("loads", 100 * times(), 64 << 10, [&] {
+        pmt3d::model_t model;
+        EXPECT_TRUE(pmt3d::load(model, names[next++ % 2], {std::cerr}));
+        for (pmt3d::model_item_t& item : model.items)
+            EXPECT_GT(item.polygon.draw_surface_points(), 0u);
+        glFinish(); // what a frame's end does
+    });
+}
+
+} // namespace
