@@ -34,11 +34,26 @@ std::vector<std::string> midi_ports(jack_client_t* client, jack_direction direct
     return to_strings(jack_get_ports(client, nullptr, JACK_DEFAULT_MIDI_TYPE, flag));
 }
 
+// False when the condition does not come true in time.
+template <class Condition>
+bool wait_until(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
 bool contains(const std::vector<std::string>& strings, const std::string& string) {
     return std::find(strings.begin(), strings.end(), string) != strings.end();
 }
 
 } // namespace
+
+bool jack_server_runs() {
+    return jack_midi_ports(jack_direction::to_port).has_value();
+}
 
 std::optional<std::vector<std::string>> jack_midi_ports(jack_direction direction) {
     jack_client_t* client = open_client("quenvarel-list");
@@ -72,7 +87,7 @@ void jack_watch::shut_down(void* watch) {
     static_cast<jack_watch*>(watch)->gone_ = true;
 }
 
-bool jack_watch::find_port(const std::string& name, const std::string& peer) {
+bool jack_watch::see_port(const std::string& name, const std::string& peer) {
     for (const std::string& source : midi_ports(client_, jack_direction::from_port)) {
         if (!source.ends_with(":" + name) || contains(ports_before_, source)) continue;
         port_ = source;
@@ -81,6 +96,10 @@ bool jack_watch::find_port(const std::string& name, const std::string& peer) {
                (peer.empty() || contains(to_strings(jack_port_get_all_connections(client_, port)), peer));
     }
     return false;
+}
+
+bool jack_watch::find_port(const std::string& name, const std::string& peer) {
+    return wait_until([&] { return see_port(name, peer); });
 }
 
 bool jack_watch::admit(std::size_t bytes) {
@@ -110,12 +129,9 @@ bool jack_watch::admit(std::size_t bytes) {
 }
 
 bool jack_watch::wait_for_cycles() {
-    const auto end = std::chrono::steady_clock::now() + patience;
     const std::uint32_t before = cycles_.load(std::memory_order_relaxed);
-    while (cycles_.load(std::memory_order_relaxed) - before < 2) {
-        if (gone_ || std::chrono::steady_clock::now() >= end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    const auto two_later = [&] { return cycles_.load(std::memory_order_relaxed) - before >= 2; };
+    if (!wait_until([&] { return gone_ || two_later(); }) || gone_) return false;
     cycles_before_ = cycles_.load(std::memory_order_relaxed);
     return true;
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Watches the JACK server beside a client that cannot tell by itself whether the server still takes its
-// messages.
+// What is asked of JACK directly: whether its server runs, which ports there are, and whether it still takes
+// the messages of a client that cannot tell by itself.
 
 #include <atomic>
 #include <cstddef>
@@ -14,8 +14,10 @@ struct _jack_client; // JACK's own name for its client type
 
 namespace midi {
 
-// The MIDI ports that can be sent to, or that can be received from; nothing when no server runs. Never starts
-// one.
+// True when a server runs. Never starts one.
+bool jack_server_runs();
+
+// The MIDI ports that can be sent to, or that can be received from; nothing when no server runs.
 enum class jack_direction { to_port, from_port };
 std::optional<std::vector<std::string>> jack_midi_ports(jack_direction direction);
 
@@ -32,6 +34,7 @@ public:
     bool gone() const { return gone_; }
     // Finds the sender's port, which has appeared under this name since the watch was started and must keep
     // existing; false when it is not there, or not connected to the port called peer (unless that is empty).
+    // Waits a little for both: another client sees them later than the one that made them.
     bool find_port(const std::string& name, const std::string& peer);
     // Asks whether so many bytes may be given to a sender that blocks for ever once 16 KB wait for a server
     // that has stopped. Waits for the server's next cycles when half of that may be waiting; false when they
@@ -43,6 +46,7 @@ private:
     static int cycle(std::uint32_t frames, void* watch);
     static void shut_down(void* watch);
     bool wait_for_cycles();
+    bool see_port(const std::string& name, const std::string& peer);
 
     _jack_client* client_ = nullptr;
     std::vector<std::string> ports_before_; // the MIDI sources when the watch was started

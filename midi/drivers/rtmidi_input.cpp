@@ -21,7 +21,7 @@ class rtmidi_input : public input_device_t {
 public:
     static result_t open(const rtmidi_port& port, input_sink_t& sink,
                          std::unique_ptr<input_device_t>& opened) {
-        if (port.api == rtmidi_api::jack && !jack_midi_ports(jack_direction::from_port)) return rtmidi_failed;
+        if (port.api == rtmidi_api::jack && !jack_server_runs()) return rtmidi_failed;
         std::unique_ptr<rtmidi_input> input(new rtmidi_input(sink));
         input->client_ = rtmidi_client<RtMidiIn>::make(port.api);
         if (!input->client_) return rtmidi_failed;

@@ -56,7 +56,7 @@ public:
         fluid_settings_setstr(synth_->settings(), "audio.jack.id", "quenvarel");
         for (const audio_driver& driver : audio_drivers) {
             // FluidSynth would start a server.
-            if (std::strcmp(driver.name, "jack") == 0 && !jack_midi_ports(jack_direction::to_port)) continue;
+            if (std::strcmp(driver.name, "jack") == 0 && !jack_server_runs()) continue;
             fluid_settings_setstr(synth_->settings(), "audio.driver", driver.name);
             fluid_settings_setint(synth_->settings(), "audio.period-size", driver.period);
             fluid_settings_setint(synth_->settings(), "audio.periods", driver.periods);

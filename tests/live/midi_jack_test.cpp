@@ -132,6 +132,22 @@ TEST(midi_jack, a_server_that_vanishes_takes_nobody_with_it) {
     }
 }
 
+TEST(midi_jack, a_server_that_stands_still_does_not_stop_the_player) {
+    jack_server jack;
+    ASSERT_TRUE(jack.runs());
+    midi::midi_out_t port(midi::system_outputs());
+    ASSERT_TRUE(open_quietly(port, "Virtual port"));
+    jack.freeze();
+    // Far more than any buffer holds.
+    int taken = 0;
+    for (int i = 0; i < 20000; ++i)
+        taken += midi::noteon(port, 0, i & 127, 100);
+    EXPECT_LT(taken, 20000);
+    jack.thaw();
+    EXPECT_TRUE(jack_server::until([&] { return midi::noteon(port, 0, 60, 0); })) << "and it goes on";
+    EXPECT_TRUE(port.close());
+}
+
 TEST(midi_jack, the_synthesizer_is_heard) {
     const test_support::temporary_directory directory;
     const jack_server jack(2);

@@ -4,6 +4,7 @@
 #include "support/process.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -43,6 +44,9 @@ public:
     jack_server& operator=(const jack_server&) = delete;
 
     bool runs() const { return runs_; }
+    // Stops its cycles, and lets them go on.
+    void freeze() { server_->send_signal(SIGSTOP); }
+    void thaw() { server_->send_signal(SIGCONT); }
     void stop() {
         server_->send_signal(SIGTERM);
         server_->wait();
