@@ -133,7 +133,7 @@ TEST(autoformat, damaged_bytes_do_no_harm) {
         const std::string whole = folder.file(std::string("whole") + kind.extension);
         ASSERT_TRUE(autosaveformat(pictures::noise(5, 3, kind.descriptor), whole));
         std::string bytes = test_support::read_file(whole);
-        for (std::size_t at = 0; at < std::min<std::size_t>(bytes.size(), 400); ++at) {
+        for (std::size_t at = 0; at < std::min<std::size_t>(bytes.size(), 200); ++at) {
             const char original = bytes[at];
             for (const int value : {0x00, 0x80, 0xFF}) {
                 bytes[at] = char(value);
@@ -149,7 +149,12 @@ TEST(autoformat, damaged_bytes_do_no_harm) {
             bytes[at] = original;
         }
     }
-    EXPECT_LT(peak_memory() - before, 100 * 1024);
+#ifdef __SANITIZE_ADDRESS__
+    constexpr long most = 512 * 1024; // it keeps what was freed for a while
+#else
+    constexpr long most = 64 * 1024;
+#endif
+    EXPECT_LT(peak_memory() - before, most);
 }
 
 TEST(convert, forms_of_the_same_picture) {

@@ -134,7 +134,7 @@ TEST(png, what_cannot_be_opened_or_is_none_is_refused) {
         {folder.file("none.png"), ": file open error, No such file or directory"},
         {folder.write("empty.png", ""), ": not a png file."},
         {folder.write("text.png", "some text"), ": not a png file."},
-        {folder.write("nul.png", header(0, 1, 8, 0)), ": png read error, Invalid IHDR data."},
+        {folder.write("zero.png", header(0, 1, 8, 0)), ": png read error, Invalid IHDR data."},
         {folder.write("deep.png", header(1, 1, 255, 255)), ": png read error, Invalid IHDR data."},
         // A few bytes cannot hold so many pixels.
         {folder.write("bomb.png",
