@@ -29,7 +29,9 @@ void code_again(const image2d& image, jpeg_file file) {
     demand(file.markers.size() >= std::min<std::size_t>(markers, 1), "markers are kept");
 }
 
-// Four quarter turns, which are none: the coefficients are the same, and so is what they decode to.
+// Four quarter turns, which are none: the coefficients are the same, and so is what they decode to. Only
+// where the file had coefficients that no picture of 8 bits has, as arithmetic coding allows, a turned file
+// may not hold them: that is seen when it is decoded.
 void turn_around(const image2d& image, jpeg_file file) {
     const auto before = file.bytes;
     std::uint32_t width = image.width, height = image.height;
@@ -44,8 +46,9 @@ void turn_around(const image2d& image, jpeg_file file) {
         std::swap(width, height);
         image2d made;
         bool damaged = false;
-        demand(decode(made, file, damaged) && !damaged, "a turned file can be decoded");
+        demand(decode(made, file, damaged), "a turned file can be decoded");
         demand(made.width == width && made.height == height, "a turn swaps width and height");
+        if (damaged) return;
         if (turns == 3) demand(fuzz::same_picture(made, image), "four turns are none");
     }
 }

@@ -1,0 +1,88 @@
+// Loaded into a program in front of its libraries: of the allocations that the program's own code makes, the
+// one with the number QUENVAREL_ALLOCATION_TO_FAIL fails. At the end of the program the file named by
+// QUENVAREL_ALLOCATIONS, if there is one, gets their number.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <link.h>
+#include <new>
+
+namespace {
+
+std::size_t made = 0;
+
+struct range {
+    std::uintptr_t begin = UINTPTR_MAX, end = 0;
+};
+
+// Where the program's own code and data lie: the first object that the loader tells of.
+range find_program() {
+    range program;
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, std::size_t, void* found) {
+            auto& all = *static_cast<range*>(found);
+            for (int i = 0; i < info->dlpi_phnum; ++i) {
+                if (info->dlpi_phdr[i].p_type != PT_LOAD) continue;
+                const std::uintptr_t begin = info->dlpi_addr + info->dlpi_phdr[i].p_vaddr;
+                all.begin = std::min(all.begin, begin);
+                all.end = std::max(all.end, begin + info->dlpi_phdr[i].p_memsz);
+            }
+            return 1;
+        },
+        &program);
+    return program;
+}
+
+bool belongs_to_program(void* caller) {
+    static const range program = find_program();
+    const auto at = reinterpret_cast<std::uintptr_t>(caller);
+    return at >= program.begin && at < program.end;
+}
+
+bool fails(void* caller) {
+    static const char* const wanted = std::getenv("QUENVAREL_ALLOCATION_TO_FAIL");
+    static const std::size_t number = wanted ? std::strtoull(wanted, nullptr, 10) : std::size_t(-1);
+    return belongs_to_program(caller) && made++ == number;
+}
+
+void* allocate(std::size_t size, bool failing) {
+    for (;;) {
+        if (void* memory = failing ? nullptr : std::malloc(size ? size : 1)) return memory;
+        const std::new_handler handler = std::get_new_handler();
+        if (!handler) throw std::bad_alloc();
+        handler();
+    }
+}
+
+struct at_end {
+    ~at_end() {
+        const char* const name = std::getenv("QUENVAREL_ALLOCATIONS");
+        std::FILE* const file = name ? std::fopen(name, "w") : nullptr;
+        if (!file) return;
+        std::fprintf(file, "%zu\n", made);
+        std::fclose(file);
+    }
+} write_number;
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    return allocate(size, fails(__builtin_return_address(0)));
+}
+void* operator new[](std::size_t size) {
+    return allocate(size, fails(__builtin_return_address(0)));
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}

@@ -1,0 +1,107 @@
+// Faults around the finished programs: the memory ends while the player starts, and a save is killed.
+// QUENVAREL_SOAK=10 in the environment makes ten times as many starts.
+
+#include "player_under_test.h"
+#include "support/process.h"
+#include "support/temporary_directory.h"
+#include "virtual_display.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+using namespace test_support;
+using std::chrono::milliseconds;
+
+namespace {
+
+// The player with one of its allocations failing, until it has greeted the module or ended.
+struct start {
+    temporary_directory directory;
+    process program;
+
+    start(const virtual_display& display, const std::string& allocation)
+        : program({QUENVAREL_BIN "/quenvarel", "MIDI file"},
+                  {{{"DISPLAY", display.name()},
+                    {"LD_PRELOAD", QUENVAREL_FAILING_NEW},
+                    {"QUENVAREL_ALLOCATIONS", directory.file("number")},
+                    {"QUENVAREL_ALLOCATION_TO_FAIL", allocation}},
+                   directory.path()}) {}
+
+    bool has_greeted() const {
+        return read_file(directory.path() / "quenvarel.mid").find("Quenvarel-MIDI Ver 2") !=
+               std::string::npos;
+    }
+    // The exit code; a player that has greeted is told to end.
+    int end() {
+        for (int tries = 0; tries < 1200; ++tries) {
+            if (const auto code = program.wait(milliseconds(50))) return *code;
+            if (has_greeted()) break;
+        }
+        program.send_signal(SIGTERM);
+        return program.wait().value_or(-1);
+    }
+};
+
+TEST(faults, memory_that_ends_while_the_player_starts_is_one_line_and_an_orderly_end) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer has the allocations";
+#endif
+    virtual_display display;
+    start whole(display, "4294967295");
+    ASSERT_EQ(whole.end(), 0) << whole.program.err();
+    ASSERT_TRUE(whole.has_greeted());
+    const double count = std::atof(read_file(whole.directory.path() / "number").c_str());
+    ASSERT_GT(count, 100);
+    // Spread over the start, denser at its begin.
+    const char* const longer = std::getenv("QUENVAREL_SOAK");
+    const int tries = 8 * (longer ? std::max(std::atoi(longer), 1) : 1);
+    for (int i = 0; i < tries; ++i) {
+        const double share = double(i) / tries;
+        const std::string number = std::to_string(std::size_t(share * share * count));
+        start failing(display, number);
+        EXPECT_EQ(failing.end(), 1) << number;
+        const std::string err = failing.program.err();
+        EXPECT_TRUE(err.ends_with("out of memory.\n")) << number << ": " << err;
+        EXPECT_EQ(err.find("terminate"), std::string::npos) << err;
+    }
+}
+
+// A model large enough for the save to be killed in its midst.
+TEST(faults, a_save_that_is_killed_leaves_the_old_file) {
+    const temporary_directory directory;
+    std::string surface = "begin nurbs_surface,2,2,2,2\nresolution 900,900\n";
+    for (const char* row : {"0,0,0\nposition 1,0,0", "0,1,0\nposition 1,1,1"})
+        surface +=
+            std::string("knot1 0\nknot1 0\nknot1 1\nknot1 1\nweight 1\nweight 1\nposition ") + row + "\n";
+    for (int column = 0; column < 2; ++column)
+        surface += "knot2 0\nknot2 0\nknot2 1\nknot2 1\n";
+    const std::string model = directory.write("m.pmt", surface + "end\n");
+    const std::string copy = directory.write("copy.stl", "old");
+    int killed = 0;
+    for (int delay = 0; delay < 400 && killed < 3; ++delay) {
+        process tool({QUENVAREL_BIN "/pmt3d", "convert", model, copy});
+        // As soon as the new file has begun to grow.
+        std::error_code none;
+        while (!std::filesystem::exists(copy + ".saving0", none) && !tool.wait(milliseconds(1))) {
+        }
+        std::this_thread::sleep_for(milliseconds(delay % 5));
+        tool.send_signal(SIGKILL);
+        const int code = tool.wait().value_or(-1);
+        const bool was_killed = code == 128 + SIGKILL;
+        if (was_killed && std::filesystem::exists(copy + ".saving0")) {
+            ++killed;
+            EXPECT_EQ(read_file(copy), "old");
+        }
+        std::filesystem::remove(copy + ".saving0");
+        directory.write("copy.stl", "old");
+    }
+    EXPECT_EQ(killed, 3) << "no save could be killed in its midst";
+}
+
+} // namespace
