@@ -29,29 +29,18 @@ std::int32_t signed32(std::int32_t stored) {
     return std::int32_t(order.to_host32(std::uint32_t(stored)));
 }
 
-// Of a bitmap of so many bits, with colours or without. False when there is none such.
-bool describe(std::uint16_t bit_count, bool has_colors, pixel_descriptor& descriptor) {
-    const std::uint32_t narrow = has_colors ? pixel_format::color_index : pixel_format::luminance;
-    switch (bit_count) {
-    case 1:
-        descriptor = {narrow, sample_type::unsigned_integer, bits_class::bits_1};
-        return true;
-    case 4:
-        descriptor = {narrow, sample_type::unsigned_integer, bits_class::bits_4};
-        return true;
-    case 8:
-        descriptor = {narrow, sample_type::unsigned_integer, bits_class::bits_8};
-        return true;
-    case 24:
-        descriptor = {pixel_format::bgr, sample_type::unsigned_integer, bits_class::bits_8};
-        return true;
-    case 32:
-        descriptor = {pixel_format::bgra, sample_type::unsigned_integer, bits_class::bits_8};
-        return true;
-    default:
-        return false;
-    }
-}
+struct depth {
+    std::uint16_t bit_count;
+    std::uint32_t with_colors, without_colors; // pixel formats
+    std::uint32_t bits;
+};
+constexpr depth depths[] = {
+    {1, pixel_format::color_index, pixel_format::luminance, bits_class::bits_1},
+    {4, pixel_format::color_index, pixel_format::luminance, bits_class::bits_4},
+    {8, pixel_format::color_index, pixel_format::luminance, bits_class::bits_8},
+    {24, pixel_format::bgr, pixel_format::bgr, bits_class::bits_8},
+    {32, pixel_format::bgra, pixel_format::bgra, bits_class::bits_8},
+};
 
 } // namespace
 
@@ -96,8 +85,12 @@ bool load_bmp(image2d& image, const std::string& name) {
     image2d made;
     made.width = std::uint32_t(width);
     made.height = std::uint32_t(height);
-    if (!describe(order.to_host16(info.biBitCount), !file.palette.empty(), made.descriptor))
-        return report_failure(name, ": bmp bit count not supported.");
+    const auto* found = std::find_if(std::begin(depths), std::end(depths), [&](const depth& d) {
+        return d.bit_count == order.to_host16(info.biBitCount);
+    });
+    if (found == std::end(depths)) return report_failure(name, ": bmp bit count not supported.");
+    made.descriptor = {file.palette.empty() ? found->without_colors : found->with_colors,
+                       sample_type::unsigned_integer, found->bits};
     std::uint64_t bytes = 0;
     if (__builtin_mul_overflow(made.stride(), std::uint64_t(made.height), &bytes) ||
         bytes > file.pixels.size())
@@ -119,15 +112,14 @@ bool load_bmp(image2d& image, const std::string& name) {
 
 bool save_bmp(const image2d& image, const std::string& name) {
     const auto [format, type, bits] = image.descriptor;
-    std::uint16_t bit_count = 0;
-    if (format == pixel_format::luminance && bits == bits_class::bits_1) bit_count = 1;
-    if (format == pixel_format::luminance && bits == bits_class::bits_4) bit_count = 4;
-    if (format == pixel_format::luminance && bits == bits_class::bits_8) bit_count = 8;
-    if (format == pixel_format::bgr && bits == bits_class::bits_8) bit_count = 24;
-    if (bit_count == 0 || type == sample_type::floating || !rows_can_be_written(image))
+    const auto* found =
+        std::find_if(std::begin(depths), std::end(depths),
+                     [f = format, b = bits](const depth& d) { return d.without_colors == f && d.bits == b; });
+    if (found == std::end(depths) || format == pixel_format::bgra || type == sample_type::floating ||
+        !rows_can_be_written(image))
         return report_failure("convert(to bmp): not supported format.");
     constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max();
-    const std::uint64_t row_bytes = (std::uint64_t(image.width) * bit_count + 31) / 32 * 4;
+    const std::uint64_t row_bytes = (std::uint64_t(image.width) * found->bit_count + 31) / 32 * 4;
     // One factor has 32 bits and the other, at most 24 bits a pixel, fewer than 34.
     const std::uint64_t pixel_bytes_count = row_bytes * image.height;
     if (image.width > most || image.height > most ||
@@ -143,7 +135,7 @@ bool save_bmp(const image2d& image, const std::string& name) {
     info.biWidth = signed32(std::int32_t(image.width));
     info.biHeight = signed32(std::int32_t(image.height));
     info.biPlanes = order.to_host16(1);
-    info.biBitCount = order.to_host16(bit_count);
+    info.biBitCount = order.to_host16(found->bit_count);
     info.biSizeImage = order.to_host32(std::uint32_t(pixel_bytes_count));
     // Dots per inch, where the field's name says metre; other programs expect the same small number.
     info.biXPelsPerMeter = info.biYPelsPerMeter = signed32(72);

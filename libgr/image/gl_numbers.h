@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+// NOLINTBEGIN(readability-identifier-naming): as GL has them
 namespace libgr::gl {
 enum : std::uint32_t {
     none = 0,
@@ -97,3 +98,4 @@ enum : std::uint32_t {
     COMPRESSED_RGBA = 0x84EE,
 };
 } // namespace libgr::gl
+// NOLINTEND(readability-identifier-naming)

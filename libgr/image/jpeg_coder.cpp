@@ -43,7 +43,7 @@ bool begins_with(const jpeg_marker& marker, int code, std::string_view name) {
 } // namespace
 
 bool is_jfif(const jpeg_marker& marker) {
-    return begins_with(marker, JPEG_APP0, {"JFIF", 5});
+    return begins_with(marker, JPEG_APP0, {"JFIF\0", 5});
 }
 
 bool is_adobe(const jpeg_marker& marker) {

@@ -70,24 +70,14 @@ std::string to_bytes(const header& h) {
     return bytes;
 }
 
-bool describe(std::uint8_t depth, pixel_descriptor& descriptor) {
-    switch (depth) {
-    case 8:
-        descriptor = {pixel_format::luminance, sample_type::unsigned_integer, bits_class::bits_8};
-        return true;
-    case 16:
-        descriptor = {pixel_format::bgra, sample_type::unsigned_integer, bits_class::packed_1_5_5_5};
-        return true;
-    case 24:
-        descriptor = {pixel_format::bgr, sample_type::unsigned_integer, bits_class::bits_8};
-        return true;
-    case 32:
-        descriptor = {pixel_format::bgra, sample_type::unsigned_integer, bits_class::bits_8};
-        return true;
-    default:
-        return false;
-    }
-}
+struct pixel_kind {
+    std::uint8_t depth;
+    std::uint32_t format, bits;
+};
+constexpr pixel_kind pixel_kinds[] = {{8, pixel_format::luminance, bits_class::bits_8},
+                                      {16, pixel_format::bgra, bits_class::packed_1_5_5_5},
+                                      {24, pixel_format::bgr, bits_class::bits_8},
+                                      {32, pixel_format::bgra, bits_class::bits_8}};
 
 // Red, green and blue of a colour-map entry.
 std::array<unsigned char, 3> color_of(const unsigned char* entry, std::uint8_t bits) {
@@ -146,7 +136,10 @@ bool load_tga(image2d& image, const std::string& name) {
     image2d made;
     made.width = h.width;
     made.height = h.height;
-    if (!describe(h.depth, made.descriptor)) return report_failure(name, ": tga pixel depth not supported.");
+    const auto* kind = std::find_if(std::begin(pixel_kinds), std::end(pixel_kinds),
+                                    [&](const pixel_kind& k) { return k.depth == h.depth; });
+    if (kind == std::end(pixel_kinds)) return report_failure(name, ": tga pixel depth not supported.");
+    made.descriptor = {kind->format, sample_type::unsigned_integer, kind->bits};
     if (h.width == 0 || h.height == 0) return report_failure(name, ": tga picture has no pixels.");
     const bool has_map = h.map_type != 0;
     const bool uses_map = has_map && h.image_type == color_mapped;
@@ -181,19 +174,21 @@ bool load_tga(image2d& image, const std::string& name) {
 
 bool save_tga(const image2d& image, const std::string& name) {
     const auto [format, type, bits] = image.descriptor;
-    const bool swapped = format == pixel_format::rgb || format == pixel_format::rgba;
-    header h{};
-    h.image_type = true_color;
-    if (bits == bits_class::bits_8) {
-        if (format == pixel_format::luminance) h.depth = 8;
-        if (format == pixel_format::bgr || format == pixel_format::rgb) h.depth = 24;
-        if (format == pixel_format::bgra || format == pixel_format::rgba) h.depth = 32;
-    }
-    if (bits == bits_class::packed_1_5_5_5 && format == pixel_format::bgra) h.depth = 16;
-    if (h.depth == 0 || type == sample_type::floating || !rows_can_be_written(image))
+    const bool swapped =
+        bits == bits_class::bits_8 && (format == pixel_format::rgb || format == pixel_format::rgba);
+    const std::uint32_t stored = !swapped                      ? format
+                                 : format == pixel_format::rgb ? std::uint32_t(pixel_format::bgr)
+                                                               : std::uint32_t(pixel_format::bgra);
+    const auto* kind =
+        std::find_if(std::begin(pixel_kinds), std::end(pixel_kinds),
+                     [&, b = bits](const pixel_kind& k) { return k.format == stored && k.bits == b; });
+    if (kind == std::end(pixel_kinds) || type == sample_type::floating || !rows_can_be_written(image))
         return report_failure("convert(to tga): not supported format.");
     if (image.width > 0xffff || image.height > 0xffff)
         return report_failure("convert(to tga): picture too large.");
+    header h{};
+    h.image_type = true_color;
+    h.depth = kind->depth;
     h.width = std::uint16_t(image.width);
     h.height = std::uint16_t(image.height);
     h.flags = h.depth == 32 ? 8 : h.depth == 16 ? 1 : 0; // bits of alpha
