@@ -136,9 +136,17 @@ TEST_F(midi_files, a_file_that_cannot_be_made_is_one_line) {
 }
 
 TEST_F(midi_files, files_are_whole_when_the_process_is_killed) {
-    for (const char* device : {"MIDI file", "to WAV"}) {
-        test_support::process player({QUENVAREL_BIN "/../tests/play_notes", device, "100", "12"});
+    const struct {
+        const char* device;
+        std::function<bool()> has_written; // what must survive: the last note, a second of sound
+    } cases[] = {
+        {"MIDI file", [] { return read_file("quenvarel.mid").find("\x91\x3C\x64") != std::string::npos; }},
+        {"to WAV", [] { return std::filesystem::file_size("quenvarel.wav") > 44 + 44100 * 4; }},
+    };
+    for (const auto& c : cases) {
+        test_support::process player({QUENVAREL_BIN "/../tests/play_notes", c.device, "100", "12"});
         ASSERT_TRUE(player.wait_for_out("played\n"));
+        ASSERT_TRUE(test_support::jack_server::until(c.has_written)) << c.device;
         player.send_signal(SIGKILL);
         EXPECT_EQ(player.wait(), 128 + SIGKILL);
     }

@@ -161,7 +161,7 @@ TEST(midi_jack, the_synthesizer_is_heard) {
     const std::string connections = test_support::run({"jack_lsp", "-c"}).out;
     EXPECT_NE(connections.find("quenvarel:left\n   system:playback_1"), std::string::npos) << connections;
 
-    process recording({"jack_rec", "-f", directory.file("heard.wav"), "-d", "2", "-b", "16", "quenvarel:left",
+    process recording({"jack_rec", "-f", directory.file("heard.wav"), "-d", "3", "-b", "16", "quenvarel:left",
                        "quenvarel:right"});
     ASSERT_TRUE(jack_server::until([] {
         return test_support::run({"jack_lsp", "-c"}).out.find("jackrec") != std::string::npos;
@@ -170,9 +170,9 @@ TEST(midi_jack, the_synthesizer_is_heard) {
     EXPECT_EQ(recording.wait(), 0);
     EXPECT_TRUE(port.close());
     const test_support::sound heard = test_support::read_wav(directory.file("heard.wav"));
-    ASSERT_GT(heard.seconds(), 1.5);
-    EXPECT_GT(heard.level(0.8, 1.5), 0.001);
-    EXPECT_NEAR(heard.pitch_near(440, 0.8, 1.5), 440, 1.27) << "5 cents";
+    ASSERT_GT(heard.seconds(), 2.3);
+    EXPECT_GT(heard.level(1.2, 2.2), 0.001);
+    EXPECT_NEAR(heard.pitch_near(440, 1.2, 2.2), 440, 1.27) << "5 cents";
 }
 
 } // namespace
