@@ -23,7 +23,9 @@ void report(const std::string& line) {
     std::cerr << line << std::endl;
 }
 
-bool has_picture(const texture_record& record) { return record.image().width != 0 && record.image().holds_pixels(); }
+bool has_picture(const texture_record& record) {
+    return record.image().width != 0 && record.image().holds_pixels();
+}
 
 // The picture of a file, loaded when the table does not have it; null, reported once, when it cannot be
 // loaded.
@@ -110,26 +112,33 @@ void texture_t::open(const std::string& name) {
     if (!table_) table_ = texture_table::shared();
     texture_table& table = *table_;
     const auto unit = [this](texture_unit which) -> record_ref& { return units_[unsigned(which)]; };
+    // Without a picture, which has been reported, the unit stays as it was.
+    const auto wear = [&](texture_unit which, const record_ref& record) {
+        if (!record) return;
+        unit(which) = record;
+        dress(*record, *this);
+    };
+    const auto wear_plain = [&](texture_unit which, const record_ref& record) {
+        if (record) unit(which) = record;
+    };
 
     if (texture.empty()) {
-        unit(texture_unit::color) = one_pixel(table, "default color", rgba_bytes, {255, 255, 255, 255},
-                                              "(color)texobj.img2d.allocate() failed.");
-    } else if (const record_ref record =
-                   load_picture(table, picture_path(name, texture), ": color autoloadformat failed.")) {
-        unit(texture_unit::color) = record;
-        dress(*record, *this);
+        wear_plain(texture_unit::color, one_pixel(table, "default color", rgba_bytes, {255, 255, 255, 255},
+                                                  "(color)texobj.img2d.allocate() failed."));
+    } else {
+        wear(texture_unit::color,
+             load_picture(table, picture_path(name, texture), ": color autoloadformat failed."));
     }
     render::step_check("texture_t::open(5)");
 
     if (bumpmap.empty()) {
-        unit(texture_unit::bump) = one_pixel(table, "default bump", signed_rgb_bytes, {0, 0, 127, 0},
-                                             "(bump)texobj.img2d.allocate() fail.");
+        wear_plain(texture_unit::bump, one_pixel(table, "default bump", signed_rgb_bytes, {0, 0, 127, 0},
+                                                 "(bump)texobj.img2d.allocate() fail."));
     } else {
         const std::string path = picture_path(name, bumpmap);
         if (const record_ref loaded = load_picture(table, path, ": bump autoloadformat failed.")) {
             const record_ref record = derive_bump(table, loaded, table_name(path), bump2mono);
-            unit(texture_unit::bump) = record;
-            dress(*record, *this);
+            wear(texture_unit::bump, record);
             const image2d& image = record->image();
             bump_offset_ = {};
             if (bumpofs) bump_offset_ = {-0.5f / float(image.width), -0.5f / float(image.height)};
@@ -139,12 +148,12 @@ void texture_t::open(const std::string& name) {
 
     if (specular.empty()) {
         // A highlight of half the light, opaque also on a translucent surface.
-        unit(texture_unit::specular) = one_pixel(table, "default specular", rgba_bytes, {128, 128, 128, 255},
-                                                 "(spec)texobj.img2d.allocate() failed.");
-    } else if (const record_ref record =
-                   load_picture(table, picture_path(name, specular), ": autoloadformat failed.")) {
-        unit(texture_unit::specular) = record;
-        dress(*record, *this);
+        wear_plain(texture_unit::specular,
+                   one_pixel(table, "default specular", rgba_bytes, {128, 128, 128, 255},
+                             "(spec)texobj.img2d.allocate() failed."));
+    } else {
+        wear(texture_unit::specular,
+             load_picture(table, picture_path(name, specular), ": autoloadformat failed."));
     }
 }
 

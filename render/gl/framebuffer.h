@@ -35,7 +35,8 @@ public:
 
     // Takes the samples of a rectangle over into the picture.
     void resolve(const pixel_rectangle& area) const;
-    // Copies the picture to the window, or to the framebuffer of that name; draws into the window from here on.
+    // Copies the picture to the window, or to the framebuffer of that name; draws into the window from here
+    // on.
     void present(gl_uint framebuffer = 0) const;
     // The depth of a pixel of what was drawn last, 0 near to 1 far; 1 outside.
     float depth_at(int x, int y) const;

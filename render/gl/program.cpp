@@ -1,6 +1,7 @@
 #include "render/gl/program.h"
 
 #include "libutils/error_report.h"
+#include "render/gl/info_log.h"
 #include "render/gl/shader.h"
 #include "render/gl/step_check.h"
 
@@ -27,14 +28,7 @@ void program_t::detach(const shader_t& shader) {
 bool program_t::link() {
     if (name_ == 0 || !has_context()) return false;
     glLinkProgram(name_);
-    GLint length = 0;
-    glGetProgramiv(name_, GL_INFO_LOG_LENGTH, &length);
-    log_.resize(std::size_t(length));
-    if (length > 0) {
-        GLsizei written = 0;
-        glGetProgramInfoLog(name_, length, &written, log_.data());
-        log_.resize(std::size_t(written));
-    }
+    log_ = info_log(name_, glGetProgramiv, glGetProgramInfoLog);
     GLint status = GL_FALSE;
     glGetProgramiv(name_, GL_LINK_STATUS, &status);
     return status == GL_TRUE;

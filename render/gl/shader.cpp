@@ -1,6 +1,7 @@
 #include "render/gl/shader.h"
 
 #include "libutils/error_report.h"
+#include "render/gl/info_log.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
@@ -20,15 +21,7 @@ bool shader_t::compile(shader_stage stage, int count, const char* const* sources
     glShaderSource(name_, count, sources, lengths);
     glCompileShader(name_);
 
-    GLint length = 0;
-    glGetShaderiv(name_, GL_INFO_LOG_LENGTH, &length);
-    log_.resize(std::size_t(length));
-    if (length > 0) {
-        // The length counts a terminating zero, which is no part of the text.
-        GLsizei written = 0;
-        glGetShaderInfoLog(name_, length, &written, log_.data());
-        log_.resize(std::size_t(written));
-    }
+    log_ = info_log(name_, glGetShaderiv, glGetShaderInfoLog);
     GLint status = GL_FALSE;
     glGetShaderiv(name_, GL_COMPILE_STATUS, &status);
     if (status == GL_TRUE) return true;

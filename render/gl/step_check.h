@@ -9,8 +9,8 @@ namespace render {
 // with the context).
 bool has_context();
 
-// Tells whether the calling thread has a current context of an interface other than the window system's own (GLX, WGL).
-// Set it before load_gl() where one is made through EGL; null asks the window system again.
+// Tells whether the calling thread has a current context of an interface other than the window system's own
+// (GLX, WGL). Set it before load_gl() where one is made through EGL; null asks the window system again.
 using context_probe = bool (*)();
 void set_context_probe(context_probe probe);
 

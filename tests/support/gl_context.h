@@ -1,28 +1,13 @@
 #pragma once
-// A real GL context without a visible window, for the tests of everything that draws.
+// The base of every test that draws.
 
 #include "support/capture.h"
+#include "support/gl_window.h"
 
 #include <gtest/gtest.h>
 #include <string>
 
 namespace test_support {
-
-// Makes the process's one context (a hidden window, as the program makes its visible one) current, making it
-// first where there is none. False, after the reason on standard error, when it cannot be had.
-bool make_context_current();
-
-// No context is current while this lives.
-class without_context {
-public:
-    without_context();
-    ~without_context();
-    without_context(const without_context&) = delete;
-    without_context& operator=(const without_context&) = delete;
-
-private:
-    void* handles_[3] = {};
-};
 
 // A test with the context current. It fails when it leaves a GL error behind, or a line on standard error
 // that it has not taken.
