@@ -7,7 +7,7 @@ namespace quenvarel {
 
 namespace {
 
-void (*leave_)() = nullptr;
+void (*leave_program)() = nullptr;
 std::atomic<bool> requested = false;
 std::atomic<bool> noticed = false;
 
@@ -17,13 +17,13 @@ void on_signal(int number) {
         std::raise(number);
         return;
     }
-    leave_();
+    leave_program();
 }
 
 } // namespace
 
 void install_interrupt_handler(void (*leave)()) {
-    leave_ = leave;
+    leave_program = leave;
     struct sigaction action = {};
     action.sa_handler = on_signal;
     action.sa_flags = SA_RESTART;

@@ -9,7 +9,7 @@ namespace quenvarel {
 
 namespace {
 
-void (*leave_)() = nullptr;
+void (*leave_program)() = nullptr;
 std::atomic<bool> requested = false;
 std::atomic<bool> noticed = false;
 
@@ -17,12 +17,12 @@ std::atomic<bool> noticed = false;
 void on_signal(int number) {
     std::signal(number, on_signal); // delivery has reset it
     if (requested.exchange(true) && !noticed) ExitProcess(STATUS_CONTROL_C_EXIT);
-    leave_();
+    leave_program();
 }
 
 BOOL WINAPI on_console_event(DWORD event) {
     if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) return FALSE;
-    leave_();
+    leave_program();
     // The system ends the process when this returns; the main thread is ending it properly meanwhile.
     Sleep(INFINITE);
     return TRUE;
@@ -31,7 +31,7 @@ BOOL WINAPI on_console_event(DWORD event) {
 } // namespace
 
 void install_interrupt_handler(void (*leave)()) {
-    leave_ = leave;
+    leave_program = leave;
     std::signal(SIGINT, on_signal);
     std::signal(SIGBREAK, on_signal);
     SetConsoleCtrlHandler(on_console_event, TRUE);

@@ -7,6 +7,14 @@
 
 namespace quenvarel {
 
+namespace {
+
+std::size_t sounding_index(int channel, int note) {
+    return static_cast<std::size_t>(channel) * 128 + static_cast<std::size_t>(note);
+}
+
+} // namespace
+
 note_player::note_player(midi::midi_out_t& out, sound_t& sound, keyboard_picture& picture)
     : out_(out),
       sound_(sound),
@@ -20,14 +28,14 @@ void note_player::start(int note) {
     entry.velocity = sound_.velocity;
     entry.channel = sound_.channel;
     // Velocity 0 would end the note.
-    sounding_.set(static_cast<std::size_t>(entry.channel * 128 + note), entry.velocity != 0);
+    sounding_.set(sounding_index(entry.channel, note), entry.velocity != 0);
     midi::noteon(out_, entry.channel, entry.note, entry.velocity);
 }
 
 void note_player::stop(int note) {
     note_entry& entry = notes_[static_cast<std::size_t>(note)];
     entry.channel = sound_.channel;
-    sounding_.reset(static_cast<std::size_t>(entry.channel * 128 + note));
+    sounding_.reset(sounding_index(entry.channel, note));
     midi::noteoff(out_, entry.channel, entry.note);
 }
 
@@ -51,7 +59,7 @@ unsigned char note_player::pressed_as(unsigned char key) const {
 void note_player::key_up(unsigned char key) {
     key = pressed_as(key);
     down_.reset(key);
-    const int offset = key_map[key];
+    const signed char offset = key_map[key];
     if (offset < 0 || keep_) return;
     const int note = note_of(offset);
     stop(note);
@@ -67,7 +75,7 @@ void note_player::hold(unsigned char key) {
 void note_player::release_held() {
     midi::allnotesoff(out_, sound_.channel);
     for (int note = 0; note < 128; ++note)
-        sounding_.reset(static_cast<std::size_t>(sound_.channel * 128 + note));
+        sounding_.reset(sounding_index(sound_.channel, note));
     // Notes begun on another channel, which that message does not reach.
     silence();
     trace().text("alloff");

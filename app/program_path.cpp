@@ -34,12 +34,12 @@ std::string without_extension(const std::string& path) {
 }
 
 std::string model_base_path(const std::string& program_path) {
-    const std::string typed = without_extension(program_path);
+    std::string typed = without_extension(program_path);
     if (has_models(typed)) return typed;
-    const std::string running = without_extension(executable_path());
+    std::string running = without_extension(executable_path());
     if (has_models(running)) return running;
     const std::size_t name_at = file_name_at(running);
-    const std::string shared = running.substr(0, name_at) + "../share/quenvarel/" + running.substr(name_at);
+    std::string shared = running.substr(0, name_at) + "../share/quenvarel/" + running.substr(name_at);
     return has_models(shared) ? shared : typed;
 }
 

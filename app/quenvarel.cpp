@@ -157,23 +157,21 @@ void Quenvarel::focuslost() {
 // ---- Mouse
 
 void Quenvarel::mouse(int button, int state, int x, int y) {
-    if (mode_ == mode_t::camera) {
-        if (button == left_button && state == pressed) picked_depth_ = view_.depth_at(x, bottom_up(y));
+    const bool down = state == pressed;
+    // Whatever mode a drag ends in, neither a note nor the camera stays on the pointer.
+    if (mode_ == mode_t::camera || !down) {
+        if (button == left_button && down) picked_depth_ = view_.depth_at(x, bottom_up(y));
         camera_.button(button, state, x, bottom_up(y));
+    }
+    if (mode_ == mode_t::camera) {
         camera_changed();
         redraw();
     }
     if (button != left_button) return;
-    if (state != pressed) {
-        // Whatever mode the drag has ended in, neither a note nor the camera stays on the pointer.
-        if (mode_ == mode_t::normal)
-            player_.mouse_up(key_under(x, y));
-        else if (player_.mouse_held())
-            player_.mouse_up(std::nullopt);
-        camera_.button(button, state, x, bottom_up(y));
-    } else if (mode_ == mode_t::normal) {
-        player_.mouse_down(key_under(x, y));
-    }
+    if (mode_ == mode_t::normal)
+        down ? player_.mouse_down(key_under(x, y)) : player_.mouse_up(key_under(x, y));
+    else if (!down && player_.mouse_held())
+        player_.mouse_up(std::nullopt);
 }
 
 void Quenvarel::motion(int x, int y) {

@@ -137,7 +137,7 @@ TEST(live_player, keys_that_are_down_are_released_when_the_focus_goes) {
     player.drive("keydown z keydown c keydown 50");
     player.display().focus_elsewhere();
     // Long enough for the loss to be noticed; the releases go to the other window.
-    std::this_thread::sleep_for(milliseconds(200));
+    std::this_thread::sleep_for(milliseconds(500));
     player.drive_on("keyup z keyup c keyup 50");
     player.display().focus(player.window());
     player.drive("key F4 keydown b keyup b");
@@ -150,7 +150,7 @@ TEST(live_player, notes_held_by_space_stay_when_the_focus_goes) {
     ASSERT_TRUE(player.open_window());
     player.drive("keydown space keydown z");
     player.display().focus_elsewhere();
-    std::this_thread::sleep_for(milliseconds(200));
+    std::this_thread::sleep_for(milliseconds(500));
     player.drive_on("keyup z keyup space");
     player.display().focus(player.window());
     player.drive("key space");
