@@ -47,19 +47,19 @@ constexpr auto crease = profile_point::crease, hidden = profile_point::hidden;
 constexpr profile_point white_side[] = {
     {0.045f, 0, 0.000f, 1.00f},
     {0.000f, 0, -0.055f, 0.50f, hidden},
-    {0.000f, 0, -1.000f, 0.50f, hidden},
+    {0.000f, 0, -0.800f, 0.50f, hidden},
 };
 // The top plate stands out over the wood: the lip.
 constexpr profile_point white_front[] = {
     {0.045f, 0.035f, 0.000f, 1.00f},          {0.010f, 0.010f, -0.030f, 1.00f},
-    {0.000f, 0.000f, -0.160f, 0.95f, crease}, {0.000f, 0.070f, -0.185f, 0.25f, crease},
-    {0.000f, 0.070f, -0.360f, 0.95f},         {0.000f, 0.070f, -1.000f, 0.45f},
+    {0.000f, 0.000f, -0.160f, 0.95f, crease}, {0.000f, 0.070f, -0.185f, 0.45f, crease},
+    {0.000f, 0.070f, -0.360f, 0.90f},         {0.000f, 0.070f, -0.800f, 0.50f},
 };
 // The same places where they end the sides.
 constexpr profile_point white_front_side[] = {
     {0.045f, 0.035f, 0.000f, 1.00f},          {0.010f, 0.010f, -0.030f, 0.70f},
     {0.000f, 0.000f, -0.160f, 0.50f, hidden}, {0.000f, 0.070f, -0.185f, 0.50f, hidden},
-    {0.000f, 0.070f, -0.360f, 0.50f, hidden}, {0.000f, 0.070f, -1.000f, 0.50f, hidden},
+    {0.000f, 0.070f, -0.360f, 0.50f, hidden}, {0.000f, 0.070f, -0.800f, 0.50f, hidden},
 };
 constexpr profile_point black_side[] = {
     {0.110f, 0, 0.500f, 1.00f, crease},
@@ -351,15 +351,20 @@ private:
     // Joins two neighbouring profiles, which may have different numbers of points, always going on with the
     // higher of the two points to come.
     void join(const column& a, const column& b) {
+        // The vertex of the profile that stays behind while the other goes down to a lower point: where the
+        // first has come as low itself, it ends the faces above.
+        const auto waiting = [&](const column& c, std::size_t point, std::uint32_t lower) {
+            return at(c.as_end[point]).y > at(lower).y ? c.as_begin[point] : c.as_end[point];
+        };
         const std::size_t last_a = a.as_end.size() - 1, last_b = b.as_end.size() - 1;
         for (std::size_t i = 0, j = 0; i < last_a || j < last_b;) {
             if (j == last_b || (i < last_a && at(a.as_end[i + 1]).y >= at(b.as_end[j + 1]).y)) {
-                triangles_.push_back(
-                    {a.as_begin[i], a.as_end[i + 1], j == last_b ? b.as_end[j] : b.as_begin[j]});
+                const std::uint32_t next = a.as_end[i + 1];
+                triangles_.push_back({a.as_begin[i], next, waiting(b, j, next)});
                 ++i;
             } else {
-                triangles_.push_back(
-                    {i == last_a ? a.as_end[i] : a.as_begin[i], b.as_end[j + 1], b.as_begin[j]});
+                const std::uint32_t next = b.as_end[j + 1];
+                triangles_.push_back({waiting(a, i, next), next, b.as_begin[j]});
                 ++j;
             }
         }

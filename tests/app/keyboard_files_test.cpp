@@ -24,8 +24,13 @@ std::string block(const std::string& z, const std::string& texture = {}) {
     return text + "end\r\n";
 }
 
+// As the keyboard names it on every system.
+std::string key_file(const temporary_directory& directory, int key) {
+    return directory.path().string() + '/' + std::to_string(key) + ".pmt";
+}
+
 std::string error_line(const temporary_directory& directory, int key) {
-    return directory.file(std::to_string(key) + ".pmt") + ": LoadShape() error.\n";
+    return key_file(directory, key) + ": LoadShape() error.\n";
 }
 
 int lines(const std::string& text) {
@@ -54,7 +59,7 @@ TEST(KeyboardFiles, OneFileIsOneKeyAndTheOthersAreReported) {
         for (int key = 0; key < 128; ++key) {
             if (key == 60) continue;
             expected += error_line(directory, key);
-            expected_err += directory.file(std::to_string(key) + ".pmt") + ": file open error.\n";
+            expected_err += key_file(directory, key) + ": file open error.\n";
         }
         EXPECT_EQ(out.text(), expected);
         EXPECT_EQ(err.text(), expected_err);

@@ -53,7 +53,7 @@ protected:
         const models::key_place place = models::place_of(key);
         int left = width, right = 0;
         for (const float x : {place.left, place.right})
-            for (const float y : {-1.0f, 0.5f})
+            for (const float y : {-0.8f, 0.5f})
                 for (const float z : {0.0f, models::white_length}) {
                     const int column = pixel(seen({x, y, z}).x);
                     left = std::min(left, column);

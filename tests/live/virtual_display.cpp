@@ -86,6 +86,11 @@ void virtual_display::send_protocol(window w, const char* name) {
     XSync(connection_, False);
 }
 
+void virtual_display::move(window w, int x, int y) {
+    XMoveWindow(connection_, w, x, y);
+    XSync(connection_, False);
+}
+
 picture virtual_display::screenshot(window w) {
     XWindowAttributes about{};
     if (!XGetWindowAttributes(connection_, w, &about)) return {};

@@ -1,7 +1,7 @@
 #pragma once
 // An X display of one test's own, and what a user and a window manager do to the windows on it.
 
-#include "support/picture.h"
+#include "support/pixels.h"
 #include "support/process.h"
 
 #include <chrono>
@@ -28,7 +28,10 @@ public:
     bool has_window(const std::string& title) {
         return find_window(title, std::chrono::milliseconds(0)) != 0;
     }
-    // What the window shows.
+    // Puts the window's upper left corner there. Without a window manager new ones may lie partly off the
+    // screen.
+    void move(window w, int x, int y);
+    // What the window shows, all of which must be on the screen.
     picture screenshot(window w);
     // Gives the window the keyboard and puts the pointer into it.
     void focus(window w);

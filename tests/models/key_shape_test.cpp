@@ -126,6 +126,14 @@ TEST(KeyShape, IsASolidWithinItsPlace) {
                        &c = mesh.vertices[t[2]].position;
             const render::dir3 across = render::cross(b - a, c - b);
             EXPECT_GT(render::length(across), 1e-5f);
+            // Shaded as it lies, but for the walls of the gaps, which are shaded as if turned away from the
+            // light.
+            for (const auto corner : t) {
+                const render::dir3& normal = mesh.vertices[corner].normal;
+                if (std::abs(normal.y + 0.84f) < 0.04f || across.y < -0.5f * render::length(across))
+                    continue;
+                EXPECT_GT(render::dot(normal, across) / render::length(across), 0.3f);
+            }
             volume += render::dot(across, render::dir3{a.x - place.left, a.y, a.z}) / 6;
             for (int k = 0; k < 3; ++k)
                 ++edges[{id[t[k]], id[t[(k + 1) % 3]]}];

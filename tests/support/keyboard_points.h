@@ -39,19 +39,21 @@ inline render::pos2 tail_of(int key) {
 // The column of the middle of a key's front edge.
 inline int front_column(int key) {
     const models::key_place place = models::place_of(key);
-    return static_cast<int>(seen({(place.left + place.right) / 2, 0, models::white_length}).x);
+    return static_cast<int>(seen({(place.left + place.right) / 2, -0.8f, models::white_length}).x);
 }
 
 inline int brightness(const std::array<int, 4>& pixel) {
     return (pixel[0] + pixel[1] + pixel[2]) / 3;
 }
 
-// The lowest row in a column that shows the lit top of a white key, not what is below its front edge.
+// The lowest row of a column in which something is drawn on the background: a key's front edge.
 template <class Picture>
 int front_edge(const Picture& image, int x) {
-    for (int y = 0; y < image.height; ++y)
-        if (brightness(image.at(x, y)) > 160) return y;
-    return image.height;
+    const auto background = image.at(0, 0);
+    int y = 0;
+    while (y < image.height && image.at(x, y) == background)
+        ++y;
+    return y;
 }
 
 } // namespace test_support

@@ -1,24 +1,12 @@
 #pragma once
 // Pictures drawn by a test: an offscreen target, its pixels, and their comparison with a reference file.
 
-#include <array>
-#include <cstdint>
+#include "support/pixels.h"
+
 #include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
 namespace test_support {
-
-struct picture {
-    int width = 0, height = 0;
-    std::vector<std::uint8_t> rgba; // four bytes a pixel, the top row first
-
-    // x from the left, y from the bottom, as the GL counts.
-    std::array<int, 4> at(int x, int y) const {
-        const std::uint8_t* p = &rgba[std::size_t((height - 1 - y) * width + x) * 4];
-        return {p[0], p[1], p[2], p[3]};
-    }
-};
 
 picture load_png(const std::string& file); // empty when it cannot be read
 bool save_png(const picture& image, const std::string& file);
