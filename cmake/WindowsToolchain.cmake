@@ -16,8 +16,10 @@ if(NOT QUENVAREL_WINDOWS_LIBRARIES)
   endif()
   set(QUENVAREL_WINDOWS_LIBRARIES "${found}" CACHE PATH "Installation prefix of the libraries built for Windows")
 endif()
-if(NOT IS_DIRECTORY "${QUENVAREL_WINDOWS_LIBRARIES}")
-  message(FATAL_ERROR "There is no ${QUENVAREL_WINDOWS_LIBRARIES}: start the build tree afresh (cmake --fresh).")
+set(wanted "$ENV{QUENVAREL_WINDOWS_LIBRARIES}")
+if(NOT IS_DIRECTORY "${QUENVAREL_WINDOWS_LIBRARIES}" OR (wanted AND NOT wanted STREQUAL QUENVAREL_WINDOWS_LIBRARIES))
+  message(FATAL_ERROR "The tree was built with other libraries (${QUENVAREL_WINDOWS_LIBRARIES}): start it afresh, with "
+    "cmake --fresh.")
 endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUENVAREL_WINDOWS_LIBRARIES)
 
