@@ -97,7 +97,7 @@ class windows_package : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_EQ(package().filename(), "quenvarel-2.2.0-windows-x86_64.zip");
-        const fs::path target = directory_.path() / "My Music & more";
+        const fs::path target = directory_.path() / "My Music (x86)";
         fs::create_directory(target);
         const process_result unpacked =
             run({"cmake", "-E", "tar", "xf", package()}, {.environment = {}, .directory = target});
