@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -107,7 +108,9 @@ protected:
     }
     // Starts play.cmd as a double click does.
     process play_cmd(const std::string& display, const std::string& devices) const {
-        return process({variable("QUENVAREL_WINE"), "cmd", "/c", "Z:" + (place_ / "play.cmd").string()},
+        std::string script = "Z:" + (place_ / "play.cmd").string();
+        std::replace(script.begin(), script.end(), '/', '\\');
+        return process({variable("QUENVAREL_WINE"), "cmd", "/c", script},
                        {.environment = {{"DISPLAY", display},
                                         {"WINEDLLOVERRIDES", "winmm=n;mscoree=;mshtml="},
                                         {"QUENVAREL_WINMM_LOG", directory_.file("log")},

@@ -212,6 +212,8 @@ const ending endings[] = {
 INSTANTIATE_TEST_SUITE_P(player, live_end, testing::ValuesIn(endings), name_of<ending>);
 
 TEST(live_player, an_interrupt_at_any_moment_of_the_start_is_a_normal_end) {
+    if (under_test().windows)
+        GTEST_SKIP() << "a signal in the middle of its start kills Wine itself now and then";
     virtual_display display;
     for (int delay = 0; delay <= 300; delay += delay < 60 ? 5 : 40) {
         player_under_test player(display, {"-p", "7"});
