@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -106,16 +105,14 @@ protected:
         place_ = target / package().stem();
         fs::copy(fs::path(variable("QUENVAREL_UNDER_TEST")).parent_path() / "winmm.dll", place_);
     }
-    // Starts play.cmd as a double click does.
+    // Starts play.cmd as a double click does: in its own folder.
     process play_cmd(const std::string& display, const std::string& devices) const {
-        std::string script = "Z:" + (place_ / "play.cmd").string();
-        std::replace(script.begin(), script.end(), '/', '\\');
-        return process({variable("QUENVAREL_WINE"), "cmd", "/c", script},
+        return process({variable("QUENVAREL_WINE"), "cmd", "/c", "play.cmd"},
                        {.environment = {{"DISPLAY", display},
                                         {"WINEDLLOVERRIDES", "winmm=n;mscoree=;mshtml="},
                                         {"QUENVAREL_WINMM_LOG", directory_.file("log")},
                                         {"QUENVAREL_WINMM_OUTPUTS", devices}},
-                        .directory = directory_.path()});
+                        .directory = place_});
     }
 
     temporary_directory directory_;
