@@ -105,14 +105,14 @@ protected:
         place_ = target / package().stem();
         fs::copy(fs::path(variable("QUENVAREL_UNDER_TEST")).parent_path() / "winmm.dll", place_);
     }
-    // Starts play.cmd as a double click does: in its own folder.
+    // Starts play.cmd as a double click does.
     process play_cmd(const std::string& display, const std::string& devices) const {
-        return process({variable("QUENVAREL_WINE"), "cmd", "/c", "play.cmd"},
+        return process({variable("QUENVAREL_WINE"), place_ / "play.cmd"},
                        {.environment = {{"DISPLAY", display},
                                         {"WINEDLLOVERRIDES", "winmm=n;mscoree=;mshtml="},
                                         {"QUENVAREL_WINMM_LOG", directory_.file("log")},
                                         {"QUENVAREL_WINMM_OUTPUTS", devices}},
-                        .directory = place_});
+                        .directory = directory_.path()});
     }
 
     temporary_directory directory_;
