@@ -79,8 +79,10 @@ public:
         }
         return false;
     }
-    // Ends it as Ctrl-C does; its exit code.
+    // Ends it as Ctrl-C does; its exit code. Wine takes the signal in the midst of whatever the program does
+    // and does not always survive that, so the program is first given the time to come to rest.
     int interrupt() {
+        std::this_thread::sleep_for(std::chrono::seconds(2));
         program_->send_signal(SIGINT);
         return program_->wait().value_or(-1);
     }
