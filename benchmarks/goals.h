@@ -13,4 +13,9 @@ struct goal {
     goal(std::string text, std::string ours, std::string peer, double most);
 };
 
+// The same promise for the time that a byte takes: both benchmarks count theirs (SetBytesProcessed).
+struct goal_per_byte {
+    goal_per_byte(std::string text, std::string ours, std::string peer, double most);
+};
+
 } // namespace benchmarks

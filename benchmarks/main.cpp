@@ -15,6 +15,7 @@ namespace {
 struct promise {
     std::string text, ours, peer;
     double most;
+    bool per_byte;
 };
 
 std::vector<promise>& promises() {
@@ -32,9 +33,10 @@ public:
             if (run.error_occurred || (run.run_type != Run::RT_Iteration && run.aggregate_name != "median"))
                 continue;
             const double time = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-            const auto [seconds, is_new] =
-                fastest_.try_emplace(run.run_name.function_name + argument(run), time);
-            if (!is_new) seconds->second = std::min(seconds->second, time);
+            const std::string name = run.run_name.function_name + argument(run);
+            note(fastest_, name, time);
+            if (const auto bytes = run.counters.find("bytes_per_second"); bytes != run.counters.end())
+                note(fastest_byte_, name, 1.0 / bytes->second);
         }
         ConsoleReporter::ReportRuns(runs);
     }
@@ -42,8 +44,9 @@ public:
     void Finalize() override {
         std::printf("\n%-70s %8s %8s\n", "goal", "ratio", "at most");
         for (const promise& p : promises()) {
-            const auto ours = fastest_.find(p.ours), peer = fastest_.find(p.peer);
-            if (ours == fastest_.end() || peer == fastest_.end()) continue;
+            const times& fastest = p.per_byte ? fastest_byte_ : fastest_;
+            const auto ours = fastest.find(p.ours), peer = fastest.find(p.peer);
+            if (ours == fastest.end() || peer == fastest.end()) continue;
             const double ratio = ours->second / peer->second;
             std::printf("%-70s %8.3f %8.3f %s\n", p.text.c_str(), ratio, p.most,
                         ratio <= p.most ? "held" : "MISSED");
@@ -51,17 +54,27 @@ public:
     }
 
 private:
+    using times = std::map<std::string, double>; // in seconds
+
+    static void note(times& fastest, const std::string& name, double time) {
+        const auto [noted, is_new] = fastest.try_emplace(name, time);
+        if (!is_new) noted->second = std::min(noted->second, time);
+    }
     static std::string argument(const Run& run) {
         return run.run_name.args.empty() ? "" : "/" + run.run_name.args;
     }
 
-    std::map<std::string, double> fastest_;
+    times fastest_, fastest_byte_;
 };
 
 } // namespace
 
 benchmarks::goal::goal(std::string text, std::string ours, std::string peer, double most) {
-    promises().push_back({std::move(text), std::move(ours), std::move(peer), most});
+    promises().push_back({std::move(text), std::move(ours), std::move(peer), most, false});
+}
+
+benchmarks::goal_per_byte::goal_per_byte(std::string text, std::string ours, std::string peer, double most) {
+    promises().push_back({std::move(text), std::move(ours), std::move(peer), most, true});
 }
 
 int main(int argc, char** argv) {

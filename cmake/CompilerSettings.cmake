@@ -15,9 +15,10 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
-# Every arithmetic result is rounded to its own precision: fused multiply-add would make results differ
-# between compilers and processors.
-add_compile_options(-ffp-contract=off)
+# Every arithmetic result is rounded to its own precision: fused multiply-add would make results differ between
+# compilers and processors. Nobody looks at errno or the exception flags behind a square root or a division, which keeps
+# loops with them from becoming vector instructions.
+add_compile_options(-ffp-contract=off -fno-math-errno -fno-trapping-math)
 
 if(QUENVAREL_SANITIZE)
   add_compile_options(-fsanitize=${QUENVAREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -28,7 +28,13 @@ void* map_memory(access mode, std::uint64_t size) {
     const int rights = mode == access::write ? PROT_READ | PROT_WRITE : PROT_READ;
     // Without a reservation, storage that is never touched costs nothing, however large it is.
     void* view = mmap(nullptr, size, rights, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    return view == MAP_FAILED ? nullptr : view;
+    if (view == MAP_FAILED) return nullptr;
+#ifdef MADV_HUGEPAGE
+    // Large arrays are filled several times as fast when they come in large pages. No matter where there are none.
+    constexpr std::uint64_t large = 4 << 20;
+    if (size >= large) madvise(view, size, MADV_HUGEPAGE);
+#endif
+    return view;
 }
 
 } // namespace

@@ -32,30 +32,11 @@ float field_reader::expression() {
     return value;
 }
 
-bool field_reader::skip_space() {
-    while (at_ < end_ && (*at_ == ' ' || (*at_ >= '\t' && *at_ <= '\r')))
-        ++at_;
-    return at_ < end_;
-}
-
-float field_reader::decimal(bool* ok) {
-    const char* const begin = at_;
-    float value = 0.0f;
-    const char* const stop = skip_space() ? libutils::read_float(at_, value) : at_;
-    if (stop == at_) {
-        if (ok) *ok = false;
-        at_ = begin;
-    } else
-        at_ = stop;
-    skip_separator();
-    return value;
-}
-
 std::uint32_t field_reader::integer() {
-    const char* const begin = at_;
-    const char* stop = at_;
-    const std::uint32_t value = skip_space() ? libutils::read_unsigned(at_, &stop) : 0;
-    at_ = stop == at_ ? begin : stop;
+    const char* const begin = behind_space();
+    const char* stop = begin;
+    const std::uint32_t value = begin < end_ ? libutils::read_unsigned(begin, &stop) : 0;
+    if (stop != begin) at_ = stop;
     skip_separator();
     return value;
 }

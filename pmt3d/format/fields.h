@@ -1,6 +1,8 @@
 #pragma once
 // The values of one line of a model file.
 
+#include "libutils/number.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -16,7 +18,17 @@ public:
     // An arithmetic expression (libutils::evaluate, with its reports).
     float expression();
     // A plain decimal number. `ok`, when given, becomes false when there is none; it is not set to true.
-    float decimal(bool* ok = nullptr);
+    float decimal(bool* ok = nullptr) {
+        float value = 0.0f;
+        const char* const begin = behind_space();
+        const char* const stop = begin < end_ ? libutils::read_float(begin, value) : begin;
+        if (stop != begin)
+            at_ = stop;
+        else if (ok)
+            *ok = false;
+        skip_separator();
+        return value;
+    }
     // Automatic base: 0x hexadecimal, 0 octal. "-1" is 0xFFFFFFFF; too much for 32 bits is the most they
     // hold.
     std::uint32_t integer();
@@ -24,7 +36,13 @@ public:
     bool boolean();
 
 private:
-    bool skip_space(); // false at the end of the line
+    // The readers of numbers pass over white space themselves, but would go on into the next line.
+    const char* behind_space() const {
+        const char* p = at_;
+        while (p < end_ && (*p == ' ' || (*p >= '\t' && *p <= '\r')))
+            ++p;
+        return p;
+    }
     void skip_separator() {
         if (at_ < end_) ++at_;
     }

@@ -9,7 +9,8 @@ namespace pmt3d {
 
 bool line_reader::open(const std::string& name) {
     text_ = {};
-    restart();
+    at_ = number_ = 0;
+    line_ = {};
     if (file_.try_allocate(0, name.c_str())) {
         text_ = {file_.data(), file_.size()};
         return true;
@@ -41,11 +42,6 @@ void line_reader::skip(std::uint64_t bytes) {
     const std::string_view skipped = text_.substr(at_, bytes);
     number_ += std::uint64_t(std::count(skipped.begin(), skipped.end(), '\n'));
     at_ += skipped.size();
-}
-
-void line_reader::restart() {
-    at_ = number_ = 0;
-    line_ = {};
 }
 
 void line_reader::set_progress(progress_t progress) {

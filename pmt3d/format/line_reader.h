@@ -39,9 +39,6 @@ public:
 
     // Passes over raw bytes, or to the end where there are fewer; the next line begins there.
     void skip(std::uint64_t bytes);
-    // Back to before the first line.
-    void restart();
-
     // Is told the position about once a megabyte.
     void set_progress(progress_t progress);
 

@@ -1,11 +1,12 @@
 #include "pmt3d/format/stl.h"
 
 #include "libutils/error_report.h"
+#include "pmt3d/format/facet_filler.h"
 #include "pmt3d/format/fields.h"
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/stl_form.h"
-#include "render/math/operations.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iostream>
 
@@ -21,47 +22,13 @@ bool fail(std::ostream& error, const std::string& name, const char* why) {
     return false;
 }
 
-// Fills a polygon surface triangle by triangle.
-class triangle_filler {
-public:
-    explicit triangle_filler(polygon_t& polygon) : polygon_(polygon) {}
-
-    bool allocate(std::uint64_t triangles) {
-        if (!polygon_.allocate(3 * triangles, 4 * triangles)) return false;
-        vertex_ = polygon_.edit_vertices().data();
-        frame_ = polygon_.edit_normals().data();
-        element_ = polygon_.edit_elements().data();
-        return true;
-    }
-
-    void add(const render::pos3 (&corners)[3]) {
-        const render::dir3 e1 = render::normalise(corners[1] - corners[0]);
-        const render::dir3 e2 = render::normalise(corners[2] - corners[0]);
-        const render::dir3 normal = render::normalise(render::cross(e1, e2));
-        const frame_t frame = {e2, render::cross(e2, normal), normal};
-        for (const render::pos3& corner : corners) {
-            *vertex_++ = {corner, {0.5f, 0.5f, 0.5f, 1.0f}, {0.0f, 0.0f}};
-            *frame_++ = frame;
-            *element_++ = next_++;
-        }
-        *element_++ = strip_end;
-    }
-
-private:
-    polygon_t& polygon_;
-    vertex_t* vertex_ = nullptr;
-    frame_t* frame_ = nullptr;
-    element_t* element_ = nullptr;
-    element_t next_ = 0;
-};
-
 bool read_binary(polygon_t& polygon, std::string_view bytes, const std::string& name,
                  const load_context& context) {
     if (bytes.size() < stl_prefix) return fail(context.error, name, ": file is too short.");
     const std::uint64_t triangles = stl_triangle_count(bytes);
     if ((bytes.size() - stl_prefix) / stl_record < triangles)
         return fail(context.error, name, ": file is too short for its triangles.");
-    triangle_filler filler(polygon);
+    facet_filler filler(polygon);
     if (!filler.allocate(triangles)) return false;
     const char* record = bytes.data() + stl_prefix;
     for (std::uint64_t t = 0; t < triangles; ++t, record += stl_record) {
@@ -73,27 +40,37 @@ bool read_binary(polygon_t& polygon, std::string_view bytes, const std::string& 
     return true;
 }
 
-// The text without what may stand behind a line.
-std::string_view trimmed(std::string_view line) {
-    constexpr std::string_view space("  \t\r\n\0", 6);
-    const std::size_t last = line.find_last_not_of(space);
-    return last == line.npos ? std::string_view() : line.substr(0, last + 1);
+// Where the key begins in the line; npos when it is not there. What may stand behind a line (blanks, tabs,
+// '\r', zeros) does not belong to it, so nothing is found of a key that ends with a blank at the end of a
+// line.
+template <const std::string_view& key>
+std::size_t find_in(std::string_view line) {
+    constexpr std::string_view space("  \t\r\0", 5);
+    // Mostly it is the first word.
+    std::size_t at = line.find_first_not_of(' ');
+    if (at == line.npos) return at;
+    if (!line.substr(at).starts_with(key)) at = line.find(key, at);
+    if (at == line.npos || key.back() != ' ') return at;
+    return line.find_first_not_of(space, at + key.size()) == line.npos ? line.npos : at;
 }
 
 class text_stl {
 public:
     text_stl(line_reader& in, std::ostream& error) : in_(in), error_(error) {}
 
-    std::uint64_t count() {
+    // The lines with a facet's key.
+    std::uint64_t count() const {
+        const std::string_view text = in_.text();
         std::uint64_t facets = 0;
-        while (in_.next())
-            facets += in_.line().find(facet_key) != std::string_view::npos;
-        in_.restart();
+        for (std::size_t at = text.find(facet_key); at != text.npos; at = text.find(facet_key, at)) {
+            ++facets;
+            at = std::min(text.find('\n', at), text.size());
+        }
         return facets;
     }
 
-    bool read_facet(triangle_filler& filler) {
-        if (!find(facet_key) || !find(loop_key)) return fail_here();
+    bool read_facet(facet_filler& filler) {
+        if (!find<facet_key>() || !find<loop_key>()) return fail_here();
         render::pos3 corners[3];
         for (render::pos3& corner : corners)
             if (!in_.next() || !read_vertex(corner)) return fail_here();
@@ -106,18 +83,18 @@ public:
 
 private:
     // Goes on to the line that holds the key.
-    bool find(std::string_view key) {
+    template <const std::string_view& key>
+    bool find() {
         while (in_.next())
-            if (trimmed(in_.line()).find(key) != std::string_view::npos) return true;
+            if (find_in<key>(in_.line()) != std::string_view::npos) return true;
         return false;
     }
 
     bool read_vertex(render::pos3& corner) {
-        const std::string_view line = trimmed(in_.line());
-        const std::size_t at = line.find(vertex_key);
-        if (at == line.npos) return false;
+        const std::size_t at = find_in<vertex_key>(in_.line());
+        if (at == std::string_view::npos) return false;
         bool ok = true;
-        field_reader fields(line.substr(at + vertex_key.size()));
+        field_reader fields(in_.line().substr(at + vertex_key.size()));
         corner = {fields.decimal(&ok), fields.decimal(&ok), fields.decimal(&ok)};
         return ok;
     }
@@ -135,7 +112,7 @@ private:
 bool read_text(polygon_t& polygon, line_reader& in, const load_context& context) {
     text_stl text(in, context.error);
     const std::uint64_t facets = text.count();
-    triangle_filler filler(polygon);
+    facet_filler filler(polygon);
     if (!filler.allocate(facets)) return false;
     in.set_progress(context.progress);
     for (std::uint64_t facet = 0; facet < facets; ++facet)

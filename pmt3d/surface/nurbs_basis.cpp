@@ -35,9 +35,13 @@ basis_values basis_t::evaluate(std::size_t count, std::size_t order, float t, co
             b[i - lowest] = sum;
         }
     }
-    const std::size_t end = std::min(high + 1, count);
-    if (end <= lowest) return {};
-    return {lowest, {b, end - lowest}};
+    // Only what counts: a 0 must not meet an infinite control point.
+    std::size_t first = lowest, end = std::min(high + 1, count);
+    while (first < end && b[first - lowest] == 0.0f)
+        ++first;
+    while (first < end && b[end - 1 - lowest] == 0.0f)
+        --end;
+    return {first, {b + (first - lowest), end - first}};
 }
 
 basis_table_t::basis_table_t(std::size_t count, std::size_t order, const float* knots,

@@ -8,7 +8,8 @@
 
 namespace pmt3d {
 
-// A stretch of consecutive basis functions; all the others are 0 at the same parameter.
+// A stretch of consecutive basis functions, neither the first nor the last of them 0; all the others are 0 at
+// the same parameter.
 struct basis_values {
     std::size_t first = 0; // index of the function that values[0] belongs to
     std::span<const float> values;

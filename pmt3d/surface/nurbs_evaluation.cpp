@@ -1,23 +1,27 @@
 #include "pmt3d/surface/nurbs_evaluation.h"
 
 #include "libutils/error_report.h"
-#include "render/math/operations.h"
 
 #include <cstring>
 #include <iostream>
 
 namespace pmt3d {
 
-nurbs_evaluator::nurbs_evaluator(const nurbs_net& net) : net_(net) {
-    const std::size_t row = net.m + net.k1;
-    rows_share_knots_ = true;
-    for (std::size_t j = 1; j < net.n && rows_share_knots_; ++j)
-        rows_share_knots_ = std::memcmp(net.knots1, net.knots1 + j * row, row * sizeof(float)) == 0;
+static bool share_knots(const float* knots, std::size_t vectors, std::size_t length) {
+    for (std::size_t i = 1; i < vectors; ++i)
+        if (std::memcmp(knots, knots + i * length, length * sizeof(float)) != 0) return false;
+    return true;
+}
 
+nurbs_evaluator::nurbs_evaluator(const nurbs_net& net)
+    : net_(net),
+      rows_share_knots_(share_knots(net.knots1, net.n, net.m + net.k1)),
+      columns_share_knots_(share_knots(net.knots2, net.m, net.n + net.k2)) {
     points_.resize(net.m * net.n);
     for (std::size_t at = 0; at < points_.size(); ++at) {
-        std::memcpy(points_[at].lanes, &net.points[at], sizeof net.points[at]);
-        points_[at].lanes[7] = 1.0f;
+        const auto& [p, c] = net.points[at];
+        points_[at].xyzr = sum_t::floats{p.x, p.y, p.z, c.r};
+        points_[at].gbaw = sum_t::floats{c.g, c.b, c.a, 1.0f};
     }
     if (rows_share_knots_)
         columns_.resize(net.m);
@@ -27,8 +31,10 @@ nurbs_evaluator::nurbs_evaluator(const nurbs_net& net) : net_(net) {
 
 void nurbs_evaluator::set_v(float v) {
     v_ = v;
+    basis_values b;
     for (std::size_t i = 0; i < net_.m; ++i) {
-        const basis_values b = basis_.evaluate(net_.n, net_.k2, v, net_.knots2 + i * (net_.n + net_.k2));
+        if (i == 0 || !columns_share_knots_)
+            b = basis_.evaluate(net_.n, net_.k2, v, net_.knots2 + i * (net_.n + net_.k2));
         if (rows_share_knots_) {
             columns_[i] = {};
             for (std::size_t at = 0; at < b.values.size(); ++at) {
@@ -58,23 +64,6 @@ control_point_t nurbs_evaluator::at(float u) {
     return divide(sum, u);
 }
 
-control_point_t nurbs_evaluator::at(float u, const basis_values& along_u) {
-    sum_t sum;
-    for (std::size_t at = 0; at < along_u.values.size(); ++at)
-        if (along_u.values[at] != 0.0f) sum.add(along_u.values[at], columns_[along_u.first + at]);
-    return divide(sum, u);
-}
-
-static control_point_t scaled(const float (&lanes)[8], float factor) {
-    return {{lanes[0] * factor, lanes[1] * factor, lanes[2] * factor},
-            {lanes[3] * factor, lanes[4] * factor, lanes[5] * factor, lanes[6] * factor}};
-}
-
-control_point_t nurbs_evaluator::divide(const sum_t& sum, float u) {
-    if (!render::approx_equal(sum.lanes[7], 0.0f)) return scaled(sum.lanes, 1.0f / sum.lanes[7]);
-    return border(sum, u);
-}
-
 control_point_t nurbs_evaluator::border(const sum_t& sum, float u) {
     const float v = v_;
     const std::size_t m = net_.m, last_row = (net_.n - 1) * m;
@@ -98,7 +87,7 @@ control_point_t nurbs_evaluator::curve(std::size_t count, std::size_t order, flo
         const std::size_t point = first + (b.first + at) * step;
         if (const float c = b.values[at] * net_.weights[point]; c != 0.0f) sum.add(c, points_[point]);
     }
-    if (!render::approx_equal(sum.lanes[7], 0.0f)) return scaled(sum.lanes, 1.0f / sum.lanes[7]);
+    if (!render::approx_equal(sum.weight(), 0.0f)) return sum.divided();
     return unreached_point(sum, u);
 }
 
@@ -107,7 +96,7 @@ control_point_t nurbs_evaluator::unreached_point(const sum_t& sum, float u) {
         libutils::error_report();
         std::cerr << "nurbs_surface(): is not reached point reached. u=" << u << ", v=" << v_ << '\n';
     }
-    return scaled(sum.lanes, 1.0f / sum.lanes[7]);
+    return sum.divided();
 }
 
 control_point_t nurbs_surface(const nurbs_net& net, float u, float v) {

@@ -2,9 +2,11 @@
 // Points and colours of a rational B-spline surface. Pure computation on the caller's tables.
 
 #include "pmt3d/surface/nurbs_basis.h"
+#include "render/math/operations.h"
 #include "render/math/types.h"
 
 #include <cstddef>
+#include <cstring>
 #include <span>
 #include <vector>
 
@@ -46,31 +48,47 @@ public:
     void set_v(float v);
     control_point_t at(float u);
     // As at(u), with the basis of row 0 at u computed before. Only when rows_share_knots().
-    control_point_t at(float u, const basis_values& along_u);
+    control_point_t at(float u, const basis_values& along_u) {
+        sum_t sum;
+        for (std::size_t i = 0; i < along_u.values.size(); ++i)
+            sum.add(along_u.values[i], columns_[along_u.first + i]);
+        return divide(sum, u);
+    }
 
     // Points that neither the sum nor a border rule reached. The first `reported` of them were written out.
     std::size_t unreached() const { return unreached_; }
     static constexpr std::size_t reported = 10;
 
 private:
-    // c times (position, colour, 1), summed: 8 floats, so that the compiler makes two vector operations of
-    // each step.
-    struct alignas(32) sum_t {
-        float lanes[8] = {};
+    // c times (position, colour, 1), summed: two vectors, as compilers do not find them by themselves here.
+    struct sum_t {
+        using floats [[gnu::vector_size(16)]] = float;
+        floats xyzr{}, gbaw{};
+
         void add(float c, const sum_t& other) {
-            for (int lane = 0; lane < 8; ++lane)
-                lanes[lane] += c * other.lanes[lane];
+            xyzr += c * other.xyzr;
+            gbaw += c * other.gbaw;
+        }
+        float weight() const { return gbaw[3]; }
+        control_point_t divided() const {
+            const float factor = 1.0f / weight();
+            const sum_t quotient = {xyzr * factor, gbaw * factor};
+            control_point_t point;
+            std::memcpy(&point, &quotient, sizeof point);
+            return point;
         }
     };
 
-    control_point_t divide(const sum_t& sum, float u);
+    control_point_t divide(const sum_t& sum, float u) {
+        return render::approx_equal(sum.weight(), 0.0f) ? border(sum, u) : sum.divided();
+    }
     control_point_t border(const sum_t& sum, float u);
     control_point_t curve(std::size_t count, std::size_t order, float t, const float* knots,
                           std::size_t first, std::size_t step, float u);
     control_point_t unreached_point(const sum_t& sum, float u);
 
     nurbs_net net_;
-    bool rows_share_knots_;
+    bool rows_share_knots_, columns_share_knots_;
     float v_ = 0.0f;
     std::vector<sum_t> points_;               // the control points, weight lane 1
     std::vector<sum_t> columns_;              // rows_share_knots_: column i summed over the rows at v_

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -40,12 +41,6 @@ polygon_t::polygon_t(const polygon_t& other) : modeling_t(), render::drawable() 
     *this = other;
 }
 
-template <class T>
-static void copy_array(libutils::refvector2<T>& to, const libutils::refvector2<T>& from) {
-    to.release();
-    if (!from.empty() && to.allocate(from.size())) std::copy(from.begin(), from.end(), to.begin());
-}
-
 polygon_t& polygon_t::operator=(const polygon_t& other) {
     if (this == &other) return *this;
     // The arrays, the marks and the GL's copies, which are not shared but made anew when this one is drawn.
@@ -56,7 +51,8 @@ polygon_t& polygon_t::operator=(const polygon_t& other) {
     std::copy(other.wknmls().begin(), other.wknmls().end(), wknmls_.begin());
     std::copy(other.getelements().begin(), other.getelements().end(), elements_.begin());
     selected_ = other.selected_;
-    copy_array(polyidvector_, other.polyidvector_);
+    polyidvector_ = other.polyidvector_;
+    triangle_count_ = other.triangle_count_;
     elements_edited_ = other.elements_edited_;
     if (other.selection_written_) {
         std::copy(other.selectelems_.begin(), other.selectelems_.end(), selectelems_.begin());
@@ -73,7 +69,8 @@ void polygon_t::clear() {
     elements_.release();
     frame_work_.release();
     selected_.clear();
-    polyidvector_.release();
+    polyidvector_.clear();
+    triangle_count_ = 0;
     elements_edited_ = false;
     selectelems_.release();
     selection_written_ = false;
@@ -84,7 +81,8 @@ void polygon_t::clear() {
 bool polygon_t::allocate(std::uint64_t vertices, std::uint64_t elements) {
     vertex_count_ = element_count_ = 0;
     selected_.clear();
-    polyidvector_.release();
+    polyidvector_.clear();
+    triangle_count_ = 0;
     selection_written_ = false;
     step_check("polygon_t::allocate(0)");
     if (!vertices_.allocate(vertices)) return fail("vertices.allocate() failed.");
@@ -104,9 +102,12 @@ bool polygon_t::allocate(std::uint64_t vertices, std::uint64_t elements) {
     step_check("polygon_t::allocate(7)");
     vertex_count_ = vertices;
     element_count_ = elements;
-    // All elements are 0 now: one strip without an area. The ids of that need no table, and no frame comes of
-    // it.
+    // All elements are 0 now: one strip without an area, of which no frames come.
     elements_edited_ = false;
+    if (vertices > 0 && polyid_count() > 0) {
+        polyidvector_ = {{0, 0}};
+        triangle_count_ = polyid_count();
+    }
     step_check("polygon_t::allocate(end)");
     return true;
 }
@@ -190,44 +191,58 @@ private:
 } // namespace
 
 void polygon_t::rebuild() {
-    const std::uint64_t ids = polyid_count();
-    if (ids == 0) return;
-    // Every entry is written below, so the old table may serve.
-    if (polyidvector_.size() != ids && !polyidvector_.allocate(ids)) {
-        fail("polyidvector.allocate() failed.");
-        return;
-    }
-    polyid_t* const records = polyidvector_.data();
-    const bool selecting = !selected_.empty() || selection_written_;
-    element_t* selected = selecting ? selection() : nullptr;
-    frame_t* const frames = normals_.data();
-    frame_filler filler(vertices(), {frames, vertex_count_});
+    if (polyid_count() == 0) return;
+    number_triangles();
+    if (!selected_.empty() || selection_written_) write_selection();
+    const auto frames = std::as_const(*this).normals();
+    if (std::any_of(frames.begin(), frames.end(), frame_filler::missing)) fill_frames();
+}
 
+void polygon_t::number_triangles() {
+    const element_t* const elements = elements_.data();
+    std::uint64_t id = 0;
+    polyidvector_.clear();
+    for (std::uint64_t at = 0; at < element_count_; ++at) {
+        const std::uint64_t start = at;
+        while (at < element_count_ && elements[at] < vertex_count_)
+            ++at;
+        if (at - start < 3) continue;
+        polyidvector_.push_back({std::uint32_t(id), std::uint32_t(start)});
+        id += at - start - 2;
+    }
+    triangle_count_ = id;
+}
+
+void polygon_t::write_selection() {
+    element_t* out = selection();
     std::uint64_t id = 0;
     for_each_triangle(getelements(), vertex_count_,
-                      [&](std::uint64_t first, bool odd, element_t a, element_t b, element_t c) {
-                          records[id] = {std::uint32_t(first), odd};
-                          if (selecting) {
-                              const bool is_selected = selected_.contains(std::uint32_t(id));
-                              *selected++ = is_selected ? a : strip_end;
-                              *selected++ = is_selected ? b : strip_end;
-                              *selected++ = is_selected ? c : strip_end;
-                          }
-                          if (frame_filler::missing(frames[c])) filler.fill(a, b, c);
-                          ++id;
+                      [&](std::uint64_t, bool, element_t a, element_t b, element_t c) {
+                          const bool is_selected = selected_.contains(std::uint32_t(id++));
+                          for (const element_t index : {a, b, c})
+                              *out++ = is_selected ? index : strip_end;
                       });
-    std::fill(records + id, records + ids, polyid_t{});
-    if (selecting) {
-        std::fill(selected, selectelems_.end(), strip_end);
-        changed_ |= selection_array;
-    }
+    std::fill(out, selectelems_.end(), strip_end);
+    changed_ |= selection_array;
+}
+
+void polygon_t::fill_frames() {
+    frame_t* const frames = normals_.data();
+    frame_filler filler(vertices(), {frames, vertex_count_});
+    for_each_triangle(getelements(), vertex_count_,
+                      [&](std::uint64_t, bool, element_t a, element_t b, element_t c) {
+                          if (frame_filler::missing(frames[c])) filler.fill(a, b, c);
+                      });
     if (filler.any()) changed_ |= frame_arrays;
 }
 
 polyid_t polygon_t::polyid(std::uint64_t id) const {
-    if (!polyidvector_.empty()) return polyidvector_[id];
-    if (vertex_count_ == 0) return {};
-    return {std::uint32_t(id), std::uint8_t(id % 2)};
+    if (id >= triangle_count_) return {};
+    const strip_t& strip =
+        *std::prev(std::upper_bound(polyidvector_.begin(), polyidvector_.end(), id,
+                                    [](std::uint64_t i, const strip_t& s) { return i < s.id; }));
+    const auto inside = std::uint32_t(id) - strip.id;
+    return {strip.start + inside, std::uint8_t(inside % 2)};
 }
 
 element_t* polygon_t::selection() const {

@@ -12,6 +12,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace pmt3d {
 
@@ -106,6 +107,9 @@ private:
     struct mirror_t;
 
     void rebuild();
+    void number_triangles();
+    void write_selection();
+    void fill_frames();
     bool has_polyid(std::uint64_t id) const; // with the message for one out of range
     element_t* selection() const;            // selectelems_, with its first contents written
     void forget_mirror();
@@ -120,10 +124,13 @@ private:
     libutils::refvector2<float> frame_work_;
 
     std::set<std::uint32_t> selected_;
-    // Empty while the ids are those of the zeros that allocate() left: one strip over everything, which needs
-    // no table.
-    libutils::refvector2<polyid_t> polyidvector_;
-    bool elements_edited_ = false; // since allocate()
+    // The triangles' places, strip by strip: ids from `id` on begin at `start` and the positions after it.
+    struct strip_t {
+        std::uint32_t id, start;
+    };
+    std::vector<strip_t> polyidvector_;
+    std::uint64_t triangle_count_ = 0; // the ids from here on have no triangle
+    bool elements_edited_ = false;     // since allocate()
     // Its pages stay untouched until something is selected or the whole is asked for.
     mutable libutils::refvector2<element_t> selectelems_;
     mutable bool selection_written_ = false;

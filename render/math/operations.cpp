@@ -4,15 +4,6 @@
 
 namespace render {
 
-float length(const dir3& d) {
-    return std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
-}
-
-dir3 normalise(const dir3& d) {
-    const float l = length(d);
-    return l == 0.0f ? dir3{0.0f, 0.0f, 0.0f} : d * (1.0f / l);
-}
-
 float truncate(float x, float step) {
     return std::trunc(x / step) * step;
 }

@@ -4,6 +4,7 @@
 
 #include "render/math/types.h"
 
+#include <cmath>
 #include <concepts>
 
 namespace render {
@@ -50,9 +51,14 @@ constexpr dir3 cross(const A& a, const B& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-float length(const dir3& d);
+inline float length(const dir3& d) {
+    return std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
+}
 // Each component times 1 / length; the zero vector stays the zero vector.
-dir3 normalise(const dir3& d);
+inline dir3 normalise(const dir3& d) {
+    const float l = length(d);
+    return l == 0.0f ? dir3{0.0f, 0.0f, 0.0f} : d * (1.0f / l);
+}
 inline dir3 normalise(const pos3& p) {
     return normalise(dir3{p.x, p.y, p.z});
 }

@@ -1,0 +1,68 @@
+// Numbering the triangles of a polygon surface and filling in frames, against a loop that only reads the
+// elements.
+
+#include "goals.h"
+#include "pmt3d/surface/nurbs_tessellation.h"
+#include "pmt3d/surface/polygon.h"
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+// A flat grid with or without frames: one key's size, and a large one.
+pmt3d::polygon_t grid(std::uint32_t side, bool frames) {
+    pmt3d::polygon_t polygon;
+    polygon.allocate(std::uint64_t(side) * side, pmt3d::grid_element_count(side, side));
+    for (std::uint32_t j = 0; j < side; ++j)
+        for (std::uint32_t i = 0; i < side; ++i)
+            polygon.edit_vertices()[j * side + i].position = {float(i), 0, float(j)};
+    if (frames)
+        for (pmt3d::frame_t& f : polygon.edit_normals())
+            f = {{1, 0, 0}, {0, 0, 1}, {0, 1, 0}};
+    pmt3d::grid_elements(side, side, polygon.edit_elements());
+    return polygon;
+}
+
+void count_elements(benchmark::State& state, const pmt3d::polygon_t& polygon) {
+    state.SetItemsProcessed(std::int64_t(state.iterations() * polygon.element_count()));
+}
+
+// Reads every element and the strips that they make, and keeps only the number of triangles.
+void read_elements(benchmark::State& state) {
+    const pmt3d::polygon_t polygon = grid(std::uint32_t(state.range(0)), true);
+    for (auto _ : state) {
+        std::uint64_t triangles = 0, length = 0;
+        for (const pmt3d::element_t element : polygon.getelements()) {
+            length = element < polygon.vertex_count() ? length + 1 : 0;
+            triangles += length >= 3;
+        }
+        benchmark::DoNotOptimize(triangles);
+    }
+    count_elements(state, polygon);
+}
+void rebuildpolyids(benchmark::State& state) {
+    pmt3d::polygon_t polygon = grid(std::uint32_t(state.range(0)), true);
+    for (auto _ : state)
+        polygon.rebuildpolyids();
+    count_elements(state, polygon);
+}
+void rebuildpolyids_and_fill(benchmark::State& state) {
+    pmt3d::polygon_t polygon = grid(std::uint32_t(state.range(0)), false);
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::fill(polygon.edit_normals().begin(), polygon.edit_normals().end(), pmt3d::frame_t{});
+        state.ResumeTiming();
+        polygon.rebuildpolyids();
+    }
+    count_elements(state, polygon);
+}
+BENCHMARK(read_elements)->Arg(18)->Arg(725);
+BENCHMARK(rebuildpolyids)->Arg(18)->Arg(725);
+BENCHMARK(rebuildpolyids_and_fill)->Arg(725);
+
+const benchmarks::goal small_goal("numbering a key's triangles at most 4 times a loop that only reads",
+                                  "rebuildpolyids/18", "read_elements/18", 4.0);
+const benchmarks::goal large_goal("numbering a million triangles at most 4 times a loop that only reads",
+                                  "rebuildpolyids/725", "read_elements/725", 4.0);
+
+} // namespace
