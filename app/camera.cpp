@@ -72,11 +72,11 @@ camera_t orbit(const camera_t& camera, const pos3& about, float yaw, float pitch
     return turn(yawed, about, -rise, right);
 }
 
-camera_t zoom(const camera_t& camera, int steps) {
-    const dir3 away = (camera.eye - camera.target) * std::pow(zoom_ratio, static_cast<float>(steps));
-    const float distance = render::length(away);
+camera_t zoom(const camera_t& camera, const pos3& about, int steps) {
+    const float ratio = std::pow(zoom_ratio, static_cast<float>(steps));
+    const float distance = render::length(camera.eye - camera.target) * ratio;
     if (!(distance >= nearest && distance <= farthest)) return camera;
-    return {camera.target + away, camera.target};
+    return {about + (camera.eye - about) * ratio, about + (camera.target - about) * ratio};
 }
 
 void camera_controller::reset() {
@@ -98,8 +98,7 @@ void camera_controller::button(int button, int state, int x, int y) {
 bool camera_controller::drag(int x, int y, float depth, const pixel_space& space) {
     if (state_ == drag_state::none || (x == last_x_ && y == last_y_)) return false;
     if (state_ == drag_state::begun) {
-        pivot_ = depth < 1 ? point_at(static_cast<float>(last_x_), static_cast<float>(last_y_), depth, space)
-                           : camera_.target;
+        pivot_ = point_under(last_x_, last_y_, depth, space);
         state_ = drag_state::turning;
     }
     // The picture follows the pointer, so the eye goes the other way.
@@ -113,8 +112,12 @@ bool camera_controller::drag(int x, int y, float depth, const pixel_space& space
     return changed;
 }
 
-void camera_controller::zoom(int direction) {
-    camera_ = quenvarel::zoom(camera_, direction);
+void camera_controller::zoom(int direction, int x, int y, float depth, const pixel_space& space) {
+    camera_ = quenvarel::zoom(camera_, point_under(x, y, depth, space), direction);
+}
+
+pos3 camera_controller::point_under(int x, int y, float depth, const pixel_space& space) const {
+    return depth < 1 ? point_at(static_cast<float>(x), static_cast<float>(y), depth, space) : camera_.target;
 }
 
 } // namespace quenvarel

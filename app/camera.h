@@ -30,9 +30,10 @@ render::pos3 point_at(float x, float y, float depth, const pixel_space& space);
 // stops short of looking straight down or up.
 camera_t orbit(const camera_t& camera, const render::pos3& about, float yaw, float pitch);
 
-// Brings the eye that many steps nearer to the target (or farther away). Each step changes the distance by
-// the same ratio; one that would lead too near or too far is not taken.
-camera_t zoom(const camera_t& camera, int steps);
+// Brings eye and target that many steps nearer to a point, which keeps its place in the picture (or farther
+// away). Each step changes the distances, also the one from eye to target, by the same ratio; one that would
+// lead the eye too near to the target or too far from it is not taken.
+camera_t zoom(const camera_t& camera, const render::pos3& about, int steps);
 
 // A camera in the user's hand. Pixels are counted from the lower left.
 class camera_controller {
@@ -47,11 +48,14 @@ public:
     // Orbits about the point where the drag began, at the given depth; about the target when there was only
     // background. True when the camera has changed.
     bool drag(int x, int y, float depth, const pixel_space& space);
+    // Zooms to the point at the pixel with the given depth; to the target when there is only background.
     // Positive is nearer.
-    void zoom(int direction);
+    void zoom(int direction, int x, int y, float depth, const pixel_space& space);
 
 private:
     enum class drag_state { none, begun, turning };
+
+    render::pos3 point_under(int x, int y, float depth, const pixel_space& space) const;
 
     camera_t initial_, camera_;
     drag_state state_ = drag_state::none;

@@ -41,9 +41,9 @@ keyboard_scene::keyboard_scene()
     : press_rotation_(render::to_matrix(render::rot3{press_angle, press_axis})),
       inverse_press_rotation_(render::to_matrix(render::rot3{-press_angle, press_axis})) {}
 
-bool keyboard_scene::load(std::string directory) {
+bool keyboard_scene::load(std::string directory, const std::function<bool()>& stop) {
     if (!directory.empty() && directory.back() != '/' && directory.back() != ':') directory += '/';
-    for (int k = 0; k < key_count; ++k) {
+    for (int k = 0; k < key_count && !stop(); ++k) {
         const std::string name = directory + std::to_string(k) + ".pmt";
         slot& key = slots_[index(k)];
         if (LoadShape(key, name)) continue;

@@ -37,8 +37,9 @@ public:
     // Loads every key k from the file "k.pmt" of a directory; a name that ends neither with "/" nor with ":"
     // gets a "/" appended. Each file that is missing or wrong is reported in a line on standard output, after
     // the reason on standard error, and leaves its key empty: it is pressed and released like the others, but
-    // not seen. Returns true.
-    bool load(std::string directory);
+    // not seen. Asks before each key whether to stop; the rest then stays as it is. Returns true.
+    bool load(
+        std::string directory, const std::function<bool()>& stop = [] { return false; });
     // Empties all keys, which gives their GL objects back when their context is current.
     void clear();
 

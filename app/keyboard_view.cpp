@@ -20,10 +20,11 @@ constexpr render::perspective lens(double aspect) {
 
 } // namespace
 
-void keyboard_view::open(const std::string& base_path, const std::string& key_directory) {
+void keyboard_view::open(const std::string& base_path, const std::string& key_directory,
+                         const std::function<bool()>& stop) {
     renderer_.emplace();
     renderer_->init(base_path);
-    scene_.load(key_directory);
+    scene_.load(key_directory, stop);
     damage_.add(port_.whole());
 }
 
@@ -99,6 +100,7 @@ std::optional<int> keyboard_view::key_at(int x, int y) const {
 }
 
 float keyboard_view::depth_at(int x, int y) {
+    draw(); // or the depth would be that of another view
     return frame_.depth_at(x, y);
 }
 

@@ -9,6 +9,7 @@
 #include "render/math/types.h"
 #include "render/surface/glpolygon.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -19,8 +20,11 @@ namespace quenvarel {
 class keyboard_view {
 public:
     // Makes the renderer, which looks for its shader files in front of `base_path`, and loads the keys from a
-    // directory. With the context, once. A shader that does not compile ends the process.
-    void open(const std::string& base_path, const std::string& key_directory);
+    // directory, until it is told to stop. With the context, once. A shader that does not compile ends the
+    // process.
+    void open(
+        const std::string& base_path, const std::string& key_directory,
+        const std::function<bool()>& stop = [] { return false; });
     // Gives everything back to the GL. With the context; afterwards draw() and show() do nothing.
     void close();
 
@@ -40,8 +44,8 @@ public:
 
     // The nearest key at a pixel, counted from the lower left.
     std::optional<int> key_at(int x, int y) const;
-    // What was drawn last at a pixel, counted from the lower left: its depth, 0 (near) to 1 (nothing). With
-    // the context.
+    // What the up-to-date picture shows at a pixel, counted from the lower left: its depth, 0 (near) to 1
+    // (nothing). With the context.
     float depth_at(int x, int y);
     // For turning pixels into points.
     pixel_space pixels() const;

@@ -56,7 +56,9 @@ Quenvarel::~Quenvarel() {
 
 void Quenvarel::init() {
     if (!render::load_gl()) std::exit(1);
-    view_.open(model_base_path_, model_base_path_ + "pmt");
+    const auto leaving = [] { return gems::registry->leaving(); };
+    view_.open(model_base_path_, model_base_path_ + "pmt", leaving);
+    if (leaving()) return;
     home_view();
     if (const gems::window_system* system = gems::registry->system(*this))
         player_.use_layout(system->siblings());
@@ -184,9 +186,9 @@ void Quenvarel::motion(int x, int y) {
     }
 }
 
-void Quenvarel::mousewheel(int wheel, int direction, int, int) {
+void Quenvarel::mousewheel(int wheel, int direction, int x, int y) {
     if (mode_ != mode_t::camera || wheel != 0) return;
-    camera_.zoom(direction);
+    camera_.zoom(direction, x, bottom_up(y), view_.depth_at(x, bottom_up(y)), view_.pixels());
     camera_changed();
     redraw();
 }

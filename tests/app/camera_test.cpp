@@ -77,22 +77,30 @@ TEST(camera, orbit_keeps_the_point_in_its_place_and_the_horizon_level) {
 }
 
 TEST(camera, zoom_steps_are_even_undo_each_other_and_end_somewhere) {
-    const float start = distance(home.eye, home.target);
-    const camera_t nearer = zoom(home, 1), nearest = zoom(nearer, 1);
-    const float first = distance(nearer.eye, nearer.target), second = distance(nearest.eye, nearest.target);
-    EXPECT_LT(first, start);
-    EXPECT_NEAR(first / start, second / first, 1e-4);
-    EXPECT_EQ(nearer.target, home.target);
-    EXPECT_LT(distance(zoom(nearest, -2).eye, home.eye), 1e-3);
-    for (const int direction : {1, -1}) {
-        camera_t camera = home;
-        for (int i = 0; i < 10000; ++i)
-            camera = zoom(camera, direction);
-        EXPECT_GT(distance(camera.eye, camera.target), 1) << direction;
-        EXPECT_LT(distance(camera.eye, camera.target), 1000) << direction;
+    for (const pos3& about : {home.target, pos3{-30, 0, 6}}) {
+        const camera_t once = zoom(home, about, 1), twice = zoom(once, about, 1);
+        for (const pos3& to : {home.target, about}) {
+            const auto left = [&](const camera_t& camera) {
+                return distance(camera.eye, to == about ? about : camera.target);
+            };
+            EXPECT_LT(left(once), left(home));
+            EXPECT_NEAR(left(once) / left(home), left(twice) / left(once), 1e-4);
+        }
+        const pos3 before = pixel_of(about, home), after = pixel_of(about, twice);
+        EXPECT_NEAR(after.x, before.x, 0.05);
+        EXPECT_NEAR(after.y, before.y, 0.05);
+        EXPECT_LT(distance(zoom(twice, about, -2).eye, home.eye), 1e-3);
+        for (const int direction : {1, -1}) {
+            camera_t camera = home;
+            for (int i = 0; i < 10000; ++i)
+                camera = zoom(camera, about, direction);
+            EXPECT_GT(distance(camera.eye, camera.target), 1) << direction;
+            EXPECT_LT(distance(camera.eye, camera.target), 1000) << direction;
+        }
+        EXPECT_EQ(zoom(home, about, 1000000), home);
+        EXPECT_EQ(zoom(home, about, -1000000), home);
     }
-    EXPECT_EQ(zoom(home, 1000000), home);
-    EXPECT_EQ(zoom(home, -1000000), home);
+    EXPECT_EQ(zoom(home, home.target, 1).target, home.target);
 }
 
 TEST(camera_controller, drags_with_the_left_button_only) {
@@ -121,10 +129,19 @@ TEST(camera_controller, drags_with_the_left_button_only) {
     EXPECT_EQ(controller.camera().target, home.target);
 }
 
-TEST(camera_controller, drag_turns_about_the_point_where_it_began) {
+TEST(camera_controller, wheel_and_drag_go_by_the_point_under_the_pointer) {
     camera_controller controller(home);
     const pos3 about = {-20, 0, 6};
     const pos3 pixel = pixel_of(about, home);
+    controller.zoom(2, int(pixel.x), int(pixel.y), pixel.z, space_of(home));
+    EXPECT_LT(distance(controller.camera().eye, about), distance(home.eye, about) * 0.9f);
+    EXPECT_NEAR(pixel_of(about, controller.camera()).x, pixel.x, 1);
+    EXPECT_NEAR(pixel_of(about, controller.camera()).y, pixel.y, 1);
+    controller.reset();
+    controller.zoom(1, 0, 0, 1, space_of(home));
+    EXPECT_EQ(controller.camera(), zoom(home, home.target, 1)) << "there is only background";
+
+    controller.reset();
     controller.button(0, 0, int(pixel.x), int(pixel.y));
     // Several moves, each seen from where the last one has led.
     for (const int moved : {10, 35, 90})

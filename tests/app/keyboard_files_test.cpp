@@ -75,6 +75,10 @@ TEST(KeyboardFiles, OneFileIsOneKeyAndTheOthersAreReported) {
     EXPECT_TRUE(scene.load(""));
     EXPECT_EQ(lines(out.text()), 256);
     EXPECT_EQ(pick(scene, 50, 50), std::nullopt);
+    // Somebody wants to leave before the fourth key.
+    int asked = 0;
+    EXPECT_TRUE(scene.load("", [&] { return ++asked > 3; }));
+    EXPECT_EQ(lines(out.text()), 256 + 3);
 }
 
 TEST(KeyboardFiles, AWrongFileCostsOneKey) {
