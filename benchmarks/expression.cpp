@@ -75,9 +75,10 @@ void five_terms_evaluate(benchmark::State& state) {
 BENCHMARK(five_terms_evaluate);
 
 const benchmarks::goal goals[] = {
-    {"a plain number against a bare from_chars", "plain_number_evaluate", "plain_number_from_chars", 1.25},
-    {"an expression of five terms against one from_chars", "five_terms_evaluate", "plain_number_from_chars",
-     10.0},
+    {{"a plain number", "plain_number_evaluate", "plain_number_from_chars", "std::from_chars", 1.25,
+      "library"}},
+    {{"an expression of five terms", "five_terms_evaluate", "plain_number_from_chars", "one std::from_chars",
+      10.0}},
 };
 
 } // namespace

@@ -1,21 +1,43 @@
 #pragma once
-// How our times ought to compare with a peer's measured in the same run.
+// How the times of two benchmarks of one program ought to compare.
 
+#include "report.h"
+
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace benchmarks {
 
-// A promise, made by defining a goal beside the two benchmarks: `ours` takes at most `most` times as long as
-// `peer`, both named as the benchmarks are. Programs print after the run what became of it, for the goals
-// whose benchmarks both ran. Of several repetitions the fastest counts: everything else is another program's
-// doing.
-struct goal {
-    goal(std::string text, std::string ours, std::string peer, double most);
+// A promise, made by defining one beside the two benchmarks: `ours` takes at most `most` times what `peer`
+// takes. The two are measured in turns, and what came of it is reported as a result. Its limit is the time of
+// `floor`, or that of moving the bytes that our benchmark counts in "bytes_moved".
+class goal {
+public:
+    // What is compared: processor time, that time for a byte (both count theirs with SetBytesProcessed), or a
+    // counter, named as it is.
+    static constexpr const char *time = "", *time_per_byte = "bytes_per_second";
+
+    struct terms {
+        std::string what;
+        std::string ours, peer; // benchmarks, named with their arguments: "load/100"
+        std::string peer_name;
+        std::optional<double> most = {};
+        std::string floor = {};
+        std::string compared = time;
+    };
+    goal(terms);
 };
 
-// The same promise for the time that a byte takes: both benchmarks count theirs (SetBytesProcessed).
-struct goal_per_byte {
-    goal_per_byte(std::string text, std::string ours, std::string peer, double most);
+// Runs a benchmark with each of its arguments in turn and reports how its time grows with the number of
+// things that it deals with: its items (SetItemsProcessed).
+class growing {
+public:
+    struct terms {
+        std::string what, things, name;
+        std::vector<std::int64_t> arguments;
+    };
+    growing(terms);
 };
 
 } // namespace benchmarks

@@ -25,8 +25,8 @@ namespace {
 
 using libgr::image2d;
 
-// A folder of its own with one picture as a JPEG and a PNG file, and a bitmap of 100 million pixels that
-// takes no room: its pixels are a hole.
+// A folder of its own with a picture as JPEG and PNG files, whole and of parts of its pixels, and a bitmap of
+// 100 million pixels that takes no room: its pixels are a hole.
 class files {
 public:
     static const files& instance() {
@@ -34,26 +34,16 @@ public:
         return made;
     }
 
-    std::string jpeg() const { return (folder_ / "a.jpg").string(); }
-    std::string png() const { return (folder_ / "a.png").string(); }
+    static constexpr int percentages[] = {1, 10, 100};
+    std::string jpeg(std::int64_t percent = 100) const { return name(percent, ".jpg"); }
+    std::string png(std::int64_t percent = 100) const { return name(percent, ".png"); }
     std::string bmp() const { return (folder_ / "a.bmp").string(); }
 
 private:
     files() {
         std::filesystem::create_directories(folder_);
-        image2d image;
-        image.descriptor = {8, 1, 3};
-        image.width = 2048;
-        image.height = 1536;
-        if (!image.allocate()) std::abort();
-        unsigned grain = 1;
-        for (std::uint32_t y = 0; y < image.height; ++y)
-            for (std::uint32_t i = 0; i < 3 * image.width; ++i) {
-                grain = grain * 1664525 + 1013904223;
-                const double wave = std::sin(0.01 * i) * std::cos(0.02 * y);
-                image.row(y)[i] = static_cast<unsigned char>(128 + 100 * wave + (grain >> 28));
-            }
-        if (!libgr::autosaveformat(image, jpeg()) || !libgr::autosaveformat(image, png())) std::abort();
+        for (const int percent : percentages)
+            write(percent);
         image2d small;
         small.descriptor = {10, 1, 3};
         small.width = small.height = 1;
@@ -68,6 +58,26 @@ private:
     }
     ~files() { std::filesystem::remove_all(folder_); }
 
+    std::string name(std::int64_t percent, const char* extension) const {
+        return (folder_ / (std::to_string(percent) + extension)).string();
+    }
+    void write(int percent) const {
+        image2d image;
+        image.descriptor = {8, 1, 3};
+        image.width = std::uint32_t(2048 * std::sqrt(percent / 100.0));
+        image.height = std::uint32_t(1536 * std::sqrt(percent / 100.0));
+        if (!image.allocate()) std::abort();
+        unsigned grain = 1;
+        for (std::uint32_t y = 0; y < image.height; ++y)
+            for (std::uint32_t i = 0; i < 3 * image.width; ++i) {
+                grain = grain * 1664525 + 1013904223;
+                const double wave = std::sin(0.01 * i) * std::cos(0.02 * y);
+                image.row(y)[i] = static_cast<unsigned char>(128 + 100 * wave + (grain >> 28));
+            }
+        if (!libgr::autosaveformat(image, jpeg(percent)) || !libgr::autosaveformat(image, png(percent)))
+            std::abort();
+    }
+
     std::filesystem::path folder_ =
         std::filesystem::temp_directory_path() / ("quenvarel-bench-" + std::to_string(getpid()));
 };
@@ -77,17 +87,20 @@ private:
 const int large_storage_is_mapped = mallopt(M_MMAP_THRESHOLD, 1 << 17);
 
 void load(benchmark::State& state, const std::string& name) {
+    std::int64_t pixels = 0;
     for (auto _ : state) {
         image2d image;
         if (!libgr::autoloadformat(image, name)) state.SkipWithError("refused");
         benchmark::DoNotOptimize(image.pixels.data());
+        pixels += std::int64_t(image.width) * image.height;
     }
+    state.SetItemsProcessed(pixels);
 }
 
 void jpeg_load(benchmark::State& state) {
-    load(state, files::instance().jpeg());
+    load(state, files::instance().jpeg(state.range(0)));
 }
-BENCHMARK(jpeg_load)->Unit(benchmark::kMillisecond);
+BENCHMARK(jpeg_load)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 
 void jpeg_bare_loop(benchmark::State& state) {
     const std::string name = files::instance().jpeg();
@@ -115,9 +128,9 @@ void jpeg_bare_loop(benchmark::State& state) {
 BENCHMARK(jpeg_bare_loop)->Unit(benchmark::kMillisecond);
 
 void png_load(benchmark::State& state) {
-    load(state, files::instance().png());
+    load(state, files::instance().png(state.range(0)));
 }
-BENCHMARK(png_load)->Unit(benchmark::kMillisecond);
+BENCHMARK(png_load)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 
 void png_bare_loop(benchmark::State& state) {
     const std::string name = files::instance().png();
@@ -187,11 +200,15 @@ void jpeg_turn_jpegtran(benchmark::State& state) {
 BENCHMARK(jpeg_turn_jpegtran)->Unit(benchmark::kMillisecond);
 
 const benchmarks::goal goals[] = {
-    {"loading a JPEG file against a bare libjpeg loop", "jpeg_load", "jpeg_bare_loop", 1.05},
-    {"loading a PNG file against a bare libpng loop", "png_load", "png_bare_loop", 1.05},
-    {"opening a bitmap of 100 million pixels against a millisecond", "bmp_100_megapixels_open",
-     "a_millisecond", 1.0},
-    {"a quarter turn against jpegtran's", "jpeg_turn", "jpeg_turn_jpegtran", 1.05},
+    {{"JPEG decoding, 3 megapixels", "jpeg_load/100", "jpeg_bare_loop", "bare libjpeg loop", 1.05,
+      "library"}},
+    {{"PNG decoding, 3 megapixels", "png_load/100", "png_bare_loop", "bare libpng loop", 1.05, "library"}},
+    {{"opening a BMP of 100 megapixels", "bmp_100_megapixels_open", "a_millisecond", "1 ms", 1.0}},
+    {{"quarter turn of a JPEG, lossless", "jpeg_turn", "jpeg_turn_jpegtran", "jpegtran", 1.05, "library"}},
+};
+const benchmarks::growing growths[] = {
+    {{"JPEG decoding", "pixel", "jpeg_load", {1, 10, 100}}},
+    {{"PNG decoding", "pixel", "png_load", {1, 10, 100}}},
 };
 
 } // namespace

@@ -1,92 +1,149 @@
-// Runs the benchmarks of one program and then holds the times against the goals.
+// Runs the benchmarks of one program: those with a goal against their peers, in turns. With an option of
+// Google Benchmark on the command line all of them, or those it names, as that library does and prints it.
 
 #include "goals.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <utility>
 #include <vector>
 
+namespace benchmarks {
+
 namespace {
 
-struct promise {
-    std::string text, ours, peer;
-    double most;
-    bool per_byte;
-};
-
-std::vector<promise>& promises() {
-    static std::vector<promise> all;
+std::vector<goal::terms>& goals() {
+    static std::vector<goal::terms> all;
     return all;
 }
 
-class reporter : public benchmark::ConsoleReporter {
-public:
-    reporter() : ConsoleReporter(OO_Tabular) {}
+std::vector<growing::terms>& growths() {
+    static std::vector<growing::terms> all;
+    return all;
+}
 
+struct measured {
+    double seconds = 0; // of the processor, for an iteration
+    std::map<std::string, double> counters;
+};
+
+// Keeps the one run that it is told of.
+class keeper : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            // Single repetitions may be hidden; the median is then the best that is known.
-            if (run.error_occurred || (run.run_type != Run::RT_Iteration && run.aggregate_name != "median"))
-                continue;
-            const double time = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-            const std::string name = run.run_name.function_name + argument(run);
-            note(fastest_, name, time);
-            if (const auto bytes = run.counters.find("bytes_per_second"); bytes != run.counters.end())
-                note(fastest_byte_, name, 1.0 / bytes->second);
+            if (run.error_occurred) {
+                std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
+                std::exit(EXIT_FAILURE);
+            }
+            last_.seconds = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            last_.counters.clear();
+            for (const auto& [name, counter] : run.counters)
+                last_.counters[name] = counter;
         }
-        ConsoleReporter::ReportRuns(runs);
     }
+    const measured& last() const { return last_; }
 
-    void Finalize() override {
-        std::printf("\n%-70s %8s %8s\n", "goal", "ratio", "at most");
-        for (const promise& p : promises()) {
-            const times& fastest = p.per_byte ? fastest_byte_ : fastest_;
-            const auto ours = fastest.find(p.ours), peer = fastest.find(p.peer);
-            if (ours == fastest.end() || peer == fastest.end()) continue;
-            const double ratio = ours->second / peer->second;
-            std::printf("%-70s %8.3f %8.3f %s\n", p.text.c_str(), ratio, p.most,
-                        ratio <= p.most ? "held" : "MISSED");
-        }
+private:
+    measured last_;
+};
+
+const measured& run(const std::string& name) {
+    static keeper kept;
+    if (benchmark::RunSpecifiedBenchmarks(&kept, "^" + name + "(/process_time)?$") != 1) {
+        std::fprintf(stderr, "There is not one benchmark named %s.\n", name.c_str());
+        std::exit(EXIT_FAILURE);
+    }
+    return kept.last();
+}
+
+double compared(const measured& what, const std::string& by) {
+    if (by == goal::time) return what.seconds;
+    const double counter = what.counters.at(by);
+    return by == goal::time_per_byte ? 1 / counter : counter;
+}
+
+// How many of what is compared an iteration has.
+double things_compared(const measured& what, const std::string& by) {
+    return by == goal::time_per_byte ? what.counters.at(by) * what.seconds : 1;
+}
+
+// Whether to go on after so many turns: for some seconds, but neither too few times nor endlessly.
+class patience {
+public:
+    bool lasts(std::size_t turns) const {
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start_;
+        return turns < 5 || (turns < 21 && taken.count() < 3);
     }
 
 private:
-    using times = std::map<std::string, double>; // in seconds
-
-    static void note(times& fastest, const std::string& name, double time) {
-        const auto [noted, is_new] = fastest.try_emplace(name, time);
-        if (!is_new) noted->second = std::min(noted->second, time);
-    }
-    static std::string argument(const Run& run) {
-        return run.run_name.args.empty() ? "" : "/" + run.run_name.args;
-    }
-
-    times fastest_, fastest_byte_;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
+
+void pursue(const goal::terms& aim) {
+    result made = {aim.what, {}, {}, aim.peer_name, aim.most, {aim.floor}};
+    if (aim.compared == goal::time_per_byte)
+        made.unit = "s/B";
+    else if (aim.compared != goal::time)
+        made.unit = "";
+    const patience patient;
+    for (std::size_t turn = 0; patient.lasts(turn); ++turn) {
+        // Who comes first changes, lest one always find what the other left in the caches.
+        for (const bool us : {turn % 2 == 0, turn % 2 != 0}) {
+            const measured& m = run(us ? aim.ours : aim.peer);
+            (us ? made.ours : made.peer).push_back(compared(m, aim.compared));
+            if (const auto moved = m.counters.find("bytes_moved"); us && moved != m.counters.end())
+                made.limit.bytes = moved->second / things_compared(m, aim.compared);
+        }
+    }
+    report(made);
+}
+
+void follow(const growing::terms& terms) {
+    growth made = {terms.what, terms.things, {}, std::vector<std::vector<double>>(terms.arguments.size())};
+    made.sizes.resize(terms.arguments.size());
+    const patience patient;
+    for (std::size_t turn = 0; patient.lasts(turn); ++turn)
+        for (std::size_t i = 0; i < terms.arguments.size(); ++i) {
+            const measured& m = run(terms.name + "/" + std::to_string(terms.arguments[i]));
+            made.sizes[i] = std::round(m.counters.at("items_per_second") * m.seconds);
+            made.seconds[i].push_back(m.seconds);
+        }
+    report(made);
+}
 
 } // namespace
 
-benchmarks::goal::goal(std::string text, std::string ours, std::string peer, double most) {
-    promises().push_back({std::move(text), std::move(ours), std::move(peer), most, false});
+goal::goal(terms t) {
+    goals().push_back(std::move(t));
 }
 
-benchmarks::goal_per_byte::goal_per_byte(std::string text, std::string ours, std::string peer, double most) {
-    promises().push_back({std::move(text), std::move(ours), std::move(peer), most, true});
+growing::growing(terms t) {
+    growths().push_back(std::move(t));
 }
+
+} // namespace benchmarks
 
 int main(int argc, char** argv) {
     // Defaults first: what the command line says comes later and wins.
-    char repetitions[] = "--benchmark_repetitions=5", shortly[] = "--benchmark_min_time=0.1",
-         mixed[] = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments = {argv[0], repetitions, shortly, mixed};
+    char shortly[] = "--benchmark_min_time=0.05";
+    std::vector<char*> arguments = {argv[0], shortly};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     int count = int(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
-    reporter console;
-    benchmark::RunSpecifiedBenchmarks(&console);
+    if (argc > 1) {
+        benchmark::RunSpecifiedBenchmarks();
+    } else {
+        std::for_each(benchmarks::goals().begin(), benchmarks::goals().end(), benchmarks::pursue);
+        std::for_each(benchmarks::growths().begin(), benchmarks::growths().end(), benchmarks::follow);
+    }
     benchmark::Shutdown();
 }

@@ -1,4 +1,5 @@
-// Model files of 500 000 triangles: loading and saving against the readers and writers of others.
+// Model files of 500 000 triangles, and of parts of them: loading and saving against the readers and writers
+// of others.
 
 #include "goals.h"
 #include "pmt3d/format/dispatch.h"
@@ -20,8 +21,6 @@
 
 namespace {
 
-constexpr std::uint32_t side = 501; // vertices: 500 by 500 squares
-
 [[noreturn]] void fail(const char* what) {
     std::cerr << what << '\n';
     std::exit(1);
@@ -30,7 +29,9 @@ constexpr std::uint32_t side = 501; // vertices: 500 by 500 squares
 // A wavy square, its frames included, and files of it in all formats.
 class sample {
 public:
-    sample() {
+    explicit sample(double part) {
+        const auto side = 1 + std::uint32_t(std::lround(500 * std::sqrt(part))); // vertices
+        triangles_ = 2 * std::uint64_t(side - 1) * (side - 1);
         std::string folder = (std::filesystem::temp_directory_path() / "quenvarel-bench-XXXXXX").string();
         if (!mkdtemp(folder.data())) fail("no temporary directory");
         folder_ = folder;
@@ -58,6 +59,7 @@ public:
     ~sample() { std::filesystem::remove_all(folder_); }
 
     std::string file(const char* name) const { return (folder_ / name).string(); }
+    std::uint64_t triangles() const { return triangles_; }
     pmt3d::surface_list items;
 
 private:
@@ -78,16 +80,27 @@ private:
                                  });
     }
 
+    std::uint64_t triangles_;
     std::filesystem::path folder_;
 };
 
-sample& shared() {
-    static sample s;
-    return s;
+// The sample with one in 100, one in 10 or all of its triangles.
+sample& shared(std::int64_t percent = 100) {
+    static sample samples[] = {sample(0.01), sample(0.1), sample(1)};
+    return samples[percent == 1 ? 0 : percent == 10 ? 1 : 2];
 }
 
-void count_bytes(benchmark::State& state, const std::string& name) {
-    state.SetBytesProcessed(std::int64_t(state.iterations() * std::filesystem::file_size(name)));
+std::size_t size_of(const pmt3d::surface_list& items) {
+    const pmt3d::polygon_t& polygon = items.front().polygon;
+    return polygon.vertex_count() * (sizeof(pmt3d::vertex_t) + sizeof(pmt3d::frame_t)) +
+           polygon.element_count() * sizeof(pmt3d::element_t);
+}
+
+void count(benchmark::State& state, const sample& s, const std::string& file, std::size_t model_size = 0) {
+    const std::size_t file_size = std::filesystem::file_size(file);
+    state.SetBytesProcessed(std::int64_t(state.iterations() * file_size));
+    state.SetItemsProcessed(std::int64_t(state.iterations() * s.triangles()));
+    state.counters["bytes_moved"] = double(file_size + model_size);
 }
 
 // Loading is measured as in a program that loads a model once: all memory comes from the system.
@@ -100,14 +113,18 @@ void forget_memory(benchmark::State& state) {
 // ---- STL
 
 void load_stl_ours(benchmark::State& state, const char* name) {
-    const std::string file = shared().file(name);
+    const sample& s = shared(state.range(0));
+    const std::string file = s.file(name);
+    std::size_t size = 0;
     for (auto _ : state) {
         forget_memory(state);
         pmt3d::surface_list items;
-        if (!pmt3d::load_stl(items, file, {std::cerr}) || items.front().polygon.vertex_count() != 1'500'000)
+        if (!pmt3d::load_stl(items, file, {std::cerr}) ||
+            items.front().polygon.vertex_count() != 3 * s.triangles())
             fail("not loaded");
+        size = size_of(items);
     }
-    count_bytes(state, file);
+    count(state, s, file, size);
 }
 void load_stl_assimp(benchmark::State& state, const char* name) {
     const std::string file = shared().file(name);
@@ -117,28 +134,28 @@ void load_stl_assimp(benchmark::State& state, const char* name) {
         const aiScene* scene = importer.ReadFile(file, 0);
         if (!scene || scene->mMeshes[0]->mNumFaces != 500'000) fail("not loaded");
     }
-    count_bytes(state, file);
+    count(state, shared(), file);
 }
-BENCHMARK_CAPTURE(load_stl_ours, binary, "binary.stl")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(load_stl_ours, binary, "binary.stl")
+    ->Arg(1)
+    ->Arg(10)
+    ->Arg(100)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(load_stl_assimp, binary, "binary.stl")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(load_stl_ours, text, "text.stl")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(load_stl_ours, text, "text.stl")->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(load_stl_assimp, text, "text.stl")->Unit(benchmark::kMillisecond);
-
-const benchmarks::goal binary_goal("binary STL at least 1.5 times as fast as assimp", "load_stl_ours/binary",
-                                   "load_stl_assimp/binary", 1 / 1.5);
-const benchmarks::goal text_goal("text STL at least 2 times as fast as assimp", "load_stl_ours/text",
-                                 "load_stl_assimp/text", 1 / 2.0);
 
 // ---- Text: each reader its own format, so the goal is for a byte
 
 void parse_pmt_ours(benchmark::State& state) {
-    const std::string file = shared().file("model.pmt");
+    const sample& s = shared(state.range(0));
+    const std::string file = s.file("model.pmt");
     for (auto _ : state) {
         forget_memory(state);
         pmt3d::model_t model;
         if (!pmt3d::load(model, file, {std::cerr})) fail("not loaded");
     }
-    count_bytes(state, file);
+    count(state, s, file, size_of(s.items));
 }
 void parse_obj_tinyobjloader(benchmark::State& state) {
     const std::string file = shared().file("model.obj");
@@ -152,14 +169,10 @@ void parse_obj_tinyobjloader(benchmark::State& state) {
                               false))
             fail("not loaded");
     }
-    count_bytes(state, file);
+    count(state, shared(), file);
 }
-BENCHMARK(parse_pmt_ours)->Unit(benchmark::kMillisecond);
+BENCHMARK(parse_pmt_ours)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 BENCHMARK(parse_obj_tinyobjloader)->Unit(benchmark::kMillisecond);
-
-const benchmarks::goal_per_byte
-    parse_goal("a byte of .pmt at least 3 times as fast as tinyobjloader's of .obj", "parse_pmt_ours",
-               "parse_obj_tinyobjloader", 1 / 3.0);
 
 // ---- Saving
 
@@ -207,20 +220,35 @@ void save_pmt_ours(benchmark::State& state) {
     const std::string file = shared().file("saved.pmt");
     for (auto _ : state)
         if (!pmt3d::save_text(shared().items, file)) fail("not saved");
-    count_bytes(state, file);
+    count(state, shared(), file, size_of(shared().items));
 }
 void save_pmt_flushed_stream(benchmark::State& state) {
     const std::string file = shared().file("streamed.pmt");
     for (auto _ : state)
         save_with_stream(shared().items, file);
     if (bytes_of(file) != bytes_of(shared().file("model.pmt"))) fail("the two writers differ");
-    count_bytes(state, file);
+    count(state, shared(), file);
 }
 BENCHMARK(save_pmt_ours)->Unit(benchmark::kMillisecond);
 BENCHMARK(save_pmt_flushed_stream)->Unit(benchmark::kMillisecond);
 
-const benchmarks::goal
-    save_goal("saving at least 5 times as fast as a stream that flushes every line, same bytes",
-              "save_pmt_ours", "save_pmt_flushed_stream", 1 / 5.0);
+const benchmarks::goal goals[] = {
+    {{"binary STL, 500 000 triangles", "load_stl_ours/binary/100", "load_stl_assimp/binary", "assimp",
+      1 / 1.5}},
+    {{"text STL, 500 000 triangles", "load_stl_ours/text/100", "load_stl_assimp/text", "assimp", 1 / 2.0}},
+    {{"a byte of .pmt, 500 000 triangles",
+      "parse_pmt_ours/100",
+      "parse_obj_tinyobjloader",
+      "tinyobjloader, .obj",
+      1 / 3.0,
+      {},
+      benchmarks::goal::time_per_byte}},
+    {{"writing that .pmt", "save_pmt_ours", "save_pmt_flushed_stream", "stream flushed by line", 1 / 5.0}},
+};
+const benchmarks::growing growths[] = {
+    {{"binary STL", "triangle", "load_stl_ours/binary", {1, 10, 100}}},
+    {{"text STL", "triangle", "load_stl_ours/text", {1, 10, 100}}},
+    {{".pmt", "triangle", "parse_pmt_ours", {1, 10, 100}}},
+};
 
 } // namespace

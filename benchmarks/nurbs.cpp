@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -70,6 +71,11 @@ Handle(Geom_BSplineSurface) occt_surface(const net& n) {
                                    order - 1);
 }
 
+void count(benchmark::State& state, std::size_t points_made, std::size_t bytes_each = 0) {
+    state.SetItemsProcessed(std::int64_t(state.iterations() * points_made));
+    state.counters["bytes_moved"] = double(points_made * bytes_each);
+}
+
 void grid_ours(benchmark::State& state) {
     const net n;
     std::vector<pmt3d::vertex_t> grid(samples * samples);
@@ -77,7 +83,7 @@ void grid_ours(benchmark::State& state) {
         pmt3d::evaluate_grid(n.view(), samples, samples, grid);
         benchmark::DoNotOptimize(grid.data());
     }
-    state.SetItemsProcessed(std::int64_t(state.iterations() * grid.size()));
+    count(state, grid.size(), sizeof(pmt3d::vertex_t));
 }
 void grid_occt(benchmark::State& state) {
     const net n;
@@ -89,7 +95,7 @@ void grid_occt(benchmark::State& state) {
                 surface.D0(double(i) / (samples - 1), double(j) / (samples - 1), grid[j * samples + i]);
         benchmark::DoNotOptimize(grid.data());
     }
-    state.SetItemsProcessed(std::int64_t(state.iterations() * grid.size()));
+    count(state, grid.size());
     // It is the same surface.
     std::vector<pmt3d::vertex_t> ours(grid.size());
     pmt3d::evaluate_grid(n.view(), samples, samples, ours);
@@ -106,20 +112,41 @@ void grid_occt(benchmark::State& state) {
 BENCHMARK(grid_ours)->Unit(benchmark::kMicrosecond);
 BENCHMARK(grid_occt)->Unit(benchmark::kMicrosecond);
 
-const benchmarks::goal grid_goal("a grid of points at least 5 times as fast as Open CASCADE's cached adaptor",
-                                 "grid_ours", "grid_occt", 1 / 5.0);
-
-void grid_steps(benchmark::State& state) {
+// What frames are made of: our differences between neighbours, their derivatives.
+void grid_and_steps_ours(benchmark::State& state) {
     const net n;
     std::vector<pmt3d::vertex_t> grid(samples * samples);
     std::vector<pmt3d::differences_t> steps(grid.size());
-    pmt3d::evaluate_grid(n.view(), samples, samples, grid);
     for (auto _ : state) {
+        pmt3d::evaluate_grid(n.view(), samples, samples, grid);
         pmt3d::grid_steps(grid, samples, samples, steps);
         benchmark::DoNotOptimize(steps.data());
     }
-    state.SetItemsProcessed(std::int64_t(state.iterations() * grid.size()));
+    count(state, grid.size(), sizeof(pmt3d::vertex_t) + sizeof(pmt3d::differences_t));
 }
-BENCHMARK(grid_steps)->Unit(benchmark::kMicrosecond);
+void grid_and_derivatives_occt(benchmark::State& state) {
+    const net n;
+    const GeomAdaptor_Surface surface(occt_surface(n));
+    std::vector<gp_Pnt> grid(samples * samples);
+    std::vector<std::pair<gp_Vec, gp_Vec>> derivatives(grid.size());
+    for (auto _ : state) {
+        for (std::uint32_t j = 0; j < samples; ++j)
+            for (std::uint32_t i = 0; i < samples; ++i) {
+                const std::uint32_t at = j * samples + i;
+                surface.D1(double(i) / (samples - 1), double(j) / (samples - 1), grid[at],
+                           derivatives[at].first, derivatives[at].second);
+            }
+        benchmark::DoNotOptimize(derivatives.data());
+    }
+    count(state, grid.size());
+}
+BENCHMARK(grid_and_steps_ours)->Unit(benchmark::kMicrosecond);
+BENCHMARK(grid_and_derivatives_occt)->Unit(benchmark::kMicrosecond);
+
+const benchmarks::goal goals[] = {
+    {{"NURBS, 257 by 257 points", "grid_ours", "grid_occt", "Open CASCADE, cached", 1 / 5.0}},
+    {{"NURBS, points and tangents", "grid_and_steps_ours", "grid_and_derivatives_occt",
+      "Open CASCADE, cached"}},
+};
 
 } // namespace

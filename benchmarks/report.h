@@ -1,0 +1,45 @@
+#pragma once
+// What the benchmark programs have to say: a line for people on standard output, and for the table of ./bench
+// the same as a JSON object on a line of the file that the environment variable QUENVAREL_BENCH_ROWS names,
+// if it does.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace benchmarks {
+
+// What no program of the kind can beat.
+struct bound {
+    std::string floor = {}; // the peer is just that: what it consists of, for example "library"
+    double bytes = 0;       // else what has to pass through the main memory: read and written, or 0
+};
+
+struct result {
+    std::string what;
+    // Measured in turns, so that equal indices make a pair. Without a peer it is empty.
+    std::vector<double> ours, peer = {};
+    std::string peer_name = {};
+    std::optional<double> most = {}; // the goal: of ours to peer, or of ours where there is no peer
+    bound limit = {};
+    std::string unit = "s";
+};
+// The ratio is the median of the pairs' ratios, with their quartiles.
+void report(const result&);
+
+// The time that each of `sizes` things takes when there are more and more of them.
+struct growth {
+    std::string what, things;
+    std::vector<double> sizes;
+    std::vector<std::vector<double>> seconds; // for a whole run of each size, measured in turns
+};
+void report(const growth&);
+
+// Something about the machine that the results depend on.
+void report_fact(const std::string& name, const std::string& value);
+
+// The value below which the given part of the numbers lies; of at least one.
+double quantile(std::vector<double> numbers, double part);
+double median(std::vector<double> numbers);
+
+} // namespace benchmarks
