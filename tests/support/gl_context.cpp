@@ -16,4 +16,11 @@ void gl_test::TearDown() {
     EXPECT_EQ(take_err(), "");
 }
 
+std::string gl_test::step_labels() {
+    std::string all, text = take_err();
+    for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1)
+        all += text.substr(at, text.find(": Error", at) - at) + "\n";
+    return all;
+}
+
 } // namespace test_support

@@ -17,6 +17,8 @@ protected:
     void TearDown() override;
     // Standard error since the start or the last call.
     std::string take_err() { return err_.take(); }
+    // Only the labels of the step checks that reported since, one in a line.
+    std::string step_labels();
 
 private:
     capture err_{std::cerr};

@@ -40,14 +40,6 @@ protected:
         values.resize(std::size_t(count));
         return values;
     }
-    // The labels of the step checks that have reported, in order.
-    std::string labels() {
-        std::string all, text = take_err();
-        for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1) {
-            all += text.substr(at, text.find(": Error", at) - at) + "\n";
-        }
-        return all;
-    }
 
     glpolygon_t renderer_;
 };
@@ -134,10 +126,8 @@ INSTANTIATE_TEST_SUITE_P(
 // ---- Drawing
 
 TEST_F(Renderer, SetsEverythingForTheDrawAndLeavesNothing) {
-    const unsigned char white[4] = {255, 255, 255, 255}, faces[6 * 4] = {};
-    const test_texture color(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white);
-    const test_texture bump(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white);
-    const test_texture spec(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white);
+    const unsigned char faces[6 * 4] = {};
+    const color_pixel color(white), bump(white), spec(white);
     const test_texture cube(GL_TEXTURE_CUBE_MAP, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, faces);
     test_appearance dressed;
     dressed.textures = {&color, &bump, &spec};
@@ -258,7 +248,7 @@ TEST_F(Renderer, StepsAreLabelledInOrder) {
             if (!selection && std::string_view(step).find('.') != std::string_view::npos) continue;
             expected += name + step + "\n";
         }
-        EXPECT_EQ(labels(), expected);
+        EXPECT_EQ(step_labels(), expected);
     }
 }
 
@@ -276,15 +266,12 @@ TEST_F(Renderer, InitStepsAreLabelled) {
                              ") feedback program inited.", ") feedback varying setted.", "end)"}) {
         expected += "glpolygon_t::init(" + std::string(step) + "\n";
     }
-    EXPECT_EQ(labels(), expected);
+    EXPECT_EQ(step_labels(), expected);
 }
 
 TEST_F(Renderer, SelectionHasAQuarterOfTheAlpha) {
-    const unsigned char black[4] = {0, 0, 0, 0}, flat[3] = {0, 0, 127};
-    const test_texture spec(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, black);
-    const test_texture bump(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, flat);
-    const unsigned char white[4] = {255, 255, 255, 255};
-    const test_texture color(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white);
+    const color_pixel color(white), spec(black);
+    const bump_pixel bump;
     test_appearance dressed;
     dressed.textures = {&color, &bump, &spec};
     test_surface square(square_vertices({1, 1, 1, 0.8f}), square_strip);

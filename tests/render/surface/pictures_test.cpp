@@ -57,8 +57,6 @@ protected:
     bool skybox = false;
     float distance = 3, shininess = 20;
     mtx3w view = mtx3w::identity();
-    const unsigned char white_pixel[4] = {255, 255, 255, 255};
-    const signed char flat_pixel[3] = {0, 0, 127};
 
 private:
     glpolygon_t renderer_;
@@ -130,10 +128,10 @@ std::vector<unsigned char> sky() {
 }
 
 TEST_F(Pictures, LitTriangle) {
-    const test_texture white(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white_pixel);
-    const test_texture flat(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, flat_pixel);
+    const color_pixel matt(white);
+    const bump_pixel flat;
     test_appearance plain;
-    plain.textures = {&white, &flat, &white};
+    plain.textures = {&matt, &flat, &matt};
     const dir3 x = {1, 0, 0}, y = {0, 1, 0}, z = {0, 0, 1};
     test_surface triangle({{{-1, -0.8f, 0}, {1, 0.1f, 0.1f, 1}, {0, 0}, x, y, z},
                            {{1, -0.8f, 0}, {0.1f, 1, 0.1f, 1}, {1, 0}, x, y, z},
@@ -146,8 +144,8 @@ TEST_F(Pictures, LitTriangle) {
 TEST_F(Pictures, Sphere) {
     const auto squares_data = squares(), stripes_data = stripes();
     const auto dents_data = dents();
-    const test_texture white(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white_pixel);
-    const test_texture flat(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, flat_pixel);
+    const color_pixel matt(white);
+    const bump_pixel flat;
     const test_texture colors(GL_TEXTURE_2D, GL_RGBA8, texels, texels, GL_RGBA, GL_UNSIGNED_BYTE,
                               squares_data.data(), true);
     const test_texture bumps(GL_TEXTURE_2D, GL_RGB8_SNORM, texels, texels, GL_RGB, GL_BYTE, dents_data.data(),
@@ -160,9 +158,9 @@ TEST_F(Pictures, Sphere) {
         std::array<const test_texture*, 3> textures;
         bool mercator;
         float shininess;
-    } cases[] = {{"render/sphere_color", {&colors, &flat, &white}, false, 20},
-                 {"render/sphere_mercator", {&colors, &flat, &white}, true, 20},
-                 {"render/sphere_bump", {&white, &bumps, &white}, false, 20},
+    } cases[] = {{"render/sphere_color", {&colors, &flat, &matt}, false, 20},
+                 {"render/sphere_mercator", {&colors, &flat, &matt}, true, 20},
+                 {"render/sphere_bump", {&matt, &bumps, &matt}, false, 20},
                  {"render/sphere_specular", {&colors, &flat, &gloss}, false, 2}};
     for (const auto& one : cases) {
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -176,10 +174,10 @@ TEST_F(Pictures, Sphere) {
 }
 
 TEST_F(Pictures, AlphaAndSelection) {
-    const test_texture white(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white_pixel);
-    const test_texture flat(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, flat_pixel);
+    const color_pixel matt(white);
+    const bump_pixel flat;
     test_appearance plain;
-    plain.textures = {&white, &flat, &white};
+    plain.textures = {&matt, &flat, &matt};
     test_surface back(sphere_vertices(48, 24, {0.9f, 0.3f, 0.2f, 1}), grid_strips(49, 25));
     draw(plain, back, {0, {0, 0, 1}});
     test_surface front(square_vertices({0.2f, 0.5f, 0.9f, 0.4f}), square_strip);
@@ -194,13 +192,11 @@ TEST_F(Pictures, AlphaAndSelection) {
 TEST_F(Pictures, SkyBoxAndReflection) {
     const auto sky_data = sky();
     const auto dents_data = dents();
-    const unsigned char grey_pixel[4] = {40, 40, 40, 255}, black_pixel[4] = {0, 0, 0, 255};
     const test_texture cube(GL_TEXTURE_CUBE_MAP, GL_RGBA8, 32, 32, GL_RGBA, GL_UNSIGNED_BYTE, sky_data.data(),
                             true);
-    const test_texture white(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, white_pixel);
-    const test_texture black(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, black_pixel);
-    const test_texture grey(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, grey_pixel);
-    const test_texture flat(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, flat_pixel);
+    const color_pixel matt(white);
+    const color_pixel dark({0, 0, 0, 255}), grey({40, 40, 40, 255});
+    const bump_pixel flat;
     const test_texture bumps(GL_TEXTURE_2D, GL_RGB8_SNORM, texels, texels, GL_RGB, GL_BYTE, dents_data.data(),
                              true);
     test_surroundings sky_around;
@@ -211,7 +207,7 @@ TEST_F(Pictures, SkyBoxAndReflection) {
     // A sphere around the eye does for a box, since only directions count.
     test_surface box(sphere_vertices(48, 24, {1, 1, 1, 1}), grid_strips(49, 25));
     test_appearance box_look;
-    box_look.textures = {&black, &flat, &black};
+    box_look.textures = {&dark, &flat, &dark};
     sky_around.reflect = 1;
     skybox = true;
     distance = 0;
@@ -223,7 +219,7 @@ TEST_F(Pictures, SkyBoxAndReflection) {
     view = to_matrix(rot3{20, {1, 0, 0}});
     test_surface ball(sphere_vertices(48, 24, {1, 1, 1, 1}), grid_strips(49, 25));
     test_appearance mirror;
-    mirror.textures = {&grey, &flat, &white};
+    mirror.textures = {&grey, &flat, &matt};
     sky_around.reflect = 0.8f;
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     draw(mirror, ball);
@@ -234,7 +230,7 @@ TEST_F(Pictures, SkyBoxAndReflection) {
     draw(mirror, ball);
     EXPECT_TRUE(looks_like(read(), "render/reflection_bump", mean, largest));
 
-    mirror.textures = {&black, &flat, &white};
+    mirror.textures = {&dark, &flat, &matt};
     view = mtx3w::identity();
     sky_around.reflect = 0, sky_around.refract = 0.9f, sky_around.factor = 0.7f;
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);

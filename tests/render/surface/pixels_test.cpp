@@ -49,7 +49,7 @@ const pos3 light = {1.5f, 1.0f, 0.5f};
 const color clear_color = {0.25, 0.5, 0.125, 0.75};
 const unsigned char faces[6][4] = {{200, 0, 0, 100},  {0, 200, 0, 100},  {0, 0, 200, 100},
                                    {200, 200, 0, 50}, {0, 200, 200, 50}, {200, 0, 200, 50}};
-const unsigned char spec_pixel[4] = {255, 128, 64, 32};
+const std::array<unsigned char, 4> gloss = {255, 128, 64, 32};
 // Rows of a colour picture from bottom to top, as Mercator maps them.
 const unsigned char rows[8][4] = {{255, 0, 0, 255},     {0, 255, 0, 255},    {0, 0, 255, 255},
                                   {255, 255, 0, 255},   {0, 255, 255, 255},  {255, 0, 255, 255},
@@ -146,7 +146,7 @@ bool fragment_stage(const std::array<corner, 3>& c, const std::array<double, 3>&
     const dir3 v = normalise(mix3(&corner::view)), l = normalise(mix3(&corner::light)), r = reflect(-l, norm);
     const double lambert = std::max(dot(l, norm), 0.0f);
     const color diffuse = {surface.r * lambert, surface.g * lambert, surface.b * lambert, surface.a};
-    const color specular = bytes(spec_pixel) * std::pow(std::max(dot(r, v), 0.0f), s.shininess);
+    const color specular = bytes(gloss.data()) * std::pow(std::max(dot(r, v), 0.0f), s.shininess);
     color f = diffuse + specular + around;
     for (double* channel : {&f.r, &f.g, &f.b, &f.a})
         *channel = std::clamp(*channel, 0.0, 1.0);
@@ -170,8 +170,8 @@ TEST_P(Pixels, AreWhatTheFormulasGive) {
     test_surface surface(triangle, {0, 1, 2});
     surface.selection = {0, 1, 2};
     const test_texture color_texture(GL_TEXTURE_2D, GL_RGBA8, 1, 8, GL_RGBA, GL_UNSIGNED_BYTE, rows);
-    const test_texture bump(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, s.bump.data());
-    const test_texture spec(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, spec_pixel);
+    const bump_pixel bump(s.bump);
+    const color_pixel spec(gloss);
     const test_texture cube(GL_TEXTURE_CUBE_MAP, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, faces);
     test_appearance dressed;
     dressed.textures = {&color_texture, &bump, &spec};
@@ -246,11 +246,11 @@ class BumpOffset : public gl_test {};
 TEST_F(BumpOffset, MovesOnlyTheBumpPicture) {
     glpolygon_t renderer;
     ASSERT_TRUE(renderer.init(""));
-    const unsigned char stripes[2 * 4] = {255, 255, 255, 255, 255, 255, 255, 255}, black[4] = {};
+    const unsigned char stripes[2 * 4] = {255, 255, 255, 255, 255, 255, 255, 255};
     const signed char normals[2 * 3] = {0, 0, 127, 0, 0, 0}; // left half lit, right half dark
     const test_texture color_texture(GL_TEXTURE_2D, GL_RGBA8, 2, 1, GL_RGBA, GL_UNSIGNED_BYTE, stripes);
     const test_texture bump(GL_TEXTURE_2D, GL_RGB8_SNORM, 2, 1, GL_RGB, GL_BYTE, normals);
-    const test_texture spec(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, black);
+    const color_pixel spec(black);
     test_appearance dressed;
     dressed.textures = {&color_texture, &bump, &spec};
     test_surface square(square_vertices({1, 1, 1, 1}), square_strip);

@@ -68,6 +68,17 @@ public:
     GLuint name = 0;
 };
 
+// One pixel of a colour or gloss picture, and of a bump picture: the normal, in 127ths.
+struct color_pixel : test_texture {
+    explicit color_pixel(const std::array<unsigned char, 4>& rgba)
+        : test_texture(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data()) {}
+};
+struct bump_pixel : test_texture {
+    explicit bump_pixel(const std::array<signed char, 3>& normal = {0, 0, 127})
+        : test_texture(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, normal.data()) {}
+};
+inline constexpr std::array<unsigned char, 4> white = {255, 255, 255, 255}, black = {0, 0, 0, 0};
+
 // Pictures of a surface, null for none.
 class test_appearance : public render::appearance {
 public:
