@@ -1,7 +1,6 @@
 #include "app/interrupt.h"
 
 #include <atomic>
-#include <csignal>
 
 #include <windows.h>
 
@@ -14,15 +13,13 @@ std::atomic<bool> requested = false;
 std::atomic<bool> noticed = false;
 
 // Runs on a thread of its own.
-void on_signal(int number) {
-    std::signal(number, on_signal); // delivery has reset it
-    if (requested.exchange(true) && !noticed) ExitProcess(STATUS_CONTROL_C_EXIT);
-    leave_program();
-}
-
 BOOL WINAPI on_console_event(DWORD event) {
-    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) return FALSE;
+    const bool again = requested.exchange(true);
     leave_program();
+    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
+        if (again && !noticed) ExitProcess(STATUS_CONTROL_C_EXIT);
+        return TRUE;
+    }
     // The system ends the process when this returns; the main thread is ending it properly meanwhile.
     Sleep(INFINITE);
     return TRUE;
@@ -32,8 +29,6 @@ BOOL WINAPI on_console_event(DWORD event) {
 
 void install_interrupt_handler(void (*leave)()) {
     leave_program = leave;
-    std::signal(SIGINT, on_signal);
-    std::signal(SIGBREAK, on_signal);
     SetConsoleCtrlHandler(on_console_event, TRUE);
 }
 

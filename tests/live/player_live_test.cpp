@@ -175,16 +175,19 @@ TEST(live_player, a_late_program_tells_repetitions_from_fast_notes) {
 
 // ---- Ways to end
 
+enum systems { everywhere, linux_only, windows_only };
+
 struct ending {
     const char* name;
     void (*end)(player_under_test&);
-    bool on_windows = true;
+    systems on = everywhere;
 };
 
 class live_end : public testing::TestWithParam<ending> {};
 
 TEST_P(live_end, is_normal_and_silences_what_sounds) {
-    if (under_test().windows && !GetParam().on_windows) GTEST_SKIP() << "the system has no such end";
+    if (GetParam().on == (under_test().windows ? linux_only : windows_only))
+        GTEST_SKIP() << "the system has no such end";
     player_under_test player;
     ASSERT_TRUE(player.open_window());
     player.drive("keydown z");
@@ -199,27 +202,28 @@ const ending endings[] = {
     {"window_closed", [](player_under_test& player) { player.display().request_close(player.window()); }},
     {"window_destroyed_by_others",
      [](player_under_test& player) { player.drive_on("windowclose " + std::to_string(player.window())); },
-     false},
-    {"interrupt", [](player_under_test& player) { player.program().send_signal(SIGINT); }},
+     linux_only},
+    {"interrupt", [](player_under_test& player) { player.interrupt(); }},
     {"two_interrupts",
      [](player_under_test& player) {
-         player.program().send_signal(SIGINT);
-         player.program().send_signal(SIGINT);
+         player.interrupt();
+         player.interrupt();
      }},
-    {"terminate", [](player_under_test& player) { player.program().send_signal(SIGTERM); }, false},
-    {"hang_up", [](player_under_test& player) { player.program().send_signal(SIGHUP); }, false},
+    {"terminate", [](player_under_test& player) { player.program().send_signal(SIGTERM); }, linux_only},
+    {"hang_up", [](player_under_test& player) { player.program().send_signal(SIGHUP); }, linux_only},
+    {"break", [](player_under_test& player) { player.console_event(1); }, windows_only},
+    {"console_closed", [](player_under_test& player) { player.console_event(2); }, windows_only},
+    {"logged_off", [](player_under_test& player) { player.console_event(5); }, windows_only},
 };
 INSTANTIATE_TEST_SUITE_P(player, live_end, testing::ValuesIn(endings), name_of<ending>);
 
 TEST(live_player, an_interrupt_at_any_moment_of_the_start_is_a_normal_end) {
-    if (under_test().windows)
-        GTEST_SKIP() << "a signal in the middle of its start kills Wine itself now and then";
     virtual_display display;
     for (int delay = 0; delay <= 300; delay += delay < 60 ? 5 : 40) {
         player_under_test player(display, {"-p", "7"});
         ASSERT_TRUE(player.program().wait_for_out("select write device")) << player.program().err();
         std::this_thread::sleep_for(milliseconds(delay));
-        player.program().send_signal(SIGINT);
+        player.interrupt();
         EXPECT_EQ(player.program().wait(), 0) << delay << ": " << player.program().err();
         EXPECT_EQ(player.traced(), "") << delay;
         // From nothing to everything, in order; what was begun is ended.

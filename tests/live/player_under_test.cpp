@@ -1,7 +1,9 @@
 #include "player_under_test.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iterator>
 #include <sstream>
 
@@ -85,20 +87,32 @@ const system_under_test& under_test() {
     return chosen;
 }
 
+process_options player_under_test::environment() const {
+    return {.environment = {{"DISPLAY", display_.name()},
+                            {"QUENVAREL_WINMM_LOG", directory_.file("winmm.log")},
+                            {"QUENVAREL_WINMM_CONSOLE", directory_.file("console")}},
+            .directory = directory_.path()};
+}
+
 player_under_test::player_under_test(const std::vector<std::string>& options, const std::string& layout)
     : own_display_(std::in_place, layout),
       display_(*own_display_),
-      program_(joined(joined(under_test().command, options), {under_test().device}),
-               {.environment = {{"DISPLAY", display_.name()},
-                                {"QUENVAREL_WINMM_LOG", directory_.file("winmm.log")}},
-                .directory = directory_.path()}) {}
+      program_(joined(joined(under_test().command, options), {under_test().device}), environment()) {}
 
 player_under_test::player_under_test(virtual_display& display, const std::vector<std::string>& options)
     : display_(display),
-      program_(joined(joined(under_test().command, options), {under_test().device}),
-               {.environment = {{"DISPLAY", display_.name()},
-                                {"QUENVAREL_WINMM_LOG", directory_.file("winmm.log")}},
-                .directory = directory_.path()}) {}
+      program_(joined(joined(under_test().command, options), {under_test().device}), environment()) {}
+
+void player_under_test::interrupt() {
+    if (under_test().windows)
+        console_event(0);
+    else
+        program_.send_signal(SIGINT);
+}
+
+void player_under_test::console_event(int number) {
+    std::ofstream(directory_.file("console"), std::ios::app) << number << '\n';
+}
 
 bool player_under_test::open_window() {
     window_ = display_.find_window(window_title);

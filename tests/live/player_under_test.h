@@ -32,6 +32,11 @@ public:
     // The same on somebody's display.
     player_under_test(virtual_display& display, const std::vector<std::string>& options);
 
+    // Ctrl-C.
+    void interrupt();
+    // Another event of a Windows program's console, by its number.
+    void console_event(int number);
+
     // Waits for the window with the greeting sent, and gives it the keyboard. False when it does not come.
     bool open_window();
     virtual_display& display() { return display_; }
@@ -56,6 +61,8 @@ public:
     std::string played();
 
 private:
+    process_options environment() const;
+
     std::optional<virtual_display> own_display_;
     virtual_display& display_;
     temporary_directory directory_;

@@ -5,7 +5,6 @@
 #include "support/temporary_directory.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -57,6 +56,7 @@ public:
     run_with_devices(const std::string& program, const lines& arguments, environment variables)
         : log_(directory_.file("calls")) {
         variables["QUENVAREL_WINMM_LOG"] = "Z:" + log_;
+        variables["QUENVAREL_WINMM_CONSOLE"] = "Z:" + directory_.file("console");
         const fs::path player = std::getenv("QUENVAREL_UNDER_TEST");
         program_.emplace(lines{player.parent_path() / program} + arguments,
                          test_support::process_options{std::move(variables), {}});
@@ -79,11 +79,9 @@ public:
         }
         return false;
     }
-    // Ends it as Ctrl-C does; its exit code. Wine takes the signal in the midst of whatever the program does
-    // and does not always survive that, so the program is first given the time to come to rest.
+    // Ends it by Ctrl-C; its exit code.
     int interrupt() {
-        std::this_thread::sleep_for(std::chrono::seconds(2));
-        program_->send_signal(SIGINT);
+        std::ofstream(directory_.file("console")) << "0\n";
         return program_->wait().value_or(-1);
     }
 

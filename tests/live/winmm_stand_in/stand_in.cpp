@@ -6,8 +6,6 @@
 
 namespace winmm_stand_in {
 
-namespace {
-
 std::string variable(const char* name, const char* otherwise) {
     // Not getenv: it cannot tell an empty variable from none on this system.
     char value[32768];
@@ -16,6 +14,8 @@ std::string variable(const char* name, const char* otherwise) {
     if (length == 0 && GetLastError() == ERROR_ENVVAR_NOT_FOUND) return otherwise;
     return {value, length};
 }
+
+namespace {
 
 std::vector<std::string> split(const std::string& text, char separator) {
     std::vector<std::string> parts;

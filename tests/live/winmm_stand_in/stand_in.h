@@ -5,18 +5,21 @@
 //
 // Environment (lists are separated by ';'):
 //   QUENVAREL_WINMM_LOG      file to which each call is appended as one line: the function, its arguments, "
-//   -> " and
-//                            the result in decimal. Bytes are in hex. Handles are left out.
+//   -> "
+//                            and the result in decimal. Bytes are in hex. Handles are left out.
 //   QUENVAREL_WINMM_OUTPUTS  names of the output devices; unset: one, "Stand-in Synth"; empty: none
 //   QUENVAREL_WINMM_INPUTS   the same for the input devices; unset: one, "Stand-in Keys"
 //   QUENVAREL_WINMM_FAIL     calls that fail: function=code, function#n=code only the n-th call of it,
-//   counted from 1,
-//                            or function#n+=code the n-th and all after it
+//   counted
+//                            from 1, or function#n+=code the n-th and all after it
 //   QUENVAREL_WINMM_BUSY     milliseconds for which an output device keeps the buffer of a long message, or
-//   "forever" QUENVAREL_WINMM_INPUT    what an input device delivers from its start on, as words: bytes in
-//   hex are a message, a
-//                            long one if they begin with f0; +n waits n milliseconds; more:bytes is a message
-//                            that came while the receiver was behind; error:bytes an invalid one
+//                            "forever"
+//   QUENVAREL_WINMM_INPUT    what an input device delivers from its start on, as words: bytes in hex are a
+//                            message, a long one if they begin with f0; +n waits n milliseconds; more:bytes
+//                            is a message that came while the receiver was behind; error:bytes an invalid one
+//   QUENVAREL_WINMM_CONSOLE  file in which lines appear for what happens to the program's console: the
+//   event's
+//                            number in decimal, such as 0 for Ctrl-C and 2 when the console is closed
 
 // The functions are defined here, not imported.
 #define _WINMM_
@@ -37,6 +40,9 @@ struct settings {
     std::vector<std::string> input;                // the words
 };
 const settings& configured();
+
+// The environment variable.
+std::string variable(const char* name, const char* otherwise);
 
 // Appends a line to the log.
 void note(const std::string& line);
