@@ -3,7 +3,9 @@
 #include "fuzz/target.h"
 #include "pmt3d/format/dispatch.h"
 
+#include <cstring>
 #include <sstream>
+#include <vector>
 
 using fuzz::demand;
 
@@ -40,13 +42,20 @@ bool load(pmt3d::model_t& model, const std::string& name, std::string& said) {
     return loaded;
 }
 
-// What was saved, where the sign of a zero does not count: an expression has no negative zero.
-std::string saved_text(const std::string& name) {
-    std::string text = test_support::read_file(name);
-    for (const std::string_view zero : {",-0,", " -0,", ",-0\r", " -0\r"})
-        for (std::size_t at = text.find(zero); at != text.npos; at = text.find(zero, at))
-            text.erase(at + 1, 1);
-    return text;
+// The lines of a saved file that loading it must not change. The sign of a zero may: an expression has no
+// negative zero. Blank lines may: a surface without vertices leaves one and does not come back. So may the
+// rest of a frame whose normal is zero: the reader makes it anew from the positions, which were rounded when
+// they were saved.
+std::vector<std::string> lasting_lines(const std::string& name) {
+    std::vector<std::string> lines;
+    std::istringstream text(test_support::read_file(name));
+    for (std::string line; std::getline(text, line);) {
+        for (std::size_t at = line.find("-0"); at != line.npos; at = line.find("-0", at + 1))
+            if (std::strchr(" ,", line[at - 1]) && std::strchr(",\r", line[at + 2])) line.erase(at, 1);
+        if (line == "normal 0,0,0\r") lines.resize(lines.size() - 2);
+        if (line != "\r") lines.push_back(line);
+    }
+    return lines;
 }
 
 // Every index that a surface draws with is one of its vertices, or is passed over when it is drawn.
@@ -101,6 +110,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const fuzz::messages messages;
         demand(pmt3d::save(again, second), "and saved once more");
     }
-    demand(saved_text(first) == saved_text(second), "to the same text");
+    const std::vector<std::string> lines = lasting_lines(first), lines_again = lasting_lines(second);
+    const auto differing = std::mismatch(lines.begin(), lines.end(), lines_again.begin(), lines_again.end());
+    demand(differing.first == lines.end() && differing.second == lines_again.end(),
+           ("to the same text, but for: " + (differing.first == lines.end() ? "more" : *differing.first))
+               .c_str());
     return 0;
 }

@@ -14,7 +14,7 @@ namespace libgr {
 
 namespace {
 
-using turn_block = void (*)(JCOEF* to, const JCOEF* from);
+using block_turn = void (*)(JCOEF* to, const JCOEF* from);
 
 void turn_block_90(JCOEF* to, const JCOEF* from) {
     for (int v = 0; v < DCTSIZE; ++v)
@@ -40,6 +40,19 @@ void turn_block_270(JCOEF* to, const JCOEF* from) {
             to[v * DCTSIZE + u] = from[u * DCTSIZE + v];
             to[(v + 1) * DCTSIZE + u] = JCOEF(-from[u * DCTSIZE + v + 1]);
         }
+}
+
+// Whether coding a block keeps it. The code of 8-bit pictures has room for 11 bits of the first coefficient,
+// as its difference takes one more, and 10 bits and a sign of each other one. A file can hold larger ones,
+// from which no picture is made, and the library would code them as something else without a word.
+bool can_be_coded(const JCOEF* block) {
+    constexpr JCOEF most = 1023;
+    JCOEF low = JCOEF(std::min(block[0] + 1, 0)), high = 0;
+    for (int i = 1; i < DCTSIZE2; ++i) {
+        low = std::min(low, block[i]);
+        high = std::max(high, block[i]);
+    }
+    return low >= -most && std::max(high, block[0]) <= most;
 }
 
 constexpr JDIMENSION rounded_up(JDIMENSION value, int step) {
@@ -85,9 +98,11 @@ public:
         }
     }
 
-    void turn(jvirt_barray_ptr* source) {
+    // False when the file has coefficients that cannot be written again.
+    bool turn(jvirt_barray_ptr* source) {
         for (int c = 0; c < info_.num_components; ++c)
             turn_component(c, source[c], arrays_[std::size_t(c)]);
+        return all_can_be_coded_;
     }
 
     // The source's parameters, copied, become those of the turned picture.
@@ -128,6 +143,11 @@ private:
         return s;
     }
 
+    void turn_block(block_turn turn_one, JCOEF* to, const JCOEF* from) {
+        turn_one(to, from);
+        all_can_be_coded_ &= can_be_coded(to);
+    }
+
     JBLOCKROW source_row(jvirt_barray_ptr source, JDIMENSION row) {
         return info_.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info_), source, row, 1,
                                              FALSE)[0];
@@ -155,23 +175,24 @@ private:
         for (JDIMENSION y = 0; y < count; ++y) {
             const JBLOCK* from = source_row(source, to.height - 1 - (first + y));
             for (JDIMENSION x = 0; x < to.width; ++x)
-                turn_block_180(rows[y][x], from[to.width - 1 - x]);
+                turn_block(turn_block_180, rows[y][x], from[to.width - 1 - x]);
         }
     }
 
     void turn_rows_sideways(JBLOCKARRAY rows, JDIMENSION first, JDIMENSION count, const size& to,
                             jvirt_barray_ptr source) {
-        const turn_block turn_one = turns_ == 1 ? turn_block_90 : turn_block_270;
+        const block_turn turn_one = turns_ == 1 ? turn_block_90 : turn_block_270;
         for (JDIMENSION x = 0; x < to.width; ++x) {
             const JBLOCK* from = source_row(source, turns_ == 1 ? to.width - 1 - x : x);
             for (JDIMENSION y = 0; y < count; ++y)
-                turn_one(rows[y][x], from[turns_ == 1 ? first + y : to.height - 1 - (first + y)]);
+                turn_block(turn_one, rows[y][x], from[turns_ == 1 ? first + y : to.height - 1 - (first + y)]);
         }
     }
 
     jpeg_decompress_struct& info_;
     int turns_;
     std::array<jvirt_barray_ptr, MAX_COMPONENTS> arrays_{};
+    bool all_can_be_coded_ = true;
 };
 
 } // namespace
@@ -182,18 +203,19 @@ bool turn_jpeg(jpeg_file& file, int quarter_turns) {
     jpeg_reader reader(file.bytes);
     turner turn(reader.info, quarter_turns);
     jvirt_barray_ptr* coefficients = nullptr;
-    bool perfect = true;
+    bool perfect = true, turned = true;
     const bool read = reader.run([&] {
         reader.read_header();
         perfect = turn.is_perfect();
         if (!perfect) return;
         if (quarter_turns != 0) turn.request_arrays();
         coefficients = jpeg_read_coefficients(&reader.info);
-        if (quarter_turns != 0) turn.turn(coefficients);
+        if (quarter_turns != 0) turned = turn.turn(coefficients);
     });
     if (read && !perfect) return report_failure(file.name, ": transformation is not perfect");
     std::vector<jpeg_marker> markers;
-    if (!read || reader.errors.num_warnings > 0 || reader.ran_out() || !reader.take_markers(markers))
+    if (!read || !turned || reader.errors.num_warnings > 0 || reader.ran_out() ||
+        !reader.take_markers(markers))
         return report_failure(file.name, ": jpeg transform fail, stop.");
     if (quarter_turns == 0) {
         file.markers = std::move(markers);
