@@ -1,12 +1,12 @@
 // From each way of ending the player, with notes sounding, to the end of its process.
 
+#include "report.h"
+
 #include "live/player_under_test.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <vector>
+#include <string>
 
 namespace {
 
@@ -15,7 +15,7 @@ using test_support::player_under_test;
 using test_support::virtual_display;
 
 constexpr int runs = 10;
-constexpr double most = 200; // milliseconds
+constexpr double most = 0.2; // seconds
 
 struct way {
     const char* name;
@@ -36,9 +36,10 @@ const way ways[] = {
 
 int main() {
     virtual_display display;
-    std::printf("%-28s %9s %9s\n", "way to end", "median ms", "most ms");
     for (const way& w : ways) {
-        std::vector<double> times;
+        benchmarks::result made(std::string("exit: ") + w.name);
+        made.most = most;
+        made.always = true;
         for (int run = 0; run < runs; ++run) {
             player_under_test player(display, {});
             if (w.in_the_loop) {
@@ -50,11 +51,9 @@ int main() {
             const auto begin = clock::now();
             w.end(player);
             if (player.program().wait() != 0) return 1;
-            times.push_back(std::chrono::duration<double, std::milli>(clock::now() - begin).count());
+            made.ours.push_back(std::chrono::duration<double>(clock::now() - begin).count());
             display.drive("keyup z keyup c");
         }
-        std::sort(times.begin(), times.end());
-        std::printf("%-28s %9.1f %9.1f at most %.0f: %s\n", w.name, times[times.size() / 2], times.back(),
-                    most, times.back() <= most ? "held" : "MISSED");
+        benchmarks::report(made);
     }
 }

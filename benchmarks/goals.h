@@ -10,8 +10,8 @@
 namespace benchmarks {
 
 // A promise, made by defining one beside the two benchmarks: `ours` takes at most `most` times what `peer`
-// takes. The two are measured in turns, and what came of it is reported as a result. Its limit is the time of
-// `floor`, or that of moving the bytes that our benchmark counts in "bytes_moved".
+// takes. The two are measured in turns, and what came of it is reported as a result. A limit that is named is
+// the peer; otherwise it is the memory's, for the bytes that our benchmark counts in "bytes_moved".
 class goal {
 public:
     // What is compared: processor time, that time for a byte (both count theirs with SetBytesProcessed), or a
@@ -23,7 +23,7 @@ public:
         std::string ours, peer; // benchmarks, named with their arguments: "load/100"
         std::string peer_name;
         std::optional<double> most = {};
-        std::string floor = {};
+        std::string limit = {};
         std::string compared = time;
     };
     goal(terms);

@@ -1,6 +1,8 @@
 // From a key press to the arrival of its trace line, beside a minimal GLUT program's in the same run. Presses
 // are injected into the X server. Both programs stand on one display and take turns.
 
+#include "report.h"
+
 #include "live/virtual_display.h"
 #include "support/process.h"
 #include "support/temporary_directory.h"
@@ -32,15 +34,7 @@ struct player {
     const char* title;
     std::vector<std::string> command;
     virtual_display::window window = 0;
-    std::vector<double> milliseconds = {};
 };
-
-// The value below which the given part of the sorted times lies.
-double quantile(std::vector<double>& times, double part) {
-    std::sort(times.begin(), times.end());
-    return times[std::min(times.size() - 1,
-                          static_cast<std::size_t>(part * static_cast<double>(times.size())))];
-}
 
 class keyboard {
 public:
@@ -71,20 +65,23 @@ private:
     KeyCode keys_[4];
 };
 
-// One table: quiet, or with the window asked to draw itself again every few milliseconds, at any moment of
+// Quiet, or with the window asked to draw itself again every few milliseconds, at any moment of
 // the press.
 bool measure(const char* condition, bool redrawing, virtual_display& display, player (&players)[2],
              test_support::process* const (&programs)[2]) {
     keyboard keys(display);
     std::mt19937 random(1);
     std::uniform_int_distribution<int> pause(2000, 9000), phase(0, 8000);
-    for (player& p : players)
-        p.milliseconds.clear();
+    benchmarks::result made(std::string("key to trace line, ") + condition);
+    made.peer_name = "minimal GLUT program";
+    made.most_ratio = most;
+    made.limit.kind = "toolkit";
     for (int round = 0; round < rounds; ++round)
         for (int which : {round % 2, 1 - round % 2}) {
             player& p = players[which];
             display.focus(p.window);
             std::this_thread::sleep_for(microseconds(20000));
+            std::vector<double> seconds;
             for (int i = 0; i < presses_a_round; ++i) {
                 if (redrawing) {
                     keys.uncover(p.window);
@@ -96,21 +93,14 @@ bool measure(const char* condition, bool redrawing, virtual_display& display, pl
                     std::printf("%s does not answer\n", p.name);
                     return false;
                 }
-                p.milliseconds.push_back(
-                    std::chrono::duration<double, std::milli>(clock::now() - begin).count());
+                seconds.push_back(std::chrono::duration<double>(clock::now() - begin).count());
                 std::this_thread::sleep_for(microseconds(pause(random)));
                 keys.press(i, false);
                 std::this_thread::sleep_for(microseconds(pause(random)));
             }
+            (which == 0 ? made.ours : made.peer).push_back(benchmarks::median(seconds));
         }
-    std::printf("\n%-34s %9s %9s %9s %9s\n", condition, "p50 ms", "p90 ms", "p99 ms", "most ms");
-    for (player& p : players)
-        std::printf("%-34s %9.3f %9.3f %9.3f %9.3f\n", p.name, quantile(p.milliseconds, 0.5),
-                    quantile(p.milliseconds, 0.9), quantile(p.milliseconds, 0.99),
-                    quantile(p.milliseconds, 1));
-    const double ratio = quantile(players[0].milliseconds, 0.5) / quantile(players[1].milliseconds, 0.5);
-    std::printf("%-34s %9.3f at most %.2f: %s\n", "ratio of the medians", ratio, most,
-                ratio <= most ? "held" : "MISSED");
+    benchmarks::report(made);
     return true;
 }
 
@@ -138,8 +128,6 @@ int main() {
         }
         programs[which]->wait_for_err("\n");
     }
-    std::printf("From an injected key press to its line on standard error, %d presses each.\n",
-                rounds * presses_a_round);
     return measure("window at rest", false, display, players, programs) &&
                    measure("window redrawing", true, display, players, programs)
                ? 0

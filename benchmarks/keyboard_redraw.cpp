@@ -1,6 +1,8 @@
 // How long a window takes to draw the keyboard, whole and after one key, and to find the key under the
 // pointer. On a virtual display, so with the software renderer.
 
+#include "report.h"
+
 #include "app/keyboard_view.h"
 #include "app/quenvarel.h"
 #include "live/virtual_display.h"
@@ -11,10 +13,11 @@
 #include <GL/freeglut.h>
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <sstream>
+#include <string>
 #include <vector>
 
 namespace {
@@ -24,20 +27,20 @@ using quenvarel::keyboard_view;
 
 constexpr int width = 800, height = 200;
 
-// Prints the times of something done over and over; the fastest counts, the rest is other programs' doing.
+// Times something done over and over.
 template <class Action>
-void measure(const char* what, int times, double most, const char* unit, double units_a_second,
-             Action action) {
-    std::vector<double> taken;
+double measure(const char* what, int times, std::optional<double> most, const benchmarks::bound& limit,
+               Action action) {
+    benchmarks::result made(what);
+    made.most = most;
+    made.limit = limit;
     for (int i = 0; i < times; ++i) {
         const auto begin = clock::now();
         action(i);
-        taken.push_back(std::chrono::duration<double>(clock::now() - begin).count() * units_a_second);
+        made.ours.push_back(std::chrono::duration<double>(clock::now() - begin).count());
     }
-    std::sort(taken.begin(), taken.end());
-    std::printf("%-34s %8.2f %8.2f %8.2f %s  at most %.0f: %s\n", what, taken.front(),
-                taken[taken.size() / 2], taken[taken.size() * 99 / 100], unit, most,
-                taken.front() <= most ? "held" : "MISSED");
+    benchmarks::report(made);
+    return benchmarks::median(made.ours);
 }
 
 } // namespace
@@ -62,11 +65,14 @@ int main(int argc, char** argv) {
     }
     view.resize(width, height);
     view.look(quenvarel::Quenvarel::home_camera());
+    const auto finish = [] {
+        glutSwapBuffers();
+        glFinish();
+    };
     const auto frame = [&] {
         view.draw();
         view.show();
-        glutSwapBuffers();
-        glFinish();
+        finish();
     };
     const auto turn_over = [&](int key) {
         if (view.scene().pressed(key))
@@ -81,22 +87,27 @@ int main(int argc, char** argv) {
     view.release_all();
     frame();
 
-    std::printf("%d samples a pixel\n%-34s %8s %8s %8s\n", view.samples(), "", "fastest", "median", "p99");
-    measure("the whole keyboard", 100, 16, "ms", 1e3, [&](int) {
+    benchmarks::report_fact("OpenGL renderer", reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
+    benchmarks::report_fact("samples a pixel", std::to_string(view.samples()));
+    const benchmarks::bound empty = {"toolkit", measure("an empty picture", 100, {}, {}, [&](int) {
+                                         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+                                         finish();
+                                     })};
+    measure("redrawing the whole keyboard", 100, 16e-3, empty, [&](int) {
         view.look(quenvarel::Quenvarel::home_camera());
         frame();
     });
-    measure("after one key", 1000, 2, "ms", 1e3, [&](int i) {
+    measure("redrawing after one key", 1000, 2e-3, empty, [&](int i) {
         turn_over(i * 37 % 128);
         frame();
     });
-    measure("after a chord of two hands", 200, 16, "ms", 1e3, [&](int i) {
+    measure("redrawing after a chord of two hands", 200, 16e-3, empty, [&](int i) {
         for (const int key : {36, 43, 48, 76, 79, 84})
             turn_over(key + i / 2 % 12);
         frame();
     });
     int hits = 0;
-    measure("the key at a pixel", 8000, 50, "us", 1e6,
+    measure("picking: the key at a pixel", 8000, 50e-6, {},
             [&](int i) { hits += view.key_at(i % width, 70 + i / width * 6).has_value(); });
     std::printf("%d of 8000 pixels showed a key\n", hits);
     view.close();

@@ -88,7 +88,10 @@ private:
 };
 
 void pursue(const goal::terms& aim) {
-    result made = {aim.what, {}, {}, aim.peer_name, aim.most, {aim.floor}};
+    result made(aim.what);
+    made.peer_name = aim.peer_name;
+    made.most_ratio = aim.most;
+    made.limit.kind = aim.limit;
     if (aim.compared == goal::time_per_byte)
         made.unit = "s/B";
     else if (aim.compared != goal::time)
@@ -100,7 +103,7 @@ void pursue(const goal::terms& aim) {
             const measured& m = run(us ? aim.ours : aim.peer);
             (us ? made.ours : made.peer).push_back(compared(m, aim.compared));
             if (const auto moved = m.counters.find("bytes_moved"); us && moved != m.counters.end())
-                made.limit.bytes = moved->second / things_compared(m, aim.compared);
+                made.limit = {memory_traffic, moved->second / things_compared(m, aim.compared)};
         }
     }
     report(made);

@@ -96,23 +96,26 @@ void report(const result& r) {
     const spread ours(r.ours);
     object row;
     row.member("what", r.what).member("unit", r.unit).member("ours", ours.list());
-    std::printf("%-66s %s", r.what.c_str(), readable(ours.middle, r.unit).c_str());
-    double held_against_goal = ours.middle;
+    std::printf("%-60s %s", r.what.c_str(), readable(ours.middle, r.unit).c_str());
+    const auto judge = [&](const std::vector<double>& values, std::optional<double> most, const char* goal,
+                           const std::string& unit) {
+        if (!most) return;
+        const bool met = quantile(values, r.always ? 1 : 0.5) <= *most;
+        row.member(goal, *most).member("met", met ? "yes" : "no");
+        std::printf(", %s at most %s: %s", r.always ? "always" : "", readable(*most, unit).c_str(),
+                    met ? "held" : "MISSED");
+    };
     if (!r.peer.empty()) {
-        const spread peer(r.peer), ratio(ratios(r.ours, r.peer));
+        const std::vector<double> all = ratios(r.ours, r.peer);
+        const spread peer(r.peer), ratio(all);
         row.member("peer", peer.list()).member("peer name", r.peer_name).member("ratio", ratio.list());
         std::printf(", %s %s, ratio %.3f (%.3f to %.3f)", r.peer_name.c_str(),
                     readable(peer.middle, r.unit).c_str(), ratio.middle, ratio.low, ratio.high);
-        held_against_goal = ratio.middle;
+        judge(all, r.most_ratio, "goal of the ratio", "");
     }
-    if (r.most) {
-        row.member("goal", *r.most);
-        std::printf(", at most %s: %s",
-                    r.peer.empty() ? readable(*r.most, r.unit).c_str() : readable(*r.most, "").c_str(),
-                    held_against_goal <= *r.most ? "held" : "MISSED");
-    }
-    if (!r.limit.floor.empty()) row.member("floor", r.limit.floor);
-    if (r.limit.bytes > 0) row.member("bytes", r.limit.bytes);
+    judge(r.ours, r.most, "goal", r.unit);
+    if (!r.limit.kind.empty()) row.member("limit", r.limit.kind);
+    if (r.limit.value > 0) row.member("limit value", r.limit.value);
     std::printf("\n");
     std::fflush(stdout);
     row.write();

@@ -5,24 +5,29 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace benchmarks {
 
 // What no program of the kind can beat.
 struct bound {
-    std::string floor = {}; // the peer is just that: what it consists of, for example "library"
-    double bytes = 0;       // else what has to pass through the main memory: read and written, or 0
+    std::string kind; // empty if there is none to tell
+    double value = 0; // as the results; if 0 the peer is it; for memory_traffic bytes, read and written
 };
+inline const std::string memory_traffic = "memory";
 
 struct result {
+    explicit result(std::string of_what) : what(std::move(of_what)) {}
+
     std::string what;
     // Measured in turns, so that equal indices make a pair. Without a peer it is empty.
-    std::vector<double> ours, peer = {};
-    std::string peer_name = {};
-    std::optional<double> most = {}; // the goal: of ours to peer, or of ours where there is no peer
-    bound limit = {};
+    std::vector<double> ours, peer;
+    std::string peer_name;
+    std::optional<double> most_ratio, most; // goals: for ours to the peer, for ours
+    bound limit;
     std::string unit = "s";
+    bool always = false; // the goal is for the worst, not for the median
 };
 // The ratio is the median of the pairs' ratios, with their quartiles.
 void report(const result&);
