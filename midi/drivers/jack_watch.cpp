@@ -87,19 +87,26 @@ void jack_watch::shut_down(void* watch) {
     static_cast<jack_watch*>(watch)->gone_ = true;
 }
 
-bool jack_watch::see_port(const std::string& name, const std::string& peer) {
+bool jack_watch::see_port(const std::string& name) {
     for (const std::string& source : midi_ports(client_, jack_direction::from_port)) {
         if (!source.ends_with(":" + name) || contains(ports_before_, source)) continue;
         port_ = source;
-        const jack_port_t* port = jack_port_by_name(client_, source.c_str());
-        return port &&
-               (peer.empty() || contains(to_strings(jack_port_get_all_connections(client_, port)), peer));
+        return true;
     }
     return false;
 }
 
-bool jack_watch::find_port(const std::string& name, const std::string& peer) {
-    return wait_until([&] { return see_port(name, peer); });
+bool jack_watch::find_port(const std::string& name) {
+    return wait_until([&] { return see_port(name); });
+}
+
+bool jack_watch::connect(const std::string& peer) {
+    if (!jack_port_by_name(client_, peer.c_str())) return false;
+    jack_connect(client_, port_.c_str(), peer.c_str()); // fails, too, when somebody else was faster
+    return wait_until([&] {
+        const jack_port_t* port = jack_port_by_name(client_, port_.c_str());
+        return port && contains(to_strings(jack_port_get_all_connections(client_, port)), peer);
+    });
 }
 
 bool jack_watch::admit(std::size_t bytes) {

@@ -33,9 +33,12 @@ public:
     // True once the server has ended.
     bool gone() const { return gone_; }
     // Finds the sender's port, which has appeared under this name since the watch was started and must keep
-    // existing; false when it is not there, or not connected to the port called peer (unless that is empty).
-    // Waits a little for both: another client sees them later than the one that made them.
-    bool find_port(const std::string& name, const std::string& peer);
+    // existing; false when it is not there. Waits a little: other clients see it later than the one that made
+    // it.
+    bool find_port(const std::string& name);
+    // Connects the sender's port to the one called peer; false when there is no such port. Waits a little for
+    // the connection to be used.
+    bool connect(const std::string& peer);
     // Asks whether so many bytes may be given to a sender that blocks for ever once 16 KB wait for a server
     // that has stopped. Waits for the server's next cycles when half of that may be waiting; false when they
     // do not come, the server is gone, or the port is.
@@ -46,7 +49,7 @@ private:
     static int cycle(std::uint32_t frames, void* watch);
     static void shut_down(void* watch);
     bool wait_for_cycles();
-    bool see_port(const std::string& name, const std::string& peer);
+    bool see_port(const std::string& name);
 
     _jack_client* client_ = nullptr;
     std::vector<std::string> ports_before_; // the MIDI sources when the watch was started

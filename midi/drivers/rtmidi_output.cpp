@@ -3,6 +3,7 @@
 #include "midi/drivers/rtmidi_client.h"
 #include "midi/message.h"
 
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -14,29 +15,22 @@ constexpr const char* own_port = "out";
 // RtMidi's buffer for JACK, less what it adds; longer messages vanish in it.
 constexpr std::size_t longest_jack_message = 16379;
 
+// How often a JACK server that went is looked for again, and a port that went with it: whenever there is
+// something to send, but not in every message.
+constexpr std::chrono::seconds between_tries{1};
+
 class rtmidi_output : public output_device_t {
 public:
     static result_t open(const rtmidi_port& port, std::unique_ptr<output_device_t>& opened) {
-        std::unique_ptr<rtmidi_output> output(new rtmidi_output);
-        if (port.api == rtmidi_api::jack) {
-            output->watch_ = jack_watch::start();
-            if (!output->watch_) return rtmidi_failed;
-        }
-        output->client_ = rtmidi_client<RtMidiOut>::make(port.api);
-        if (!output->client_) return rtmidi_failed;
-        const result_t result = output->client_->open(port, own_port);
+        std::unique_ptr<rtmidi_output> output(new rtmidi_output(port));
+        const result_t result = output->is_jack() ? output->join_jack() : output->open_alsa();
         if (result != no_error) return result;
-        if (output->watch_ &&
-            !output->watch_->find_port(own_port, port.is_virtual ? std::string() : port.name))
-            return rtmidi_failed;
+        if (!output->connected_) return rtmidi_failed;
         opened = std::move(output);
         return no_error;
     }
 
-    ~rtmidi_output() override {
-        // Destroyed, it would wait a second for a server that will not answer.
-        if (server_is_gone()) keep_for_ever(std::move(client_));
-    }
+    ~rtmidi_output() override { leave(); }
 
     result_t short_message(std::uint32_t message) override {
         const short_bytes_t unpacked = unpack(message);
@@ -53,27 +47,78 @@ public:
     }
 
     result_t close() override {
-        if (server_is_gone()) return rtmidi_failed;
+        if (is_jack() && !server_is_there()) return rtmidi_failed;
         return client_->checked([this] { client_->port().closePort(); });
     }
 
 private:
-    rtmidi_output() = default;
+    using clock = std::chrono::steady_clock;
 
-    bool server_is_gone() const { return watch_ && watch_->gone(); }
+    explicit rtmidi_output(const rtmidi_port& port) : port_(port) {}
+
+    bool is_jack() const { return port_.api == rtmidi_api::jack; }
+    bool server_is_there() const { return watch_ && !watch_->gone(); }
+
+    result_t open_alsa() {
+        client_ = rtmidi_client<RtMidiOut>::make(port_.api);
+        if (!client_) return rtmidi_failed;
+        connected_ = true;
+        return client_->open(port_, own_port);
+    }
+
+    // Makes the port, and connects it if what it was chosen for is there.
+    result_t join_jack() {
+        watch_ = jack_watch::start();
+        if (!watch_) return rtmidi_failed;
+        client_ = rtmidi_client<RtMidiOut>::make(port_.api);
+        if (!client_) return rtmidi_failed;
+        const result_t result = client_->checked([this] { client_->port().openVirtualPort(own_port); });
+        if (result != no_error) return result;
+        if (!watch_->find_port(own_port)) return rtmidi_failed;
+        connected_ = port_.is_virtual || watch_->connect(port_.name);
+        return no_error;
+    }
+
+    void leave() {
+        // Destroyed, it would wait a second for a server that will not answer.
+        if (is_jack() && client_ && !server_is_there()) keep_for_ever(std::move(client_));
+        client_.reset();
+        watch_.reset();
+    }
 
     static void keep_for_ever(std::unique_ptr<rtmidi_client<RtMidiOut>> client) {
         static auto& kept = *new std::vector<std::unique_ptr<rtmidi_client<RtMidiOut>>>;
         kept.push_back(std::move(client));
     }
 
+    // Whether there is a server to send to, be it one that was started after ours had gone. The device that
+    // was chosen may come back later still, and others may connect to the port meanwhile.
+    bool is_in_jack() {
+        if (server_is_there() && connected_) return true;
+        const clock::time_point now = clock::now();
+        if (now >= next_try_) {
+            next_try_ = now + between_tries;
+            if (server_is_there())
+                connected_ = watch_->connect(port_.name);
+            else {
+                leave();
+                if (join_jack() != no_error) leave();
+            }
+        }
+        return server_is_there();
+    }
+
     result_t send(const std::uint8_t* bytes, std::size_t length) {
-        if (watch_ && (length > longest_jack_message || !watch_->admit(length))) return rtmidi_failed;
+        if (is_jack() && (length > longest_jack_message || !is_in_jack() || !watch_->admit(length)))
+            return rtmidi_failed;
         return client_->checked([&] { client_->port().sendMessage(bytes, length); });
     }
 
+    rtmidi_port port_;
     std::unique_ptr<jack_watch> watch_; // for JACK
     std::unique_ptr<rtmidi_client<RtMidiOut>> client_;
+    bool connected_ = false;
+    clock::time_point next_try_{};
 };
 
 } // namespace

@@ -132,6 +132,40 @@ TEST(midi_jack, a_server_that_vanishes_takes_nobody_with_it) {
     }
 }
 
+TEST(midi_jack, a_server_that_is_started_again_is_played_on) {
+    jack_server jack;
+    ASSERT_TRUE(jack.runs());
+    const auto dump_of_messages = [] {
+        auto dump = std::make_unique<process>(std::vector<std::string>{"jack_midi_dump"});
+        EXPECT_TRUE(jack_server::until_port("midi-monitor:input"));
+        return dump;
+    };
+    auto dump = dump_of_messages();
+    midi::midi_out_t port(midi::system_outputs());
+    ASSERT_TRUE(open_quietly(port, "midi-monitor"));
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    for (const bool receiver_comes_late : {false, true}) {
+        EXPECT_TRUE(jack_server::until([&] { return midi::noteon(port, 0, 60, 100); }));
+        EXPECT_TRUE(dump->wait_for_out(": 90 3c 64"));
+        jack.stop(SIGKILL);
+        dump->send_signal(SIGKILL);
+        EXPECT_TRUE(jack_server::until([&] { return !midi::noteon(port, 0, 61, 100); }));
+        jack.start();
+        if (receiver_comes_late) {
+            EXPECT_TRUE(jack_server::until([&] { return midi::noteon(port, 0, 61, 100); }));
+            EXPECT_EQ(test_support::run({"jack_lsp"}).out, "quenvarel:out\n");
+        }
+        dump = dump_of_messages();
+        EXPECT_TRUE(jack_server::until([&] {
+            return midi::noteon(port, 0, 62, 100) && dump->out().find(": 90 3e 64") != std::string::npos;
+        })) << receiver_comes_late;
+    }
+    EXPECT_TRUE(port.close());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(midi_jack, a_server_that_stands_still_does_not_stop_the_player) {
     jack_server jack;
     ASSERT_TRUE(jack.runs());

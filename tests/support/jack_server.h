@@ -20,17 +20,13 @@ namespace test_support {
 // While it lives, JACK clients of this process and of those that it starts use this server and no other.
 class jack_server {
 public:
-    explicit jack_server(int playback_ports = 0) {
+    explicit jack_server(int playback_ports = 0) : playback_ports_(playback_ports) {
         static int made = 0;
         name_ = "quenvarel-test-" + std::to_string(getpid()) + "-" + std::to_string(made++);
         setenv("JACK_DEFAULT_SERVER", name_.c_str(), 1);
         setenv("JACK_NO_START_SERVER", "1", 1);
         setenv("JACK_NO_AUDIO_RESERVATION", "1", 1);
-        server_ = std::make_unique<process>(
-            std::vector<std::string>{"jackd", "-R", "-n", name_, "-d", "dummy", "-r", "48000", "-p", "512",
-                                     "-C", "0", "-P", std::to_string(playback_ports)});
-        runs_ = until([] { return run({"jack_lsp"}).exit_code == 0; });
-        if (!runs_) ADD_FAILURE() << "jackd does not start: " << server_->out() << server_->err();
+        start();
     }
     ~jack_server() {
         stop();
@@ -44,11 +40,19 @@ public:
     jack_server& operator=(const jack_server&) = delete;
 
     bool runs() const { return runs_; }
+    // Again, under the same name.
+    void start() {
+        server_ = std::make_unique<process>(
+            std::vector<std::string>{"jackd", "-R", "-n", name_, "-d", "dummy", "-r", "48000", "-p", "512",
+                                     "-C", "0", "-P", std::to_string(playback_ports_)});
+        runs_ = until([] { return run({"jack_lsp"}).exit_code == 0; });
+        if (!runs_) ADD_FAILURE() << "jackd does not start: " << server_->out() << server_->err();
+    }
     // Stops its cycles, and lets them go on.
     void freeze() { server_->send_signal(SIGSTOP); }
     void thaw() { server_->send_signal(SIGCONT); }
-    void stop() {
-        server_->send_signal(SIGTERM);
+    void stop(int signal = SIGTERM) {
+        server_->send_signal(signal);
         server_->wait();
         runs_ = false;
     }
@@ -72,6 +76,7 @@ public:
     }
 
 private:
+    int playback_ports_;
     std::string name_;
     std::unique_ptr<process> server_;
     bool runs_ = false;
