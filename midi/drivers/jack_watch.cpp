@@ -69,7 +69,6 @@ std::unique_ptr<jack_watch> jack_watch::start() {
     if (!watch->client_) return nullptr;
     jack_on_shutdown(watch->client_, shut_down, watch.get());
     jack_set_process_callback(watch->client_, cycle, watch.get());
-    if (jack_activate(watch->client_) != 0) return nullptr;
     watch->ports_before_ = midi_ports(watch->client_, jack_direction::from_port);
     return watch;
 }
@@ -97,7 +96,7 @@ bool jack_watch::see_port(const std::string& name) {
 }
 
 bool jack_watch::find_port(const std::string& name) {
-    return wait_until([&] { return see_port(name); });
+    return jack_activate(client_) == 0 && wait_until([&] { return see_port(name); });
 }
 
 bool jack_watch::connect(const std::string& peer) {

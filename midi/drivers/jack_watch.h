@@ -3,6 +3,7 @@
 // the messages of a client that cannot tell by itself.
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -21,6 +22,20 @@ bool jack_server_runs();
 enum class jack_direction { to_port, from_port };
 std::optional<std::vector<std::string>> jack_midi_ports(jack_direction direction);
 
+// Lets something be tried again once a second and not more often, whenever there is an occasion.
+class seldom {
+public:
+    bool due() {
+        const auto now = std::chrono::steady_clock::now();
+        if (now < next_) return false;
+        next_ = now + std::chrono::seconds(1);
+        return true;
+    }
+
+private:
+    std::chrono::steady_clock::time_point next_{};
+};
+
 // A client of its own that counts the server's cycles. Used from one thread.
 class jack_watch {
 public:
@@ -33,8 +48,8 @@ public:
     // True once the server has ended.
     bool gone() const { return gone_; }
     // Finds the sender's port, which has appeared under this name since the watch was started and must keep
-    // existing; false when it is not there. Waits a little: other clients see it later than the one that made
-    // it.
+    // existing; false when it is not there. Cycles are counted from here on. Waits a little: other clients
+    // see it later than the one that made it.
     bool find_port(const std::string& name);
     // Connects the sender's port to the one called peer; false when there is no such port. Waits a little for
     // the connection to be used.

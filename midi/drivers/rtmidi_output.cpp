@@ -3,7 +3,6 @@
 #include "midi/drivers/rtmidi_client.h"
 #include "midi/message.h"
 
-#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -14,10 +13,6 @@ namespace {
 constexpr const char* own_port = "out";
 // RtMidi's buffer for JACK, less what it adds; longer messages vanish in it.
 constexpr std::size_t longest_jack_message = 16379;
-
-// How often a JACK server that went is looked for again, and a port that went with it: whenever there is
-// something to send, but not in every message.
-constexpr std::chrono::seconds between_tries{1};
 
 class rtmidi_output : public output_device_t {
 public:
@@ -52,8 +47,6 @@ public:
     }
 
 private:
-    using clock = std::chrono::steady_clock;
-
     explicit rtmidi_output(const rtmidi_port& port) : port_(port) {}
 
     bool is_jack() const { return port_.api == rtmidi_api::jack; }
@@ -95,9 +88,7 @@ private:
     // was chosen may come back later still, and others may connect to the port meanwhile.
     bool is_in_jack() {
         if (server_is_there() && connected_) return true;
-        const clock::time_point now = clock::now();
-        if (now >= next_try_) {
-            next_try_ = now + between_tries;
+        if (tries_.due()) {
             if (server_is_there())
                 connected_ = watch_->connect(port_.name);
             else {
@@ -118,7 +109,7 @@ private:
     std::unique_ptr<jack_watch> watch_; // for JACK
     std::unique_ptr<rtmidi_client<RtMidiOut>> client_;
     bool connected_ = false;
-    clock::time_point next_try_{};
+    seldom tries_;
 };
 
 } // namespace

@@ -8,7 +8,6 @@
 #include "midi/message.h"
 
 #include <chrono>
-#include <cstring>
 #include <iostream>
 #include <thread>
 #include <utility>
@@ -37,8 +36,8 @@ struct audio_driver {
     const char* name;
     int period, periods;
 };
+constexpr audio_driver jack_driver{"jack", 64, 2}; // JACK has its own period
 constexpr audio_driver audio_drivers[] = {
-    {"jack", 64, 2}, // JACK has its own period
     {"pipewire", 128, 2},
     {"pulseaudio", 256, 2},
     {"alsa", 128, 3},
@@ -54,26 +53,22 @@ public:
         if (!synth_) return false;
         fluid_settings_setint(synth_->settings(), "audio.jack.autoconnect", 1);
         fluid_settings_setstr(synth_->settings(), "audio.jack.id", "quenvarel");
-        for (const audio_driver& driver : audio_drivers) {
-            // FluidSynth would start a server.
-            if (std::strcmp(driver.name, "jack") == 0 && !jack_server_runs()) continue;
-            fluid_settings_setstr(synth_->settings(), "audio.driver", driver.name);
-            fluid_settings_setint(synth_->settings(), "audio.period-size", driver.period);
-            fluid_settings_setint(synth_->settings(), "audio.periods", driver.periods);
-            driver_ = new_fluid_audio_driver(synth_->settings(), synth_->synth());
-            if (driver_) return true;
-        }
+        if (join_jack()) return true;
+        for (const audio_driver& driver : audio_drivers)
+            if (start(driver)) return true;
         return false;
     }
 
     result_t short_message(std::uint32_t message) override {
         const short_bytes_t unpacked = unpack(message);
         if (!unpacked.length) return bad_message;
+        look_for_jack();
         synth_->message(unpacked.bytes, unpacked.length);
         return no_error;
     }
 
     result_t long_message(const std::uint8_t* bytes, std::size_t length) override {
+        look_for_jack();
         each_message(bytes, length, [this](const std::uint8_t* message, std::size_t count) {
             synth_->message(message, count);
             display_.receive(message, count);
@@ -94,8 +89,47 @@ public:
     }
 
 private:
+    bool start(const audio_driver& driver) {
+        fluid_settings_setstr(synth_->settings(), "audio.driver", driver.name);
+        fluid_settings_setint(synth_->settings(), "audio.period-size", driver.period);
+        fluid_settings_setint(synth_->settings(), "audio.periods", driver.periods);
+        driver_ = new_fluid_audio_driver(synth_->settings(), synth_->synth());
+        return driver_ != nullptr;
+    }
+
+    bool join_jack() {
+        watch_ = jack_watch::start(); // FluidSynth would start a server
+        if (watch_ && start(jack_driver)) return true;
+        watch_.reset();
+        return false;
+    }
+
+    // A server that is started after ours has gone is sounded through. Until then the messages keep the
+    // synthesizer up to date, and what they would let sound is not kept for later.
+    void look_for_jack() {
+        if (watch_ && watch_->gone()) {
+            watch_.reset();
+            lost_jack_ = true;
+            tries_.due(); // not now: FluidSynth may just be hearing of it, in a thread of JACK's
+        }
+        if (!lost_jack_) return;
+        fluid_synth_all_sounds_off(synth_->synth(), -1);
+        if (tries_.due()) {
+            delete_fluid_audio_driver(std::exchange(driver_, nullptr));
+            lost_jack_ = !join_jack();
+            if (!lost_jack_) return;
+        }
+        // Nobody renders, but what waits for it must not pile up.
+        constexpr int frames = 64;
+        float unheard[2][frames];
+        fluid_synth_write_float(synth_->synth(), frames, unheard[0], 0, 1, unheard[1], 0, 1);
+    }
+
     std::unique_ptr<synthesizer> synth_;
     fluid_audio_driver_t* driver_ = nullptr;
+    std::unique_ptr<jack_watch> watch_; // of the server that is sounded through
+    bool lost_jack_ = false;
+    seldom tries_;
     display display_;
 };
 
