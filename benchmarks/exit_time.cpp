@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -14,7 +15,7 @@ using clock = std::chrono::steady_clock;
 using test_support::player_under_test;
 using test_support::virtual_display;
 
-constexpr int runs = 10;
+constexpr int runs = 20;
 constexpr double most = 0.2; // seconds
 
 struct way {
@@ -27,7 +28,7 @@ const way ways[] = {
     {"Escape", [](player_under_test& player) { player.drive_on("key Escape"); }},
     {"window closed", [](player_under_test& player) { player.display().request_close(player.window()); }},
     {"interrupt", [](player_under_test& player) { player.program().send_signal(SIGINT); }},
-    {"interrupt before the loop", [](player_under_test& player) { player.program().send_signal(SIGINT); },
+    {"interrupt during the start", [](player_under_test& player) { player.program().send_signal(SIGINT); },
      false},
     {"terminate", [](player_under_test& player) { player.program().send_signal(SIGTERM); }},
 };
@@ -47,6 +48,8 @@ int main() {
                 player.drive("keydown z keydown c");
             } else if (!player.program().wait_for_out("select write device")) {
                 return 1;
+            } else { // each run at a later moment of the start
+                std::this_thread::sleep_for(std::chrono::milliseconds(15 * run));
             }
             const auto begin = clock::now();
             w.end(player);

@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <iterator>
 #include <random>
+#include <sched.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,7 +27,7 @@ using clock = std::chrono::steady_clock;
 using std::chrono::microseconds;
 using test_support::virtual_display;
 
-constexpr int rounds = 20, presses_a_round = 50; // 1000 presses of each program
+constexpr int rounds = 100, presses_a_round = 10; // 1000 presses of each program
 constexpr double most = 1.15;
 
 struct player {
@@ -104,9 +105,18 @@ bool measure(const char* condition, bool redrawing, virtual_display& display, pl
     return true;
 }
 
+// On a busy machine a line may wait for its reader: the program that wrote it goes on drawing on the same
+// CPU. What is measured are the programs, so the reader goes first, but not the programs that it starts.
+void go_before_others() {
+    const sched_param first = {1};
+    if (sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &first) != 0)
+        std::printf("Other programs may keep this one from reading a line at once: no right to go first.\n");
+}
+
 } // namespace
 
 int main() {
+    go_before_others();
     const test_support::temporary_directory directory;
     virtual_display display;
     const test_support::process_options options = {{{"DISPLAY", display.name()}}, directory.path()};

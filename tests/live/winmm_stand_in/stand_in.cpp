@@ -45,8 +45,10 @@ void note(const std::string& line) {
         CreateFileA(variable("QUENVAREL_WINMM_LOG", "").c_str(), FILE_APPEND_DATA,
                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     const std::string text = line + "\n";
+    static std::mutex writing; // Wine's appending is not proof against another thread's
+    const std::lock_guard lock(writing);
     DWORD written;
-    WriteFile(file, text.data(), DWORD(text.size()), &written, nullptr); // one call, so that lines stay whole
+    WriteFile(file, text.data(), DWORD(text.size()), &written, nullptr);
 }
 
 std::string hex(const void* bytes, std::size_t count) {
