@@ -38,7 +38,7 @@ struct pointers {
 };
 
 using drawing = pointers<&__glewUseProgram, &__glewUniformMatrix4fv, &__glewUniform1f, &__glewUniform1i,
-                         &__glewUniform2f, &__glewUniform3f, &__glewActiveTexture, &__glewBindVertexArray,
+                         &__glewUniform2fv, &__glewUniform3fv, &__glewActiveTexture, &__glewBindVertexArray,
                          &__glewBindBuffer, &__glewBufferData, &__glewBufferSubData,
                          &__glewPrimitiveRestartIndex, &__glewGetUniformLocation>;
 

@@ -111,4 +111,5 @@ int main(int argc, char** argv) {
             [&](int i) { hits += view.key_at(i % width, 70 + i / width * 6).has_value(); });
     std::printf("%d of 8000 pixels showed a key\n", hits);
     view.close();
+    glutExit(); // while there is a display to take leave of
 }

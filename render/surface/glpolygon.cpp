@@ -11,7 +11,9 @@
 
 #include <GL/glew.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <string_view>
 
@@ -52,11 +54,6 @@ void compile_or_exit(shader_t& shader, const builtin_shader& builtin, const char
     const std::string_view source =
         load_shader_file(file, directory, text) ? std::string_view(text) : builtin.text;
     if (!shader.compile_text(builtin.stage, source)) fail(std::string(file) + failure, shader.log());
-}
-
-// The shaders multiply row vectors by the matrix.
-void set_matrix(gl_int location, const mtx3w& matrix) {
-    glUniformMatrix4fv(location, 1, GL_TRUE, matrix.m);
 }
 
 void activate(unsigned unit) {
@@ -112,6 +109,7 @@ bool glpolygon_t::init(const std::string& directory) {
 
     for (std::size_t i = 0; i < uniform_count; ++i)
         uniforms_[i] = surface_.location(uniform_names()[i]);
+    values_.fill({});
     step_check("glpolygon_t::init(end)");
     return true;
 }
@@ -186,56 +184,80 @@ struct glpolygon_t::arguments {
     float Shininess;
 };
 
+bool glpolygon_t::renew(std::size_t which, std::span<const float> value) {
+    std::array<float, 16> sent{};
+    std::copy(value.begin(), value.end(), sent.begin());
+    std::optional<std::array<float, 16>>& last = values_[which];
+    // The bits count: a NaN is like itself.
+    if (last && std::memcmp(last->data(), sent.data(), sizeof sent) == 0) return false;
+    last = sent;
+    return true;
+}
+
+void glpolygon_t::set(std::size_t which, const mtx3w& value) {
+    // The shaders multiply row vectors by the matrix.
+    if (renew(which, value.m)) glUniformMatrix4fv(uniforms_[which], 1, GL_TRUE, value.m);
+}
+
+void glpolygon_t::set(std::size_t which, float value) {
+    if (renew(which, {&value, 1})) glUniform1f(uniforms_[which], value);
+}
+
+void glpolygon_t::set(std::size_t which, int value) {
+    glUniform1i(uniforms_[which], value);
+}
+
 void glpolygon_t::draw(const pass& how, const arguments& what) {
     if (!has_context()) return;
     surroundings* const around = what.around;
     const bool has_cube = around && around->has_cube();
 
     surface_.use();
-    set_matrix(uniforms_[globalview], what.Globalview);
-    set_matrix(uniforms_[modelview], what.Modelview);
-    set_matrix(uniforms_[inv_modelview], what.invModelview);
-    set_matrix(uniforms_[projection_matrix], what.Projection);
-    glUniform3f(uniforms_[light_position], what.LightPosition.x, what.LightPosition.y, what.LightPosition.z);
-    glUniform1f(uniforms_[color_factor], how.color_factor);
-    glUniform1f(uniforms_[shininess], what.Shininess);
+    set(globalview, what.Globalview);
+    set(modelview, what.Modelview);
+    set(inv_modelview, what.invModelview);
+    set(projection_matrix, what.Projection);
+    const float light[] = {what.LightPosition.x, what.LightPosition.y, what.LightPosition.z};
+    if (renew(light_position, light)) glUniform3fv(uniforms_[light_position], 1, light);
+    set(color_factor, how.color_factor);
+    set(shininess, what.Shininess);
 
     step_check(how.step_1);
     activate(unsigned(texture_unit::color));
     if (how.selection) step_check(how.step_1_1);
-    glUniform1i(uniforms_[color_tex], GLint(texture_unit::color));
+    set(color_tex, int(texture_unit::color));
     if (how.selection) step_check(how.step_1_2);
     if (what.surface.has(texture_unit::color)) what.surface.bind(texture_unit::color);
 
     step_check(how.step_2);
     activate(unsigned(texture_unit::bump));
-    glUniform1i(uniforms_[bump_tex], GLint(texture_unit::bump));
+    set(bump_tex, int(texture_unit::bump));
     if (what.surface.has(texture_unit::bump)) what.surface.bind(texture_unit::bump);
     const std::array<float, 2> offset = what.surface.bump_offset();
-    glUniform2f(uniforms_[bump_ofs], offset[0], offset[1]);
+    if (renew(bump_ofs, offset)) glUniform2fv(uniforms_[bump_ofs], 1, offset.data());
 
     step_check(how.step_3);
     activate(unsigned(texture_unit::specular));
-    glUniform1i(uniforms_[spec_tex], GLint(texture_unit::specular));
+    set(spec_tex, int(texture_unit::specular));
     if (what.surface.has(texture_unit::specular)) what.surface.bind(texture_unit::specular);
 
     step_check(how.step_4);
     activate(environment_unit);
-    glUniform1i(uniforms_[cube_tex], GLint(environment_unit));
+    set(cube_tex, int(environment_unit));
     if (around) {
         if (has_cube) around->bind_cube();
-        glUniform1f(uniforms_[refract_factor], around->refract_factor());
-        glUniform1f(uniforms_[reflect_alpha], around->reflect_alpha());
-        glUniform1f(uniforms_[refract_alpha], around->refract_alpha());
-        glUniform1i(uniforms_[sky_box], what.skybox);
+        set(refract_factor, around->refract_factor());
+        set(reflect_alpha, around->reflect_alpha());
+        set(refract_alpha, around->refract_alpha());
+        set(sky_box, what.skybox);
     } else {
         // SkyBox and RefractFactor have no effect then and keep their values.
-        glUniform1f(uniforms_[reflect_alpha], 0.0f);
-        glUniform1f(uniforms_[refract_alpha], 0.0f);
+        set(reflect_alpha, 0.0f);
+        set(refract_alpha, 0.0f);
     }
 
     step_check(how.step_5);
-    if (!how.selection) glUniform1i(uniforms_[mercator_sphere], what.surface.mercator_sphere());
+    if (!how.selection) set(mercator_sphere, what.surface.mercator_sphere());
     glEnable(GL_BLEND);
     glBlendFunc(how.source_factor, GL_ONE_MINUS_SRC_ALPHA);
     if (how.selection) {

@@ -8,6 +8,8 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
+#include <span>
 #include <string>
 
 namespace render {
@@ -59,6 +61,12 @@ private:
     struct pass; // what distinguishes the two ways of drawing
     struct arguments;
     void draw(const pass& how, const arguments& what);
+    // These send a uniform of the surface program, which is in use, unless it has the value already. Integers
+    // are always sent: a replaced shader may declare a sampler as something else, and every drawing tells.
+    void set(std::size_t which, const mtx3w& value);
+    void set(std::size_t which, float value);
+    void set(std::size_t which, int value);
+    bool renew(std::size_t which, std::span<const float> value);
 
     shader_t feedback_vertex_;
     shader_t feedback_fragment_;
@@ -69,6 +77,7 @@ private:
     shader_t surface_geometry_; // never compiled: a place for a stage between the two
     program_t surface_;
     std::array<gl_int, uniform_count> uniforms_{};
+    std::array<std::optional<std::array<float, 16>>, uniform_count> values_; // what was sent last
 };
 
 } // namespace render

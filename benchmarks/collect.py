@@ -1,0 +1,172 @@
+#!/usr/bin/env python3
+"""Runs the benchmark programs and puts what they report into one table.
+
+Every program appends its results to the file named in QUENVAREL_BENCH_ROWS, one JSON object a line (report.h).
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+
+# The order of the table; programs not named here come last.
+TOPICS = (
+    "memory model_files nurbs surface image_files image_processing texture render keyboard_start "
+    "keyboard_redraw key_latency jack_latency exit_time expression math mapping"
+).split()
+LONGEST_RUN = 200  # seconds, of one program
+
+
+def run_all(programs: pathlib.Path) -> tuple[list[dict], list[str]]:
+    """All that the programs report, and a line for each one that failed."""
+    names = {path.name.removeprefix("bench_"): path for path in programs.glob("bench_*")}
+    ordered = sorted(names, key=lambda name: (TOPICS.index(name) if name in TOPICS else len(TOPICS), name))
+    reports, failures = [], []
+    for name in ordered:
+        print(f"== {name}", file=sys.stderr, flush=True)
+        with tempfile.NamedTemporaryFile("r") as rows:
+            try:
+                done = subprocess.run(
+                    [names[name]],
+                    env=os.environ | {"QUENVAREL_BENCH_ROWS": rows.name},
+                    stdout=subprocess.DEVNULL,
+                    stderr=subprocess.PIPE,
+                    text=True,
+                    errors="replace",
+                    timeout=LONGEST_RUN,
+                )
+                if done.returncode != 0:
+                    last = (done.stderr.strip().splitlines() or ["no message"])[-1]
+                    failures.append(f"{name} failed ({done.returncode}): {last}")
+            except subprocess.TimeoutExpired:
+                failures.append(f"{name} took longer than {LONGEST_RUN} s")
+            reports += [json.loads(line) | {"topic": name} for line in rows]
+    return reports, failures
+
+
+def first_match(file: str, pattern: str) -> str:
+    try:
+        found = re.search(pattern, pathlib.Path(file).read_text(), re.MULTILINE)
+    except OSError:
+        found = None
+    return found[1].strip() if found else "unknown"
+
+
+def machine(load: float) -> dict[str, str]:
+    compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=True).stdout
+    processor = first_match("/proc/cpuinfo", r"^model name\s*:(.*)")
+    kibibytes = first_match("/proc/meminfo", r"^MemTotal:\s*(\d+)")
+    system = first_match("/etc/os-release", r'^PRETTY_NAME="?([^"\n]*)')
+    return {
+        "processor": f"{processor}, {os.cpu_count()} cores",
+        "memory": f"{int(kibibytes) / 2**20:.0f} GiB" if kibibytes.isdigit() else kibibytes,
+        "system": f"{system}, Linux {os.uname().release}",
+        "compiler": compiler.splitlines()[0],
+        "load average at the start": f"{load:.2f}",
+        "date": time.strftime("%Y-%m-%d"),
+    }
+
+
+def amount(value: float, unit: str) -> str:
+    """A quantity with its unit, a time in the unit that suits it."""
+    if unit in ("s", "s/B"):
+        size, name = next(
+            ((s, n) for s, n in ((1, "s"), (1e-3, "ms"), (1e-6, "µs"), (1e-9, "ns")) if value >= s),
+            (1e-12, "ps"),
+        )
+        return f"{value / size:.3g} {name}{unit[1:]}"
+    if unit == "B/s":
+        return f"{value / 1e9:.3g} GB/s"
+    return f"{value:.4g} {unit}".strip()
+
+
+def limit_of(row: dict, bandwidth: float) -> str:
+    kind = row.get("limit")
+    if not kind:
+        return "-"
+    if kind == "memory":
+        if not bandwidth:
+            return "-"
+        return f"{amount(row['limit value'] / bandwidth, row['unit'])} {kind}"
+    return f"{amount(row.get('limit value') or row['peer'][1], row['unit'])} {kind}"
+
+
+def goal_of(row: dict) -> str:
+    if "goal of the ratio" in row:
+        return f"{row['goal of the ratio']:.3g} x"
+    if "goal" in row:
+        return amount(row["goal"], row["unit"]) + (" always" if "worst" in row else "")
+    return "-"
+
+
+def aligned(header: list[str], rows: list[list[str]]) -> str:
+    """A table that is readable as it stands and is Markdown as well."""
+    widths = [max(len(line[i]) for line in [header, *rows]) for i in range(len(header))]
+    lines = [header, ["-" * width for width in widths], *rows]
+    return "\n".join(
+        "| " + " | ".join(cell.ljust(width) for cell, width in zip(line, widths)) + " |" for line in lines
+    )
+
+
+def result_table(results: list[dict]) -> str:
+    bandwidth = next((row["ours"][1] for row in results if row["unit"] == "B/s"), 0)
+    rows = []
+    for row in results:
+        unit = row["unit"]
+        ours = amount(row["ours"][1], unit)
+        if "worst" in row:
+            ours += f", worst {amount(row['worst'], unit)}"
+        ratio = "{1:.3g} ({0:.3g} - {2:.3g})".format(*row["ratio"]) if "ratio" in row else "-"
+        peer = f"{amount(row['peer'][1], unit)} {row['peer name']}" if "peer" in row else "-"
+        rows.append([row["what"], ours, peer, ratio, limit_of(row, bandwidth), goal_of(row), row.get("met", "-")])
+    return aligned(["what", "ours", "peer", "ratio", "limit", "goal: at most", "met"], rows)
+
+
+def growth_table(growths: list[dict]) -> str:
+    rows = []
+    for row in growths:
+        cells = [f"{size:,.0f}: {amount(each, 's')}" for size, each in zip(row["sizes"], row["each"])]
+        rows.append([row["growth"], row["things"], *cells, f"{row['each'][-1] / row['each'][0]:.2f}"])
+    return aligned(["what", "time for each", "1/100", "1/10", "full size", "full to 1/100"], rows)
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description="Runs all benchmarks and prints one table.")
+    parser.add_argument("programs", type=pathlib.Path, help="the folder of the programs")
+    parser.add_argument("--json", type=pathlib.Path, metavar="FILE", help="keeps all results there")
+    parser.add_argument("template", type=pathlib.Path, help="the page's text, with places for the tables")
+    parser.add_argument("page", type=pathlib.Path, help="where to write the page")
+    options = parser.parse_args()
+
+    facts = machine(os.getloadavg()[0])
+    reports, failures = run_all(options.programs)
+    facts |= {row["fact"]: row["value"] for row in reports if "fact" in row}
+    results = [row for row in reports if "what" in row]
+    growths = [row for row in reports if "growth" in row]
+
+    parts = {
+        "machine": "\n".join(f"- {name}: {value}" for name, value in facts.items()),
+        "results": result_table(results),
+        "growth": growth_table(growths),
+    }
+    template = options.template.read_text()
+    page = re.sub(r"@(\w+)@", lambda place: parts[place[1]], template)
+    limits = re.search(r"^## The limits\n(.*?)^## ", template, re.MULTILINE | re.DOTALL)
+    print(parts["machine"], parts["results"], limits[1].strip(), parts["growth"], sep="\n\n")
+    for failure in failures:
+        print(failure, file=sys.stderr)
+    if options.json:
+        everything = {"machine": facts, "results": results, "growth": growths, "failures": failures}
+        options.json.write_text(json.dumps(everything, indent=1) + "\n")
+    if not failures:
+        options.page.write_text(page)
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
