@@ -154,9 +154,14 @@ std::string_view behind_comma(std::string_view text) {
     return comma == text.npos ? std::string_view() : text.substr(comma + 1);
 }
 
-std::string path_of(std::string_view value) {
+// No system opens a file with a longer name, so there is no point in keeping or repeating one.
+constexpr std::size_t longest_path = 65536;
+
+// Takes the rest of the current line as a path.
+void read_path(std::string& path, std::string_view value, const line_reader& in, std::ostream& error) {
     if (value.ends_with('\r')) value.remove_suffix(1);
-    return std::string(value);
+    if (value.size() > longest_path) return complain_line(error, in, ": path is too long: ");
+    path = value;
 }
 
 // A count from a header, of things that take at least so many bytes each.
@@ -225,7 +230,7 @@ protected:
             color_ = {fields.expression(), fields.expression(), fields.expression(), fields.expression()};
             break;
         case key::texture:
-            texture_.texture = path_of(value);
+            read_path(texture_.texture, value, in_, error_);
             break;
         case key::texfilter:
             texture_filter(value);
@@ -246,7 +251,7 @@ protected:
             texture_.aniso = fields.expression();
             break;
         case key::bumpmap:
-            texture_.bumpmap = path_of(value);
+            read_path(texture_.bumpmap, value, in_, error_);
             break;
         case key::bumpofs:
             texture_.bumpofs = fields.boolean();
@@ -255,7 +260,7 @@ protected:
             texture_.bump2mono = fields.boolean();
             break;
         case key::specular:
-            texture_.specular = path_of(value);
+            read_path(texture_.specular, value, in_, error_);
             break;
         case key::mercatorsphere:
             texture_.mercatorsphere = fields.boolean();
@@ -488,10 +493,11 @@ bool read_polygon_block(const std::string& name, libgr::texture_t& texture, poly
 }
 
 bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
-                      const frame_update& frames, line_reader& in, std::ostream& error) {
+                      const frame_update& frames, std::uint64_t most_vertices, line_reader& in,
+                      std::ostream& error) {
     nurbs_block block(nurbs, in, texture, error);
     if (!block.read()) return false;
-    if (!nurbs.afterload(name) || !nurbs.MakeVertices5()) {
+    if (!nurbs.afterload(name) || !nurbs.MakeVertices5(most_vertices)) {
         libutils::error_report();
         error << "nurbs.makeVertices() error.\n";
         return false;
@@ -524,7 +530,7 @@ bool read_environment_block(libgr::environment_t& environment, const std::string
         field_reader fields(value);
         switch (k->which) {
         case key::cubetex:
-            environment.cubetex = path_of(value);
+            read_path(environment.cubetex, value, in, error);
             break;
         case key::reflectalpha:
             environment.reflectalpha = fields.expression();

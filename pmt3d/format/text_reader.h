@@ -37,10 +37,11 @@ bool read_polygon_block(const std::string& name, libgr::texture_t& texture, poly
                         line_reader& in, std::ostream& error);
 
 // A surface and its tessellation. False when its header is wrong, when it has more knots, weights or points
-// than it announced or, ended by "end", fewer, or when it cannot be tessellated. frames: how its frames are
-// computed; empty: on the CPU.
+// than it announced or, ended by "end", fewer, or when it cannot be tessellated, into at most so many
+// vertices. frames: how its frames are computed; empty: on the CPU.
 bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
-                      const frame_update& frames, line_reader& in, std::ostream& error);
+                      const frame_update& frames, std::uint64_t most_vertices, line_reader& in,
+                      std::ostream& error);
 
 // False when it is another block, or when the cube map's pictures cannot be had.
 bool read_environment_block(libgr::environment_t& environment, const std::string& name, line_reader& in,

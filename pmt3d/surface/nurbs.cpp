@@ -97,9 +97,9 @@ bool nurbs_t::afterload(const std::string& name) {
     return true;
 }
 
-bool nurbs_t::MakeVertices5() {
+bool nurbs_t::MakeVertices5(std::uint64_t most) {
     const std::uint32_t ru = resolution_u_, rv = resolution_v_;
-    if (m_ == 0 || ru == 0 || rv == 0 || std::uint64_t(ru) * rv > most_vertices ||
+    if (m_ == 0 || ru == 0 || rv == 0 || std::uint64_t(ru) * rv > std::min(most, most_vertices) ||
         !polygon_->allocate(std::uint64_t(ru) * rv, grid_element_count(ru, rv)))
         return fail("polygon.allocate() fail.");
     texture_->open(name());

@@ -44,10 +44,10 @@ public:
     // Makes the array of control points that is drawn, and their sizes. False when there is no room.
     bool MakeCtlpts();
     // Sizes the polygon surface for the tessellation, opens the textures with the name, and writes the
-    // strips. False, after one line on standard error, when the resolution is 0, asks for more than
-    // most_vertices, or there is no room. The polygon ids are those of the fresh polygon surface, before the
+    // strips. False, after one line on standard error, when the resolution is 0, asks for more than `most`
+    // vertices, or there is no room. The polygon ids are those of the fresh polygon surface, before the
     // strips.
-    bool MakeVertices5();
+    bool MakeVertices5(std::uint64_t most = most_vertices);
     // Evaluates the surface at every vertex, then updateNormals().
     void updateVertices();
     // Writes the steps between the vertices into the polygon surface's wknmls(), see grid_steps().

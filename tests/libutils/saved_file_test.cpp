@@ -72,6 +72,15 @@ TEST(saved_file, a_full_disk_leaves_the_old_file) {
     EXPECT_FALSE(full.commit());
 }
 
+// Nothing is read-only for root.
+bool opens_for_ordinary_user(const std::string& name) {
+    const uid_t user = geteuid();
+    EXPECT_EQ(user == 0 ? seteuid(65534) : 0, 0);
+    const bool opens = libutils::saved_file(name).is_open();
+    EXPECT_EQ(seteuid(user), 0);
+    return opens;
+}
+
 TEST(saved_file, keeps_links_and_permissions) {
     temporary_directory directory;
     const std::string name = directory.write("model.pmt", "old"), link = directory.file("link.pmt");
@@ -86,12 +95,16 @@ TEST(saved_file, keeps_links_and_permissions) {
     stat(name.c_str(), &status);
     EXPECT_EQ(status.st_mode & 0777, 0640u);
 
-    if (geteuid() == 0) return; // nothing is read-only for root
-    chmod(name.c_str(), 0440);
-    EXPECT_FALSE(libutils::saved_file(name).is_open());
-    chmod(directory.path().c_str(), 0500);
-    EXPECT_FALSE(libutils::saved_file(directory.file("other.pmt")).is_open());
+    const std::string other = directory.write("other.pmt", "old");
+    chmod(name.c_str(), 0444);
+    chmod(other.c_str(), 0666);
+    chmod(directory.path().c_str(), 0777);
+    EXPECT_FALSE(opens_for_ordinary_user(name)) << "the file is read-only";
+    EXPECT_TRUE(opens_for_ordinary_user(other));
+    chmod(directory.path().c_str(), 0555);
+    EXPECT_FALSE(opens_for_ordinary_user(other)) << "the folder is read-only";
     chmod(directory.path().c_str(), 0700);
+    EXPECT_EQ(read_file(other), "old");
 }
 #endif
 

@@ -225,6 +225,23 @@ TEST_F(model, blocks_and_unknown_lines) {
     EXPECT_EQ(pmt3d::load_text(list, directory_.file("y.pmt"), {std::cerr}), 0u);
 }
 
+TEST_F(model, nurbs_surfaces_of_a_small_file_share_two_million_vertices) {
+    model_item_t patch(kind_t::nurbs);
+    fill_patch(patch);
+    patch.nurbs.set_resolution(1030, 1024);
+    const std::string once = written(patch);
+    model_t m;
+    EXPECT_FALSE(load(m, directory_.write("x.pmt", once + once)));
+    EXPECT_EQ(take_err(), "polygon.allocate() fail.\nnurbs.makeVertices() error.\n");
+    ASSERT_EQ(m.items.size(), 2u);
+    EXPECT_EQ(m.items.front().polygon.vertex_count(), 1030u * 1024u);
+    EXPECT_EQ(m.items.back().polygon.vertex_count(), 0u);
+    // Whoever brings the bytes gets the memory for them.
+    m = {};
+    EXPECT_TRUE(load(m, directory_.write("x.pmt", once + once + '#' + std::string(10'000, ' '))));
+    EXPECT_EQ(take_err(), "");
+}
+
 TEST_F(model, saves_what_it_loads) {
     // Random but finite surfaces with all options; two rounds of saving give the same bytes.
     std::mt19937 random(5);

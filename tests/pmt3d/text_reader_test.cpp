@@ -55,7 +55,8 @@ std::unique_ptr<nurbs_result> read_nurbs(const std::string& text, const pmt3d::f
     capture standard(std::cerr);
     line_reader in(text);
     EXPECT_TRUE(in.next());
-    r->ok = pmt3d::read_nurbs_block("net.pmt", r->nurbs, r->texture, r->polygon, frames, in, errors);
+    r->ok = pmt3d::read_nurbs_block("net.pmt", r->nurbs, r->texture, r->polygon, frames,
+                                    pmt3d::nurbs_t::most_vertices, in, errors);
     r->errors = errors.str() + standard.text();
     return r;
 }
@@ -179,6 +180,8 @@ TEST(polygon_block, diagnostics) {
         {triangle(" position 1,2,3\n"), "2: illegal command:  position 1,2,3\n", true},
         {triangle("texfilter 1\n"), "2: nearlinear is not set. texfilter 1\n", true},
         {triangle("texfilter 1,1\n"), "2: maglinear is not set. texfilter 1,1\n", true},
+        {triangle("texture " + std::string(65537, 'x') + "\n"),
+         "2: path is too long: texture " + std::string(992, 'x') + "...\n", true},
         {triangle("aniso .5\n"), "46 \n.: warning: invalid char detect.\n", true},
         // One more than there is room for.
         {triangle("").substr(0, triangle("").size() - 4) + "position 9,9,9\nend\n",
@@ -362,6 +365,9 @@ TEST(environment_block, options_and_diagnostics) {
     EXPECT_FALSE(read("begin environment\ncubemap no such sky.png\r\nend\n"));
     EXPECT_EQ(environment.cubetex, "no such sky.png");
     EXPECT_EQ(errors.str(), "environment.initex() failed.\n");
+    EXPECT_FALSE(read("begin environment\ncubemap " + std::string(65537, 'x')));
+    EXPECT_EQ(environment.cubetex, "no such sky.png");
+    EXPECT_EQ(errors.str().substr(0, 31), "2: path is too long: cubemap xx");
 }
 
 } // namespace

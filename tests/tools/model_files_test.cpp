@@ -1,7 +1,7 @@
 // The subcommands for model files, run as a user runs them.
 #include "support/picture.h"
-#include "support/process.h"
 #include "support/temporary_directory.h"
+#include "tools/pmt3d_tool.h"
 
 #include <gtest/gtest.h>
 
@@ -19,11 +19,6 @@ namespace {
 using test_support::process_result;
 using test_support::read_file;
 
-process_result tool(std::vector<std::string> words, const test_support::process_options& options = {}) {
-    words.insert(words.begin(), QUENVAREL_BIN "/pmt3d");
-    return test_support::run(words, options);
-}
-
 class model_files : public testing::Test {
 protected:
     std::string file(const std::string& name, const std::string& text) {
@@ -32,7 +27,7 @@ protected:
     std::string file(const std::string& name) { return directory_.file(name); }
     // A run that must succeed without a word on standard error.
     std::string quietly(const std::vector<std::string>& words) {
-        const process_result r = tool(words);
+        const process_result r = pmt3d(words);
         EXPECT_EQ(r.exit_code, 0) << words[0];
         EXPECT_EQ(r.err, "") << words[0];
         return r.out;
@@ -91,14 +86,14 @@ TEST_F(model_files, info) {
 }
 
 TEST_F(model_files, dump) {
-    const std::string name =
-        file("a \"b\".pmt", triangle + "begin environment\nrefractfactor 0.1\nend\n"
-                                       "begin nurbs_surface,1,1,2,1\nresolution 1,1\nknot1 0\nknot1 1\n"
-                                       "knot1 0\nknot1 1\nweight 1\nweight 1\nposition 1,2,3\n"
-                                       "position 4,5,6\nknot2 0\nknot2 0.5\nknot2 1\nend\n");
+    const std::string name = file(windows_player() ? "a b.pmt" : "a \"b\".pmt",
+                                  triangle + "begin environment\nrefractfactor 0.1\nend\n"
+                                             "begin nurbs_surface,1,1,2,1\nresolution 1,1\nknot1 0\nknot1 1\n"
+                                             "knot1 0\nknot1 1\nweight 1\nweight 1\nposition 1,2,3\n"
+                                             "position 4,5,6\nknot2 0\nknot2 0.5\nknot2 1\nend\n");
     std::string quoted = name;
-    quoted.insert(quoted.find('"'), 1, '\\');
-    quoted.insert(quoted.rfind('"'), 1, '\\');
+    for (std::size_t at = 0; (at = quoted.find('"', at)) != quoted.npos; at += 2)
+        quoted.insert(at, 1, '\\');
     const std::string options =
         "\"aniso\":1,\"refractfactor\":0,\"bumpofs\":true,\"bump2mono\":false,\"mipmap\":true,"
         "\"nearlinear\":true,\"maglinear\":true,\"mercatorsphere\":";
@@ -122,7 +117,7 @@ TEST_F(model_files, dump) {
             "100000001}}\n");
     // Names need not be UTF-8.
     const std::string text =
-        tool({"dump", file("x.pmt", "begin polygon_surface,0,0\ntexture \xC3\xA9\xFF\t\xED\xA0\x80\nend\n")})
+        pmt3d({"dump", file("x.pmt", "begin polygon_surface,0,0\ntexture \xC3\xA9\xFF\t\xED\xA0\x80\nend\n")})
             .out;
     EXPECT_NE(text.find("\"\xC3\xA9\\ufffd\\u0009\\ufffd\\ufffd\\ufffd\""), std::string::npos) << text;
 }
@@ -131,12 +126,12 @@ TEST_F(model_files, check) {
     const std::string good = file("good.pmt", triangle),
                       bad = file("bad.pmt", "begin polygon_surface,1,0\nwhat\nend\n");
     EXPECT_EQ(quietly({"check", good, good}), "");
-    const process_result r = tool({"check", bad, good});
+    const process_result r = pmt3d({"check", bad, good});
     EXPECT_EQ(r.exit_code, 1);
     EXPECT_EQ(r.out, "");
     EXPECT_EQ(r.err.substr(0, 61), "2: illegal command: what\n3: vertex(0) < 1: too few vertex.\n3:");
     const std::string bare = file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
-    const process_result missing = tool({"check", bare});
+    const process_result missing = pmt3d({"check", bare});
     EXPECT_EQ(missing.exit_code, 1);
     EXPECT_NE(missing.err.find(file("missing.png") + ": autoloadformat failed.\n"), std::string::npos);
 }
@@ -160,10 +155,10 @@ TEST_F(model_files, convert_there_and_back) {
 
     // What cannot be saved leaves the old file.
     const std::string old = file("old.pmt", "old");
-    const process_result r = tool({"convert",
-                                   file("inf.stl", "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 1e39\n"
-                                                   "vertex 1 0 0\nvertex 0 1 0\nendloop\n"),
-                                   old});
+    const process_result r = pmt3d({"convert",
+                                    file("inf.stl", "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 1e39\n"
+                                                    "vertex 1 0 0\nvertex 0 1 0\nendloop\n"),
+                                    old});
     EXPECT_EQ(r.exit_code, 1);
     EXPECT_EQ(r.err, "\"position 0,0,inf\" could not be read back, nothing is saved.\n");
     EXPECT_EQ(read_file(old), "old");
@@ -201,7 +196,9 @@ TEST_F(model_files, render_needs_no_display) {
                                                 "240x200",        "--eye",
                                                 "5,3,0.5",        "--target",
                                                 "0,1.1,0"};
-        const process_result r = tool(words, {{{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}}, ""});
+        test_support::process_options options;
+        if (!windows_player()) options.environment = {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}};
+        const process_result r = pmt3d(words, options);
         EXPECT_EQ(r.exit_code, 0);
         EXPECT_EQ(r.err, "");
         return test_support::load_png(file("vase.png"));
@@ -251,7 +248,7 @@ TEST_F(model_files, failures_say_what_is_wrong) {
         {{"render", in, file("o.gif")}, 1, "o.gif"},
     };
     for (const auto& [words, code, err] : cases) {
-        const process_result r = tool(words);
+        const process_result r = pmt3d(words);
         EXPECT_EQ(r.exit_code, code) << words[0] << ' ' << err;
         EXPECT_NE(r.err.find(err), std::string::npos) << r.err;
         EXPECT_EQ(r.out, "");

@@ -30,10 +30,10 @@ int run(arguments words) {
 
     pmt3d::model_t model;
     {
-        progress_bar bar("reading " + names[0]);
+        progress_bar bar("reading", names[0]);
         if (!load_model(model, names[0].c_str(), bar.callback())) return failure;
     }
-    progress_bar bar("writing " + names[1]);
+    progress_bar bar("writing", names[1]);
     const bool saved = text ? pmt3d::save_stl_text(model.items, names[1], bar.callback())
                             : pmt3d::save(model, names[1], bar.callback());
     return saved ? success : failure;
