@@ -173,6 +173,29 @@ TEST(live_player, a_late_program_tells_repetitions_from_fast_notes) {
                                "f0 41 10 16 12 10 00 01 01 00 00 6e f7; 91 30 7f; 91 30 00");
 }
 
+// The device's driver keeps the first note for two seconds: the keys wait, and nothing is lost or overtaken.
+TEST(live_player, a_device_that_blocks_is_waited_for) {
+    if (!under_test().windows) GTEST_SKIP() << "no device here can be made to block";
+    const struct {
+        const char *commands, *played;
+        bool interrupted;
+    } cases[] = {
+        {"keydown z keyup z keydown c keyup c key Escape", "91 2d 7f; 91 2d 00; 91 30 7f; 91 30 00", false},
+        {"keydown z keyup z", "91 2d 7f; 91 2d 00", true},
+    };
+    for (const auto& [commands, played, interrupted] : cases) {
+        setenv("QUENVAREL_WINMM_SLOW", "midiOutShortMsg#1=2000", 1);
+        player_under_test player;
+        unsetenv("QUENVAREL_WINMM_SLOW");
+        ASSERT_TRUE(player.open_window()) << player.program().err();
+        player.drive_on(commands);
+        ASSERT_TRUE(player.program().wait_for_err("note: 45"));
+        if (interrupted) player.interrupt();
+        EXPECT_EQ(player.program().wait(), 0);
+        EXPECT_EQ(player.played(), played);
+    }
+}
+
 // ---- Ways to end
 
 enum systems { everywhere, linux_only, windows_only };

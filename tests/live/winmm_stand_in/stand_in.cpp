@@ -62,22 +62,30 @@ std::string hex(const void* bytes, std::size_t count) {
     return text;
 }
 
-std::optional<MMRESULT> failure_of(const std::string& function) {
-    static std::mutex counting;
-    static std::map<std::string, unsigned> calls;
-    static const std::vector<std::string> rules = split(variable("QUENVAREL_WINMM_FAIL", ""), ';');
-    const std::lock_guard lock(counting);
-    const unsigned count = ++calls[function];
-    for (const std::string& rule : rules) {
+// The number that the rules in the environment variable have for this call of the function.
+static std::optional<unsigned long> rule_for(const char* name, const std::string& function, unsigned count) {
+    for (const std::string& rule : split(variable(name, ""), ';')) {
         const std::size_t equals = rule.find('=');
         const std::string which = rule.substr(0, equals);
-        const std::string number = std::to_string(count);
-        bool meant = which == function || which == function + "#" + number;
+        bool meant = which == function || which == function + "#" + std::to_string(count);
         if (which.starts_with(function + "#") && which.ends_with('+'))
             meant = count >= std::stoul(which.substr(function.size() + 1));
-        if (meant) return MMRESULT(std::stoul(rule.substr(equals + 1)));
+        if (meant) return std::stoul(rule.substr(equals + 1));
     }
     return std::nullopt;
+}
+
+std::optional<MMRESULT> begin_call(const std::string& function) {
+    static std::mutex counting;
+    static std::map<std::string, unsigned> calls;
+    unsigned count;
+    {
+        const std::lock_guard lock(counting);
+        count = ++calls[function];
+    }
+    if (const auto milliseconds = rule_for("QUENVAREL_WINMM_SLOW", function, count)) Sleep(*milliseconds);
+    const auto code = rule_for("QUENVAREL_WINMM_FAIL", function, count);
+    return code ? std::optional(MMRESULT(*code)) : std::nullopt;
 }
 
 } // namespace winmm_stand_in

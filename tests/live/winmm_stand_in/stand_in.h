@@ -12,6 +12,7 @@
 //   QUENVAREL_WINMM_FAIL     calls that fail: function=code, function#n=code only the n-th call of it,
 //   counted
 //                            from 1, or function#n+=code the n-th and all after it
+//   QUENVAREL_WINMM_SLOW     calls that take their time: the same with milliseconds in place of the code
 //   QUENVAREL_WINMM_BUSY     milliseconds for which an output device keeps the buffer of a long message, or
 //                            "forever"
 //   QUENVAREL_WINMM_INPUT    what an input device delivers from its start on, as words: bytes in hex are a
@@ -48,13 +49,14 @@ std::string variable(const char* name, const char* otherwise);
 void note(const std::string& line);
 std::string hex(const void* bytes, std::size_t count);
 
-// The code with which this call of the function is to fail, or none. Counts the calls.
-std::optional<MMRESULT> failure_of(const std::string& function);
+// Counts a call of the function and waits as long as it is to take. The code with which it is to fail, or
+// none.
+std::optional<MMRESULT> begin_call(const std::string& function);
 
 // Carries out a call, unless it is to fail, and notes it.
 template <class Action>
 MMRESULT call(const std::string& function, const std::string& arguments, Action action) {
-    const std::optional<MMRESULT> failure = failure_of(function);
+    const std::optional<MMRESULT> failure = begin_call(function);
     const MMRESULT result = failure ? *failure : action();
     note(function + (arguments.empty() ? "" : " " + arguments) + " -> " + std::to_string(result));
     return result;
