@@ -20,7 +20,7 @@ constexpr int initial_width = 800, initial_height = 200;
 
 // In front of the keyboard's middle, well above it and so near that the 75 white keys fill the window's width
 // once the offset has been added.
-constexpr camera_t initial_camera = {{0, 20.4f, 76.4f}, {0, 0, 3.2f}};
+constexpr camera_t initial_camera = {{0, 20.4f, 79.4f}, {0, 0, 6.2f}};
 constexpr render::dir3 camera_offset = {0.0f, 5.0f, -40.0f};
 
 constexpr int left_button = 0, pressed = 0;

@@ -1,13 +1,15 @@
 #pragma once
 // Where the 128 keys lie. One unit is the width of one white key; 75 white keys make the keyboard 75 units
 // wide, centred on x = 0. z runs from the hinge (0) toward the player, y up from the tops of the white keys
-// (0).
+// (0). What is seen of the keys begins in front of the hinge, so that the short black ones go down far enough
+// too.
 
 namespace models {
 
 inline constexpr int key_count = 128;
 inline constexpr int white_key_count = 75;
 
+inline constexpr float key_back = 3.0f; // z of their far ends
 inline constexpr float white_length = 6.4f;
 inline constexpr float black_length = 4.2f;
 // Black keys lie in slots of this width, cut out of the white keys; the gaps are within these measures.

@@ -18,7 +18,7 @@ using render::pos2;
 using render::pos3;
 
 // A key is made of profiles, running down from the rim of its top face, that stand side by side along its
-// outline as seen from above. Each stands on a post of the outline.
+// outline as seen from above. Each stands on a post of the outline; z counts from the far end of the key.
 struct post {
     float x, z;
     float out_x, out_z; // the direction in which the key ends there, a unit vector
@@ -64,19 +64,19 @@ constexpr profile_point white_front_side[] = {
 constexpr profile_point black_side[] = {
     {0.110f, 0, 0.500f, 1.00f, crease},
     {0.050f, 0, 0.440f, 1.00f, crease},
-    {0.000f, 0, -0.450f, 0.20f},
+    {0.000f, 0, -0.600f, 0.12f},
 };
 constexpr profile_point black_front[] = {
     {0.110f, 0.60f, 0.500f, 1.00f},
     {0.070f, 0.40f, 0.465f, 1.00f},
     {0.050f, 0.28f, 0.380f, 0.90f},
-    {0.000f, 0.00f, -0.450f, 0.25f},
+    {0.000f, 0.00f, -0.600f, 0.15f},
 };
 constexpr profile_point black_front_side[] = {
     {0.110f, 0.60f, 0.500f, 1.00f, crease},
     {0.070f, 0.40f, 0.465f, 1.00f},
     {0.050f, 0.28f, 0.380f, 0.90f, crease},
-    {0.000f, 0.00f, -0.450f, 0.25f},
+    {0.000f, 0.00f, -0.600f, 0.15f},
 };
 
 constexpr float white_gap = 0.065f;
@@ -84,7 +84,7 @@ constexpr float black_gap = 0.050f;
 constexpr float white_corner = 0.08f; // radii at the player's end
 constexpr float black_corner = 0.13f;
 
-// Where the shadow of what is over the hinge ends, and that of a black key on the white ones before it.
+// Where the shadow of what is over the far end ends, and that of a black key on the white ones before it.
 constexpr float lid_shadow = 1.1f;
 constexpr float contact_shadow = 0.35f;
 
@@ -259,7 +259,7 @@ private:
 
     static pos3 position(const post& p, const profile_point& at) {
         return {rounded(p.x - p.miter_x * at.inset), rounded(at.y),
-                rounded(p.z - p.miter_z * at.inset - (p.front ? at.back : 0))};
+                rounded(key_back + p.z - p.miter_z * at.inset - (p.front ? at.back : 0))};
     }
 
     // What the surroundings leave of the light: black keys stand beside the tails of the white ones, which is

@@ -107,9 +107,9 @@ TEST(KeyShape, IsASolidWithinItsPlace) {
             id.push_back(places.emplace(std::tuple(p.x, p.y, p.z), places.size()).first->second);
             EXPECT_GT(p.x, place.left);
             EXPECT_LT(p.x, place.right);
-            EXPECT_GE(p.z, 0);
-            EXPECT_LE(p.z, place.black ? black_length : white_length);
-            if (p.z < black_length) {
+            EXPECT_GE(p.z, key_back);
+            EXPECT_LE(p.z, key_back + (place.black ? black_length : white_length));
+            if (p.z < key_back + black_length) {
                 EXPECT_GT(p.x, place.tail_left);
                 EXPECT_LT(p.x, place.tail_right);
             }

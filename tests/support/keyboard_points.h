@@ -29,17 +29,22 @@ inline render::pos2 seen(const render::pos3& p) {
 inline render::pos2 head_of(int key) {
     const models::key_place place = models::place_of(key);
     const float middle = (place.left + place.right) / 2;
-    return place.black ? seen({middle, 0.5f, 1.8f}) : seen({middle, 0, 5.3f});
+    return place.black ? seen({middle, 0.5f, models::key_back + 1.8f})
+                       : seen({middle, 0, models::key_back + 5.3f});
 }
 inline render::pos2 tail_of(int key) {
     const models::key_place place = models::place_of(key);
-    return seen({(place.tail_left + place.tail_right) / 2, place.black ? 0.5f : 0, 1.8f});
+    return seen({(place.tail_left + place.tail_right) / 2, place.black ? 0.5f : 0, models::key_back + 1.8f});
 }
 
-// The column of the middle of a key's front edge.
+// A column in which a key's front edge is seen: on the side that is nearer to the middle of the keyboard,
+// since on the other one the side of a neighbour that is down comes into the picture below it.
 inline int front_column(int key) {
     const models::key_place place = models::place_of(key);
-    return static_cast<int>(seen({(place.left + place.right) / 2, -0.8f, models::white_length}).x);
+    const float share = (place.left + place.right) / 2 < 0 ? 0.75f : 0.25f;
+    return static_cast<int>(seen({place.left + share * (place.right - place.left), -0.8f,
+                                  models::key_back + models::white_length})
+                                .x);
 }
 
 inline int brightness(const std::array<int, 4>& pixel) {
