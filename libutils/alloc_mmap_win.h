@@ -45,8 +45,10 @@ public:
     // Unmaps and closes whatever is held. `view` is what the last successful call returned, or null.
     void deallocate(void* view);
 
+    bool is_file() const { return file_.is_open(); } // that the storage lies in
+
 private:
-    bool is_memory() const { return !file_.is_open(); }
+    bool is_memory() const { return !is_file(); }
     void unmap_view();
     void close();
 

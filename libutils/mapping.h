@@ -26,7 +26,8 @@ struct object {
 // No mapping of more bytes is tried: beyond what any x86-64 system hands to a process.
 inline constexpr std::uint64_t address_space = std::uint64_t(1) << 47;
 
-// Opens an existing file that nobody else uses: on Windows without sharing; elsewhere with an advisory lock,
+// Opens an existing file that nobody else uses: on Windows without sharing, after waiting up to half a second
+// for somebody who has it; elsewhere with an advisory lock,
 // shared among readers and exclusive for a writer, as far as the file system knows locks.
 file open(const char* name, protection mode);
 void close(file& opened);

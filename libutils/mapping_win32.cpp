@@ -25,11 +25,25 @@ std::uint64_t granularity() {
     return size;
 }
 
+// Many have a file open for a moment only: a second program of ours that starts as well, or a virus scanner.
+constexpr ULONGLONG patience = 500; // milliseconds
+
+HANDLE open_patiently(const char* name, DWORD rights) {
+    const ULONGLONG begin = GetTickCount64();
+    for (;;) {
+        const HANDLE opened = CreateFileA(name, rights, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        if (opened != INVALID_HANDLE_VALUE || GetLastError() != ERROR_SHARING_VIOLATION ||
+            GetTickCount64() - begin > patience)
+            return opened;
+        Sleep(1);
+    }
+}
+
 } // namespace
 
 file open(const char* name, protection mode) {
     const DWORD rights = mode == protection::read_write ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
-    const HANDLE opened = CreateFileA(name, rights, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE opened = open_patiently(name, rights);
     if (opened == INVALID_HANDLE_VALUE) return {};
     LARGE_INTEGER size;
     if (!GetFileSizeEx(opened, &size)) {

@@ -47,6 +47,15 @@ bool image_record::allocate_rows(std::uint32_t width, std::uint64_t rows) {
     return true;
 }
 
+bool image_record::leave_file() {
+    if (!pixels.in_file()) return true;
+    pixel_bytes own;
+    if (!own.allocate(pixels.size())) return false;
+    std::copy_n(std::as_const(pixels).data(), pixels.size(), own.data());
+    pixels = std::move(own);
+    return true;
+}
+
 const unsigned char* image1d::pixel(std::uint32_t x) const {
     return pixels.data() + byte_of(*this, stride(), x, 0);
 }

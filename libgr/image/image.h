@@ -50,6 +50,10 @@ struct image_record {
     std::uint8_t compressed = 0; // the bytes are a compressed texture, not pixels
     color_table colors;          // of pictures whose samples are numbers of colours
 
+    // Copies pixels that lie in a mapped file into memory, which closes the file: on Windows nobody else can
+    // open it before. False, and nothing changed, when there is no memory.
+    bool leave_file();
+
 protected:
     std::uint64_t stride_of(std::uint32_t width) const;
     bool allocate_rows(std::uint32_t width, std::uint64_t rows);

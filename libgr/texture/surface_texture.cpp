@@ -41,6 +41,7 @@ record_ref load_picture(texture_table& table, const std::string& path, const cha
             // Neither textures nor normal maps are made of narrower samples.
             convert_bits(image, image, bits_class::bits_8);
         }
+        image.leave_file(); // a second program may want to wear it too
     }
     return has_picture(*record) ? record : nullptr;
 }

@@ -73,11 +73,14 @@ protected:
         }
         return keys;
     }
-    bool shows(const picture& at_rest, const std::set<int>& pressed) {
-        std::set<int> white;
+    testing::AssertionResult shows(const picture& at_rest, const std::set<int>& pressed) {
+        std::set<int> white, seen;
         for (const int key : pressed)
             if (!models::place_of(key).black) white.insert(key);
-        return wait_until([&] { return lowered(at_rest, shot()) == white; });
+        if (wait_until([&] { return (seen = lowered(at_rest, shot())) == white; }))
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure()
+               << testing::PrintToString(seen) << " instead of " << testing::PrintToString(white);
     }
     // For xdotool: the pointer over a point of the picture.
     std::string move_to(const render::pos2& at) const {
@@ -134,6 +137,17 @@ TEST_F(keyboard_live, every_octave_is_seen_pressed) {
         player_.drive(releases + "key Prior ");
         EXPECT_TRUE(wait_until([&] { return shot().rgba == at_rest.rgba; })) << octave;
     }
+}
+
+TEST(keyboards, two_that_start_at_once_both_have_all_keys) {
+    player_under_test first, second;
+    for (player_under_test* const player : {&first, &second}) {
+        ASSERT_TRUE(player->open_window()) << player->program().err();
+        EXPECT_EQ(player->program().out().find("LoadShape"), std::string::npos) << player->program().out();
+        EXPECT_EQ(player->traced(), "") << "a picture could not be loaded";
+    }
+    EXPECT_EQ(first.end(), 0);
+    EXPECT_EQ(second.end(), 0);
 }
 
 // The piece of the demo, faster: what is sent and shown follows from its text alone.

@@ -283,17 +283,19 @@ TEST_F(SurfaceTexture, PicturesWaitForAContext) {
 
 TEST_F(SurfaceTexture, EverythingIsLetGo) {
     save("wood.png", rgba8, 8, 8);
-    save("heights.png", grey8, 8, 8);
+    save("heights.bmp", grey8, 8, 8);
     const int before = living_textures();
     for (int i = 0; i < 1000; ++i) {
         texture_t dressed;
         dressed.texture = "wood.png";
-        dressed.bumpmap = "heights.png";
+        dressed.bumpmap = "heights.bmp";
         dressed.open(model_);
         environment_t around;
         ASSERT_TRUE(around.initex(model_));
         if (i == 0) {
             EXPECT_GE(living_textures() - before, 4);
+            EXPECT_TRUE(pixel_bytes().try_allocate(0, files_.file("heights.bmp").c_str(), 1))
+                << "a picture that is worn leaves its file to others";
         }
     }
     EXPECT_EQ(living_textures(), before);
