@@ -152,16 +152,20 @@ pixel_rect keyboard_scene::covered(int key, const viewport& view) const {
     return covered(slots_[index(key)], view);
 }
 
-void keyboard_scene::draw(render::glpolygon_t& renderer, const viewport& view, const pos3& light,
-                          float shininess, const std::optional<pixel_rect>& part) {
+pixel_rect keyboard_scene::draw(render::glpolygon_t& renderer, const viewport& view, const pos3& light,
+                                float shininess, const std::optional<pixel_rect>& part) {
+    pixel_rect drawn;
     for (slot& key : slots_) {
         if (!key.bounds) continue;
-        if (part && intersection(*part, covered(key, view)).empty()) continue;
+        const pixel_rect seen = intersection(part.value_or(view.whole()), covered(key, view));
+        if (seen.empty()) continue;
+        drawn = enclosing(drawn, seen);
         if (key.closed) glEnable(GL_CULL_FACE);
         renderer.drawsolid(&environment_, environment_is_skybox_, key.texture, key.surface, mtx3w::identity(),
                            key.model, key.normal, view.projection, light, shininess);
         if (key.closed) glDisable(GL_CULL_FACE);
     }
+    return drawn;
 }
 
 bool keyboard_scene::pick(int x, int y, const viewport& view, const std::function<void(int)>& action) const {

@@ -57,9 +57,10 @@ public:
     const pmt3d::polygon_t& surface(int key) const { return slots_[index(key)].surface; }
 
     // Draws all keys in ascending order with the current context; light: its position in eye space;
-    // shininess: the Phong exponent. With a part only those keys that may show there.
-    void draw(render::glpolygon_t& renderer, const viewport& view, const render::pos3& light, float shininess,
-              const std::optional<pixel_rect>& part = {});
+    // shininess: the Phong exponent. With a part only those keys that may show there. Returns the smallest
+    // rectangle of the part, or of the window, that holds everything drawn.
+    pixel_rect draw(render::glpolygon_t& renderer, const viewport& view, const render::pos3& light,
+                    float shininess, const std::optional<pixel_rect>& part = {});
 
     // The pixels within the window that a key may cover, edges smoothed; empty when it has no surface or is
     // not in sight.

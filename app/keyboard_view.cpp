@@ -1,5 +1,6 @@
 #include "app/keyboard_view.h"
 
+#include "render/gl/step_check.h"
 #include "render/math/projection.h"
 
 #include <GL/glew.h>
@@ -13,6 +14,10 @@ constexpr float shininess = 10.0f;
 constexpr render::col3 background = {0.055f, 0.06f, 0.075f};
 
 constexpr int wanted_samples = 4; // for each pixel
+
+constexpr render::pixel_rectangle rectangle(const pixel_rect& r) {
+    return {r.left, r.bottom, r.width(), r.height()};
+}
 
 constexpr render::perspective lens(double aspect) {
     return {.fov = 1.5707963267948966, .aspect = aspect, .znear = 0.0625, .zfar = 1024};
@@ -73,6 +78,7 @@ void keyboard_view::release_all() {
 
 void keyboard_view::draw() {
     if (!renderer_) return;
+    const render::context_stays stays;
     if (!frame_.allocated()) damage_.add(port_.whole()); // the window forgets
     frame_.bind();
     glViewport(0, 0, port_.width, port_.height);
@@ -82,8 +88,9 @@ void keyboard_view::draw() {
     for (const pixel_rect& part : damage_.parts()) {
         glScissor(part.left, part.bottom, part.width(), part.height());
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        scene_.draw(*renderer_, port_, light, shininess, part);
-        frame_.resolve({part.left, part.bottom, part.width(), part.height()});
+        const pixel_rect drawn = scene_.draw(*renderer_, port_, light, shininess, part);
+        if (drawn != part) frame_.fill(rectangle(part), background);
+        frame_.resolve(rectangle(drawn));
     }
     glDisable(GL_SCISSOR_TEST);
     damage_.clear();

@@ -9,9 +9,9 @@ namespace quenvarel {
 struct pixel_rect {
     int left = 0, bottom = 0, right = 0, top = 0;
 
-    bool empty() const { return left >= right || bottom >= top; }
-    int width() const { return empty() ? 0 : right - left; }
-    int height() const { return empty() ? 0 : top - bottom; }
+    constexpr bool empty() const { return left >= right || bottom >= top; }
+    constexpr int width() const { return empty() ? 0 : right - left; }
+    constexpr int height() const { return empty() ? 0 : top - bottom; }
     friend bool operator==(const pixel_rect&, const pixel_rect&) = default;
 };
 

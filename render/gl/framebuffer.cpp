@@ -78,6 +78,21 @@ void framebuffer_t::resolve(const pixel_rectangle& area) const {
     bind();
 }
 
+void framebuffer_t::fill(const pixel_rectangle& area, const col3& color) const {
+    if (samples_ == 0 || !has_context()) return;
+    GLint other[4];
+    glGetIntegerv(GL_SCISSOR_BOX, other);
+    const bool scissored = glIsEnabled(GL_SCISSOR_TEST);
+    glBindFramebuffer(GL_FRAMEBUFFER, resolved_.framebuffer);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(area.x, area.y, std::max(area.width, 0), std::max(area.height, 0));
+    glClearColor(color.r, color.g, color.b, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glScissor(other[0], other[1], other[2], other[3]);
+    if (!scissored) glDisable(GL_SCISSOR_TEST);
+    bind();
+}
+
 void framebuffer_t::present(gl_uint framebuffer) const {
     if (!allocated() || !has_context()) return;
     const bool scissored = glIsEnabled(GL_SCISSOR_TEST);

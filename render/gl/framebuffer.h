@@ -2,6 +2,7 @@
 // A picture that is kept between redraws, with smooth edges.
 
 #include "render/gl/types.h"
+#include "render/math/types.h"
 
 namespace render {
 
@@ -35,6 +36,9 @@ public:
 
     // Takes the samples of a rectangle over into the picture.
     void resolve(const pixel_rectangle& area) const;
+    // Gives a rectangle of the picture one colour, which costs less than to take over samples that all have
+    // it. Without samples the picture is what is drawn into, and has it.
+    void fill(const pixel_rectangle& area, const col3& color) const;
     // Copies the picture to the window, or to the framebuffer of that name; draws into the window from here
     // on.
     void present(gl_uint framebuffer = 0) const;

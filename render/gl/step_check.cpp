@@ -17,6 +17,7 @@ namespace render {
 namespace {
 
 bool loaded = false;
+thread_local bool stays = false;
 context_probe other_interface = nullptr;
 
 bool is_current() {
@@ -37,7 +38,15 @@ bool refuse(const char* reason) {
 } // namespace
 
 bool has_context() {
-    return loaded && is_current();
+    return stays || (loaded && is_current());
+}
+
+context_stays::context_stays() : before_(stays) {
+    stays = has_context();
+}
+
+context_stays::~context_stays() {
+    stays = before_;
 }
 
 void set_context_probe(context_probe probe) {

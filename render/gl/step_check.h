@@ -9,6 +9,19 @@ namespace render {
 // with the context).
 bool has_context();
 
+// While one lives, the context that is current when it is made stays current, which its maker promises, and
+// need not be looked for again: a picture asks thousands of times.
+class context_stays {
+public:
+    context_stays();
+    ~context_stays();
+    context_stays(const context_stays&) = delete;
+    context_stays& operator=(const context_stays&) = delete;
+
+private:
+    bool before_;
+};
+
 // Tells whether the calling thread has a current context of an interface other than the window system's own
 // (GLX, WGL). Set it before load_gl() where one is made through EGL; null asks the window system again.
 using context_probe = bool (*)();

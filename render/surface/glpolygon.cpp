@@ -47,13 +47,14 @@ enum uniform : std::size_t {
     std::exit(EXIT_FAILURE);
 }
 
-// Compiles the file of that name, or the built-in text where there is no such file.
-void compile_or_exit(shader_t& shader, const builtin_shader& builtin, const char* file,
+// Compiles the file of that name, or the built-in text where there is no such file; true for the latter.
+bool compile_or_exit(shader_t& shader, const builtin_shader& builtin, const char* file,
                      const std::string& directory, const char* failure) {
     std::string text;
-    const std::string_view source =
-        load_shader_file(file, directory, text) ? std::string_view(text) : builtin.text;
-    if (!shader.compile_text(builtin.stage, source)) fail(std::string(file) + failure, shader.log());
+    const bool replaced = load_shader_file(file, directory, text);
+    if (!shader.compile_text(builtin.stage, replaced ? std::string_view(text) : builtin.text))
+        fail(std::string(file) + failure, shader.log());
+    return !replaced;
 }
 
 void activate(unsigned unit) {
@@ -98,20 +99,37 @@ bool glpolygon_t::init(const std::string& directory) {
     step_check("glpolygon_t::init() feedback varying setted.");
     if (!feedback_.link()) fail("feedback program link failed.", feedback_.log());
 
-    compile_or_exit(surface_vertex_, builtin_surface_vertex(), "shader.vsd", directory,
-                    ": vertex shader init failed.");
-    compile_or_exit(surface_fragment_, builtin_surface_fragment(), "shader.fsd", directory,
-                    ": fragment shader init failed.");
-    surface_.create();
-    surface_.attach(surface_vertex_);
-    surface_.attach(surface_fragment_);
-    if (!surface_.link()) fail("program link failed.", surface_.log());
+    bool builtin = compile_or_exit(surface_vertex_, builtin_surface_vertex(), "shader.vsd", directory,
+                                   ": vertex shader init failed.");
+    builtin &= compile_or_exit(surface_fragment_, builtin_surface_fragment(), "shader.fsd", directory,
+                               ": fragment shader init failed.");
+    surface_.program.create();
+    surface_.program.attach(surface_vertex_);
+    surface_.program.attach(surface_fragment_);
+    if (!surface_.program.link()) fail("program link failed.", surface_.program.log());
 
     for (std::size_t i = 0; i < uniform_count; ++i)
-        uniforms_[i] = surface_.location(uniform_names()[i]);
-    values_.fill({});
+        surface_.uniforms[i] = surface_.program.location(uniform_names()[i]);
+    surface_.values.fill({});
+    if (builtin) build_plain_program(builtin_surface_fragment().text);
     step_check("glpolygon_t::init(end)");
     return true;
+}
+
+void glpolygon_t::build_plain_program(std::string_view fragment_text) {
+    const std::size_t version = fragment_text.find('\n') + 1; // the line that has to come first
+    const std::string_view define = "#define PLAIN\n";
+    const char* const texts[] = {fragment_text.data(), define.data(), fragment_text.data() + version};
+    const gl_int lengths[] = {gl_int(version), gl_int(define.size()), gl_int(fragment_text.size() - version)};
+    if (!plain_fragment_.compile(shader_stage::fragment, 3, texts, lengths)) return;
+    plain_.program.create();
+    plain_.program.attach(surface_vertex_);
+    plain_.program.attach(plain_fragment_);
+    if (!plain_.program.link()) return plain_.program.destroy();
+    // That many are missing is the point of it.
+    for (std::size_t i = 0; i < uniform_count; ++i)
+        plain_.uniforms[i] = glGetUniformLocation(plain_.program.id(), uniform_names()[i]);
+    plain_.values.fill({});
 }
 
 void glpolygon_t::update_frames(drawable& surface) {
@@ -184,80 +202,88 @@ struct glpolygon_t::arguments {
     float Shininess;
 };
 
-bool glpolygon_t::renew(std::size_t which, std::span<const float> value) {
+bool glpolygon_t::lighting::renew(std::size_t which, std::span<const float> value) {
     std::array<float, 16> sent{};
     std::copy(value.begin(), value.end(), sent.begin());
-    std::optional<std::array<float, 16>>& last = values_[which];
+    std::optional<std::array<float, 16>>& last = values[which];
     // The bits count: a NaN is like itself.
     if (last && std::memcmp(last->data(), sent.data(), sizeof sent) == 0) return false;
     last = sent;
     return true;
 }
 
-void glpolygon_t::set(std::size_t which, const mtx3w& value) {
+void glpolygon_t::lighting::set(std::size_t which, const mtx3w& value) {
     // The shaders multiply row vectors by the matrix.
-    if (renew(which, value.m)) glUniformMatrix4fv(uniforms_[which], 1, GL_TRUE, value.m);
+    if (renew(which, value.m)) glUniformMatrix4fv(uniforms[which], 1, GL_TRUE, value.m);
 }
 
-void glpolygon_t::set(std::size_t which, float value) {
-    if (renew(which, {&value, 1})) glUniform1f(uniforms_[which], value);
+void glpolygon_t::lighting::set(std::size_t which, float value) {
+    if (renew(which, {&value, 1})) glUniform1f(uniforms[which], value);
 }
 
-void glpolygon_t::set(std::size_t which, int value) {
-    glUniform1i(uniforms_[which], value);
+void glpolygon_t::lighting::set(std::size_t which, int value) {
+    glUniform1i(uniforms[which], value);
 }
 
 void glpolygon_t::draw(const pass& how, const arguments& what) {
     if (!has_context()) return;
     surroundings* const around = what.around;
     const bool has_cube = around && around->has_cube();
+    if (!how.selection) mercator_ = what.surface.mercator_sphere();
+    const bool mirrors = around && (around->reflect_alpha() != 0 || around->refract_alpha() != 0);
+    const bool plain = !how.selection && !mercator_ && !mirrors && plain_.program.id() != 0;
+    lighting& with = plain ? plain_ : surface_;
 
-    surface_.use();
-    set(globalview, what.Globalview);
-    set(modelview, what.Modelview);
-    set(inv_modelview, what.invModelview);
-    set(projection_matrix, what.Projection);
+    with.program.use();
+    with.set(globalview, what.Globalview);
+    with.set(modelview, what.Modelview);
+    with.set(inv_modelview, what.invModelview);
+    with.set(projection_matrix, what.Projection);
     const float light[] = {what.LightPosition.x, what.LightPosition.y, what.LightPosition.z};
-    if (renew(light_position, light)) glUniform3fv(uniforms_[light_position], 1, light);
-    set(color_factor, how.color_factor);
-    set(shininess, what.Shininess);
+    if (with.renew(light_position, light)) glUniform3fv(with.uniforms[light_position], 1, light);
+    with.set(color_factor, how.color_factor);
+    with.set(shininess, what.Shininess);
 
     step_check(how.step_1);
     activate(unsigned(texture_unit::color));
     if (how.selection) step_check(how.step_1_1);
-    set(color_tex, int(texture_unit::color));
+    with.set(color_tex, int(texture_unit::color));
     if (how.selection) step_check(how.step_1_2);
     if (what.surface.has(texture_unit::color)) what.surface.bind(texture_unit::color);
 
     step_check(how.step_2);
     activate(unsigned(texture_unit::bump));
-    set(bump_tex, int(texture_unit::bump));
+    with.set(bump_tex, int(texture_unit::bump));
     if (what.surface.has(texture_unit::bump)) what.surface.bind(texture_unit::bump);
     const std::array<float, 2> offset = what.surface.bump_offset();
-    if (renew(bump_ofs, offset)) glUniform2fv(uniforms_[bump_ofs], 1, offset.data());
+    if (with.renew(bump_ofs, offset)) glUniform2fv(with.uniforms[bump_ofs], 1, offset.data());
 
     step_check(how.step_3);
     activate(unsigned(texture_unit::specular));
-    set(spec_tex, int(texture_unit::specular));
+    with.set(spec_tex, int(texture_unit::specular));
     if (what.surface.has(texture_unit::specular)) what.surface.bind(texture_unit::specular);
 
     step_check(how.step_4);
     activate(environment_unit);
-    set(cube_tex, int(environment_unit));
+    with.set(cube_tex, int(environment_unit));
     if (around) {
         if (has_cube) around->bind_cube();
-        set(refract_factor, around->refract_factor());
-        set(reflect_alpha, around->reflect_alpha());
-        set(refract_alpha, around->refract_alpha());
-        set(sky_box, what.skybox);
+        with.set(refract_factor, around->refract_factor());
+        with.set(reflect_alpha, around->reflect_alpha());
+        with.set(refract_alpha, around->refract_alpha());
+        with.set(sky_box, what.skybox);
     } else {
         // SkyBox and RefractFactor have no effect then and keep their values.
-        set(reflect_alpha, 0.0f);
-        set(refract_alpha, 0.0f);
+        with.set(reflect_alpha, 0.0f);
+        with.set(refract_alpha, 0.0f);
     }
 
     step_check(how.step_5);
-    if (!how.selection) set(mercator_sphere, what.surface.mercator_sphere());
+    // A selection keeps what the surface before it has set.
+    if (!plain && (!how.selection || sent_mercator_ != mercator_)) {
+        with.set(mercator_sphere, mercator_);
+        sent_mercator_ = mercator_;
+    }
     glEnable(GL_BLEND);
     glBlendFunc(how.source_factor, GL_ONE_MINUS_SRC_ALPHA);
     if (how.selection) {

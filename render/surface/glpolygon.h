@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace render {
 
@@ -53,20 +54,29 @@ public:
     static constexpr std::size_t uniform_count = 17;
     static const std::array<const char*, uniform_count>& uniform_names();
     // The locations found by init(); -1 where the program has none.
-    const std::array<gl_int, uniform_count>& uniforms() const { return uniforms_; }
-    gl_uint surface_program() const { return surface_.id(); }
+    const std::array<gl_int, uniform_count>& uniforms() const { return surface_.uniforms; }
+    gl_uint surface_program() const { return surface_.program.id(); }
     gl_uint feedback_program() const { return feedback_.id(); }
 
 private:
     struct pass; // what distinguishes the two ways of drawing
     struct arguments;
     void draw(const pass& how, const arguments& what);
-    // These send a uniform of the surface program, which is in use, unless it has the value already. Integers
-    // are always sent: a replaced shader may declare a sampler as something else, and every drawing tells.
-    void set(std::size_t which, const mtx3w& value);
-    void set(std::size_t which, float value);
-    void set(std::size_t which, int value);
-    bool renew(std::size_t which, std::span<const float> value);
+    void build_plain_program(std::string_view fragment_text);
+
+    // A program that lights surfaces.
+    struct lighting {
+        // These send a uniform to the program, which is in use, unless it has the value already. Integers are
+        // always sent: a replaced shader may declare a sampler as something else, and every drawing tells.
+        void set(std::size_t which, const mtx3w& value);
+        void set(std::size_t which, float value);
+        void set(std::size_t which, int value);
+        bool renew(std::size_t which, std::span<const float> value);
+
+        program_t program;
+        std::array<gl_int, uniform_count> uniforms{};                           // locations
+        std::array<std::optional<std::array<float, 16>>, uniform_count> values; // what was sent last
+    };
 
     shader_t feedback_vertex_;
     shader_t feedback_fragment_;
@@ -75,9 +85,13 @@ private:
     shader_t surface_vertex_;
     shader_t surface_fragment_;
     shader_t surface_geometry_; // never compiled: a place for a stage between the two
-    program_t surface_;
-    std::array<gl_int, uniform_count> uniforms_{};
-    std::array<std::optional<std::array<float, 16>>, uniform_count> values_; // what was sent last
+    lighting surface_;
+
+    // The surface program once more, for surfaces without surroundings and sphere: it computes the same, and
+    // leaves out what those would need. None where a file replaces one of the shaders.
+    shader_t plain_fragment_;
+    lighting plain_;
+    bool mercator_ = false, sent_mercator_ = false; // of the last surface; what the surface program has
 };
 
 } // namespace render

@@ -124,7 +124,8 @@ TEST_F(surface_gl, every_vertex_is_a_point) {
         query.end();
         return query.GetQuery();
     };
-    draw(polygon); // gives the samplers their units
+    texture_.mercatorsphere = true; // so that the surface program draws, which gives the samplers their units
+    draw(polygon);
     glUseProgram(renderer_.surface_program());
     EXPECT_EQ(points_of([&] { EXPECT_EQ(polygon.draw_surface_points(), 6u); }), 6u);
     EXPECT_EQ(points_of([&] { polygon.draw_points(); }), 6u);

@@ -16,8 +16,15 @@ in vertex_t {
 uniform mat4 Globalview;
 uniform mat4 invModelview;
 uniform float Shininess;
+#ifdef PLAIN // known beforehand, so that what nobody sees costs nothing
+const float ReflectAlpha = 0.0;
+const float RefractAlpha = 0.0;
+const bool MercatorSphere = false;
+#else
 uniform float ReflectAlpha;
 uniform float RefractAlpha;
+uniform bool MercatorSphere;
+#endif
 uniform float RefractFactor;
 uniform samplerCube cubeTex;
 uniform sampler2D bumpTex; // the normal in tangent space, as it is stored
@@ -25,7 +32,6 @@ uniform sampler2D colorTex;
 uniform sampler2D specTex;
 uniform vec2 bumpOfs;
 uniform bool SkyBox;
-uniform bool MercatorSphere;
 
 layout(location = 0) out vec4 FragmentColor;
 

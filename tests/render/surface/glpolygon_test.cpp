@@ -212,11 +212,17 @@ TEST_F(Renderer, WithoutSurroundingsKeepsSkyBoxAndRefractFactor) {
     test_surroundings around; // without a cube map
     around.reflect = 0.5f, around.refract = 0.25f, around.factor = 0.75f;
     draw(false, &around, true, bare, square);
+    bare.mercator = true;
     draw(false, nullptr, false, bare, square);
     EXPECT_EQ(uniform("ReflectAlpha", 1)[0], 0.0f);
     EXPECT_EQ(uniform("RefractAlpha", 1)[0], 0.0f);
     EXPECT_EQ(uniform("SkyBox", 1)[0], 1.0f);
     EXPECT_EQ(uniform("RefractFactor", 1)[0], 0.75f);
+    // What another program has drawn meanwhile is what a selection keeps.
+    bare.mercator = false;
+    draw(false, nullptr, false, bare, square);
+    draw(true, nullptr, false, bare, square);
+    EXPECT_EQ(uniform("MercatorSphere", 1)[0], 0.0f);
 }
 
 // Everything between two steps is made to fail, so that each step shows its label.
