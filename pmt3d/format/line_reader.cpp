@@ -8,17 +8,22 @@
 namespace pmt3d {
 
 bool line_reader::open(const std::string& name) {
-    text_ = {};
+    set_text({});
     at_ = number_ = 0;
     line_ = {};
     if (file_.try_allocate(0, name.c_str())) {
-        text_ = {file_.data(), file_.size()};
+        set_text({file_.data(), file_.size()});
         return true;
     }
     // Nothing can be mapped of an empty file.
     std::error_code error;
     return std::filesystem::is_regular_file(name, error) && std::filesystem::file_size(name, error) == 0 &&
            !error;
+}
+
+void line_reader::set_text(std::string_view text) {
+    text_ = text;
+    last_end_ = text.rfind('\n') + 1;
 }
 
 bool line_reader::next() {

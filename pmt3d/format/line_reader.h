@@ -16,7 +16,7 @@ class line_reader {
 public:
     line_reader() = default;
     // Over text in memory, which must outlive the reader.
-    explicit line_reader(std::string_view text) : text_(text) {}
+    explicit line_reader(std::string_view text) { set_text(text); }
     line_reader(const line_reader&) = delete;
     line_reader& operator=(const line_reader&) = delete;
 
@@ -37,17 +37,26 @@ public:
     std::uint64_t size() const { return text_.size(); }
     std::uint64_t remaining() const { return size() - position(); }
 
+    // For those who find the end of a line while they read its values: where the next line begins when a '\n'
+    // ends it, else null. took_line() then takes the place of next(), though line() stays as it was.
+    const char* ahead() const { return at_ < last_end_ ? text_.data() + at_ : nullptr; }
+    void took_line(const char* end) { // its '\n'
+        at_ = std::uint64_t(end + 1 - text_.data());
+        ++number_;
+    }
+
     // Passes over raw bytes, or to the end where there are fewer; the next line begins there.
     void skip(std::uint64_t bytes);
     // Is told the position about once a megabyte.
     void set_progress(progress_t progress);
 
 private:
+    void set_text(std::string_view text);
     void report_progress();
 
     libutils::refvector2<char> file_;
     std::string_view text_;
-    std::uint64_t at_ = 0;
+    std::uint64_t at_ = 0, last_end_ = 0; // behind the last '\n'
     std::string_view line_;
     std::uint64_t number_ = 0;
     std::string last_; // a last line without '\n', with a 0 behind it

@@ -1,6 +1,7 @@
 #include "pmt3d/format/stl.h"
 
 #include "libutils/error_report.h"
+#include "libutils/number.h"
 #include "pmt3d/format/facet_filler.h"
 #include "pmt3d/format/fields.h"
 #include "pmt3d/format/line_reader.h"
@@ -60,11 +61,14 @@ public:
 
     // The lines with a facet's key.
     std::uint64_t count() const {
+        constexpr char rare = 'm'; // no other word of a file has it
+        constexpr std::size_t before = facet_key.find(rare);
         const std::string_view text = in_.text();
         std::uint64_t facets = 0;
-        for (std::size_t at = text.find(facet_key); at != text.npos; at = text.find(facet_key, at)) {
+        for (std::size_t at = before; (at = text.find(rare, at)) != text.npos; ++at) {
+            if (!text.substr(at - before).starts_with(facet_key)) continue;
             ++facets;
-            at = std::min(text.find('\n', at), text.size());
+            at = std::min(text.find('\n', at), text.size() - 1);
         }
         return facets;
     }
@@ -73,7 +77,7 @@ public:
         if (!find<facet_key>() || !find<loop_key>()) return fail_here();
         render::pos3 corners[3];
         for (render::pos3& corner : corners)
-            if (!in_.next() || !read_vertex(corner)) return fail_here();
+            if (!read_plain_vertex(corner) && (!in_.next() || !read_vertex(corner))) return fail_here();
         // Where a binary record has its attribute word; all that it does here is to shorten the line
         // "endloop".
         in_.skip(2);
@@ -88,6 +92,29 @@ private:
         while (in_.next())
             if (find_in<key>(in_.line()) != std::string_view::npos) return true;
         return false;
+    }
+
+    // The line as nearly all programs write it: blanks, the key, three numbers with one character behind
+    // each. False, with nothing taken, for any other line.
+    bool read_plain_vertex(render::pos3& corner) {
+        const char* p = in_.ahead();
+        if (!p) return false;
+        while (*p == ' ')
+            ++p;
+        if (!in_.text().substr(std::size_t(p - in_.text().data())).starts_with(vertex_key)) return false;
+        p += vertex_key.size();
+        float numbers[3];
+        for (float& number : numbers) {
+            // What begins with a visible character is a number of this line or none.
+            const char* const end = *p > ' ' ? libutils::read_float(p, number) : p;
+            if (end == p) return false;
+            p = end;
+            if (*p != '\n') ++p;
+        }
+        if (*p != '\n') return false;
+        corner = {numbers[0], numbers[1], numbers[2]};
+        in_.took_line(p);
+        return true;
     }
 
     bool read_vertex(render::pos3& corner) {
