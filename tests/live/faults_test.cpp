@@ -1,5 +1,6 @@
 // Faults around the finished programs: the memory ends while the player starts, and a save is killed.
-// QUENVAREL_SOAK=10 in the environment makes ten times as many starts.
+// QUENVAREL_SOAK=10 in the environment makes ten times as many starts, and a large number one for each
+// allocation.
 
 #include "player_under_test.h"
 #include "support/process.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
@@ -56,20 +58,24 @@ TEST(faults, memory_that_ends_while_the_player_starts_is_one_line_and_an_orderly
     start whole(display, "4294967295");
     ASSERT_EQ(whole.end(), 0) << whole.program.err();
     ASSERT_TRUE(whole.has_greeted());
-    const double count = std::atof(read_file(whole.directory.path() / "number").c_str());
-    ASSERT_GT(count, 100);
+    const std::size_t count =
+        std::strtoull(read_file(whole.directory.path() / "number").c_str(), nullptr, 10);
+    ASSERT_GT(count, 100u);
     // Spread over the start, denser at its begin.
     const char* const longer = std::getenv("QUENVAREL_SOAK");
-    const int tries = 8 * (longer ? std::max(std::atoi(longer), 1) : 1);
-    for (int i = 0; i < tries; ++i) {
-        const double share = double(i) / tries;
-        const std::string number = std::to_string(std::size_t(share * share * count));
+    const std::size_t wanted = 8 * (longer ? std::strtoull(longer, nullptr, 10) : 1);
+    const std::size_t tries = std::min(wanted, count);
+    for (std::size_t i = 0; i < tries; ++i) {
+        const double share = double(i) / double(tries);
+        const std::string number =
+            std::to_string(tries == count ? i : std::size_t(share * share * double(count)));
         start failing(display, number);
         EXPECT_EQ(failing.end(), 1) << number;
         const std::string err = failing.program.err();
         EXPECT_TRUE(err.ends_with("out of memory.\n")) << number << ": " << err;
         EXPECT_EQ(err.find("terminate"), std::string::npos) << err;
     }
+    std::printf("%zu starts, each with one of %zu allocations failing\n", tries, count);
 }
 
 // A model large enough for the save to be killed in its midst.
