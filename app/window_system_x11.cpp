@@ -1,10 +1,13 @@
 #include "app/window_system.h"
 
 #include "app/held_keys.h"
+#include "libutils/error_report.h"
 
 #include <GL/glx.h>
 #include <X11/XKBlib.h>
 
+#include <cstdlib>
+#include <iostream>
 #include <string>
 
 namespace gems {
@@ -40,6 +43,19 @@ int on_error(Display* display, XErrorEvent* error) {
     return 0;
 }
 
+bool display_gone = false;
+
+// The server has ended or was lost: there is nothing to draw on and nothing to play with any more. Whatever
+// sounds is ended on the way out.
+[[noreturn]] int on_lost_display(Display* display) {
+    if (!display_gone) {
+        libutils::error_report();
+        std::cerr << "lost display '" << DisplayString(display) << '\'' << std::endl;
+    }
+    display_gone = true;
+    std::exit(1);
+}
+
 // GLUT's connection never asks for focus events, and what it does not ask for cannot be had from it; so this
 // one is a second connection, looked at now and then.
 class x11_window final : public window_system {
@@ -53,7 +69,9 @@ public:
         XFlush(connection_);
         read_layout();
     }
-    ~x11_window() override { XCloseDisplay(connection_); }
+    ~x11_window() override {
+        if (!display_gone) XCloseDisplay(connection_);
+    }
     x11_window(const x11_window&) = delete;
     x11_window& operator=(const x11_window&) = delete;
 
@@ -132,6 +150,7 @@ std::unique_ptr<window_system> window_system::of_current_window() {
     Display* display = glXGetCurrentDisplay();
     const GLXDrawable drawable = glXGetCurrentDrawable();
     if (!display || drawable == None) return nullptr;
+    XSetIOErrorHandler(on_lost_display);
     do_not_wait_for_display(display, drawable);
     // The server else repeats a key as releases and presses, which look like the player's own.
     Bool no_false_releases = False;

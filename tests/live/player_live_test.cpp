@@ -261,8 +261,10 @@ TEST(live_player, a_display_that_dies_ends_the_notes) {
     player_under_test player;
     ASSERT_TRUE(player.open_window());
     player.drive("keydown z");
+    const std::string name = player.display().name();
     player.display().kill();
     EXPECT_EQ(player.program().wait(), 1);
+    EXPECT_EQ(player.traced(), "key: 0x7a, 'z', note: 45\nlost display '" + name + "'\n");
     EXPECT_EQ(player.played(), "91 2d 7f; 91 2d 00");
 }
 
