@@ -215,6 +215,36 @@ TEST_F(model_files, render_needs_no_display) {
     EXPECT_LE(worst, 4);
 }
 
+TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
+    // Far from the origin, and by perspective not at all symmetrical.
+    std::string text = "begin polygon_surface,4,4\n";
+    for (const char* corner : {"90,7,-9", "90,7,9", "99,7,-9", "99,7,9"})
+        text += std::string("position ") + corner + "\ntangent 1,0,0\nbinormal 0,0,-1\nnormal 0,1,0\n";
+    const std::string floor = file("floor.pmt", text + "element 0\nelement 1\nelement 2\nelement 3\nend\n");
+    for (const auto& [width, height] : {std::pair(300, 100), {100, 300}}) {
+        quietly({"render", floor, file("floor.png"), "--size",
+                 std::to_string(width) + 'x' + std::to_string(height)});
+        const test_support::picture seen = test_support::load_png(file("floor.png"));
+        ASSERT_EQ(seen.width, width);
+        ASSERT_EQ(seen.height, height);
+        int left = width, right = width, top = height,
+            bottom = height; // pixels of background before each border
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                if (seen.at(x, y) == seen.at(0, 0)) continue;
+                left = std::min(left, x);
+                right = std::min(right, width - 1 - x);
+                bottom = std::min(bottom, y);
+                top = std::min(top, height - 1 - y);
+            }
+        // Exactly so where room is short, about so where it is not.
+        EXPECT_NEAR(left, right, (width < height ? 0.05 : 0.2) * width);
+        EXPECT_NEAR(top, bottom, (width < height ? 0.2 : 0.05) * height);
+        EXPECT_GT(std::min({left, right, top, bottom}), 0);
+        EXPECT_LT(std::min(left, top), 15) << "as near as can be";
+    }
+}
+
 TEST_F(model_files, failures_say_what_is_wrong) {
     const std::string in = file("in.pmt", triangle),
                       empty = file("empty.pmt", "begin polygon_surface,0,0\nend\n");

@@ -74,21 +74,28 @@ mtx3w look_at(const pos3& eye, const pos3& target) {
              -render::dot(right, eye), -render::dot(up, eye), -render::dot(back, eye), 1}};
 }
 
-// The smallest distance from the target, along `back`, from which all of the model is seen.
-float fitting_distance(const pmt3d::model_t& model, const mtx3w& view_from_target, float half_width,
-                       float half_height) {
-    float distance = 0.0f;
+// The place nearest to the model, in the coordinates of a view, from which all of it is seen along the view's
+// axis; with `straight`, the nearest one on that axis.
+pos3 fitting_place(const pmt3d::model_t& model, const mtx3w& view, float half_width, float half_height,
+                   bool straight) {
+    // A point is seen from where the lines to it are no steeper than the borders. So each border's outermost
+    // point tells how far away this border has to meet the axis.
+    float right = 0.0f, left = 0.0f, top = 0.0f, bottom = 0.0f;
     for (const pmt3d::model_item_t& item : model.items) {
         const auto vertices = item.polygon.vertices();
         for (const pmt3d::element_t element : item.polygon.getelements()) {
             if (element >= vertices.size()) continue;
             const pos3& p = vertices[element].position;
-            const render::vec3w seen = view_from_target * render::vec3w{p.x, p.y, p.z, 1.0f};
-            distance = std::max({distance, std::fabs(seen.x) / half_width + seen.z,
-                                 std::fabs(seen.y) / half_height + seen.z});
+            const render::vec3w seen = view * render::vec3w{p.x, p.y, p.z, 1.0f};
+            right = std::max(right, seen.z + seen.x / half_width);
+            left = std::max(left, seen.z - seen.x / half_width);
+            top = std::max(top, seen.z + seen.y / half_height);
+            bottom = std::max(bottom, seen.z - seen.y / half_height);
         }
     }
-    return distance;
+    if (straight) return {0.0f, 0.0f, std::max({right, left, top, bottom})};
+    return {half_width * (right - left) / 2.0f, half_height * (top - bottom) / 2.0f,
+            std::max(right + left, top + bottom) / 2.0f};
 }
 
 // Without an eye or a target of the user's: from in front and somewhat above.
@@ -103,12 +110,19 @@ camera camera_for(const options& o, const pmt3d::model_t& model, const render::b
     lens.znear = lens.zfar = 1.0; // for the angles alone
     const render::projection unit = render::to_projection(lens);
 
-    constexpr float margin = 1.08f;
-    const pos3 target = o.target.value_or(center);
-    const dir3 direction = render::normalise(dir3{0.35f, 0.5f, 1.0f});
-    const float fitting =
-        fitting_distance(model, look_at(target, target - direction), float(unit.right), float(unit.top));
-    const pos3 eye = o.eye.value_or(target + direction * std::max(margin * fitting, radius * 1e-3f));
+    pos3 target = o.target.value_or(center), eye;
+    if (o.eye)
+        eye = *o.eye;
+    else {
+        constexpr float margin = 1.08f;
+        const dir3 direction = render::normalise(dir3{0.35f, 0.5f, 1.0f});
+        const mtx3w view = look_at(target, target - direction);
+        const pos3 place =
+            fitting_place(model, view, float(unit.right), float(unit.top), o.target.has_value());
+        target =
+            target + dir3{view[0], view[4], view[8]} * place.x + dir3{view[1], view[5], view[9]} * place.y;
+        eye = target + direction * std::max(margin * place.z, radius * 1e-3f);
+    }
     const float distance = render::length(eye - center);
     lens.zfar = distance + 1.01f * radius;
     lens.znear = std::max(double(distance - 1.01f * radius), lens.zfar * 1e-4);
