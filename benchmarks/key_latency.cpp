@@ -2,21 +2,15 @@
 // are injected into the X server. Both programs stand on one display and take turns.
 
 #include "report.h"
+#include "typed_keys.h"
 
 #include "live/virtual_display.h"
 #include "support/process.h"
 #include "support/temporary_directory.h"
 
-#include <X11/Xlib.h>
-#include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
-
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <iterator>
 #include <random>
-#include <sched.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,40 +31,11 @@ struct player {
     virtual_display::window window = 0;
 };
 
-class keyboard {
-public:
-    explicit keyboard(const virtual_display& display) : connection_(XOpenDisplay(display.name().c_str())) {
-        const KeySym symbols[] = {XK_z, XK_x, XK_c, XK_v};
-        std::transform(std::begin(symbols), std::end(symbols), keys_,
-                       [this](KeySym symbol) { return XKeysymToKeycode(connection_, symbol); });
-    }
-    ~keyboard() { XCloseDisplay(connection_); }
-    keyboard(const keyboard&) = delete;
-    keyboard& operator=(const keyboard&) = delete;
-
-    // The keys take turns: GLUT takes a key that is down again before its release was handled for a repeating
-    // one.
-    void press(int turn, bool down) {
-        XTestFakeKeyEvent(connection_, keys_[static_cast<std::size_t>(turn) % std::size(keys_)], down,
-                          CurrentTime);
-        XFlush(connection_);
-    }
-    // Has the window drawn again.
-    void uncover(virtual_display::window window) {
-        XClearArea(connection_, window, 0, 0, 0, 0, True);
-        XFlush(connection_);
-    }
-
-private:
-    Display* connection_;
-    KeyCode keys_[4];
-};
-
 // Quiet, or with the window asked to draw itself again every few milliseconds, at any moment of
 // the press.
 bool measure(const char* condition, bool redrawing, virtual_display& display, player (&players)[2],
              test_support::process* const (&programs)[2]) {
-    keyboard keys(display);
+    benchmarks::typed_keys keys(display.name());
     std::mt19937 random(1);
     std::uniform_int_distribution<int> pause(2000, 9000), phase(0, 8000);
     benchmarks::result made(std::string("key to trace line, ") + condition);
@@ -105,18 +70,10 @@ bool measure(const char* condition, bool redrawing, virtual_display& display, pl
     return true;
 }
 
-// On a busy machine a line may wait for its reader: the program that wrote it goes on drawing on the same
-// CPU. What is measured are the programs, so the reader goes first, but not the programs that it starts.
-void go_before_others() {
-    const sched_param first = {1};
-    if (sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &first) != 0)
-        std::printf("Other programs may keep this one from reading a line at once: no right to go first.\n");
-}
-
 } // namespace
 
 int main() {
-    go_before_others();
+    benchmarks::go_before_others();
     const test_support::temporary_directory directory;
     virtual_display display;
     const test_support::process_options options = {{{"DISPLAY", display.name()}}, directory.path()};

@@ -7,7 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <gtest/gtest.h>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -20,7 +20,10 @@ namespace test_support {
 // While it lives, JACK clients of this process and of those that it starts use this server and no other.
 class jack_server {
 public:
-    explicit jack_server(int playback_ports = 0) : playback_ports_(playback_ports) {
+    // frames: in one of its cycles, at 48 kHz.
+    explicit jack_server(int playback_ports = 0, int frames = 512)
+        : playback_ports_(playback_ports),
+          frames_(frames) {
         static int made = 0;
         name_ = "quenvarel-test-" + std::to_string(getpid()) + "-" + std::to_string(made++);
         setenv("JACK_DEFAULT_SERVER", name_.c_str(), 1);
@@ -42,11 +45,11 @@ public:
     bool runs() const { return runs_; }
     // Again, under the same name.
     void start() {
-        server_ = std::make_unique<process>(
-            std::vector<std::string>{"jackd", "-R", "-n", name_, "-d", "dummy", "-r", "48000", "-p", "512",
-                                     "-C", "0", "-P", std::to_string(playback_ports_)});
+        server_ = std::make_unique<process>(std::vector<std::string>{
+            "jackd", "-R", "-n", name_, "-d", "dummy", "-r", "48000", "-p", std::to_string(frames_), "-C",
+            "0", "-P", std::to_string(playback_ports_)});
         runs_ = until([] { return run({"jack_lsp"}).exit_code == 0; });
-        if (!runs_) ADD_FAILURE() << "jackd does not start: " << server_->out() << server_->err();
+        if (!runs_) std::cerr << "jackd does not start: " << server_->out() << server_->err();
     }
     // Stops its cycles, and lets them go on.
     void freeze() { server_->send_signal(SIGSTOP); }
@@ -76,7 +79,7 @@ public:
     }
 
 private:
-    int playback_ports_;
+    int playback_ports_, frames_;
     std::string name_;
     std::unique_ptr<process> server_;
     bool runs_ = false;

@@ -1,0 +1,48 @@
+#pragma once
+// Keys pressed by a benchmark, which then waits for what a program makes of them.
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <sched.h>
+#include <string>
+
+namespace benchmarks {
+
+// Injected into the X server, where nothing tells them from real ones.
+class typed_keys {
+public:
+    explicit typed_keys(const std::string& display) : connection_(XOpenDisplay(display.c_str())) {}
+    ~typed_keys() { XCloseDisplay(connection_); }
+    typed_keys(const typed_keys&) = delete;
+    typed_keys& operator=(const typed_keys&) = delete;
+
+    // The keys z, x, c and v take turns: a program may take a key that is down again before its release was
+    // handled for a repeating one.
+    void press(int turn, bool down) {
+        constexpr KeySym symbols[] = {XK_z, XK_x, XK_c, XK_v};
+        XTestFakeKeyEvent(connection_, XKeysymToKeycode(connection_, symbols[turn % 4]), down, CurrentTime);
+        XFlush(connection_);
+    }
+    // Has the window drawn again.
+    void uncover(unsigned long window) {
+        XClearArea(connection_, window, 0, 0, 0, 0, True);
+        XFlush(connection_);
+    }
+
+private:
+    Display* connection_;
+};
+
+// On a busy machine an answer may wait for its reader: the program that gave it goes on drawing on the same
+// CPU. What is measured are the programs, so the reader goes first, but not the programs that it starts.
+inline void go_before_others() {
+    const sched_param first = {1};
+    if (sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &first) != 0)
+        std::printf("Other programs may keep this one from its answer for a while: no right to go first.\n");
+}
+
+} // namespace benchmarks
