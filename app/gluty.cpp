@@ -103,7 +103,11 @@ void gluty_registry::install_callbacks() {
 
     glutReshapeFunc(
         [](int width, int height) { deliver([=](glutyAPI4& handler) { handler.reshape(width, height); }); });
-    glutDisplayFunc([] { deliver([](glutyAPI4& handler) { handler.display(); }); });
+    glutDisplayFunc([] {
+        deliver([](glutyAPI4& handler) {
+            if (!registry->leaving_) handler.display(); // nobody will look at it
+        });
+    });
     glutKeyboardFunc([](unsigned char key, int x, int y) {
         deliver_press(key, [=](glutyAPI4& handler) { handler.keyboard(key, x, y); });
     });

@@ -1,8 +1,5 @@
 #include "midi/midi_out.h"
-#include "midi/senders.h"
-#include "support/allocations.h"
 #include "support/capture.h"
-#include "support/counting_service.h"
 #include "support/recording_service.h"
 
 #include <gtest/gtest.h>
@@ -11,9 +8,7 @@
 namespace {
 
 using calls = std::vector<std::string>;
-using test_support::allocations;
 using test_support::capture;
-using test_support::counting_service;
 using test_support::recording_service;
 
 TEST(midi_out, opens_in_the_services_order) {
@@ -138,26 +133,6 @@ TEST(midi_out, closes_once) {
     EXPECT_EQ(service.calls, (calls{"close", "count", "name 0", "open 0", "close"}));
     EXPECT_EQ(service.open_devices, 0);
     EXPECT_EQ(err.text(), "");
-}
-
-TEST(midi_out, short_messages_allocate_nothing) {
-    counting_service service;
-    midi::midi_out_t port(service);
-    {
-        capture out(std::cout);
-        ASSERT_TRUE(port.open(0u));
-    }
-    const std::size_t before = allocations();
-    for (int note = 0; note < 128; ++note) {
-        midi::noteon(port, 1, note, 127);
-        midi::noteoff(port, 1, note);
-    }
-    midi::pgmchg(port, 1, 2);
-    EXPECT_EQ(allocations(), before);
-    EXPECT_EQ(service.sent, 257);
-    const std::uint8_t data[] = {1, 2, 3};
-    midi::sysex(port, data, 3);
-    EXPECT_GT(allocations(), before) << "the counter counts";
 }
 
 } // namespace
