@@ -185,7 +185,7 @@ public:
 private:
     std::span<const vertex_t> vertices_;
     std::span<frame_t> frames_;
-    std::vector<bool> fillable_;
+    std::vector<unsigned char> fillable_; // not bits: they are read three times for each triangle
 };
 
 } // namespace
