@@ -85,15 +85,16 @@ def amount(value: float, unit: str) -> str:
     return f"{value:.4g} {unit}".strip()
 
 
-def limit_of(row: dict, bandwidth: float) -> str:
+def limit_of(row: dict, bandwidths: dict[str, float]) -> str:
     kind = row.get("limit")
-    if not kind:
+    if not kind or row["unit"] == "B/s":
         return "-"
-    if kind == "memory":
-        if not bandwidth:
+    value = row.get("limit value") or row["peer"][1]
+    if kind in ("memory", "cache"):
+        if kind not in bandwidths:
             return "-"
-        return f"{amount(row['limit value'] / bandwidth, row['unit'])} {kind}"
-    return f"{amount(row.get('limit value') or row['peer'][1], row['unit'])} {kind}"
+        value /= bandwidths[kind]
+    return f"{amount(value, row['unit'])} {kind}"
 
 
 def goal_of(row: dict) -> str:
@@ -114,7 +115,7 @@ def aligned(header: list[str], rows: list[list[str]]) -> str:
 
 
 def result_table(results: list[dict]) -> str:
-    bandwidth = next((row["ours"][1] for row in results if row["unit"] == "B/s"), 0)
+    bandwidths = {row["limit"]: row["ours"][1] for row in results if row["unit"] == "B/s"}
     rows = []
     for row in results:
         unit = row["unit"]
@@ -123,7 +124,7 @@ def result_table(results: list[dict]) -> str:
             ours += f", worst {amount(row['worst'], unit)}"
         ratio = "{1:.3g} ({0:.3g} - {2:.3g})".format(*row["ratio"]) if "ratio" in row else "-"
         peer = f"{amount(row['peer'][1], unit)} {row['peer name']}" if "peer" in row else "-"
-        rows.append([row["what"], ours, peer, ratio, limit_of(row, bandwidth), goal_of(row), row.get("met", "-")])
+        rows.append([row["what"], ours, peer, ratio, limit_of(row, bandwidths), goal_of(row), row.get("met", "-")])
     return aligned(["what", "ours", "peer", "ratio", "limit", "goal: at most", "met"], rows)
 
 

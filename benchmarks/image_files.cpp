@@ -203,7 +203,7 @@ const benchmarks::goal goals[] = {
     {{"JPEG decoding, 3 megapixels", "jpeg_load/100", "jpeg_bare_loop", "bare libjpeg loop", 1.05,
       "library"}},
     {{"PNG decoding, 3 megapixels", "png_load/100", "png_bare_loop", "bare libpng loop", 1.05, "library"}},
-    {{"opening a BMP of 100 megapixels", "bmp_100_megapixels_open", "a_millisecond", "1 ms", 1.0}},
+    {{"opening a BMP of 100 megapixels", "bmp_100_megapixels_open", "a_millisecond", "to wait", 1.0}},
     {{"quarter turn of a JPEG, lossless", "jpeg_turn", "jpeg_turn_jpegtran", "jpegtran", 1.05, "library"}},
 };
 const benchmarks::growing growths[] = {

@@ -87,6 +87,8 @@ private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
+constexpr double large = 1 << 24; // bytes, which some cache might hold
+
 void pursue(const goal::terms& aim) {
     result made(aim.what);
     made.peer_name = aim.peer_name;
@@ -103,7 +105,8 @@ void pursue(const goal::terms& aim) {
             const measured& m = run(us ? aim.ours : aim.peer);
             (us ? made.ours : made.peer).push_back(compared(m, aim.compared));
             if (const auto moved = m.counters.find("bytes_moved"); us && moved != m.counters.end())
-                made.limit = {memory_traffic, moved->second / things_compared(m, aim.compared)};
+                made.limit = {moved->second > large ? memory_traffic : cache_traffic,
+                              moved->second / things_compared(m, aim.compared)};
         }
     }
     report(made);

@@ -102,6 +102,7 @@ void report(const result& r) {
         if (!most) return;
         const bool met = quantile(values, r.always ? 1 : 0.5) <= *most;
         row.member(goal, *most).member("met", met ? "yes" : "no");
+        if (r.always) row.member("worst", quantile(r.ours, 1));
         std::printf(", %s at most %s: %s", r.always ? "always" : "", readable(*most, unit).c_str(),
                     met ? "held" : "MISSED");
     };

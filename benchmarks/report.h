@@ -13,9 +13,11 @@ namespace benchmarks {
 // What no program of the kind can beat.
 struct bound {
     std::string kind; // empty if there is none to tell
-    double value = 0; // as the results; if 0 the peer is it; for memory_traffic bytes, read and written
+    double value = 0; // as the results, if 0 the peer is it; of memory_traffic and cache_traffic in bytes
 };
-inline const std::string memory_traffic = "memory";
+// What has to be read and written, at the speed of the memory or, where it is little, of the processor's own
+// cache.
+inline const std::string memory_traffic = "memory", cache_traffic = "cache";
 
 struct result {
     explicit result(std::string of_what) : what(std::move(of_what)) {}
