@@ -1,6 +1,6 @@
-// Faults around the finished programs: the memory ends while the player starts, and a save is killed.
-// QUENVAREL_SOAK=10 in the environment makes ten times as many starts, and a large number one for each
-// allocation.
+// Faults around the finished programs: the memory ends while the player starts, a save is killed, and keys
+// are wrong. QUENVAREL_SOAK=10 in the environment makes ten times as many starts, and a large number one for
+// each allocation.
 
 #include "player_under_test.h"
 #include "support/process.h"
@@ -15,6 +15,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
 #include <thread>
 
 using namespace test_support;
@@ -108,6 +111,64 @@ TEST(faults, a_save_that_is_killed_leaves_the_old_file) {
         directory.write("copy.stl", "old");
     }
     EXPECT_EQ(killed, 3) << "no save could be killed in its midst";
+}
+
+// A key whose million triangles all lie in one place, 5 units in front of the hinge.
+std::string million_triangles() {
+    std::string text = "begin polygon_surface,4,1000002\n";
+    for (const char* corner : {"0,0,5", "1,0,5", "0,0,6", "1,0,6"})
+        text += std::string("position ") + corner + "\ntangent 1,0,0\nbinormal 0,0,-1\nnormal 0,1,0\n";
+    for (int i = 0; i < 1000002; ++i)
+        text += "element " + std::to_string(i % 4) + '\n';
+    return text + "end\n";
+}
+
+TEST(faults, wrong_keys_cost_no_others_and_no_note) {
+    namespace fs = std::filesystem;
+    const fs::path whole = QUENVAREL_BIN "/quenvarel.pmt";
+    const std::string key = read_file(whole / "60.pmt");
+    const struct {
+        const char* what;
+        std::function<void(const fs::path& keys)> spoil; // what has all keys
+        int missing;
+        const char* err;
+    } cases[] = {
+        {"no directory", [](const fs::path& keys) { fs::remove_all(keys); }, 128,
+         "/127.pmt: file open error.\n"},
+        {"one key only",
+         [&](const fs::path& keys) {
+             fs::remove_all(keys);
+             fs::create_directory(keys);
+             std::ofstream(keys / "60.pmt") << key;
+         },
+         127, "ivory-color.jpg: color autoloadformat failed.\n"},
+        {"a broken key file",
+         [&](const fs::path& keys) { std::ofstream(keys / "60.pmt") << key.substr(0, key.size() / 2); }, 1,
+         ""},
+        {"a million triangles",
+         [](const fs::path& keys) { std::ofstream(keys / "60.pmt") << million_triangles(); }, 0, ""},
+        {"no picture", [](const fs::path& keys) { fs::remove(keys / "black-color.png"); }, 0,
+         "/black-color.png: color autoloadformat failed.\n"},
+    };
+    virtual_display display;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const temporary_directory directory;
+        const fs::path program = directory.path() / "quenvarel";
+        fs::copy_file(QUENVAREL_BIN "/quenvarel", program);
+        fs::copy(whole, directory.path() / "quenvarel.pmt");
+        c.spoil(directory.path() / "quenvarel.pmt");
+        process player({program, "MIDI file"}, {{{"DISPLAY", display.name()}}, directory.path()});
+        EXPECT_EQ(play_a_note(display, player), 0) << player.err();
+        const std::string notes = run({"midicsv", directory.file("quenvarel.mid")}).out;
+        EXPECT_NE(notes.find("Note_on_c, 1, 60, 127"), std::string::npos) << notes;
+        int missing = 0;
+        std::istringstream lines(player.out());
+        for (std::string line; std::getline(lines, line);)
+            missing += line.ends_with(".pmt: LoadShape() error.");
+        EXPECT_EQ(missing, c.missing);
+        EXPECT_NE(player.err().find(c.err), std::string::npos) << player.err();
+    }
 }
 
 } // namespace

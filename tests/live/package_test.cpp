@@ -28,18 +28,6 @@ fs::path package() {
     return found;
 }
 
-// Plays a note in the window on the display and ends with Escape; the program's exit code.
-int play_a_note(virtual_display& display, process& program) {
-    const virtual_display::window window = display.find_window(window_title);
-    EXPECT_NE(window, 0u) << program.out() << program.err();
-    if (window == 0) return -1;
-    display.focus(window);
-    display.drive("keydown q keyup q");
-    EXPECT_TRUE(program.wait_for_err("key: 0x71, 'q', note: 60"));
-    display.drive("key Escape");
-    return program.wait().value_or(-1);
-}
-
 class debian_package : public testing::Test {
 protected:
     void SetUp() override {
@@ -86,7 +74,7 @@ TEST_F(debian_package, plays_from_its_installed_place) {
     process_options where = options();
     where.environment["DISPLAY"] = display.name();
     process program({"quenvarel", "MIDI file"}, where);
-    EXPECT_EQ(play_a_note(display, program), 0);
+    EXPECT_EQ(play_a_note(display, program), 0) << program.out() << program.err();
     // All keys were found and loaded, or there would be a line about each.
     EXPECT_EQ(program.out().find("LoadShape"), std::string::npos) << program.out();
     EXPECT_NE(run({"midicsv", directory_.file("quenvarel.mid")}).out.find("Note_on_c, 1, 60, 127"),
@@ -122,7 +110,7 @@ protected:
 TEST_F(windows_package, double_click_plays_on_the_first_device) {
     virtual_display display;
     process program = play_cmd(display.name(), "GS Synth;USB");
-    EXPECT_EQ(play_a_note(display, program), 0);
+    EXPECT_EQ(play_a_note(display, program), 0) << program.out() << program.err();
     EXPECT_NE(program.out().find("select write device: 0: GS Synth"), std::string::npos) << program.out();
     EXPECT_EQ(program.out().find("LoadShape"), std::string::npos) << program.out();
     EXPECT_NE(read_file(directory_.file("log")).find("midiOutShortMsg 91 3c 7f 00 -> 0"), std::string::npos);

@@ -168,4 +168,15 @@ std::string player_under_test::played() {
     return rest == end ? "" : rest.substr(0, rest.size() - end.size() - 2);
 }
 
+int play_a_note(virtual_display& display, process& program) {
+    const virtual_display::window window = display.find_window(window_title);
+    if (window == 0) return -1;
+    display.focus(window);
+    display.drive("keydown q keyup q");
+    const bool played = program.wait_for_err("key: 0x71, 'q', note: 60");
+    display.drive("key Escape");
+    const int code = program.wait().value_or(-1);
+    return played ? code : -1;
+}
+
 } // namespace test_support

@@ -70,6 +70,10 @@ private:
     virtual_display::window window_ = 0;
 };
 
+// Plays note 60 in the window of a player that was started otherwise, and ends it with Escape. Its exit code;
+// -1 when it does not come, play or end.
+int play_a_note(virtual_display& display, process& program);
+
 constexpr char window_title[] = "Quenvarel(TM) for MIDI Version 2.2.0";
 constexpr char greeting[] =
     "f0 41 10 16 12 20 00 00 51 75 65 6e 76 61 72 65 6c 2d 4d 49 44 49 20 56 65 72 20 32 3e f7";
