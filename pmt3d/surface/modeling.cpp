@@ -1,6 +1,7 @@
 #include "pmt3d/surface/modeling.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace pmt3d {
 
@@ -10,10 +11,7 @@ modeling_t& modeling_t::operator=(const modeling_t& other) {
     if (this == &other) return *this;
     modeling_t::clear();
     name_ = other.name_;
-    if (size_points(other.marks_.size())) {
-        std::copy(other.marks_.begin(), other.marks_.end(), marks_.begin());
-        mark_bits_ = other.mark_bits_;
-    }
+    if (size_points(other.mark_bits_.size())) mark_bits_ = other.mark_bits_;
     return *this;
 }
 
@@ -27,9 +25,8 @@ void modeling_t::clear() {
 }
 
 bool modeling_t::size_points(std::uint64_t count, bool keep) {
-    const std::uint64_t before = keep ? marks_.size() : 0;
     if (count > UINT64_MAX / work_floats || !marks_.allocate(count, nullptr, 1, 0, true)) return false;
-    std::fill(marks_.begin() + std::min(before, count), marks_.end(), unmarked_size);
+    marks_written_ = false;
     if (!keep) mark_bits_.clear();
     mark_bits_.resize(count);
     marks_changed_ = true;
@@ -37,25 +34,37 @@ bool modeling_t::size_points(std::uint64_t count, bool keep) {
 }
 
 void modeling_t::clearmarks() {
-    std::fill(marks_.begin(), marks_.end(), unmarked_size);
     mark_bits_.assign(mark_bits_.size(), false);
+    marks_written_ = false;
     marks_changed_ = true;
+}
+
+static float size_of(bool mark) {
+    return mark ? modeling_t::marked_size : modeling_t::unmarked_size;
+}
+
+std::span<const float> modeling_t::mark_sizes() const {
+    if (!marks_written_) std::transform(mark_bits_.begin(), mark_bits_.end(), marks_.begin(), size_of);
+    marks_written_ = true;
+    return {std::as_const(marks_).data(), marks_.size()};
 }
 
 bool modeling_t::set_mark(std::uint64_t index, bool mark) {
     if (index >= mark_bits_.size() || mark_bits_[index] == mark) return false;
     mark_bits_[index] = mark;
-    marks_[index] = mark ? marked_size : unmarked_size;
+    const float size = size_of(mark);
+    if (marks_written_) marks_[index] = size;
     // One value is sent at once; before the first draw there is nothing to send it to.
-    if (!marks_changed_) mark_array_.upload_one(index, &marks_[index]);
+    if (!marks_changed_) mark_array_.upload_one(index, &size);
     return true;
 }
 
 render::array_buffer_t& modeling_t::mark_array() {
     if (marks_changed_) {
         static const render::layout_ref layout = render::make_layout({render::attribute::point_size});
-        if (mark_array_.allocate(marks_.size(), layout) && !marks_.empty())
-            mark_array_.upload_range(0, marks_.size(), marks_.data());
+        const std::span<const float> sizes = mark_sizes();
+        if (mark_array_.allocate(sizes.size(), layout) && !sizes.empty())
+            mark_array_.upload_range(0, sizes.size(), sizes.data());
         marks_changed_ = false;
     }
     return mark_array_;

@@ -63,7 +63,7 @@ public:
     bool unmarkvertex(std::uint64_t index) { return set_mark(index, false); }
     void clearmarks();
     bool marked(std::uint64_t index) const { return index < mark_bits_.size() && mark_bits_[index]; }
-    std::span<const float> mark_sizes() const { return {marks_.data(), marks_.size()}; }
+    std::span<const float> mark_sizes() const;
 
     // Scratch space of 10 floats a point, for whoever works on the surface.
     std::span<float> work() { return {work_.data(), work_.size()}; }
@@ -83,8 +83,10 @@ private:
     bool set_mark(std::uint64_t index, bool mark);
 
     std::string name_;
-    libutils::refvector2<float> marks_;
     std::vector<bool> mark_bits_;
+    // The sizes that the bits say; its pages stay untouched until somebody asks for them.
+    mutable libutils::refvector2<float> marks_;
+    mutable bool marks_written_ = false;
     libutils::refvector2<float> work_;
     render::array_buffer_t mark_array_;
     bool marks_changed_ = true;

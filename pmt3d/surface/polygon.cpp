@@ -202,6 +202,8 @@ void polygon_t::number_triangles() {
     const element_t* const elements = elements_.data();
     std::uint64_t id = 0;
     polyidvector_.clear();
+    // There cannot be more strips, and what is not touched costs nothing.
+    polyidvector_.reserve((element_count_ + 1) / 4);
     for (std::uint64_t at = 0; at < element_count_; ++at) {
         const std::uint64_t start = at;
         while (at < element_count_ && elements[at] < vertex_count_)
