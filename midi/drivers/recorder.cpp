@@ -3,6 +3,7 @@
 #include "midi/message.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace midi {
@@ -40,15 +41,15 @@ result_t recorder::long_message(const std::uint8_t* bytes, std::size_t length) {
 
 result_t recorder::put(const std::uint8_t* bytes, std::size_t length) {
     if (failed_) return cannot_record;
+    entry made{.time = {}, .bytes = {}, .length = length <= sizeof made.bytes ? length : 0, .long_bytes = {}};
+    if (made.length)
+        std::copy_n(bytes, length, made.bytes);
+    else // not under the lock: when the memory ends, the program's end puts messages, too
+        made.long_bytes = std::make_unique<std::vector<std::uint8_t>>(bytes, bytes + length);
     std::unique_lock lock(mutex_);
     if (!made_room_.wait_for(lock, patience, [this] { return waiting_ < most_waiting; })) return too_many;
-    entry& next = ring_[(first_ + waiting_) % most_waiting];
-    next.time = clock::now();
-    next.length = length <= sizeof next.bytes ? length : 0;
-    if (next.length)
-        std::copy_n(bytes, length, next.bytes);
-    else
-        next.long_bytes = std::make_unique<std::vector<std::uint8_t>>(bytes, bytes + length);
+    made.time = clock::now();
+    ring_[(first_ + waiting_) % most_waiting] = std::move(made);
     ++waiting_;
     // Nobody is woken: that would cost the player more than the rest of this, and the thread looks every few
     // milliseconds anyway.
@@ -71,9 +72,13 @@ void recorder::run() {
         const std::size_t taken = waiting_;
         ending = closing_;
         lock.unlock();
-        for (std::size_t i = 0; i < taken && !failed_; ++i)
-            failed_ = !record(ring_[(first_ + i) % most_waiting]);
-        if (!failed_) failed_ = !recording_->advance(seconds(now));
+        try {
+            for (std::size_t i = 0; i < taken && !failed_; ++i)
+                failed_ = !record(ring_[(first_ + i) % most_waiting]);
+            if (!failed_) failed_ = !recording_->advance(seconds(now));
+        } catch (const std::bad_alloc&) {
+            failed_ = true; // what is recorded stays
+        }
         if (ending) recording_->finish(seconds(now));
         lock.lock();
         first_ = (first_ + taken) % most_waiting;

@@ -1,17 +1,23 @@
-// Loaded into a program in front of its libraries: of the allocations that the program's own code makes, the
-// one with the number QUENVAREL_ALLOCATION_TO_FAIL fails. At the end of the program the file named by
-// QUENVAREL_ALLOCATIONS, if there is one, gets their number.
+// Loaded into a program in front of its libraries: of the allocations that the program's own code makes in
+// its main thread, the one with the number QUENVAREL_ALLOCATION_TO_FAIL fails, counted from 0. At the end of
+// the program the file named by QUENVAREL_ALLOCATIONS, if there is one, gets the numbers of those that were
+// the first of their place: the first with the same chain of callers.
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <execinfo.h>
 #include <link.h>
 #include <new>
+#include <set>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
 std::size_t made = 0;
+auto& firsts = *new std::vector<std::size_t>; // never destroyed: allocations go on to the very end
 
 struct range {
     std::uintptr_t begin = UINTPTR_MAX, end = 0;
@@ -41,10 +47,19 @@ bool belongs_to_program(void* caller) {
     return at >= program.begin && at < program.end;
 }
 
+bool is_new_place() {
+    static auto& places = *new std::set<std::vector<void*>>;
+    std::vector<void*> callers(24);
+    callers.resize(std::size_t(backtrace(callers.data(), int(callers.size()))));
+    return places.insert(callers).second;
+}
+
 bool fails(void* caller) {
     static const char* const wanted = std::getenv("QUENVAREL_ALLOCATION_TO_FAIL");
     static const std::size_t number = wanted ? std::strtoull(wanted, nullptr, 10) : std::size_t(-1);
-    return belongs_to_program(caller) && made++ == number;
+    if (!belongs_to_program(caller) || gettid() != getpid()) return false;
+    if (std::getenv("QUENVAREL_ALLOCATIONS") && is_new_place()) firsts.push_back(made);
+    return made++ == number;
 }
 
 void* allocate(std::size_t size, bool failing) {
@@ -61,7 +76,8 @@ struct at_end {
         const char* const name = std::getenv("QUENVAREL_ALLOCATIONS");
         std::FILE* const file = name ? std::fopen(name, "w") : nullptr;
         if (!file) return;
-        std::fprintf(file, "%zu\n", made);
+        for (const std::size_t number : firsts)
+            std::fprintf(file, "%zu\n", number);
         std::fclose(file);
     }
 } write_number;

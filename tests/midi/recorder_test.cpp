@@ -7,6 +7,7 @@
 #include <chrono>
 #include <future>
 #include <gtest/gtest.h>
+#include <new>
 #include <thread>
 
 namespace {
@@ -19,6 +20,7 @@ struct notes {
     std::vector<double> times;
     int finished = 0;
     std::size_t fails_at = std::size_t(-1);
+    bool throws = false;           // when it fails
     std::shared_future<void> gate; // waited for at the first message, when valid
 };
 
@@ -29,7 +31,9 @@ public:
         if (notes_.gate.valid()) notes_.gate.wait();
         notes_.times.push_back(time);
         notes_.messages.push_back(hex(bytes, length));
-        return notes_.messages.size() != notes_.fails_at;
+        const bool fails = notes_.messages.size() == notes_.fails_at;
+        if (fails && notes_.throws) throw std::bad_alloc();
+        return !fails;
     }
     bool advance(double time) override {
         notes_.times.push_back(time);
@@ -83,19 +87,22 @@ TEST(recorder, takes_short_messages_without_allocating) {
 }
 
 TEST(recorder, refuses_messages_after_its_recording_failed) {
-    notes kept;
-    kept.fails_at = 2;
-    midi::recorder recorder(std::make_unique<noting_recording>(kept));
-    midi::result_t result = midi::no_error;
-    // The failure shows when the thread has come to it.
-    for (int i = 0; i < 2000 && result == midi::no_error; ++i) {
-        result = recorder.short_message(note_on(60));
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (const bool throws : {false, true}) {
+        notes kept;
+        kept.fails_at = 2;
+        kept.throws = throws;
+        midi::recorder recorder(std::make_unique<noting_recording>(kept));
+        midi::result_t result = midi::no_error;
+        // The failure shows when the thread has come to it.
+        for (int i = 0; i < 2000 && result == midi::no_error; ++i) {
+            result = recorder.short_message(note_on(60));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        EXPECT_NE(result, midi::no_error);
+        EXPECT_NE(recorder.close(), midi::no_error);
+        EXPECT_EQ(kept.messages.size(), 2u);
+        EXPECT_EQ(kept.finished, 1) << "a failed recording is still brought to its end";
     }
-    EXPECT_NE(result, midi::no_error);
-    EXPECT_NE(recorder.close(), midi::no_error);
-    EXPECT_EQ(kept.messages.size(), 2u);
-    EXPECT_EQ(kept.finished, 1) << "a failed recording is still brought to its end";
 }
 
 TEST(recorder, a_recording_that_hangs_does_not_hang_the_player) {
