@@ -134,6 +134,7 @@ TEST_F(model_files, check) {
     const process_result missing = pmt3d({"check", bare});
     EXPECT_EQ(missing.exit_code, 1);
     EXPECT_NE(missing.err.find(file("missing.png") + ": autoloadformat failed.\n"), std::string::npos);
+    EXPECT_TRUE(pmt3d({"info", bare}).out.ends_with("  elements: 0\n  specular: missing.png\n"));
 }
 
 TEST_F(model_files, convert_there_and_back) {
@@ -189,7 +190,7 @@ TEST_F(model_files, admesh_reads_what_is_written_and_the_other_way_round) {
     }
 }
 
-TEST_F(model_files, render_needs_no_display) {
+TEST_F(model_files, render_needs_no_display_and_shows_no_seam) {
     const auto picture_of = [&](const std::string& text) {
         const std::vector<std::string> words = {"render",         file("vase.pmt", text),
                                                 file("vase.png"), "--size",
@@ -213,6 +214,10 @@ TEST_F(model_files, render_needs_no_display) {
     for (std::size_t i = 0; i < seen.rgba.size(); ++i)
         worst = std::max(worst, std::abs(seen.rgba[i] - hidden.rgba[i]));
     EXPECT_LE(worst, 4);
+    for (const char* name : {"vase.bmp", "vase.tga", "vase.jpg"}) {
+        quietly({"render", file("vase.pmt"), file(name), "--size", "12x10"});
+        EXPECT_EQ(quietly({"image", "info", file(name)}).substr(0, 12), "size: 12x10\n");
+    }
 }
 
 TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {

@@ -5,6 +5,7 @@
 #include "libgr/image/jpeg_file.h"
 #include "libgr/image/processing.h"
 #include "libutils/error_report.h"
+#include "picture_file.h"
 #include "subcommand.h"
 
 #include <algorithm>
@@ -21,8 +22,6 @@ namespace {
 
 using libgr::file_format;
 using libgr::image2d;
-namespace bits_class = libgr::bits_class;
-namespace pixel_format = libgr::pixel_format;
 
 int exit_code(bool good) {
     return good ? success : failure;
@@ -72,43 +71,6 @@ int info(arguments words) {
     return success;
 }
 
-// Brings the picture into a form that the file format takes, if that loses nothing: channels change their
-// order and samples become wider. What would lose alpha, colours or precision is left as it is, and to the
-// writer to refuse.
-bool adapt(image2d& image, file_format format) {
-    const std::uint32_t bits = image.descriptor.bits;
-    const bool narrow = bits <= bits_class::bits_4;
-    const bool packed = bits == bits_class::packed_1_5_5_5;
-    const bool widen = format == file_format::jpeg  ? narrow
-                       : format == file_format::tga ? narrow
-                       : format == file_format::bmp ? bits == bits_class::bits_2
-                       : format == file_format::png ? packed
-                                                    : false;
-    if (widen && !libgr::convert_bits(image, image, bits_class::bits_8)) return false;
-    std::uint32_t channels = image.descriptor.format;
-    switch (format) {
-    case file_format::bmp:
-        if (channels == pixel_format::rgb) channels = pixel_format::bgr;
-        break;
-    case file_format::tga:
-        if (channels == pixel_format::luminance_alpha) channels = pixel_format::bgra;
-        break;
-    case file_format::png:
-        if (channels == pixel_format::bgra) channels = pixel_format::rgba;
-        [[fallthrough]];
-    case file_format::jpeg:
-        if (channels == pixel_format::bgr) channels = pixel_format::rgb;
-        break;
-    case file_format::unknown:
-        break;
-    }
-    return channels == image.descriptor.format || libgr::convert_format(image, image, channels);
-}
-
-bool save(image2d& image, const std::string& name) {
-    return adapt(image, libgr::format_of(name)) && libgr::autosaveformat(image, name);
-}
-
 // From JPEG to JPEG the notes beside the picture go with it.
 int recode(const char* from, const char* to) {
     libgr::jpeg_file file;
@@ -121,14 +83,14 @@ int convert(arguments words) {
     const auto is_jpeg = [](const char* name) { return libgr::format_of(name) == file_format::jpeg; };
     if (is_jpeg(words[0]) && is_jpeg(words[1])) return recode(words[0], words[1]);
     image2d image;
-    return exit_code(libgr::autoloadformat(image, words[0]) && save(image, words[1]));
+    return exit_code(libgr::autoloadformat(image, words[0]) && save_picture(image, words[1]));
 }
 
 template <bool (*Operation)(image2d&, const image2d&)>
 int process(arguments words) {
     image2d image;
     return exit_code(libgr::autoloadformat(image, words[0]) && Operation(image, image) &&
-                     save(image, words[1]));
+                     save_picture(image, words[1]));
 }
 
 int run(arguments words);

@@ -1,11 +1,11 @@
 // pmt3d render IN OUT.png: a picture of a model.
 
 #include "canvas.h"
-#include "libgr/image/autoformat.h"
 #include "libutils/error_report.h"
 #include "libutils/number.h"
 #include "model_file.h"
 #include "offscreen_context.h"
+#include "picture_file.h"
 #include "render/math/matrix.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"
@@ -172,7 +172,7 @@ int make_picture(const options& o) {
     draw(renderer, model, camera_for(o, model, *box));
     libgr::image2d image;
     if (!picture.read(image)) return fail("there is no memory for a picture of this size.");
-    return libgr::autosaveformat(image, o.out) ? success : failure;
+    return save_picture(image, o.out) ? success : failure;
 }
 
 int run(arguments words) {
