@@ -115,9 +115,10 @@ void player_under_test::console_event(int number) {
 }
 
 bool player_under_test::open_window() {
-    window_ = display_.find_window(window_title);
-    if (!window_) return false;
-    display_.focus(window_);
+    do { // Wine replaces its window now and then
+        window_ = display_.find_window(window_title);
+        if (!window_) return false;
+    } while (!display_.focus(window_));
     // Keys wait for the loop, so this one is handled after the greeting.
     settle();
     return true;

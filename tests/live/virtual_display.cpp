@@ -109,11 +109,19 @@ picture virtual_display::screenshot(window w) {
     return shot;
 }
 
-void virtual_display::focus(window w) {
+bool virtual_display::focus(window w) {
+    static bool gone;
+    gone = false;
+    const XErrorHandler others = XSetErrorHandler([](Display*, XErrorEvent*) {
+        gone = true;
+        return 0;
+    });
     XSetInputFocus(connection_, w, RevertToPointerRoot, CurrentTime);
     send_protocol(w, "WM_TAKE_FOCUS");
     XWarpPointer(connection_, None, w, 0, 0, 0, 0, 20, 20);
     XSync(connection_, False);
+    XSetErrorHandler(others);
+    return !gone;
 }
 
 void virtual_display::focus_elsewhere() {

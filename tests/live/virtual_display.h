@@ -33,8 +33,9 @@ public:
     void move(window w, int x, int y);
     // What the window shows, all of which must be on the screen.
     picture screenshot(window w);
-    // Gives the window the keyboard and puts the pointer into it.
-    void focus(window w);
+    // Gives the window the keyboard and puts the pointer into it. False when there is no such window any
+    // more.
+    bool focus(window w);
     // Gives the keyboard to a window of ours.
     void focus_elsewhere();
     // What a window manager sends when its close button is pressed.
