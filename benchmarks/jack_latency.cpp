@@ -2,6 +2,7 @@
 // Presses are injected into the X server; both programs stand on one display, send to one port and take
 // turns.
 
+#include "priority.h"
 #include "report.h"
 #include "typed_keys.h"
 
@@ -114,6 +115,7 @@ bool press_and_wait(player& p, receiver& notes, benchmarks::typed_keys& keys, st
 } // namespace
 
 int main() {
+    benchmarks::go_before_others(benchmarks::going_first::with_all_that_it_starts);
     const test_support::jack_server server(0, frames);
     const test_support::temporary_directory directory;
     virtual_display display;
@@ -130,7 +132,6 @@ int main() {
     };
     const test_support::process_options options = {{{"DISPLAY", display.name()}}, directory.path()};
     test_support::process ours(players[0].command, options), peer(players[1].command, options);
-    benchmarks::go_before_others();
     benchmarks::typed_keys keys(display.name());
     std::mt19937 random(1);
     for (player& p : players) {

@@ -1,6 +1,7 @@
 // From a key press to the arrival of its trace line, beside a minimal GLUT program's in the same run. Presses
 // are injected into the X server. Both programs stand on one display and take turns.
 
+#include "priority.h"
 #include "report.h"
 #include "typed_keys.h"
 
@@ -73,7 +74,7 @@ bool measure(const char* condition, bool redrawing, virtual_display& display, pl
 } // namespace
 
 int main() {
-    benchmarks::go_before_others();
+    benchmarks::go_before_others(benchmarks::going_first::this_one);
     const test_support::temporary_directory directory;
     virtual_display display;
     const test_support::process_options options = {{{"DISPLAY", display.name()}}, directory.path()};

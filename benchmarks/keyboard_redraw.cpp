@@ -1,6 +1,7 @@
 // How long a window takes to draw the keyboard, whole and after one key, and to find the key under the
 // pointer. On a virtual display, so with the software renderer.
 
+#include "priority.h"
 #include "report.h"
 
 #include "app/keyboard_view.h"
@@ -59,6 +60,7 @@ double measure(const char* what, int times, std::optional<double> most, const be
 } // namespace
 
 int main(int argc, char** argv) {
+    benchmarks::go_before_others(benchmarks::going_first::with_all_that_it_starts);
     test_support::virtual_display display;
     setenv("DISPLAY", display.name().c_str(), 1);
     glutInit(&argc, argv);

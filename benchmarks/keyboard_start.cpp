@@ -1,6 +1,7 @@
 // From the start of the player to its first picture on the screen, with all keys and no SoundFont, and the
 // memory that it then takes; beside a GLUT program that shows nothing.
 
+#include "priority.h"
 #include "report.h"
 
 #include "live/virtual_display.h"
@@ -74,6 +75,7 @@ bool measure(cost& made, const program& p, test_support::virtual_display& displa
 } // namespace
 
 int main() {
+    benchmarks::go_before_others(benchmarks::going_first::with_all_that_it_starts);
     test_support::virtual_display display;
     const program nothing = {
         "nothing in a window", "key latency floor", {QUENVAREL_BENCH_BIN "/key_latency_floor"}, false};

@@ -6,8 +6,6 @@
 #include <X11/keysym.h>
 
 #include <cstddef>
-#include <cstdio>
-#include <sched.h>
 #include <string>
 
 namespace benchmarks {
@@ -36,13 +34,5 @@ public:
 private:
     Display* connection_;
 };
-
-// On a busy machine an answer may wait for its reader: the program that gave it goes on drawing on the same
-// CPU. What is measured are the programs, so the reader goes first, but not the programs that it starts.
-inline void go_before_others() {
-    const sched_param first = {1};
-    if (sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &first) != 0)
-        std::printf("Other programs may keep this one from its answer for a while: no right to go first.\n");
-}
 
 } // namespace benchmarks
