@@ -46,13 +46,12 @@ int on_error(Display* display, XErrorEvent* error) {
 bool display_gone = false;
 
 // The server has ended or was lost: there is nothing to draw on and nothing to play with any more. Whatever
-// sounds is ended on the way out.
-[[noreturn]] int on_lost_display(Display* display) {
-    if (!display_gone) {
-        libutils::error_report();
-        std::cerr << "lost display '" << DisplayString(display) << '\'' << std::endl;
-    }
+// sounds is ended on the way out, on which the loss may be met again.
+int on_lost_display(Display* display) {
+    if (display_gone) return 0;
     display_gone = true;
+    libutils::error_report();
+    std::cerr << "lost display '" << DisplayString(display) << '\'' << std::endl;
     std::exit(1);
 }
 
@@ -151,6 +150,9 @@ std::unique_ptr<window_system> window_system::of_current_window() {
     const GLXDrawable drawable = glXGetCurrentDrawable();
     if (!display || drawable == None) return nullptr;
     XSetIOErrorHandler(on_lost_display);
+    // Xlib would begin another exit within the one that is under way.
+    XSetIOErrorExitHandler(
+        display, [](Display*, void*) {}, nullptr);
     do_not_wait_for_display(display, drawable);
     // The server else repeats a key as releases and presses, which look like the player's own.
     Bool no_false_releases = False;

@@ -1,6 +1,6 @@
-// What happens to the program's console. A program without a window on the desktop has no console of its own
-// under Wine, and the signals that Wine translates for it break what they interrupt, such as malloc; so the
-// events are raised from within, as the system does it: in a thread of the program that calls its handlers.
+// What happens to the program's console. A program whose streams are pipes has none under Wine, and the
+// signals that Wine turns into such events break what they interrupt, such as malloc; so they are raised from
+// within, as the system does it: in a thread of the program that calls its handlers.
 #include "stand_in.h"
 
 #include <fstream>
