@@ -49,7 +49,7 @@ vec3 to_world(vec3 direction) {
     return vec3(Globalview * vec4(direction, 0.0));
 }
 
-void add_surroundings(vec3 norm) {
+vec4 add_surroundings(vec4 lit, vec3 norm) {
     vec3 reflectdir = Vertex.ReflectDir;
     vec3 refractdir = Vertex.RefractDir;
     if (!SkyBox) {
@@ -59,7 +59,7 @@ void add_surroundings(vec3 norm) {
     }
     vec4 refl = texture(cubeTex, to_world(reflectdir)) * ReflectAlpha;
     vec4 refr = texture(cubeTex, to_world(refractdir)) * RefractAlpha;
-    FragmentColor = FragmentColor + refl + refr;
+    return lit + refl + refr;
 }
 
 void main() {
@@ -74,7 +74,8 @@ void main() {
     vec4 diffuse = vec4(color.rgb * max(dot(l, norm), 0.0), color.a);
     vec4 specular = spec * pow(max(dot(r, v), 0.0), Shininess);
 
-    FragmentColor = diffuse + specular;
+    vec4 lit = diffuse + specular;
     // Cube maps cost more than all the rest, so that they are only looked at where they show.
-    if (ReflectAlpha != 0.0 || RefractAlpha != 0.0) add_surroundings(norm);
+    if (ReflectAlpha != 0.0 || RefractAlpha != 0.0) lit = add_surroundings(lit, norm);
+    FragmentColor = lit;
 }
