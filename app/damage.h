@@ -9,7 +9,8 @@
 
 namespace quenvarel {
 
-// Rectangles that do not overlap. Two keys far apart stay two small rectangles, many keys become one. Allocates nothing.
+// Rectangles that do not overlap. Two keys far apart stay two small rectangles, many keys become one.
+// Allocates nothing.
 class damage {
 public:
     void add(pixel_rect part) {

@@ -30,7 +30,8 @@ void* map_memory(access mode, std::uint64_t size) {
     void* view = mmap(nullptr, size, rights, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (view == MAP_FAILED) return nullptr;
 #ifdef MADV_HUGEPAGE
-    // Large arrays are filled several times as fast when they come in large pages. No matter where there are none.
+    // Large arrays are filled several times as fast when they come in large pages. No matter where there are
+    // none.
     constexpr std::uint64_t large = 4 << 20;
     if (size >= large) madvise(view, size, MADV_HUGEPAGE);
 #endif

@@ -130,8 +130,7 @@ TEST(KeyShape, IsASolidWithinItsPlace) {
             // light.
             for (const auto corner : t) {
                 const render::dir3& normal = mesh.vertices[corner].normal;
-                if (std::abs(normal.y + 0.84f) < 0.04f || across.y < -0.5f * render::length(across))
-                    continue;
+                if (std::abs(normal.y + 0.84f) < 0.04f || across.y < -0.5f * render::length(across)) continue;
                 EXPECT_GT(render::dot(normal, across) / render::length(across), 0.3f);
             }
             volume += render::dot(across, render::dir3{a.x - place.left, a.y, a.z}) / 6;
