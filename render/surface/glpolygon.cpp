@@ -217,6 +217,15 @@ void glpolygon_t::lighting::set(std::size_t which, const mtx3w& value) {
     if (renew(which, value.m)) glUniformMatrix4fv(uniforms[which], 1, GL_TRUE, value.m);
 }
 
+void glpolygon_t::lighting::set(std::size_t which, const pos3& value) {
+    const float sent[] = {value.x, value.y, value.z};
+    if (renew(which, sent)) glUniform3fv(uniforms[which], 1, sent);
+}
+
+void glpolygon_t::lighting::set(std::size_t which, const std::array<float, 2>& value) {
+    if (renew(which, value)) glUniform2fv(uniforms[which], 1, value.data());
+}
+
 void glpolygon_t::lighting::set(std::size_t which, float value) {
     if (renew(which, {&value, 1})) glUniform1f(uniforms[which], value);
 }
@@ -239,8 +248,7 @@ void glpolygon_t::draw(const pass& how, const arguments& what) {
     with.set(modelview, what.Modelview);
     with.set(inv_modelview, what.invModelview);
     with.set(projection_matrix, what.Projection);
-    const float light[] = {what.LightPosition.x, what.LightPosition.y, what.LightPosition.z};
-    if (with.renew(light_position, light)) glUniform3fv(with.uniforms[light_position], 1, light);
+    with.set(light_position, what.LightPosition);
     with.set(color_factor, how.color_factor);
     with.set(shininess, what.Shininess);
 
@@ -255,8 +263,7 @@ void glpolygon_t::draw(const pass& how, const arguments& what) {
     activate(unsigned(texture_unit::bump));
     with.set(bump_tex, int(texture_unit::bump));
     if (what.surface.has(texture_unit::bump)) what.surface.bind(texture_unit::bump);
-    const std::array<float, 2> offset = what.surface.bump_offset();
-    if (with.renew(bump_ofs, offset)) glUniform2fv(with.uniforms[bump_ofs], 1, offset.data());
+    with.set(bump_ofs, what.surface.bump_offset());
 
     step_check(how.step_3);
     activate(unsigned(texture_unit::specular));

@@ -69,13 +69,18 @@ private:
         // These send a uniform to the program, which is in use, unless it has the value already. Integers are
         // always sent: a replaced shader may declare a sampler as something else, and every drawing tells.
         void set(std::size_t which, const mtx3w& value);
+        void set(std::size_t which, const pos3& value);
+        void set(std::size_t which, const std::array<float, 2>& value);
         void set(std::size_t which, float value);
         void set(std::size_t which, int value);
-        bool renew(std::size_t which, std::span<const float> value);
 
         program_t program;
         std::array<gl_int, uniform_count> uniforms{};                           // locations
         std::array<std::optional<std::array<float, 16>>, uniform_count> values; // what was sent last
+
+    private:
+        // Notes the value; true when it is not the one that was sent last.
+        bool renew(std::size_t which, std::span<const float> value);
     };
 
     shader_t feedback_vertex_;
