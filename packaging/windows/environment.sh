@@ -61,9 +61,11 @@ make_wine_prefix() {
   WINEPREFIX=$(mktemp -d "$finished.XXXXXX") || return
   export WINEPREFIX
   log=$WINEPREFIX.log
+  # -noreset: a server that loses its only client starts afresh and turns away who comes meanwhile.
+  local display=(xvfb-run -a -s -noreset)
   # Without a window manager a managed window would wait for one when it closes.
-  if xvfb-run -a wineboot -i >"$log" 2>&1 </dev/null &&
-    xvfb-run -a wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >>"$log" 2>&1 </dev/null &&
+  if "${display[@]}" wineboot -i >"$log" 2>&1 </dev/null &&
+    "${display[@]}" wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >>"$log" 2>&1 </dev/null &&
     wineserver -w >>"$log" 2>&1; then
     # Whoever comes second leaves the first one's.
     mv -T "$WINEPREFIX" "$finished" 2>/dev/null || rm -rf "$WINEPREFIX"
