@@ -1,6 +1,7 @@
 #include "app/program_path.h"
 
-#include <filesystem>
+#include "libutils/file_path.h"
+
 #include <system_error>
 
 namespace quenvarel {
@@ -21,7 +22,7 @@ std::size_t file_name_at(const std::string& path) {
 
 bool has_models(const std::string& base) {
     std::error_code ignored;
-    return std::filesystem::is_directory(base + "pmt", ignored);
+    return std::filesystem::is_directory(libutils::file_path(base + "pmt"), ignored);
 }
 
 } // namespace

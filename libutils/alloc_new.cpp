@@ -1,5 +1,7 @@
 #include "libutils/alloc_new.h"
 
+#include "libutils/file_path.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -22,7 +24,7 @@ unsigned char* zeros(std::uint64_t size) {
 void* alloc_new::allocate(std::uint64_t& size, const char* name, int, std::uint64_t offset) {
     if (name && size == 0) {
         std::error_code failed;
-        const std::uintmax_t whole = std::filesystem::file_size(name, failed);
+        const std::uintmax_t whole = std::filesystem::file_size(file_path(name), failed);
         if (failed) return nullptr;
         size = whole;
     }

@@ -1,5 +1,7 @@
 #include "libutils/saved_file.h"
 
+#include "libutils/file_path.h"
+
 namespace libutils {
 
 namespace fs = std::filesystem;
@@ -12,7 +14,7 @@ static std::FILE* open_file(const fs::path& name, const char* mode) {
 #endif
 }
 
-saved_file::saved_file(const std::string& name) : target_(name) {
+saved_file::saved_file(const std::string& name) : target_(file_path(name)) {
     std::error_code error;
     if (fs::is_symlink(target_, error)) {
         fs::path followed = fs::canonical(target_, error);

@@ -3,6 +3,7 @@
 #include "libgr/image/autoformat.h"
 #include "libgr/image/image.h"
 #include "libutils/error_report.h"
+#include "libutils/file_path.h"
 #include "models/key_layout.h"
 #include "models/key_shape.h"
 #include "models/materials.h"
@@ -10,7 +11,6 @@
 #include "pmt3d/format/model.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <iostream>
 #include <utility>
 
@@ -81,7 +81,7 @@ bool write_key(const std::string& directory, int note) {
 
 bool write_keyboard(const std::string& directory) {
     std::error_code failure;
-    std::filesystem::create_directories(directory, failure);
+    std::filesystem::create_directories(libutils::file_path(directory), failure);
     if (failure) {
         libutils::error_report();
         std::cerr << directory << ": " << failure.message() << std::endl;

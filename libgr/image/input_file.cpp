@@ -1,14 +1,14 @@
 #include "libgr/image/input_file.h"
 
 #include "libgr/image/report.h"
-
-#include <filesystem>
+#include "libutils/file_path.h"
 
 namespace libgr {
 
 bool map_file(pixel_bytes& bytes, const std::string& name) {
     std::error_code error;
-    if (!std::filesystem::exists(name, error)) return report_failure(name, ": file stat failed.");
+    if (!std::filesystem::exists(libutils::file_path(name), error))
+        return report_failure(name, ": file stat failed.");
     // The size is asked of the opened file: between the question above and now it may have become another
     // one.
     if (!bytes.try_allocate(0, name.c_str())) return report_failure(name, ": file load failed.");

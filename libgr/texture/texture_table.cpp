@@ -1,11 +1,11 @@
 #include "libgr/texture/texture_table.h"
 
 #include "libutils/error_report.h"
+#include "libutils/file_path.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
 
-#include <filesystem>
 #include <iostream>
 
 namespace libgr {
@@ -97,7 +97,7 @@ std::string picture_path(const std::string& model_file, const std::string& name)
 
 std::string table_name(const std::string& path) {
     std::error_code failure;
-    const std::filesystem::path whole = std::filesystem::absolute(path, failure);
+    const std::filesystem::path whole = std::filesystem::absolute(libutils::file_path(path), failure);
     if (failure) return path;
     const std::filesystem::path plain = std::filesystem::weakly_canonical(whole, failure);
     return (failure ? whole.lexically_normal() : plain).string();

@@ -1,8 +1,9 @@
 #include "pmt3d/format/line_reader.h"
 
+#include "libutils/file_path.h"
+
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <utility>
 
 namespace pmt3d {
@@ -17,7 +18,8 @@ bool line_reader::open(const std::string& name) {
     }
     // Nothing can be mapped of an empty file.
     std::error_code error;
-    return std::filesystem::is_regular_file(name, error) && std::filesystem::file_size(name, error) == 0 &&
+    const std::filesystem::path path = libutils::file_path(name);
+    return std::filesystem::is_regular_file(path, error) && std::filesystem::file_size(path, error) == 0 &&
            !error;
 }
 

@@ -2,10 +2,10 @@
 
 #include "libutils/alloc_mmap_win.h"
 #include "libutils/error_report.h"
+#include "libutils/file_path.h"
 #include "libutils/refvector2.h"
 #include "render/gl/shader.h"
 
-#include <filesystem>
 #include <iostream>
 
 namespace render {
@@ -18,9 +18,10 @@ enum class outcome { absent, unusable, loaded };
 
 outcome load(const std::string& name, std::string& text) {
     std::error_code failure;
-    if (!std::filesystem::exists(name, failure)) return outcome::absent;
-    if (!std::filesystem::is_regular_file(name, failure)) return outcome::unusable;
-    const std::uintmax_t bytes = std::filesystem::file_size(name, failure);
+    const std::filesystem::path path = libutils::file_path(name);
+    if (!std::filesystem::exists(path, failure)) return outcome::absent;
+    if (!std::filesystem::is_regular_file(path, failure)) return outcome::unusable;
+    const std::uintmax_t bytes = std::filesystem::file_size(path, failure);
     if (failure) return outcome::unusable;
     if (bytes > most_bytes) {
         libutils::error_report();

@@ -48,6 +48,17 @@ TEST(saved_file, refuses_what_cannot_be_written) {
     EXPECT_EQ(files_in(directory), 0);
 }
 
+TEST(saved_file, takes_names_in_the_encoding_of_the_system) {
+    temporary_directory directory;
+    // On Windows this byte is a character that has another number.
+    const std::string name = directory.path().string() + "/\x80.pmt";
+    libutils::saved_file file(name);
+    file.write("new");
+    EXPECT_TRUE(file.commit());
+    std::ifstream by_the_system(name, std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(by_the_system), {}), "new");
+}
+
 #ifndef _WIN32
 TEST(saved_file, a_full_disk_leaves_the_old_file) {
     temporary_directory directory;
