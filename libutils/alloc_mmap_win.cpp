@@ -65,7 +65,9 @@ void* alloc_mmap_win::try_allocate(std::uint64_t& size, const char* name, int mo
         file_ = mapping::open(name, protection_);
         if (is_memory()) return fail(step::open);
     }
-    const std::uint64_t whole = name && size != 0 ? offset + size : size;
+    // A view that ends behind a file that is only read fails as a view; the mapping is there.
+    std::uint64_t whole = name && size != 0 ? offset + size : size;
+    if (mode == 0 && whole > file_.size && size <= file_.size) whole = file_.size;
     if (!mapping::create(file_, protection_, whole, object_)) return fail(step::create);
     if (size == 0) size = object_.size;
     size_ = size;
@@ -94,7 +96,10 @@ void* alloc_mmap_win::reallocate(void*, std::uint64_t size, std::uint64_t offset
     if (is_memory() && object_.size == 0 && !mapping::create(file_, protection_, size, object_))
         return nullptr;
     view_ = mapping::map(object_, file_, access_, offset, size);
-    if (view_) size_ = size;
+    if (view_)
+        size_ = size;
+    else if (is_memory() && access_ == mapping::access::write)
+        mapping::destroy(object_); // made above for this size; the next one gets its own
     return view_;
 }
 

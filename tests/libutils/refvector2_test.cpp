@@ -74,6 +74,7 @@ TEST(refvector2, empty_arrays_are_legal) {
     v[3] = 1.0;
     ASSERT_TRUE(v.resize(0));
     EXPECT_TRUE(v.empty());
+    EXPECT_FALSE(v.resize(2, 8)) << "memory begins at its start";
     ASSERT_TRUE(v.resize(4));
     EXPECT_EQ(v[3], 0.0);
     EXPECT_FALSE(v.allocate(0, nullptr, 2));
@@ -133,6 +134,7 @@ TEST(refvector2, maps_files) {
     EXPECT_EQ(part.data(), nullptr);
     part.release();
     EXPECT_FALSE(part.allocate(0, name.c_str(), 0, 1)) << "the whole file does not begin at its second byte";
+    EXPECT_FALSE(part.allocate(3, name.c_str(), 0, 199999)) << "the view ends behind the file";
 
     ASSERT_TRUE(part.allocate(0, name.c_str(), 1));
     part[1] = 'c';
