@@ -68,10 +68,10 @@ bool midi_in_t::close() {
     bool all = succeeded(device_->stop(), ": can't stop MIDI in.");
     all = succeeded(device_->reset(), ": can't reset MIDI in.") && all;
     all = succeeded(device_->unprepare(buffer_), ": can't unprepare MIDI in.") && all;
-    all = succeeded(device_->close(), ": can't close MIDI in.") && all;
-    device_.reset();
+    const bool closed = succeeded(device_->close(), ": can't close MIDI in.");
+    if (closed) device_.reset(); // one that is still open may call, and fill what it was lent
     opened_ = false;
-    return all;
+    return closed && all;
 }
 
 midi_in_t::~midi_in_t() {

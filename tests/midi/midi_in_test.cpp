@@ -112,8 +112,10 @@ TEST(midi_in, reports_each_step_that_fails) {
         service.calls.clear();
         EXPECT_EQ(port.close(), c.failing.empty());
         EXPECT_EQ(err.take(), c.err);
-        EXPECT_EQ(service.calls, (lines{"stop", "reset", "unprepare", "close", "destroyed"}));
         EXPECT_FALSE(port.isopen());
+        lines calls = {"stop", "reset", "unprepare", "close"};
+        if (c.err.find("close") == std::string::npos) calls.push_back("destroyed");
+        EXPECT_EQ(service.calls, calls) << "a device that is still open may call, so it lives";
     }
 }
 
