@@ -9,7 +9,11 @@
 namespace midi {
 
 std::unique_ptr<midi_out_t> midi_out_t::create(output_service_t& service) {
-    return std::unique_ptr<midi_out_t>(new (std::nothrow) midi_out_t(service));
+    // A new handler may end the process, but here the caller wants to be told.
+    const std::new_handler handler = std::set_new_handler(nullptr);
+    std::unique_ptr<midi_out_t> port(new (std::nothrow) midi_out_t(service));
+    std::set_new_handler(handler);
+    return port;
 }
 
 template <class Key>
