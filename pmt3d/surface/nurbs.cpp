@@ -34,12 +34,15 @@ nurbs_t& nurbs_t::operator=(const nurbs_t& other) {
     clear();
     resolution_u_ = other.resolution_u_;
     resolution_v_ = other.resolution_v_;
-    if (other.m_ == 0 || !allocate(other.m_, other.k1_, other.n_, other.k2_)) return *this;
-    std::copy(other.knots1_.begin(), other.knots1_.end(), knots1_.begin());
-    std::copy(other.knots2_.begin(), other.knots2_.end(), knots2_.begin());
-    std::copy(other.weights_.begin(), other.weights_.end(), weights_.begin());
-    std::copy(other.points_.begin(), other.points_.end(), points_.begin());
-    if (!other.drawn_points_.empty()) MakeCtlpts();
+    if (other.m_ > 0) {
+        if (!allocate(other.m_, other.k1_, other.n_, other.k2_)) return *this;
+        std::copy(other.knots1_.begin(), other.knots1_.end(), knots1_.begin());
+        std::copy(other.knots2_.begin(), other.knots2_.end(), knots2_.begin());
+        std::copy(other.weights_.begin(), other.weights_.end(), weights_.begin());
+        std::copy(other.points_.begin(), other.points_.end(), points_.begin());
+        if (!other.drawn_points_.empty() && MakeCtlpts())
+            std::copy(other.drawn_points_.begin(), other.drawn_points_.end(), drawn_points_.begin());
+    }
     modeling_t::operator=(other);
     return *this;
 }

@@ -354,8 +354,10 @@ TEST_F(model, items_copy_deeply) {
     model_item_t item(kind_t::nurbs);
     fill_patch(item);
     item.nurbs.markvertex(2);
+    item.nurbs.getarray(0).data[0] = 7; // drawn elsewhere than it is
     item.texture.specular = "s.png";
     model_item_t copy = item;
+    EXPECT_EQ(copy.nurbs.getarray(0).data[0], 7.0f);
     EXPECT_EQ(copy.kind, kind_t::nurbs);
     EXPECT_EQ(&copy.nurbs.polygon(), &copy.polygon);
     EXPECT_EQ(&copy.nurbs.texture(), &copy.texture);
@@ -367,6 +369,8 @@ TEST_F(model, items_copy_deeply) {
     copy.nurbs.clear();
     EXPECT_EQ(copy.nurbs.resolution_v(), 33u);
     EXPECT_EQ(copy.nurbs.points().size(), 0u);
+    copy.nurbs.set_name("no net");
+    EXPECT_EQ(model_item_t(copy).nurbs.name(), "no net");
 }
 
 TEST_F(model, shared_items_are_copied_on_write) {
