@@ -98,8 +98,9 @@ pos3 fitting_place(const pmt3d::model_t& model, const mtx3w& view, float half_wi
             std::max(right + left, top + bottom) / 2.0f};
 }
 
-// Without an eye or a target of the user's: from in front and somewhat above.
-camera camera_for(const options& o, const pmt3d::model_t& model, const render::box3& box) {
+// Without an eye or a target of the user's: from in front and somewhat above. None when the eye is where it
+// looks.
+std::optional<camera> camera_for(const options& o, const pmt3d::model_t& model, const render::box3& box) {
     const dir3 half = 0.5f * (box.max - box.min);
     const pos3 center = box.min + half;
     const float radius = std::max(render::length(half), 1e-6f);
@@ -123,14 +124,14 @@ camera camera_for(const options& o, const pmt3d::model_t& model, const render::b
             target + dir3{view[0], view[4], view[8]} * place.x + dir3{view[1], view[5], view[9]} * place.y;
         eye = target + direction * std::max(margin * place.z, radius * 1e-3f);
     }
+    const float away = render::length(eye - target);
+    if (away == 0.0f) return {};
     const float distance = render::length(eye - center);
     lens.zfar = distance + 1.01f * radius;
     lens.znear = std::max(double(distance - 1.01f * radius), lens.zfar * 1e-4);
-
-    const float away = render::length(eye - target);
-    return {look_at(eye, target),
-            render::perspective_matrix(render::to_projection(lens)),
-            {-0.5f * away, 0.6f * away, 0.3f * away}};
+    return camera{look_at(eye, target),
+                  render::perspective_matrix(render::to_projection(lens)),
+                  {-0.5f * away, 0.6f * away, 0.3f * away}};
 }
 
 void draw(render::glpolygon_t& renderer, pmt3d::model_t& model, const camera& camera) {
@@ -167,9 +168,11 @@ int make_picture(const options& o) {
     if (!load_model(model, o.in.c_str(), {}, pmt3d::renderer_frames(renderer))) return failure;
     const std::optional<render::box3> box = bounds(model);
     if (!box) return fail(o.in + " has nothing to draw.");
+    const std::optional<camera> view = camera_for(o, model, *box);
+    if (!view) return fail("--eye is the point that is looked at; --target says where to look.");
     canvas picture(o.width, o.height);
     if (!picture.is_complete()) return fail("a picture of this size cannot be drawn here.");
-    draw(renderer, model, camera_for(o, model, *box));
+    draw(renderer, model, *view);
     libgr::image2d image;
     if (!picture.read(image)) return fail("there is no memory for a picture of this size.");
     return save_picture(image, o.out) ? success : failure;
