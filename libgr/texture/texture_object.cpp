@@ -120,6 +120,9 @@ bool read_back(image2d& image, const Get& get, const Read& read) {
     step_check("get texture level parameter (width)");
     image.height = std::uint32_t(get(GL_TEXTURE_HEIGHT));
     step_check("get texture level parameter (height)");
+    // The GL would write all slices.
+    if (get(GL_TEXTURE_DEPTH) > 1)
+        return fail("grTextureObject::GetTextureImage() has room for one picture only.");
     image.descriptor.format = pixel_format::rgba;
 
     GLenum type = GLenum(get(GL_TEXTURE_RED_TYPE));

@@ -45,8 +45,8 @@ public:
     // sample type asked for is the type of its red channel, so only float and integer textures come back: a
     // normalised texture's type is none that pixels can have, the GL reports an error, and the pixels stay
     // zero. (Half floats are asked for as such, which the record has room for.) False, with a line on
-    // standard error except for an unknown type, when the channel's type or size is not known or there is no
-    // memory.
+    // standard error except for an unknown type, when the level is a stack of pictures, when the channel's
+    // type or size is not known, or there is no memory.
     static bool GetTextureImage(render::gl_enum target, render::gl_int level, image2d& image);
     // The same for this object's texture without binding it, never writing beyond the record (OpenGL 4.5).
     bool GetTextureImage(render::gl_int level, image2d& image) const;

@@ -189,6 +189,16 @@ TEST_F(TextureObject, NormalisedTexturesDoNotComeBack) {
     EXPECT_FALSE(grTextureObject::GetTextureImage(GL_TEXTURE_2D, 0, image));
     EXPECT_EQ(take_err(), "red size is not recognized.\n");
     glDeleteTextures(1, &packed);
+
+    grTexture3D stack;
+    stack.images.resize(1);
+    stack.images[0].descriptor = {pixel_format::rgba, sample_type::floating, bits_class::bits_32};
+    stack.images[0].width = stack.images[0].height = stack.images[0].depth = 64;
+    ASSERT_TRUE(stack.images[0].allocate());
+    grTextureObject solid;
+    solid.attach(stack);
+    EXPECT_FALSE(grTextureObject::GetTextureImage(GL_TEXTURE_3D, 0, image)) << "more than one picture";
+    EXPECT_EQ(take_err(), "grTextureObject::GetTextureImage() has room for one picture only.\n");
 }
 
 TEST_F(TextureObject, BindsAsImageUnit) {
