@@ -1,6 +1,6 @@
 #include "libgr/texture/environment.h"
 
-#include "libgr/image/autoformat.h"
+#include "libgr/image/convert.h"
 #include "libgr/texture/texture_table.h"
 #include "libutils/error_report.h"
 #include "render/math/operations.h"
@@ -67,6 +67,16 @@ bool turn_upside_down(image2d& image) {
     return true;
 }
 
+// Unequal faces are no cube map to the GL; they all become RGBA of bytes then.
+bool make_equal(std::vector<image2d>& faces) {
+    const pixel_descriptor kind = faces.front().descriptor;
+    if (std::all_of(faces.begin(), faces.end(), [&](const image2d& face) { return face.descriptor == kind; }))
+        return true;
+    return std::all_of(faces.begin(), faces.end(), [](image2d& face) {
+        return convert_bits(face, face, bits_class::bits_8) && convert_format(face, face, pixel_format::rgba);
+    });
+}
+
 bool make_default_faces(grTextureCubeMap& cube) {
     constexpr std::uint32_t size = 32;
     for (std::size_t face = 0; face < cube.images.size(); ++face) {
@@ -103,11 +113,12 @@ bool environment_t::initex(const std::string& name) {
         } else {
             auto image = cube->texture.images.begin();
             for (const std::string& face : face_names(path)) {
-                if (!autoloadformat(*image, face) || !turn_upside_down(*image)) {
+                if (!load_picture(*image, face) || !turn_upside_down(*image)) {
                     return fail(face + ": autoloadformat failed.");
                 }
                 ++image;
             }
+            if (!make_equal(cube->texture.images)) return false;
         }
         table_->add_cube(key, cube);
         cube->prepare();

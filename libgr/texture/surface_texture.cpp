@@ -1,7 +1,5 @@
 #include "libgr/texture/surface_texture.h"
 
-#include "libgr/image/autoformat.h"
-#include "libgr/image/convert.h"
 #include "libgr/image/processing.h"
 #include "libgr/texture/texture_table.h"
 #include "libutils/error_report.h"
@@ -29,17 +27,13 @@ bool has_picture(const texture_record& record) {
 
 // The picture of a file, loaded when the table does not have it; null, reported once, when it cannot be
 // loaded.
-record_ref load_picture(texture_table& table, const std::string& path, const char* failure) {
+record_ref find_picture(texture_table& table, const std::string& path, const char* failure) {
     const auto [record, added] = table.find_or_add(table_name(path));
     if (added) {
         image2d& image = record->image();
-        if (!autoloadformat(image, path)) {
+        if (!load_picture(image, path)) {
             image = {};
             report(path + failure);
-        } else if (bits_per_component(image.descriptor.bits) < 8 &&
-                   bits_per_component(image.descriptor.bits) > 0) {
-            // Neither textures nor normal maps are made of narrower samples.
-            convert_bits(image, image, bits_class::bits_8);
         }
         image.leave_file(); // a second program may want to wear it too
     }
@@ -128,7 +122,7 @@ void texture_t::open(const std::string& name) {
                                                   "(color)texobj.img2d.allocate() failed."));
     } else {
         wear(texture_unit::color,
-             load_picture(table, picture_path(name, texture), ": color autoloadformat failed."));
+             find_picture(table, picture_path(name, texture), ": color autoloadformat failed."));
     }
     render::step_check("texture_t::open(5)");
 
@@ -137,7 +131,7 @@ void texture_t::open(const std::string& name) {
                                                  "(bump)texobj.img2d.allocate() fail."));
     } else {
         const std::string path = picture_path(name, bumpmap);
-        if (const record_ref loaded = load_picture(table, path, ": bump autoloadformat failed.")) {
+        if (const record_ref loaded = find_picture(table, path, ": bump autoloadformat failed.")) {
             const record_ref record = derive_bump(table, loaded, table_name(path), bump2mono);
             wear(texture_unit::bump, record);
             const image2d& image = record->image();
@@ -154,7 +148,7 @@ void texture_t::open(const std::string& name) {
                              "(spec)texobj.img2d.allocate() failed."));
     } else {
         wear(texture_unit::specular,
-             load_picture(table, picture_path(name, specular), ": autoloadformat failed."));
+             find_picture(table, picture_path(name, specular), ": autoloadformat failed."));
     }
 }
 

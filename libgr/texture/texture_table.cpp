@@ -1,5 +1,7 @@
 #include "libgr/texture/texture_table.h"
 
+#include "libgr/image/autoformat.h"
+#include "libgr/image/convert.h"
 #include "libutils/error_report.h"
 #include "libutils/file_path.h"
 #include "render/gl/step_check.h"
@@ -101,6 +103,12 @@ std::string table_name(const std::string& path) {
     if (failure) return path;
     const std::filesystem::path plain = std::filesystem::weakly_canonical(whole, failure);
     return (failure ? whole.lexically_normal() : plain).string();
+}
+
+bool load_picture(image2d& image, const std::string& path) {
+    if (!autoloadformat(image, path)) return false;
+    const std::uint32_t bits = bits_per_component(image.descriptor.bits);
+    return bits == 0 || bits >= 8 || convert_bits(image, image, bits_class::bits_8);
 }
 
 std::array<std::string, 6> face_names(const std::string& path) {

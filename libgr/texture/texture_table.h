@@ -76,6 +76,10 @@ std::string picture_path(const std::string& model_file, const std::string& name)
 // The name under which the table keeps a picture file: the same for all spellings of its path.
 std::string table_name(const std::string& path);
 
+// Loads the picture of a file. Samples of less than 8 bits are widened: neither textures nor normal maps are
+// made of them. False, after a line on standard error, when the file cannot be read.
+bool load_picture(image2d& image, const std::string& path);
+
 // The file names of the faces of a cube map, from +x to -z: the suffix goes in front of the last dot of the
 // file name, or to the end where there is none.
 std::array<std::string, 6> face_names(const std::string& path);

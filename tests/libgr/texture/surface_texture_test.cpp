@@ -343,6 +343,37 @@ TEST_F(Environment, SixFilesUprightAndInOrder) {
     EXPECT_TRUE(again.initex(model_)) << "in the table";
 }
 
+// As programs write them that keep plain pictures small. A cube map of unequal faces would be black.
+TEST_F(Environment, FacesOfAnyKindMakeOneCube) {
+    using namespace bits_class;
+    constexpr auto u = sample_type::unsigned_integer;
+    const pixel_descriptor kinds[] = {{pixel_format::luminance, u, bits_1}, rgb8,  grey8,
+                                      {pixel_format::rgb, u, bits_16},      rgba8, rgb8};
+    for (const bool all_narrow : {true, false}) {
+        const std::string stem = all_narrow ? "dusk.png" : "dawn.png";
+        const auto names = face_names(stem);
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            image2d face = patterned(8, 8, kinds[all_narrow ? 0 : i]);
+            std::fill_n(face.pixels.data(), face.pixels.size(), 0xFF);
+            save(names[i], face);
+        }
+        environment_t around;
+        around.cubetex = stem;
+        ASSERT_TRUE(around.initex(model_));
+        around.bind_cube();
+        const GLint format = level_parameter(GL_TEXTURE_CUBE_MAP_POSITIVE_X, 0, GL_TEXTURE_INTERNAL_FORMAT);
+        for (unsigned face = 0; face < 6; ++face) {
+            const GLenum target = GL_TEXTURE_CUBE_MAP_POSITIVE_X + face;
+            EXPECT_EQ(level_parameter(target, 0, GL_TEXTURE_INTERNAL_FORMAT), format) << face;
+            EXPECT_EQ(level_pixels(target, 0, GL_RED, GL_UNSIGNED_BYTE, 1),
+                      std::vector<unsigned char>(8 * 8, 255))
+                << face;
+        }
+        around.unbind_cube();
+    }
+    EXPECT_EQ(take_err(), "");
+}
+
 TEST_F(Environment, AMissingFaceStopsTheLoading) {
     save_faces("sky.png");
     std::filesystem::remove(files_.path() / "sky_posy.png");
