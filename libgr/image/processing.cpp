@@ -63,8 +63,11 @@ bool normalmap(image2d& made, const image2d& source) {
     map.store = source.store;
     constexpr pixel_descriptor signed_bytes = {pixel_format::rgb, sample_type::signed_integer,
                                                bits_class::bits_8};
-    if (!source.holds_pixels() || !start(map, source, signed_bytes))
-        return report_failure("normalmap allocate() fail.");
+    if (!source.holds_pixels() || !start(map, source, signed_bytes)) {
+        report_failure("normalmap allocate() fail.");
+        made = source;
+        return false;
+    }
     const auto row = row_kernels::best().normals;
     for (std::uint32_t y = 0; y < map.height; ++y)
         row(map.row(y), source.row(y), source.row(y + 1 < map.height ? y + 1 : 0), map.width);

@@ -15,8 +15,8 @@ class array_buffer_t {
 public:
     // Makes the store for count vertices (glBufferData, GL_DYNAMIC_DRAW; never less than it had before) and
     // takes a share of the layout. When data is given, min(capacity, datasize) bytes of it are uploaded, or
-    // the whole capacity when datasize is 0. False when the layout has more entries than
-    // GL_MAX_VERTEX_ATTRIBS or when the size does not fit 64 bits; nothing is changed then.
+    // the whole capacity when datasize is 0. False, and nothing is changed, when the layout has more entries
+    // than GL_MAX_VERTEX_ATTRIBS. A size that the GL cannot give is its own error, see step_check().
     bool allocate(std::uint64_t count, layout_ref layout, const void* data = nullptr,
                   std::uint64_t datasize = 0);
     // Sets the number of vertices and keeps the contents. A store that has become too small is grown to four

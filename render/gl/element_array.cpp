@@ -25,6 +25,7 @@ bool element_array_t::allocate(std::uint64_t count) {
     step_check("element_array_t::allocate(2)");
     glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(capacity_), nullptr, GL_DYNAMIC_DRAW);
     if (step_check("element_array_t::allocate(3)")) {
+        libutils::error_report();
         std::cerr << "elements: " << count_ << "\nbuffer_size: " << capacity_ << std::endl;
     }
     buffer_->unbind();

@@ -227,6 +227,12 @@ TEST(normalmap, shares_what_is_a_normal_map_or_of_no_use) {
         EXPECT_EQ(made.pixels.data(), source.pixels.data());
         EXPECT_EQ(made.descriptor, source.descriptor);
     }
+    capture err(std::cerr);
+    image2d empty = noise(4, 4), made;
+    empty.pixels.release();
+    EXPECT_FALSE(normalmap(made, empty));
+    EXPECT_EQ(err.text(), "normalmap allocate() fail.\n");
+    EXPECT_EQ(made.width, 4u);
 }
 
 TEST(expand_color_index, every_width_of_numbers_and_numbers_without_a_colour) {
