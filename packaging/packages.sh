@@ -10,6 +10,7 @@ packages_for_windows="g++-mingw-w64-x86-64-posix nasm make dpkg-dev wine wine64"
 packages_to_bench="$packages_to_run libbenchmark-dev libglm-dev libturbojpeg0-dev libassimp-dev libtinyobjloader-dev
   libocct-modeling-data-dev libxtst-dev jackd2 jack-keyboard python3 xvfb xauth libgl1-mesa-dri"
 packages_to_fuzz="$packages_to_run clang libclang-rt-14-dev"
+packages_to_format="clang-format"
 
 # install_missing PACKAGE...: installs those that are not there yet, saying which; calls nothing when none is missing.
 install_missing() {
