@@ -66,6 +66,14 @@ window_system* gluty_registry::current_system() {
     return found != systems_.end() ? found->second.get() : nullptr;
 }
 
+window_system* gluty_registry::system_of_key_event() {
+    window_system* system = current_system();
+    if (!system) return nullptr;
+    const int modifiers = glutGetModifiers();
+    system->set_modifiers(modifiers & GLUT_ACTIVE_SHIFT, modifiers & GLUT_ACTIVE_CTRL);
+    return system;
+}
+
 bool gluty_registry::knows_repetitions() {
     const window_system* system = current_system();
     return system && system->knows_repetitions();
@@ -73,14 +81,14 @@ bool gluty_registry::knows_repetitions() {
 
 template <class Event>
 void gluty_registry::deliver_press(unsigned key, Event event) {
-    window_system* system = registry->current_system();
+    window_system* system = registry->system_of_key_event();
     const bool repetition = system && system->is_repetition(key);
     if (!repetition || registry->key_repeat_) deliver(event);
 }
 
 template <class Event>
 void gluty_registry::deliver_release(unsigned key, Event event) {
-    if (window_system* system = registry->current_system()) system->is_released(key);
+    if (window_system* system = registry->system_of_key_event()) system->is_released(key);
     deliver(event);
 }
 

@@ -92,6 +92,7 @@ private:
     template <class Event>
     static void deliver_release(unsigned key, Event event);
     window_system* current_system();
+    window_system* system_of_key_event();
     bool knows_repetitions();
     static void tick(int);
 

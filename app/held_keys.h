@@ -11,10 +11,11 @@ namespace gems {
 // Keys are characters, or 256 plus the code of a key without one; other numbers are never held.
 class held_keys {
 public:
-    // False when the key was held already.
-    bool press(unsigned key) {
+    // False when the key was held already, be it as another character: a key repeats with the modifiers that
+    // came in between.
+    bool press(unsigned key, const key_siblings& siblings) {
         if (key >= held_.size()) return true;
-        const bool was_held = held_[key];
+        const bool was_held = held_[key] || (held_ & others(key, siblings)).any();
         held_.set(key);
         return !was_held;
     }
@@ -23,15 +24,23 @@ public:
     void release(unsigned key, const key_siblings& siblings) {
         if (key >= held_.size()) return;
         held_.reset(key);
-        if (key >= siblings.size()) return;
-        for (unsigned other = 0; other < siblings.size(); ++other)
-            if (siblings[key][other]) held_.reset(other);
+        held_ &= ~others(key, siblings);
     }
 
     void forget() { held_.reset(); }
 
 private:
-    std::bitset<512> held_;
+    using keys = std::bitset<512>;
+
+    static keys others(unsigned key, const key_siblings& siblings) {
+        keys same;
+        if (key < siblings.size())
+            for (unsigned other = 0; other < siblings.size(); ++other)
+                same[other] = siblings[key][other];
+        return same;
+    }
+
+    keys held_;
 };
 
 } // namespace gems

@@ -26,4 +26,20 @@ inline const key_siblings& letter_cases() {
     return cases;
 }
 
+// Whose key a character comes from depends on the modifiers: with Control, m gives what Return gives.
+struct keyboard_layout {
+    // By the modifiers that are down: 1 is Shift or Caps Lock, 2 is Control. For every character the others
+    // on those keys that give it with these modifiers, whatever modifiers the others need.
+    std::array<key_siblings, 4> siblings{letter_cases(), letter_cases(), letter_cases(), letter_cases()};
+    unsigned modifiers = 0; // of the event at hand
+
+    const key_siblings& now() const { return siblings[modifiers]; }
+};
+
+// When nothing is known about the keyboard.
+inline const keyboard_layout& plain_layout() {
+    static const keyboard_layout layout;
+    return layout;
+}
+
 } // namespace gems

@@ -50,14 +50,13 @@ void note_player::key_down(unsigned char key, int offset) {
 
 unsigned char note_player::pressed_as(unsigned char key) const {
     if (down_[key]) return key;
-    const gems::characters others = down_ & (*siblings_)[key];
+    const gems::characters others = down_ & layout_->now()[key];
     for (unsigned other = 0; other < others.size() && others.any(); ++other)
         if (others[other]) return static_cast<unsigned char>(other);
     return key;
 }
 
 void note_player::key_up(unsigned char key) {
-    key = pressed_as(key);
     down_.reset(key);
     const signed char offset = key_map[key];
     if (offset < 0 || keep_) return;
@@ -68,11 +67,13 @@ void note_player::key_up(unsigned char key) {
 }
 
 void note_player::hold(unsigned char key) {
+    down_.set(key);
     keep_ = true;
     trace().text("keep: 0x").hex(key).text(", '").byte(key).text("'");
 }
 
 void note_player::release_held() {
+    down_.reset(' ');
     midi::allnotesoff(out_, sound_.channel);
     for (int note = 0; note < 128; ++note)
         sounding_.reset(sounding_index(sound_.channel, note));

@@ -36,9 +36,11 @@ public:
 
     // A character of the key map with the offset that it stands for. Each press starts its note, whatever
     // already sounds. A release ends the note that the offset means at that moment; while notes are held it
-    // does nothing.
+    // does nothing. To be given is the character with which the key went down.
     void key_down(unsigned char key, int offset);
     void key_up(unsigned char key);
+    // That character, of a key that is reported to come up as this one.
+    unsigned char pressed_as(unsigned char key) const;
     // Holds notes beyond the release of their keys until release_held.
     void hold(unsigned char key);
     // Ends all notes.
@@ -59,7 +61,7 @@ public:
     void silence();
 
     // Which characters may be the release of another one's key. Kept by reference.
-    void use_layout(const gems::key_siblings& siblings) { siblings_ = &siblings; }
+    void use_layout(const gems::keyboard_layout& layout) { layout_ = &layout; }
 
 private:
     struct note_entry {
@@ -75,8 +77,6 @@ private:
     void mouse_note_off(int note);
     void stop_mouse_note();
     void play_under_pointer(std::optional<int> key);
-    // The mapped character whose release this is.
-    unsigned char pressed_as(unsigned char key) const;
 
     midi::midi_out_t& out_;
     sound_t& sound_;
@@ -84,7 +84,7 @@ private:
     std::array<note_entry, 128> notes_;
     std::bitset<16 * 128> sounding_; // by channel, then note
     gems::characters down_;
-    const gems::key_siblings* siblings_ = &gems::letter_cases();
+    const gems::keyboard_layout* layout_ = &gems::plain_layout();
     std::int8_t mouse_note_ = -1;
     bool mouse_held_ = false;
     bool keep_ = false;

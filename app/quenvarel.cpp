@@ -61,7 +61,7 @@ void Quenvarel::init() {
     if (leaving()) return;
     home_view();
     if (const gems::window_system* system = gems::registry->system(*this))
-        player_.use_layout(system->siblings());
+        player_.use_layout(system->layout());
     controls_.greet();
     gems::registry->setkeyrepeat(false);
     gems::registry->setidle(false);
@@ -69,7 +69,7 @@ void Quenvarel::init() {
 
 void Quenvarel::closing() {
     view_.close();
-    player_.use_layout(gems::letter_cases());
+    player_.use_layout(gems::plain_layout());
 }
 
 void Quenvarel::reshape(int width, int height) {
@@ -118,6 +118,7 @@ void Quenvarel::keyboard(unsigned char key, int, int) {
 }
 
 void Quenvarel::keyboardup(unsigned char key, int, int) {
+    key = player_.pressed_as(key);
     switch (key_map[key]) {
     case space:
         player_.release_held();

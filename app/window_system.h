@@ -32,10 +32,14 @@ public:
     virtual void is_released(unsigned /*key*/) {}
 
     // The layout of the keyboard; follows changes while focus_lost is called.
-    const key_siblings& siblings() const { return siblings_; }
+    const keyboard_layout& layout() const { return layout_; }
+    // Has to be told before a key event is delivered. Caps Lock counts as Shift.
+    void set_modifiers(bool shift, bool control) {
+        layout_.modifiers = (shift ? 1u : 0u) | (control ? 2u : 0u);
+    }
 
 protected:
-    key_siblings siblings_ = letter_cases();
+    keyboard_layout layout_;
 };
 
 } // namespace gems

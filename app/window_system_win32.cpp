@@ -74,7 +74,7 @@ private:
     }
 
     void read_layout() {
-        siblings_ = letter_cases();
+        key_siblings siblings = letter_cases();
         SHORT key_of[256];
         for (int c = 0; c < 256; ++c) {
             const SHORT found = VkKeyScanA(static_cast<CHAR>(c));
@@ -82,7 +82,16 @@ private:
         }
         for (unsigned a = 0; a < 256; ++a)
             for (unsigned b = 0; b < 256; ++b)
-                if (a != b && key_of[a] != -1 && key_of[a] == key_of[b]) siblings_[a].set(b);
+                if (a != b && key_of[a] != -1 && key_of[a] == key_of[b]) siblings[a].set(b);
+        layout_.siblings.fill(siblings);
+        // With Control down GLUT reports the release of a key under its control character or, when there is
+        // none, under the key's own number.
+        for (const unsigned control : {2u, 3u})
+            for (unsigned c = '!'; c < 256; ++c) {
+                if (key_of[c] == -1) continue;
+                if (c >= '@' && c < 127) layout_.siblings[control][c & 31].set(c);
+                layout_.siblings[control][static_cast<unsigned>(key_of[c])].set(c);
+            }
     }
 
     static constexpr char property[] = "quenvarel";

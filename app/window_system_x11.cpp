@@ -101,8 +101,10 @@ public:
     }
 
     bool knows_repetitions() const override { return knows_repetitions_; }
-    bool is_repetition(unsigned key) override { return knows_repetitions_ && !held_.press(key); }
-    void is_released(unsigned key) override { held_.release(key, siblings()); }
+    bool is_repetition(unsigned key) override {
+        return knows_repetitions_ && !held_.press(key, layout_.now());
+    }
+    void is_released(unsigned key) override { held_.release(key, layout_.now()); }
 
 private:
     // Grabs count: key releases go to whoever grabs.
@@ -113,11 +115,12 @@ private:
     // Every key with every combination of modifiers that changes its character, through the function with
     // which GLUT finds the character.
     void read_layout() {
-        siblings_ = letter_cases();
+        layout_.siblings = plain_layout().siblings;
         int first = 0, last = 0;
         XDisplayKeycodes(connection_, &first, &last);
         for (int keycode = first; keycode <= last; ++keycode) {
             characters together;
+            std::array<characters, 4> given; // with these modifiers down
             for (unsigned modifiers = 0; modifiers < 64; ++modifiers) {
                 XKeyEvent event = {};
                 event.type = KeyRelease;
@@ -127,14 +130,18 @@ private:
                               (modifiers & 4 ? ControlMask : 0u) | (modifiers & 8 ? Mod5Mask : 0u) |
                               modifiers >> 4 << 13; // one of the four layouts at hand
                 char text[32];
-                if (XLookupString(&event, text, sizeof text, nullptr, nullptr) > 0)
-                    together.set(static_cast<unsigned char>(text[0]));
+                if (XLookupString(&event, text, sizeof text, nullptr, nullptr) <= 0) continue;
+                const unsigned with = (modifiers & 3 ? 1u : 0u) | (modifiers & 4 ? 2u : 0u);
+                given[with].set(static_cast<unsigned char>(text[0]));
+                together.set(static_cast<unsigned char>(text[0]));
             }
-            for (unsigned c = 0; c < together.size(); ++c)
-                if (together[c]) siblings_[c] |= together;
+            for (unsigned with = 0; with < given.size(); ++with)
+                for (unsigned c = 0; c < together.size(); ++c)
+                    if (given[with][c]) layout_.siblings[with][c] |= together;
         }
-        for (unsigned c = 0; c < siblings_.size(); ++c)
-            siblings_[c].reset(c);
+        for (key_siblings& siblings : layout_.siblings)
+            for (unsigned c = 0; c < siblings.size(); ++c)
+                siblings[c].reset(c);
     }
 
     Display* connection_;

@@ -81,8 +81,24 @@ const sequence sequences[] = {
      "key: 0x7a, 'z', note: 45\nkey: 0x32, '2', note: 61\nkey: 0x2c, ',', note: 57\n"},
     {"shift goes between press and release", "keydown 50 keydown 11 keyup 50 keyup 11", "91 4d 7f; 91 4d 00",
      "key: 0x40, '@', note: 77\n"},
-    {"control comes between press and release", "keydown z keydown 37 keyup z keyup 37", "91 2d 7f; 91 2d 00",
-     "key: 0x7a, 'z', note: 45\nspkey: 0x72\n"},
+    {"shift comes and goes while keys are held",
+     "keydown 2 sleep 0.8 keydown 50 sleep 0.2 keyup 50 keyup 11 keydown 50 keydown 38 keyup 50 sleep 0.8 "
+     "keyup 38",
+     "91 3d 7f; 91 3d 00; 91 2c 00", "key: 0x32, '2', note: 61\nkey 0x41, 'A'\n"},
+    {"control comes between press and release",
+     "keydown z keydown m keydown i keydown 59 keydown 34 keydown 2 keydown 37 keyup z keyup m keyup i keyup "
+     "59 keyup 34 keyup 2 keyup 37",
+     "91 2d 7f; 91 37 7f; 91 48 7f; 91 39 7f; 91 4f 7f; 91 3d 7f; 91 2d 00; 91 37 00; 91 48 00; 91 39 00; 91 "
+     "4f 00; 91 3d 00",
+     "key: 0x7a, 'z', note: 45\nkey: 0x6d, 'm', note: 55\nkey: 0x69, 'i', note: 72\nkey: 0x2c, ',', note: "
+     "57\nkey: 0x5b, '[', note: 79\nkey: 0x32, '2', note: 61\nspkey: 0x72\n"},
+    {"control comes while space holds", "keydown space keydown z keyup z keydown 37 keyup space keyup 37",
+     "91 2d 7f; b1 7b 00", "keep: 0x20, ' '\nkey: 0x7a, 'z', note: 45\nspkey: 0x72\nalloff\n"},
+    {"keys with a control character of their own release no others",
+     "keydown m keydown i key Return key Tab keydown z keyup z keyup m keyup i",
+     "91 37 7f; 91 48 7f; 91 2d 7f; 91 2d 00; 91 37 00; 91 48 00",
+     "key: 0x6d, 'm', note: 55\nkey: 0x69, 'i', note: 72\nreturn\nkey 0x9, '\t'\nkey: 0x7a, 'z', note: "
+     "45\n"},
     {"a lone alt or F10 leaves the keys alone",
      "key 64 keydown z keyup z key 108 keydown x keyup x key F10 keydown c keyup c",
      "91 2d 7f; 91 2d 00; 91 2f 7f; 91 2f 00; 91 30 7f; 91 30 00",
