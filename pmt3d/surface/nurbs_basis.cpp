@@ -23,10 +23,13 @@ basis_values basis_t::evaluate(std::size_t count, std::size_t order, float t, co
     float* const b = work_.data();
     for (std::size_t span = low; span <= high; ++span)
         b[span - lowest] = inside(span) ? 1.0f : 0.0f;
-    for (std::size_t k = 2; k <= order; ++k) {
-        const std::size_t begin = low + 1 > k ? low + 1 - k : 0;
-        const std::size_t end = std::min(high + 1, count + order - k);
-        for (std::size_t i = begin; i < end; ++i) {
+    // Those from first up to end are not 0 at their borders. All others are 0, and a 0 gives nothing to the
+    // next order: of a high order most functions are out of reach, or too small for a float.
+    std::size_t first = low, end = std::min(high + 1, count + order - 1);
+    for (std::size_t k = 2; k <= order && first < end; ++k) {
+        if (first > 0) --first;
+        end = std::min(end, count + order - k);
+        for (std::size_t i = first; i < end; ++i) {
             float sum = 0.0f;
             if (const float lower = b[i - lowest]; lower != 0.0f && knots[i + k - 1] != knots[i])
                 sum += (t - knots[i]) / (knots[i + k - 1] - knots[i]) * lower;
@@ -34,13 +37,12 @@ basis_values basis_t::evaluate(std::size_t count, std::size_t order, float t, co
                 sum += (knots[i + k] - t) / (knots[i + k] - knots[i + 1]) * lower;
             b[i - lowest] = sum;
         }
+        while (first < end && b[first - lowest] == 0.0f)
+            ++first;
+        while (first < end && b[end - 1 - lowest] == 0.0f)
+            --end;
     }
-    // Only what counts: a 0 must not meet an infinite control point.
-    std::size_t first = lowest, end = std::min(high + 1, count);
-    while (first < end && b[first - lowest] == 0.0f)
-        ++first;
-    while (first < end && b[end - 1 - lowest] == 0.0f)
-        --end;
+    if (first == end) return {};
     return {first, {b + (first - lowest), end - first}};
 }
 

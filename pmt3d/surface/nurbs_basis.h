@@ -25,7 +25,8 @@ struct basis_values {
 class basis_t {
 public:
     // `knots` holds count + order values; order and count are at least 1. The result is valid until the next
-    // call. The time grows with count + order, and with the square of the order where that is larger.
+    // call. The time grows with count + order, and with the order times the most functions that are not 0 at
+    // any order up to it.
     basis_values evaluate(std::size_t count, std::size_t order, float t, const float* knots);
 
 private:
