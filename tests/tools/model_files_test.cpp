@@ -252,7 +252,9 @@ TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
 
 TEST_F(model_files, failures_say_what_is_wrong) {
     const std::string in = file("in.pmt", triangle),
-                      empty = file("empty.pmt", "begin polygon_surface,0,0\nend\n");
+                      empty = file("empty.pmt", "begin polygon_surface,0,0\nend\n"),
+                      huge = file("huge.pmt", "begin polygon_surface,1,1\nposition 1/0,0,0\nelement 0\n"
+                                              "tangent 1,0,0\nbinormal 0,1,0\nnormal 0,0,1\nend\n");
     struct {
         std::vector<std::string> words;
         int code;
@@ -283,6 +285,7 @@ TEST_F(model_files, failures_say_what_is_wrong) {
          1,
          "--eye is the point"}, // its middle
         {{"render", empty, file("o.png")}, 1, "empty.pmt has nothing to draw."},
+        {{"render", huge, file("o.png")}, 1, "huge.pmt is too large to be seen."},
         {{"render", in, file("o.gif")}, 1, "o.gif"},
     };
     for (const auto& [words, code, err] : cases) {

@@ -168,6 +168,7 @@ int make_picture(const options& o) {
     if (!load_model(model, o.in.c_str(), {}, pmt3d::renderer_frames(renderer))) return failure;
     const std::optional<render::box3> box = bounds(model);
     if (!box) return fail(o.in + " has nothing to draw.");
+    if (!std::isfinite(render::length(box->max - box->min))) return fail(o.in + " is too large to be seen.");
     const std::optional<camera> view = camera_for(o, model, *box);
     if (!view) return fail("--eye is the point that is looked at; --target says where to look.");
     canvas picture(o.width, o.height);
