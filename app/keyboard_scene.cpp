@@ -49,6 +49,7 @@ bool keyboard_scene::load(std::string directory, const std::function<bool()>& st
         if (LoadShape(key, name)) continue;
         key.surface.clear();
         key.bounds.reset();
+        libutils::error_report();
         std::cout << name << ": LoadShape() error." << std::endl;
     }
     return true;
