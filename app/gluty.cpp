@@ -93,13 +93,13 @@ void gluty_registry::deliver_release(unsigned key, Event event) {
 }
 
 void gluty_registry::mainloop() {
-    if (leaving_) return;
-    if (!callbacks_installed_) install_callbacks();
+    if (!leaving_ && !callbacks_installed_) install_callbacks();
     if (!leaving_) {
         glutSetOption(GLUT_ACTION_ON_WINDOW_CLOSE, GLUT_ACTION_GLUTMAINLOOP_RETURNS);
         glutTimerFunc(tick_interval, tick, 0);
         glutMainLoop();
     }
+    leaving_ = false; // the next one is to be entered
 }
 
 void gluty_registry::install_callbacks() {
