@@ -103,8 +103,10 @@ bool camera_controller::drag(int x, int y, float depth, const pixel_space& space
     }
     // The picture follows the pointer, so the eye goes the other way.
     const float degrees_per_pixel = degrees_across_window / (2 * space.half_width);
-    const camera_t turned = orbit(camera_, pivot_, static_cast<float>(last_x_ - x) * degrees_per_pixel,
-                                  static_cast<float>(last_y_ - y) * degrees_per_pixel);
+    const auto degrees = [&](int from, int to) {
+        return (static_cast<float>(from) - static_cast<float>(to)) * degrees_per_pixel;
+    };
+    const camera_t turned = orbit(camera_, pivot_, degrees(last_x_, x), degrees(last_y_, y));
     last_x_ = x;
     last_y_ = y;
     const bool changed = turned != camera_;

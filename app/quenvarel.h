@@ -8,6 +8,7 @@
 #include "app/sound.h"
 #include "app/synthesizer_controls.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -62,7 +63,7 @@ private:
 
     void home_view();
     void camera_changed();
-    int bottom_up(int y) const { return height_ - 1 - y; }
+    int bottom_up(int y) const { return static_cast<int>(std::int64_t{height_} - 1 - y); }
 
     std::string model_base_path_;
     sound_t sound_;
