@@ -2,6 +2,7 @@
 
 #include "app/closed_surface.h"
 #include "app/key_picking.h"
+#include "libgr/texture/texture_table.h"
 #include "libutils/error_report.h"
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/text_reader.h"
@@ -33,6 +34,19 @@ constexpr int margin = 1;
 
 mtx3w translation(const pos3& by, float sign) {
     return mtx3w::translation(sign * by.x, sign * by.y, sign * by.z);
+}
+
+// Through anything else its inside shows.
+bool is_opaque(const pmt3d::polygon_t& surface, const libgr::texture_t& texture) {
+    if (const libgr::texture_record* color = texture.record(render::texture_unit::color)) {
+        const auto format = color->image().descriptor.format;
+        if (format != libgr::pixel_format::rgb && format != libgr::pixel_format::bgr &&
+            format != libgr::pixel_format::luminance)
+            return false;
+    }
+    const auto vertices = surface.vertices();
+    return std::all_of(vertices.begin(), vertices.end(),
+                       [](const pmt3d::vertex_t& vertex) { return vertex.color.a >= 1; });
 }
 
 } // namespace
@@ -77,7 +91,7 @@ bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
     key.surface.getbound(bounds.min, bounds.max);
     key.bounds.reset();
     if (bounds.min.x <= bounds.max.x) key.bounds = bounds;
-    key.closed = is_closed(key.surface);
+    key.hides_its_back = is_opaque(key.surface, key.texture) && is_closed(key.surface);
     return blocks > 0;
 }
 
@@ -161,10 +175,10 @@ pixel_rect keyboard_scene::draw(render::glpolygon_t& renderer, const viewport& v
         const pixel_rect seen = intersection(part.value_or(view.whole()), covered(key, view));
         if (seen.empty()) continue;
         drawn = enclosing(drawn, seen);
-        if (key.closed) glEnable(GL_CULL_FACE);
+        if (key.hides_its_back) glEnable(GL_CULL_FACE);
         renderer.drawsolid(&environment_, environment_is_skybox_, key.texture, key.surface, mtx3w::identity(),
                            key.model, key.normal, view.projection, light, shininess);
-        if (key.closed) glDisable(GL_CULL_FACE);
+        if (key.hides_its_back) glDisable(GL_CULL_FACE);
     }
     return drawn;
 }

@@ -80,7 +80,7 @@ private:
         pmt3d::polygon_t surface;
         // Of the surface, kept when it is loaded.
         std::optional<render::box3> bounds; // nothing without a triangle
-        bool closed = false;
+        bool hides_its_back = false;
     };
     static std::size_t index(int key) { return static_cast<unsigned>(key) & 127; }
     static bool LoadShape(slot& key, const std::string& name);
