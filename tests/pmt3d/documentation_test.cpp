@@ -39,6 +39,16 @@ TEST(documentation, examples_load_without_a_word) {
     for (const char* name : {"oak planks.png", "oak bumps.png", "oak shine.png", "sky_posx.png",
                              "sky_negx.png", "sky_posy.png", "sky_negy.png", "sky_posz.png", "sky_negz.png"})
         make_picture(directory, name);
+    for (const char* name : {"chrome", "evening", "ring"}) {
+        const test_support::capture err(std::cerr);
+        const std::string file = std::string(QUENVAREL_TEST_DATA "/../../docs/examples/") + name + ".pmt";
+        pmt3d::model_t model;
+        EXPECT_TRUE(pmt3d::load(model, file, {std::cerr})) << file;
+        EXPECT_EQ(err.text(), "");
+        ASSERT_EQ(model.items.size(), 1u) << file;
+        EXPECT_TRUE(model.items.front().texture.has(
+            name == std::string("ring") ? render::texture_unit::color : render::texture_unit::bump));
+    }
     std::vector<pmt3d::model_t> models;
     for (const std::string& text : examples()) {
         const test_support::capture err(std::cerr);
