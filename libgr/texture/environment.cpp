@@ -116,6 +116,10 @@ bool environment_t::initex(const std::string& name) {
                 if (!load_picture(*image, face) || !turn_upside_down(*image)) {
                     return fail(face + ": autoloadformat failed.");
                 }
+                const std::uint32_t side = cube->texture.images.front().width;
+                if (image->width != side || image->height != side) {
+                    return fail(face + ": the six pictures of a cube map are squares of one size.");
+                }
                 ++image;
             }
             if (!make_equal(cube->texture.images)) return false;

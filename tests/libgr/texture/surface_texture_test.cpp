@@ -374,7 +374,7 @@ TEST_F(Environment, FacesOfAnyKindMakeOneCube) {
     EXPECT_EQ(take_err(), "");
 }
 
-TEST_F(Environment, AMissingFaceStopsTheLoading) {
+TEST_F(Environment, AMissingOrUnequalFaceStopsTheLoading) {
     save_faces("sky.png");
     std::filesystem::remove(files_.path() / "sky_posy.png");
     std::filesystem::remove(files_.path() / "sky_negz.png");
@@ -386,6 +386,11 @@ TEST_F(Environment, AMissingFaceStopsTheLoading) {
         << reported;
     EXPECT_EQ(reported.find("negz"), std::string::npos);
     EXPECT_FALSE(around.has_cube());
+    save_faces("sky.png");
+    save("sky_negx.png", rgb8, 8, 8);
+    EXPECT_FALSE(around.initex(model_));
+    EXPECT_EQ(take_err(),
+              files_.file("sky_negx.png") + ": the six pictures of a cube map are squares of one size.\n");
     save_faces("sky.png");
     EXPECT_TRUE(around.initex(model_)) << "a set that was not whole is tried again";
 }
