@@ -160,6 +160,12 @@ void gluty_registry::tick(int) {
             glutSetWindow(window);
             deliver([](glutyAPI4& handler) { handler.focuslost(); });
         }
+        while (const auto key = system->unseen_release()) {
+            glutSetWindow(window);
+            system->set_modifiers(false, false);
+            system->is_released(*key);
+            deliver([&](glutyAPI4& handler) { handler.keyboardup(*key, 0, 0); });
+        }
         if (system->window_gone()) registry->leavemainloop();
     }
     if (registry->leaving_) glutLeaveMainLoop();

@@ -27,6 +27,7 @@ public:
         held_ &= ~others(key, siblings);
     }
 
+    bool holds(unsigned key) const { return key < held_.size() && held_[key]; }
     void forget() { held_.reset(); }
 
 private:

@@ -6,6 +6,7 @@
 #include "app/key_siblings.h"
 
 #include <memory>
+#include <optional>
 
 namespace gems {
 
@@ -30,6 +31,10 @@ public:
     // GLUT's code of a key without one.
     virtual bool is_repetition(unsigned /*key*/) { return false; }
     virtual void is_released(unsigned /*key*/) {}
+
+    // A character that is held though its key is up: GLUT tells nothing of a release when the key has no
+    // character with the modifiers of that moment. Found out in focus_lost; is_released has to follow.
+    virtual std::optional<unsigned char> unseen_release() { return std::nullopt; }
 
     // The layout of the keyboard; follows changes while focus_lost is called.
     const keyboard_layout& layout() const { return layout_; }

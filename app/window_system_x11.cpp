@@ -64,7 +64,9 @@ public:
           knows_repetitions_(knows_repetitions) {
         watched_window = window;
         other_errors = XSetErrorHandler(on_error);
-        XSelectInput(connection_, window, FocusChangeMask | StructureNotifyMask);
+        XSelectInput(connection_, window,
+                     FocusChangeMask | StructureNotifyMask | KeyPressMask | KeyReleaseMask);
+        XkbSetDetectableAutoRepeat(connection_, True, nullptr);
         XFlush(connection_);
         read_layout();
     }
@@ -85,7 +87,16 @@ public:
             XNextEvent(connection_, &event);
             switch (event.type) {
             case FocusOut:
-                lost_ = lost_ || takes_keys_away(event.xfocus);
+                if (!takes_keys_away(event.xfocus)) break;
+                lost_ = true;
+                typed_ = {};
+                break;
+            case KeyPress:
+                if (const auto character = character_of(event.xkey))
+                    typed_[event.xkey.keycode & 255].set(*character);
+                break;
+            case KeyRelease:
+                typed_[event.xkey.keycode & 255].reset();
                 break;
             case DestroyNotify:
                 watched_window_gone = true;
@@ -97,7 +108,14 @@ public:
             }
         }
         if (told_now) held_.forget();
+        find_unseen_releases();
         return told_now;
+    }
+
+    std::optional<unsigned char> unseen_release() override {
+        for (unsigned c = 0; unseen_.any() && c < unseen_.size(); ++c)
+            if (unseen_[c] && held_.holds(c)) return static_cast<unsigned char>(c);
+        return std::nullopt;
     }
 
     bool knows_repetitions() const override { return knows_repetitions_; }
@@ -110,6 +128,25 @@ private:
     // Grabs count: key releases go to whoever grabs.
     static bool takes_keys_away(const XFocusChangeEvent& event) {
         return event.detail != NotifyInferior && event.detail != NotifyPointer;
+    }
+
+    // As GLUT finds it.
+    static std::optional<unsigned char> character_of(XKeyEvent& event) {
+        char text[32];
+        if (XLookupString(&event, text, sizeof text, nullptr, nullptr) <= 0) return std::nullopt;
+        return static_cast<unsigned char>(text[0]);
+    }
+
+    // What is missing among the keys that are down counts when it is missed for the second time: the two
+    // connections may differ by what is under way.
+    void find_unseen_releases() {
+        characters down, missing;
+        for (const characters& of_key : typed_)
+            down |= of_key;
+        for (unsigned c = 0; c < down.size(); ++c)
+            missing[c] = held_.holds(c) && !down[c];
+        unseen_ = missing & missing_;
+        missing_ = missing;
     }
 
     // Every key with every combination of modifiers that changes its character, through the function with
@@ -129,11 +166,11 @@ private:
                 event.state = (modifiers & 1 ? ShiftMask : 0u) | (modifiers & 2 ? LockMask : 0u) |
                               (modifiers & 4 ? ControlMask : 0u) | (modifiers & 8 ? Mod5Mask : 0u) |
                               modifiers >> 4 << 13; // one of the four layouts at hand
-                char text[32];
-                if (XLookupString(&event, text, sizeof text, nullptr, nullptr) <= 0) continue;
+                const auto character = character_of(event);
+                if (!character) continue;
                 const unsigned with = (modifiers & 3 ? 1u : 0u) | (modifiers & 4 ? 2u : 0u);
-                given[with].set(static_cast<unsigned char>(text[0]));
-                together.set(static_cast<unsigned char>(text[0]));
+                given[with].set(*character);
+                together.set(*character);
             }
             for (unsigned with = 0; with < given.size(); ++with)
                 for (unsigned c = 0; c < together.size(); ++c)
@@ -148,6 +185,8 @@ private:
     bool knows_repetitions_;
     held_keys held_;
     bool lost_ = false;
+    std::array<characters, 256> typed_; // by each key that is down, by its code
+    characters missing_, unseen_;
 };
 
 } // namespace
