@@ -129,6 +129,7 @@ void gluty_registry::install_callbacks() {
     glutPassiveMotionFunc(
         [](int x, int y) { deliver([=](glutyAPI4& handler) { handler.passivemotion(x, y); }); });
     glutKeyboardUpFunc([](unsigned char key, int x, int y) {
+        if (window_system* system = registry->current_system()) key = system->went_down_as(key);
         deliver_release(key, [=](glutyAPI4& handler) { handler.keyboardup(key, x, y); });
     });
     glutSpecialUpFunc([](int key, int x, int y) {

@@ -32,6 +32,10 @@ public:
     virtual bool is_repetition(unsigned /*key*/) { return false; }
     virtual void is_released(unsigned /*key*/) {}
 
+    // Asked while GLUT tells a release: the character with which the key went down, where the system knows it
+    // better than GLUT, which goes by the modifiers of this moment.
+    virtual unsigned char went_down_as(unsigned char told) { return told; }
+
     // A character that is held though its key is up: GLUT tells nothing of a release when the key has no
     // character with the modifiers of that moment. Found out in focus_lost; is_released has to follow.
     virtual std::optional<unsigned char> unseen_release() { return std::nullopt; }

@@ -4,6 +4,11 @@
 
 #include <GL/gl.h>
 
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <utility>
+
 namespace gems {
 
 namespace {
@@ -38,6 +43,12 @@ public:
         return lost;
     }
 
+    unsigned char went_down_as(unsigned char told) override {
+        // The two cases of a letter are one key to whoever listens.
+        if (!released_ || letter_cases()[told][*released_]) return told;
+        return *released_;
+    }
+
 private:
     static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM parameter1, LPARAM parameter2) {
         const auto self = static_cast<win32_window*>(GetPropA(window, property));
@@ -46,6 +57,12 @@ private:
         switch (message) {
         case WM_KILLFOCUS:
             self->lost_ = true;
+            self->typed_ = {};
+            break;
+        case WM_CHAR:
+        case WM_SYSCHAR:
+            if (!is_repetition_of_key(parameter2))
+                self->typed_[key_of(parameter2)] = static_cast<unsigned char>(parameter1);
             break;
         case WM_INPUTLANGCHANGE:
             self->read_layout();
@@ -55,10 +72,15 @@ private:
             if ((parameter1 & 0xFFF0) == SC_KEYMENU) return 0;
             break;
         case WM_KEYUP:
-        case WM_SYSKEYUP:
+        case WM_SYSKEYUP: {
+            const auto character = std::exchange(self->typed_[key_of(parameter2)], std::nullopt);
             if (parameter1 <= 0xFF && has_number_of_a_character(parameter1))
                 return DefWindowProcA(window, message, parameter1, parameter2);
-            break;
+            self->released_ = character;
+            const LRESULT result = CallWindowProcA(inner, window, message, parameter1, parameter2);
+            if (GetPropA(window, property) == self) self->released_.reset(); // not gone meanwhile
+            return result;
+        }
         case WM_NCDESTROY:
             self->window_ = nullptr;
             RemovePropA(window, property);
@@ -66,6 +88,12 @@ private:
         }
         return CallWindowProcA(inner, window, message, parameter1, parameter2);
     }
+
+    // The scan code, with the bit that tells the keys of the right side from those of the left.
+    static std::size_t key_of(LPARAM of_message) {
+        return static_cast<std::size_t>(of_message >> 16) & 0x1FF;
+    }
+    static bool is_repetition_of_key(LPARAM of_message) { return of_message >> 30 & 1; }
 
     // GLUT reports the release of a key without a character under the key's own number, which for these is
     // the code of a character that plays a note: ',' '/' '[' '\\' ']'.
@@ -75,22 +103,23 @@ private:
 
     void read_layout() {
         key_siblings siblings = letter_cases();
-        SHORT key_of[256];
+        SHORT number_of[256];
         for (int c = 0; c < 256; ++c) {
             const SHORT found = VkKeyScanA(static_cast<CHAR>(c));
-            key_of[c] = found == -1 ? -1 : found & 0xFF;
+            number_of[c] = found == -1 ? -1 : found & 0xFF;
         }
         for (unsigned a = 0; a < 256; ++a)
             for (unsigned b = 0; b < 256; ++b)
-                if (a != b && key_of[a] != -1 && key_of[a] == key_of[b]) siblings[a].set(b);
+                if (a != b && number_of[a] != -1 && number_of[a] == number_of[b]) siblings[a].set(b);
         layout_.siblings.fill(siblings);
-        // With Control down GLUT reports the release of a key under its control character or, when there is
-        // none, under the key's own number.
-        for (const unsigned control : {2u, 3u})
+        // GLUT reports the release of a key that has no character with the modifiers of that moment under the
+        // key's own number, and with Control down under its control character if it has one.
+        for (unsigned modifiers = 0; modifiers < layout_.siblings.size(); ++modifiers)
             for (unsigned c = '!'; c < 256; ++c) {
-                if (key_of[c] == -1) continue;
-                if (c >= '@' && c < 127) layout_.siblings[control][c & 31].set(c);
-                layout_.siblings[control][static_cast<unsigned>(key_of[c])].set(c);
+                if (number_of[c] == -1) continue;
+                auto& of = layout_.siblings[modifiers];
+                of[static_cast<unsigned>(number_of[c])].set(c);
+                if (modifiers & 2 && c >= '@' && c < 127) of[c & 31].set(c);
             }
     }
 
@@ -98,6 +127,8 @@ private:
     HWND window_;
     WNDPROC inner_ = nullptr;
     bool lost_ = false;
+    std::array<std::optional<unsigned char>, 512> typed_; // by each key that is down
+    std::optional<unsigned char> released_;               // while a release is on its way through GLUT
 };
 
 } // namespace
