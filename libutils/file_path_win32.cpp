@@ -1,13 +1,10 @@
 #include "libutils/file_path.h"
 
-#ifdef _WIN32
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
-#endif
 
 namespace libutils {
 
-#ifdef _WIN32
 std::filesystem::path file_path(const std::string& name) {
     std::wstring wide(name.size(), L'\0'); // no character is longer than its bytes
     const int length =
@@ -15,10 +12,5 @@ std::filesystem::path file_path(const std::string& name) {
     wide.resize(std::size_t(length));
     return wide;
 }
-#else
-std::filesystem::path file_path(const std::string& name) {
-    return name;
-}
-#endif
 
 } // namespace libutils
