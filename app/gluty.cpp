@@ -13,9 +13,9 @@ gluty_registry the_registry;
 // How often the loop wakes on its own, to see requests that arrive outside of it. In milliseconds.
 constexpr unsigned tick_interval = 20;
 
-// The number of a key without a character, beyond those of the characters.
+// The number of a key without a character, beyond those of the characters. GLUT's codes are not negative.
 unsigned special_key(int code) {
-    return code < 0 ? ~0u : 256u + static_cast<unsigned>(code);
+    return first_special + static_cast<unsigned>(code);
 }
 
 bool initialised() {
@@ -86,10 +86,20 @@ void gluty_registry::deliver_press(unsigned key, Event event) {
     if (!repetition || registry->key_repeat_) deliver(event);
 }
 
-template <class Event>
-void gluty_registry::deliver_release(unsigned key, Event event) {
-    if (window_system* system = registry->system_of_key_event()) system->is_released(key);
-    deliver(event);
+void gluty_registry::release_told(unsigned key, int x, int y) {
+    window_system* system = registry->system_of_key_event();
+    if (system) key = system->went_down_as(key);
+    deliver_release(system, key, x, y);
+}
+
+void gluty_registry::deliver_release(window_system* system, unsigned key, int x, int y) {
+    if (system) system->is_released(key);
+    deliver([=](glutyAPI4& handler) {
+        if (key < first_special)
+            handler.keyboardup(static_cast<unsigned char>(key), x, y);
+        else
+            handler.specialup(static_cast<int>(key - first_special), x, y);
+    });
 }
 
 void gluty_registry::mainloop() {
@@ -128,13 +138,8 @@ void gluty_registry::install_callbacks() {
     glutMotionFunc([](int x, int y) { deliver([=](glutyAPI4& handler) { handler.motion(x, y); }); });
     glutPassiveMotionFunc(
         [](int x, int y) { deliver([=](glutyAPI4& handler) { handler.passivemotion(x, y); }); });
-    glutKeyboardUpFunc([](unsigned char key, int x, int y) {
-        if (window_system* system = registry->current_system()) key = system->went_down_as(key);
-        deliver_release(key, [=](glutyAPI4& handler) { handler.keyboardup(key, x, y); });
-    });
-    glutSpecialUpFunc([](int key, int x, int y) {
-        deliver_release(special_key(key), [=](glutyAPI4& handler) { handler.specialup(key, x, y); });
-    });
+    glutKeyboardUpFunc([](unsigned char key, int x, int y) { release_told(key, x, y); });
+    glutSpecialUpFunc([](int key, int x, int y) { release_told(special_key(key), x, y); });
     glutMouseWheelFunc([](int wheel, int direction, int x, int y) {
         deliver([=](glutyAPI4& handler) { handler.mousewheel(wheel, direction, x, y); });
     });
@@ -164,8 +169,7 @@ void gluty_registry::tick(int) {
         while (const auto key = system->unseen_release()) {
             glutSetWindow(window);
             system->set_modifiers(false, false);
-            system->is_released(*key);
-            deliver([&](glutyAPI4& handler) { handler.keyboardup(*key, 0, 0); });
+            deliver_release(system.get(), *key, 0, 0);
         }
         if (system->window_gone()) registry->leavemainloop();
     }

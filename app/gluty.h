@@ -89,8 +89,8 @@ private:
     static void deliver(Event event);
     template <class Event>
     static void deliver_press(unsigned key, Event event);
-    template <class Event>
-    static void deliver_release(unsigned key, Event event);
+    static void release_told(unsigned key, int x, int y);
+    static void deliver_release(window_system* system, unsigned key, int x, int y);
     window_system* current_system();
     window_system* system_of_key_event();
     bool knows_repetitions();

@@ -8,7 +8,7 @@
 
 namespace gems {
 
-// Keys are characters, or 256 plus the code of a key without one; other numbers are never held.
+// Keys are numbered as first_special tells; numbers beyond GLUT's codes are never held.
 class held_keys {
 public:
     // False when the key was held already, be it as another character: a key repeats with the modifiers that
@@ -31,7 +31,7 @@ public:
     void forget() { held_.reset(); }
 
 private:
-    using keys = std::bitset<512>;
+    using keys = std::bitset<2 * first_special>;
 
     static keys others(unsigned key, const key_siblings& siblings) {
         keys same;

@@ -7,6 +7,9 @@
 
 namespace gems {
 
+// Keys are numbered: a character, or this plus GLUT's code of a key without one.
+constexpr unsigned first_special = 256;
+
 using characters = std::bitset<256>;
 
 // For every character the others that share a key with it.

@@ -72,8 +72,8 @@ void note_player::hold(unsigned char key) {
     trace().text("keep: 0x").hex(key).text(", '").byte(key).text("'");
 }
 
-void note_player::release_held() {
-    down_.reset(' ');
+void note_player::release_held(unsigned char key) {
+    down_.reset(key);
     midi::allnotesoff(out_, sound_.channel);
     for (int note = 0; note < 128; ++note)
         sounding_.reset(sounding_index(sound_.channel, note));

@@ -41,10 +41,10 @@ public:
     void key_up(unsigned char key);
     // That character, of a key that is reported to come up as this one.
     unsigned char pressed_as(unsigned char key) const;
-    // Holds notes beyond the release of their keys until release_held.
+    // A key that is down holds notes beyond the release of theirs.
     void hold(unsigned char key);
-    // Ends all notes.
-    void release_held();
+    // It comes up: ends all notes.
+    void release_held(unsigned char key);
     // The keys that are down will not be seen to come up: as if they did now.
     void keys_lost();
     // One step, around from 127 to 0.

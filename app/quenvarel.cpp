@@ -121,7 +121,7 @@ void Quenvarel::keyboardup(unsigned char key, int, int) {
     key = player_.pressed_as(key);
     switch (key_map[key]) {
     case space:
-        player_.release_held();
+        player_.release_held(key);
         break;
     case tab:
         if (mode_ == mode_t::camera) mode_ = mode_t::normal;
@@ -141,10 +141,6 @@ void Quenvarel::special(int key, int, int) {
     case key_alt_right:
         if (mode_ == mode_t::normal) mode_ = mode_t::camera;
         break;
-    case key_super_left:
-    case key_super_right:
-        super_down_ = true;
-        [[fallthrough]];
     default:
         controls_.special(key, mode_ == mode_t::shift);
     }
@@ -152,17 +148,13 @@ void Quenvarel::special(int key, int, int) {
 
 void Quenvarel::specialup(int key, int, int) {
     const bool is_shift = key == key_shift_left || key == key_shift_right;
-    const bool is_super = key == key_super_left || key == key_super_right;
-    // While Shift is down X names the Alt key Meta, which GLUT reports as a Super key.
-    const bool is_alt = key == key_alt_left || key == key_alt_right || (is_super && !super_down_);
-    if (is_alt || is_super) super_down_ = false;
+    const bool is_alt = key == key_alt_left || key == key_alt_right;
     if ((is_shift && mode_ == mode_t::shift) || (is_alt && mode_ == mode_t::camera)) mode_ = mode_t::normal;
 }
 
 void Quenvarel::focuslost() {
     player_.keys_lost();
     mode_ = mode_t::normal;
-    super_down_ = false;
 }
 
 // ---- Mouse

@@ -70,7 +70,6 @@ private:
     note_player player_;
     synthesizer_controls controls_;
     mode_t mode_ = mode_t::normal;
-    bool super_down_ = false;
 
     keyboard_view view_;
     camera_controller camera_;

@@ -26,8 +26,6 @@ enum special_key : int {
     key_shift_right = 113,
     key_alt_left = 116,
     key_alt_right = 117,
-    key_super_left = 118,
-    key_super_right = 119,
 };
 
 // Speaks to an MT-32-class module in Roland DT1 messages. Sends on the given port; results are ignored, and

@@ -27,14 +27,13 @@ public:
 
     // Whether repetitions of a key that is held can be told from presses; is_repetition then does it.
     virtual bool knows_repetitions() const { return false; }
-    // Has to see every press (and is_released every release) of a key, in order: a character, or 256 plus
-    // GLUT's code of a key without one.
+    // Has to see every press (and is_released every release) of a key, in order, by its number.
     virtual bool is_repetition(unsigned /*key*/) { return false; }
     virtual void is_released(unsigned /*key*/) {}
 
-    // Asked while GLUT tells a release: the character with which the key went down, where the system knows it
-    // better than GLUT, which goes by the modifiers of this moment.
-    virtual unsigned char went_down_as(unsigned char told) { return told; }
+    // Asked while GLUT tells a release: as which key it went down, where the system knows it better than
+    // GLUT, which goes by the modifiers of this moment.
+    virtual unsigned went_down_as(unsigned told) { return told; }
 
     // A character that is held though its key is up: GLUT tells nothing of a release when the key has no
     // character with the modifiers of that moment. Found out in focus_lost; is_released has to follow.

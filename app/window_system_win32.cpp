@@ -43,9 +43,9 @@ public:
         return lost;
     }
 
-    unsigned char went_down_as(unsigned char told) override {
+    unsigned went_down_as(unsigned told) override {
         // The two cases of a letter are one key to whoever listens.
-        if (!released_ || letter_cases()[told][*released_]) return told;
+        if (!released_ || told >= first_special || letter_cases()[told][*released_]) return told;
         return *released_;
     }
 

@@ -118,6 +118,15 @@ public:
         return std::nullopt;
     }
 
+    // While Shift is down X names the Alt keys Meta, which GLUT takes for the Super keys.
+    unsigned went_down_as(unsigned told) override {
+        constexpr unsigned alt_left = first_special + 116, super_right = first_special + 119;
+        constexpr unsigned from_alt_to_super = 2; // a bit of the code
+        if (told < alt_left || told > super_right || held_.holds(told)) return told;
+        const unsigned other = told ^ from_alt_to_super;
+        return held_.holds(other) ? other : told;
+    }
+
     bool knows_repetitions() const override { return knows_repetitions_; }
     bool is_repetition(unsigned key) override {
         return knows_repetitions_ && !held_.press(key, layout_.now());

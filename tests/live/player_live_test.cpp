@@ -145,6 +145,17 @@ TEST(live_player, every_key_of_both_manuals) {
     EXPECT_EQ(player.played(), played);
 }
 
+// X names the Alt key Meta then.
+TEST(live_player, alt_comes_up_while_shift_is_down) {
+    if (under_test().windows) GTEST_SKIP() << "Windows has one name for it";
+    player_under_test player;
+    ASSERT_TRUE(player.open_window());
+    player.drive("keydown 64 keydown 50 keyup 64 keyup 50 sleep 0.2 mousemove 300 118 mousedown 1 mouseup 1 "
+                 "keydown 64 mousedown 1 mousemove 400 120 mouseup 1 keyup 64");
+    EXPECT_EQ(player.traced(), "note: 48\n") << "played without Alt, and turned with it the second time";
+    EXPECT_EQ(player.end(), 0);
+}
+
 // A German keyboard's period and v have no character of one byte then, and GLUT tells nothing or another one.
 TEST(live_player, keys_come_up_while_altgr_is_down) {
     player_under_test player({}, "de");
