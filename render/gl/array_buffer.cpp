@@ -1,13 +1,12 @@
 #include "render/gl/array_buffer.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <iostream>
 #include <limits>
 
 namespace render {
@@ -37,6 +36,7 @@ bool array_buffer_t::allocate(std::uint64_t count, layout_ref layout, const void
     count_ = count;
     capacity_ = std::max(bytes_of(stride_, count), capacity_);
 
+    step_check("array_buffer_t::allocate(1)");
     buffer_->bind();
     glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(capacity_), nullptr, GL_DYNAMIC_DRAW);
     if (data) {
@@ -44,6 +44,7 @@ bool array_buffer_t::allocate(std::uint64_t count, layout_ref layout, const void
         glBufferSubData(GL_ARRAY_BUFFER, 0, GLsizeiptr(bytes), data);
     }
     buffer_->unbind();
+    step_check("array_buffer_t::allocate(end)");
     return true;
 }
 
@@ -63,6 +64,7 @@ bool array_buffer_t::grow(std::uint64_t vertices) {
     }
     if (capacity_ >= needed || !has_context()) return false;
 
+    step_check("array_buffer_t::grow(1)");
     buffer_t old;
     old.create(GL_COPY_READ_BUFFER);
     old.bind();
@@ -73,6 +75,7 @@ bool array_buffer_t::grow(std::uint64_t vertices) {
     glCopyBufferSubData(GL_COPY_READ_BUFFER, GL_ARRAY_BUFFER, 0, 0, GLsizeiptr(capacity_));
     buffer_->unbind();
     old.unbind();
+    step_check("array_buffer_t::grow(end)");
     capacity_ = needed;
     return old.allocated();
 }
@@ -86,18 +89,20 @@ void array_buffer_t::release() {
 }
 
 void array_buffer_t::upload_all(const void* data) {
-    if (!allocated() || !has_context()) return;
-    buffer_->bind();
-    glBufferSubData(GL_ARRAY_BUFFER, 0, GLsizeiptr(capacity_), data);
-    buffer_->unbind();
+    upload_bytes(0, capacity_, data);
 }
 
 void array_buffer_t::upload_range(std::uint64_t first, std::uint64_t count, const void* data) {
+    upload_bytes(bytes_of(stride_, first), bytes_of(stride_, count), data);
+}
+
+void array_buffer_t::upload_bytes(std::uint64_t offset, std::uint64_t bytes, const void* data) {
     if (!allocated() || !has_context()) return;
+    step_check("array_buffer_t::upload(1)");
     buffer_->bind();
-    glBufferSubData(GL_ARRAY_BUFFER, GLintptr(bytes_of(stride_, first)), GLsizeiptr(bytes_of(stride_, count)),
-                    data);
+    glBufferSubData(GL_ARRAY_BUFFER, GLintptr(offset), GLsizeiptr(bytes), data);
     buffer_->unbind();
+    step_check("array_buffer_t::upload(end)");
 }
 
 float* array_buffer_t::map() {
@@ -107,8 +112,7 @@ float* array_buffer_t::map() {
             return static_cast<float*>(ptr);
         failure = "array pointer is NULL.";
     }
-    libutils::error_report();
-    std::cerr << failure << std::endl;
+    libutils::report(failure);
     return nullptr;
 }
 

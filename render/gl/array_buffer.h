@@ -56,6 +56,7 @@ public:
 
 private:
     bool allocated() const { return buffer_ && buffer_->allocated(); }
+    void upload_bytes(std::uint64_t offset, std::uint64_t bytes, const void* data);
 
     shared_buffer buffer_;
     std::uint64_t capacity_ = 0;

@@ -1,11 +1,9 @@
 #include "render/gl/buffer.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
-
-#include <iostream>
 
 namespace render {
 
@@ -41,18 +39,16 @@ void* buffer_t::MapBufferRange(std::size_t offset, std::size_t length, gl_uint a
         ptr = glMapBufferRange(target_, GLintptr(offset), GLsizeiptr(length), access);
         unbind();
     }
-    if (!ptr) {
-        libutils::error_report();
-        std::cerr << "buffer_t::MapBufferRange(): ptr is NULL." << std::endl;
-    }
+    if (!ptr) libutils::report("buffer_t::MapBufferRange(): ptr is NULL.");
     return ptr;
 }
 
 void buffer_t::unmap() {
     if (!has_context()) return;
     bind();
-    glUnmapBuffer(target_);
+    const bool kept = glUnmapBuffer(target_) == GL_TRUE;
     unbind();
+    if (!kept) libutils::report("buffer_t::unmap(): the contents are lost.");
 }
 
 } // namespace render

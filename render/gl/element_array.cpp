@@ -1,13 +1,13 @@
 #include "render/gl/element_array.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
 
 #include <algorithm>
-#include <iostream>
 #include <limits>
+#include <ostream>
 
 namespace render {
 
@@ -24,10 +24,8 @@ bool element_array_t::allocate(std::uint64_t count) {
     buffer_->bind();
     step_check("element_array_t::allocate(2)");
     glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(capacity_), nullptr, GL_DYNAMIC_DRAW);
-    if (step_check("element_array_t::allocate(3)")) {
-        libutils::error_report();
-        std::cerr << "elements: " << count_ << "\nbuffer_size: " << capacity_ << std::endl;
-    }
+    if (step_check("element_array_t::allocate(3)"))
+        libutils::report("elements: ", count_, "\nbuffer_size: ", capacity_);
     buffer_->unbind();
     step_check("element_array_t::allocate(end)");
     return true;
@@ -39,10 +37,12 @@ void element_array_t::release() {
 
 void element_array_t::upload(std::span<const std::uint32_t> indices, std::uint64_t first) {
     if (!allocated() || !has_context()) return;
+    step_check("element_array_t::upload(1)");
     buffer_->bind();
     glBufferSubData(GL_ELEMENT_ARRAY_BUFFER, GLintptr(first * 4), GLsizeiptr(indices.size_bytes()),
                     indices.data());
     buffer_->unbind();
+    step_check("element_array_t::upload(end)");
 }
 
 void element_array_t::draw(const vertex_array_t& vertex_array, primitive mode) const {
@@ -68,8 +68,7 @@ std::uint32_t* element_array_t::map() {
         }
         failure = "element pointer is NULL.";
     }
-    libutils::error_report();
-    std::cerr << failure << std::endl;
+    libutils::report(failure);
     return nullptr;
 }
 

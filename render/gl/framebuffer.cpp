@@ -1,5 +1,6 @@
 #include "render/gl/framebuffer.h"
 
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
@@ -11,6 +12,7 @@ namespace render {
 bool framebuffer_t::allocate(int width, int height, int samples) {
     destroy();
     if (width <= 0 || height <= 0 || !has_context()) return false;
+    step_check("framebuffer_t::allocate(1)"); // what somebody else has left is no failure of ours
     width_ = width;
     height_ = height;
     GLint most = 0;
@@ -36,9 +38,10 @@ bool framebuffer_t::make(target& made, int samples) const {
     glBindFramebuffer(GL_FRAMEBUFFER, made.framebuffer);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, made.color);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, made.depth);
-    const bool complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
-    // A size beyond what the GL has leaves an error that nobody else should have to explain.
-    return glGetError() == GL_NO_ERROR && complete;
+    const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
+    if (step_check("framebuffer_t::allocate(2)")) return false; // such as a size beyond what the GL has
+    return status == GL_FRAMEBUFFER_COMPLETE ||
+           libutils::report("framebuffer_t::allocate(): framebuffer status ", status, ".");
 }
 
 void framebuffer_t::free(target& made) {
@@ -102,6 +105,7 @@ void framebuffer_t::present(gl_uint framebuffer) const {
     glBlitFramebuffer(0, 0, width_, height_, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     if (scissored) glEnable(GL_SCISSOR_TEST);
     unbind();
+    step_check("framebuffer_t::present(end)");
 }
 
 float framebuffer_t::depth_at(int x, int y) const {

@@ -24,8 +24,8 @@ public:
     framebuffer_t& operator=(const framebuffer_t&) = delete;
 
     // Makes everything anew for a size in pixels, contents undefined; samples: as many as wanted, of which
-    // the context gives the most that it has. False, and empty, when the GL cannot make it: draw into the
-    // window then.
+    // the context gives the most that it has. False, and empty, after a line on standard error when the GL
+    // cannot make it: draw into the window then. An error that is pending is reported and no reason to fail.
     bool allocate(int width, int height, int samples);
     void destroy() noexcept;
 

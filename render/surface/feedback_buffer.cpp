@@ -12,9 +12,11 @@ bool feedbackbuffer::allocate(std::uint64_t floats) {
     bytes_ = floats * sizeof(float);
     if (name_ == 0) glGenBuffers(1, &name_);
     if (name_ == 0) return false;
+    step_check("feedbackbuffer::allocate(1)");
     bind();
     glBufferData(GL_TRANSFORM_FEEDBACK_BUFFER, GLsizeiptr(bytes_), nullptr, GL_DYNAMIC_DRAW);
     unbind();
+    step_check("feedbackbuffer::allocate(end)");
     return true;
 }
 
@@ -27,10 +29,12 @@ void feedbackbuffer::destroy() noexcept {
 
 float* feedbackbuffer::map() {
     if (name_ == 0 || !has_context()) return nullptr;
+    step_check("feedbackbuffer::map(1)");
     bind();
     void* ptr = glMapBufferRange(GL_TRANSFORM_FEEDBACK_BUFFER, 0, GLsizeiptr(bytes_),
                                  GL_MAP_READ_BIT | GL_MAP_WRITE_BIT);
     unbind();
+    step_check("feedbackbuffer::map(end)");
     return static_cast<float*>(ptr);
 }
 

@@ -172,6 +172,7 @@ void glpolygon_t::update_frames(drawable& surface) {
     glCopyBufferSubData(GL_TRANSFORM_FEEDBACK_BUFFER, GL_ARRAY_BUFFER, 0, 0, GLsizeiptr(frames.capacity()));
     frames.unbind();
     buffer.unbind();
+    step_check("glpolygon_t::update_frames(end)");
 }
 
 struct glpolygon_t::pass {

@@ -5,6 +5,7 @@
 #include "support/gl_context.h"
 #include "support/gl_faults.h"
 
+#include <functional>
 #include <numeric>
 #include <sstream>
 
@@ -291,6 +292,30 @@ TEST_F(Arrays, ElementStepsAreLabelled) {
     }
     element_array_t none;
     none.draw(vertex_array, primitive::triangles);
+}
+
+// What the GL refuses is reported by the call that asked for it, and what was pending before it.
+TEST_F(Arrays, ErrorsAreReportedWhereTheyArise) {
+    const auto lengthy = std::uint64_t(1) << 60;
+    array_buffer_t array, grown;
+    element_array_t elements;
+    ASSERT_TRUE(array.allocate(1, make_layout({attribute::position})));
+    ASSERT_TRUE(grown.allocate(1, make_layout({attribute::position})));
+    ASSERT_TRUE(elements.allocate(1));
+    const float vertices[6] = {};
+    const std::uint32_t indices[2] = {};
+    const struct {
+        const char* name;
+        std::function<void()> fails;
+    } cases[] = {{"array_buffer_t::upload", [&] { array.upload_range(0, 2, vertices); }},
+                 {"array_buffer_t::grow", [&] { grown.grow(lengthy); }},
+                 {"array_buffer_t::allocate", [&] { array.allocate(lengthy, array.layout()); }},
+                 {"element_array_t::upload", [&] { elements.upload(indices); }}};
+    for (const auto& one : cases) {
+        glEnable(0xFFFF);
+        one.fails();
+        EXPECT_EQ(step_labels(), one.name + std::string("(1)\n") + one.name + "(end)\n");
+    }
 }
 
 TEST_F(Arrays, SizesThatCannotBeAreReportedByTheGL) {

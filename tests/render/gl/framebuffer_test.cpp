@@ -82,11 +82,20 @@ TEST_F(Framebuffer, SmoothsEdges) {
     EXPECT_EQ(window_pixel(9, 8)[0], 0);
 }
 
+TEST_F(Framebuffer, IsMadeAfterSomebodyElsesError) {
+    glEnable(0xFFFF);
+    framebuffer_t kept;
+    EXPECT_TRUE(kept.allocate(16, 16, 4));
+    EXPECT_EQ(step_labels(), "framebuffer_t::allocate(1)\n");
+}
+
 TEST_F(Framebuffer, SizesThatCannotBe) {
     framebuffer_t kept;
     EXPECT_FALSE(kept.allocate(0, 16, 4));
     EXPECT_FALSE(kept.allocate(16, -1, 4));
+    EXPECT_EQ(take_err(), "");
     EXPECT_FALSE(kept.allocate(1 << 30, 16, 4));
+    EXPECT_EQ(step_labels(), "framebuffer_t::allocate(2)\n");
     EXPECT_FALSE(kept.allocated());
     kept.resolve({0, 0, 1, 1});
     kept.present();
