@@ -6,8 +6,7 @@ namespace test_support {
 
 void gl_test::SetUp() {
     ASSERT_TRUE(make_context_current()) << take_err();
-    while (glGetError() != GL_NO_ERROR) {
-    }
+    clear_errors();
     take_err();
 }
 
@@ -21,6 +20,17 @@ std::string gl_test::step_labels() {
     for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1)
         all += text.substr(at, text.find(": Error", at) - at) + "\n";
     return all;
+}
+
+int gl_test::state(unsigned name) {
+    GLint value = -1;
+    glGetIntegerv(name, &value);
+    return value;
+}
+
+void gl_test::clear_errors() {
+    while (glGetError() != GL_NO_ERROR) {
+    }
 }
 
 } // namespace test_support

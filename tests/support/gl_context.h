@@ -19,6 +19,10 @@ protected:
     std::string take_err() { return err_.take(); }
     // Only the labels of the step checks that reported since, one in a line.
     std::string step_labels();
+    // An integer of the GL's state (glGetIntegerv).
+    static int state(unsigned name);
+    // Forgets errors that are pending.
+    static void clear_errors();
 
 private:
     capture err_{std::cerr};

@@ -3,11 +3,13 @@
 
 #include <GL/glew.h>
 
+#include <tuple>
+
 namespace test_support {
 
 // While it lives, every call through the loader's pointer at Pointer (for example &__glewBindBuffer) is
-// counted and does its work; with errors(true) it also leaves GL_INVALID_ENUM behind. One at a time for each
-// pointer.
+// counted and does its work; unless constructed with false it also leaves GL_INVALID_ENUM behind. One at a
+// time for each pointer.
 template <auto* Pointer>
 class watched {
     using function = decltype(+*Pointer);
@@ -17,7 +19,7 @@ public:
         calls_ = 0;
         with_errors_ = with_errors;
         original_ = *Pointer;
-        *Pointer = replacement(original_);
+        if (original_) *Pointer = replacement(original_);
     }
     ~watched() { *Pointer = original_; }
     watched(const watched&) = delete;
@@ -43,5 +45,14 @@ private:
     static inline int calls_ = 0;
     static inline bool with_errors_ = true;
 };
+
+// While it lives, every call that makes, binds, fills or begins something leaves an error behind, so that
+// every step check reports.
+using everything_fails = std::tuple<
+    watched<&__glewActiveTexture>, watched<&__glewAttachShader>, watched<&__glewBeginTransformFeedback>,
+    watched<&__glewBindBuffer>, watched<&__glewBindBufferBase>, watched<&__glewBindTransformFeedback>,
+    watched<&__glewBindVertexArray>, watched<&__glewBufferData>, watched<&__glewCompileShader>,
+    watched<&__glewEndTransformFeedback>, watched<&__glewGenBuffers>, watched<&__glewGetUniformLocation>,
+    watched<&__glewTransformFeedbackVaryings>, watched<&__glewUniformMatrix4fv>, watched<&__glewUseProgram>>;
 
 } // namespace test_support
