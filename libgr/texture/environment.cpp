@@ -2,24 +2,17 @@
 
 #include "libgr/image/convert.h"
 #include "libgr/texture/texture_table.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/math/operations.h"
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 
 namespace libgr {
 
 namespace {
 
 using render::dir3;
-
-bool fail(const std::string& line) {
-    libutils::error_report();
-    std::cerr << line << std::endl;
-    return false;
-}
 
 // The direction in which a point of a face is seen from the middle of the cube; s and t from -1 to 1 along
 // the face's rows and columns, as the GL lays its faces out.
@@ -109,16 +102,18 @@ bool environment_t::initex(const std::string& name) {
     if (!cube) {
         cube = std::make_shared<cube_record>();
         if (cubetex.empty()) {
-            if (!make_default_faces(cube->texture)) return fail("environment_t::initex(): allocate fail.");
+            if (!make_default_faces(cube->texture))
+                return libutils::report("environment_t::initex(): allocate fail.");
         } else {
             auto image = cube->texture.images.begin();
             for (const std::string& face : face_names(path)) {
                 if (!load_picture(*image, face) || !turn_upside_down(*image)) {
-                    return fail(face + ": autoloadformat failed.");
+                    return libutils::report(face, ": autoloadformat failed.");
                 }
                 const std::uint32_t side = cube->texture.images.front().width;
                 if (image->width != side || image->height != side) {
-                    return fail(face + ": the six pictures of a cube map are squares of one size.");
+                    return libutils::report(face,
+                                            ": the six pictures of a cube map are squares of one size.");
                 }
                 ++image;
             }

@@ -1,25 +1,21 @@
 #include "libgr/texture/surface_texture.h"
 
+#include "libgr/image/convert.h"
 #include "libgr/image/processing.h"
 #include "libgr/texture/texture_table.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <cstring>
-#include <iostream>
 
 namespace libgr {
 
+using libutils::report;
 using render::texture_unit;
 
 namespace {
 
 using record_ref = std::shared_ptr<texture_record>;
-
-void report(const std::string& line) {
-    libutils::error_report();
-    std::cerr << line << std::endl;
-}
 
 bool has_picture(const texture_record& record) {
     return record.image().width != 0 && record.image().holds_pixels();
@@ -33,7 +29,7 @@ record_ref find_picture(texture_table& table, const std::string& path, const cha
         image2d& image = record->image();
         if (!load_picture(image, path)) {
             image = {};
-            report(path + failure);
+            report(path, failure);
         }
         image.leave_file(); // a second program may want to wear it too
     }
@@ -73,9 +69,15 @@ record_ref derive_bump(texture_table& table, record_ref record, std::string name
         if (added && !rgb2grey(mono->image(), record->image())) mono->image() = record->image();
         record = mono;
     }
-    if (record->image().descriptor.format == pixel_format::luminance) {
+    const std::uint32_t format = record->image().descriptor.format;
+    if (format == pixel_format::luminance || format == pixel_format::luminance_alpha) {
         const auto [normals, added] = table.find_or_add(name + ".norm");
-        if (added && !normalmap(normals->image(), record->image())) report("heightmap2normalmap failed.");
+        if (!added) return normals;
+        // The greys are the heights; their alpha does not count.
+        image2d heights = record->image();
+        if (format == pixel_format::luminance_alpha)
+            convert_format(heights, heights, pixel_format::luminance);
+        if (!normalmap(normals->image(), heights)) report("heightmap2normalmap failed.");
         return normals;
     }
     if (record->image().descriptor.type == sample_type::unsigned_integer) {
@@ -150,6 +152,7 @@ void texture_t::open(const std::string& name) {
         wear(texture_unit::specular,
              find_picture(table, picture_path(name, specular), ": autoloadformat failed."));
     }
+    render::step_check("texture_t::open(7)");
 }
 
 bool texture_t::has(texture_unit unit) {

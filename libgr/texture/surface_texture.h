@@ -15,7 +15,7 @@ struct texture_record;
 // What a model file says about the pictures of one surface.
 struct texture_options {
     std::string texture;  // colour picture; empty: plain white
-    std::string bumpmap;  // height map (grey) or normal map (RGB); empty: flat
+    std::string bumpmap;  // height map (grey, alpha ignored) or normal map (RGB); empty: flat
     std::string specular; // colour of the highlight; empty: the default highlight
     float aniso = 1.0f;   // most samples of anisotropic filtering; 1: none
     float refractfactor = 0.0f;

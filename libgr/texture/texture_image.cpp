@@ -2,7 +2,7 @@
 
 #include "libgr/image/convert.h"
 #include "libgr/image/transfer_table.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
@@ -10,12 +10,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <iostream>
 
 namespace libgr {
 
 namespace {
 
+using libutils::report;
 using render::step_check;
 
 struct extent {
@@ -50,11 +50,6 @@ struct steps {
 
 void announce(const char* step) {
     if (step) step_check(step);
-}
-
-void report(const char* message) {
-    libutils::error_report();
-    std::cerr << message << std::endl;
 }
 
 // ---- The GL's calls by dimension
@@ -380,19 +375,32 @@ private:
     template <typename Image>
     void build(const Image& image, const transfer& how, GLenum parameter_target) const {
         const extent size = extent_of(image);
-        const GLenum internal = stored_format(image.descriptor, how.internal_format);
-        switch (to_.dimensions) {
-        case 1:
-            gluBuild1DMipmaps(to_.target, GLint(internal), size.width, how.format, how.type,
-                              first_pixel(image));
-            break;
-        case 2:
-            gluBuild2DMipmaps(to_.target, GLint(internal), size.width, size.height, how.format, how.type,
-                              first_pixel(image));
-            break;
-        default: // the utility library has no builder for three dimensions
-            put(image, 0, how, true);
-            if (glGenerateMipmap) glGenerateMipmap(parameter_target);
+        const GLint internal = GLint(stored_format(image.descriptor, how.internal_format));
+        // The utility library has no builder for three dimensions, and knows no half floats.
+        GLint failed = GLU_INVALID_ENUM;
+        if (to_.dimensions == 1)
+            failed =
+                gluBuild1DMipmaps(to_.target, internal, size.width, how.format, how.type, first_pixel(image));
+        else if (to_.dimensions == 2)
+            failed = gluBuild2DMipmaps(to_.target, internal, size.width, size.height, how.format, how.type,
+                                       first_pixel(image));
+        if (failed) build_without_utilities(image, how, parameter_target, failed);
+    }
+
+    // The texture is complete afterwards, if need be without smaller levels.
+    template <typename Image>
+    void build_without_utilities(const Image& image, const transfer& how, GLenum parameter_target,
+                                 GLint reason) const {
+        put(image, 0, how, true);
+        announce(labels_.after_image);
+        GLint width = 0;
+        glGetTexLevelParameteriv(to_.target, 0, GL_TEXTURE_WIDTH, &width);
+        if (width == 0) {
+            report("error, mipmaps cannot be built: ", gluErrorString(GLenum(reason)), ".");
+        } else if (!glGenerateMipmap) {
+            glTexParameteri(parameter_target, GL_TEXTURE_MAX_LEVEL, 0);
+        } else if (to_.target == parameter_target || to_.target == GL_TEXTURE_CUBE_MAP_NEGATIVE_Z) {
+            glGenerateMipmap(parameter_target); // of a cube map with its last face
         }
     }
 
@@ -417,7 +425,7 @@ template <typename Image>
 render::gl_enum first_internal_format(const std::vector<Image>& images, bool compress) {
     transfer how;
     if (images.empty() || !find_transfer(images.front().descriptor, how, compress)) return render::no_object;
-    return how.internal_format;
+    return stored_format(images.front().descriptor, how.internal_format);
 }
 
 constexpr const char* compressed_2d =
@@ -456,11 +464,9 @@ image2d fitted(const image2d& image, const grTexture2D& choices) {
     };
     smaller.width = scaled(image.width);
     smaller.height = scaled(image.height);
-    libutils::error_report();
-    std::cerr << "real_max: " << real_max << "\nm_width: " << smaller.width
-              << "\nm_height: " << smaller.height << "\ninternalformat: " << how.internal_format
-              << "\nm_border: " << unsigned(choices.border) << "\nformat: " << how.format
-              << "\ntype: " << how.type << std::endl;
+    report("real_max: ", real_max, "\nm_width: ", smaller.width, "\nm_height: ", smaller.height,
+           "\ninternalformat: ", how.internal_format, "\nm_border: ", unsigned(choices.border),
+           "\nformat: ", how.format, "\ntype: ", how.type);
     if (!smaller.allocate()) return image;
     apply_pixel_store(image);
     const GLint failed =

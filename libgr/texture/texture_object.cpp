@@ -1,12 +1,10 @@
 #include "libgr/texture/texture_object.h"
 
 #include "libgr/image/image.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
-
-#include <iostream>
 
 namespace libgr {
 
@@ -106,12 +104,6 @@ void grTextureObject::unbind_image(render::gl_uint unit) {
 
 namespace {
 
-bool fail(const char* message) {
-    libutils::error_report();
-    std::cerr << message << std::endl;
-    return false;
-}
-
 // get(parameter) is a parameter of the level; read(type, bytes, pixels) fetches its pixels as RGBA.
 template <typename Get, typename Read>
 bool read_back(image2d& image, const Get& get, const Read& read) {
@@ -122,7 +114,7 @@ bool read_back(image2d& image, const Get& get, const Read& read) {
     step_check("get texture level parameter (height)");
     // The GL would write all slices.
     if (get(GL_TEXTURE_DEPTH) > 1)
-        return fail("grTextureObject::GetTextureImage() has room for one picture only.");
+        return libutils::report("grTextureObject::GetTextureImage() has room for one picture only.");
     image.descriptor.format = pixel_format::rgba;
 
     GLenum type = GLenum(get(GL_TEXTURE_RED_TYPE));
@@ -173,9 +165,9 @@ bool read_back(image2d& image, const Get& get, const Read& read) {
         image.descriptor.bits = bits_class::bits_64;
         break;
     default:
-        return fail("red size is not recognized.");
+        return libutils::report("red size is not recognized.");
     }
-    if (!image.allocate()) return fail("grTextureObject::GetTextureImage() img allocate fail.");
+    if (!image.allocate()) return libutils::report("grTextureObject::GetTextureImage() img allocate fail.");
     if (type == GL_FLOAT && size == 16) type = GL_HALF_FLOAT;
     read(type, image.pixels.size(), image.pixels.data());
     step_check("grTextureObject::GetTextureImage()");
@@ -200,7 +192,7 @@ bool grTextureObject::GetTextureImage(render::gl_enum target, render::gl_int lev
 
 bool grTextureObject::GetTextureImage(render::gl_int level, image2d& image) const {
     if (!has_context()) return false;
-    if (!glGetTextureImage) return fail("grTextureObject::GetTextureImage() needs OpenGL 4.5.");
+    if (!glGetTextureImage) return libutils::report("grTextureObject::GetTextureImage() needs OpenGL 4.5.");
     return read_back(
         image,
         [&](GLenum what) {

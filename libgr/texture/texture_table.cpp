@@ -2,13 +2,11 @@
 
 #include "libgr/image/autoformat.h"
 #include "libgr/image/convert.h"
-#include "libutils/error_report.h"
 #include "libutils/file_path.h"
+#include "libutils/report.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
-
-#include <iostream>
 
 namespace libgr {
 
@@ -91,8 +89,7 @@ std::size_t base_of(std::string_view path) {
 std::string picture_path(const std::string& model_file, const std::string& name) {
     if (is_absolute(name)) return name;
     if (model_file.empty()) {
-        libutils::error_report();
-        std::cerr << name << ": base filename." << std::endl;
+        libutils::report(name, ": base filename.");
     }
     return model_file.substr(0, base_of(model_file)) + name;
 }

@@ -180,6 +180,12 @@ TEST_F(SurfaceTexture, BumpPicturesBecomeNormals) {
     const texture_t keep = open("heights.png", false, true); // keeps the table
     EXPECT_EQ(bytes(image_of(keep)), bytes(from_heights));
     EXPECT_EQ(texture_t(keep).bump_offset(), (std::array{-0.5f / 8, -0.5f / 4}));
+    image2d translucent =
+        patterned(8, 4, {pixel_format::luminance_alpha, sample_type::unsigned_integer, bits_class::bits_8});
+    for (std::uint32_t i = 0; i < 8 * 4; ++i)
+        translucent.pixels[2 * i] = heights.pixels[i];
+    save("translucent.png", translucent);
+    EXPECT_EQ(bytes(image_of(open("translucent.png", false, true))), bytes(from_heights));
     const std::size_t before = texture_table::shared()->size();
 
     texture_t signed_color = open("color.png", false, false);
@@ -253,7 +259,12 @@ TEST_F(SurfaceTexture, StepsAreLabelled) {
     plain.open(model_); // what is made on first use announces its own steps
     glEnable(0xFFFF);
     plain.open(model_);
-    EXPECT_TRUE(take_err().starts_with("texture_t::open(5): Error 1280: "));
+    EXPECT_EQ(step_labels(), "texture_t::open(5)\n");
+    save("shine.png", rgba8);
+    plain.specular = "shine.png";
+    plain.aniso = -1; // refused
+    plain.open(model_);
+    EXPECT_EQ(step_labels(), "texture_t::open(7)\n");
 }
 
 TEST_F(SurfaceTexture, PicturesWaitForAContext) {

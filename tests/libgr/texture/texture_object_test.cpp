@@ -203,20 +203,30 @@ TEST_F(TextureObject, NormalisedTexturesDoNotComeBack) {
 
 TEST_F(TextureObject, BindsAsImageUnit) {
     if (!GLEW_VERSION_4_2) GTEST_SKIP() << "needs OpenGL 4.2";
-    grTexture2D picture;
-    picture.images = {patterned(2, 2, rgba8)};
-    grTextureObject object;
-    object.attach(picture);
     const auto unit = [](GLenum what) {
         GLint value = -1;
         glGetIntegeri_v(what, 1, &value);
         return value;
     };
-    object.bind_image(1, 0, image_access::write_only);
-    EXPECT_EQ(unit(GL_IMAGE_BINDING_NAME), GLint(object.id()));
-    EXPECT_EQ(unit(GL_IMAGE_BINDING_ACCESS), GL_WRITE_ONLY);
-    EXPECT_EQ(unit(GL_IMAGE_BINDING_FORMAT), GL_RGBA8);
-    EXPECT_EQ(unit(GL_IMAGE_BINDING_LAYERED), GL_FALSE);
+    grTextureObject object;
+    using namespace bits_class;
+    const struct {
+        pixel_descriptor descriptor;
+        GLint format;
+    } cases[] = {{{pixel_format::rgba, sample_type::signed_integer, bits_8}, GL_RGBA8_SNORM},
+                 {{pixel_format::rgba, sample_type::signed_integer, bits_16}, GL_RGBA16_SNORM},
+                 {rgba8, GL_RGBA8}};
+    for (const auto& c : cases) {
+        grTexture2D picture;
+        picture.images = {patterned(2, 2, c.descriptor)};
+        object.attach(picture);
+        object.bind_image(1, 0, image_access::write_only);
+        EXPECT_EQ(unit(GL_IMAGE_BINDING_NAME), GLint(object.id()));
+        EXPECT_EQ(unit(GL_IMAGE_BINDING_ACCESS), GL_WRITE_ONLY);
+        EXPECT_EQ(unit(GL_IMAGE_BINDING_LAYERED), GL_FALSE);
+        EXPECT_EQ(unit(GL_IMAGE_BINDING_FORMAT), c.format);
+        EXPECT_EQ(level_parameter(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT), c.format);
+    }
     grTextureObject::unbind_image(1);
     EXPECT_EQ(unit(GL_IMAGE_BINDING_NAME), 0);
     EXPECT_EQ(unit(GL_IMAGE_BINDING_ACCESS), GL_READ_ONLY);

@@ -222,9 +222,12 @@ TEST_F(Upload, MipmapsThroughEachRoute) {
         pixel_descriptor descriptor;
         bool extension;
         GLint width, next;
-    } cases[] = {{"by itself", rgba8, true, 6, 3},
-                 {"by the library", rgba8, false, 8, 4},
-                 {"grey", grey8, true, 8, 4}};
+    } cases[] = {
+        {"by itself", rgba8, true, 6, 3},
+        {"by the library", rgba8, false, 8, 4},
+        {"grey", grey8, true, 8, 4},
+        // Which the utility library does not know.
+        {"half floats", {pixel_format::rgb, sample_type::floating, bits_class::bits_16}, true, 6, 3}};
     for (const auto& one : cases) {
         SCOPED_TRACE(one.name);
         const GLboolean extension = __GLEW_SGIS_generate_mipmap;
@@ -242,6 +245,22 @@ TEST_F(Upload, MipmapsThroughEachRoute) {
         GLint generate = -1;
         glGetTexParameteriv(GL_TEXTURE_2D, GL_GENERATE_MIPMAP, &generate);
         EXPECT_EQ(generate, GL_FALSE);
+    }
+    // A cube map is built with its last face, and without anybody to build it has one level.
+    for (const bool by_gl : {true, false}) {
+        const auto builder = __glewGenerateMipmap;
+        if (!by_gl) __glewGenerateMipmap = nullptr;
+        grTextureCubeMap cube;
+        cube.generate_mipmaps = true;
+        cube.images.assign(6,
+                           patterned(4, 4, {pixel_format::rgba, sample_type::floating, bits_class::bits_16}));
+        renew(GL_TEXTURE_CUBE_MAP);
+        cube.upload();
+        __glewGenerateMipmap = builder;
+        EXPECT_EQ(level_parameter(GL_TEXTURE_CUBE_MAP_NEGATIVE_Z, 2, GL_TEXTURE_WIDTH), by_gl ? 1 : 0);
+        GLint last = -1;
+        glGetTexParameteriv(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MAX_LEVEL, &last);
+        EXPECT_EQ(last == 0, !by_gl);
     }
 
     // A level is the mean of four texels of the one above; a further picture replaces its level.
@@ -475,6 +494,16 @@ TEST_F(Upload, PicturesThatCannotBeTakenAreSkipped) {
         << "the next level goes in all the same";
     EXPECT_EQ(picture.internal_format(), 1281u);
     take_err();
+
+    // Intensity is none of the formats that pixels can have.
+    picture.images = {
+        patterned(4, 4, {pixel_format::intensity, sample_type::unsigned_integer, bits_class::bits_8})};
+    picture.generate_mipmaps = true;
+    picture.upload();
+    picture.generate_mipmaps = false;
+    const std::string intensity = take_err();
+    EXPECT_TRUE(intensity.starts_with("after-teximage2d(not-mipmap): Error 1280: ")) << intensity;
+    EXPECT_TRUE(intensity.ends_with("\nerror, mipmaps cannot be built: invalid enumerant.\n")) << intensity;
 
     // Fewer bytes than the size says.
     image2d cut = patterned(4, 4, rgba8);
