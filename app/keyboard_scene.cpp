@@ -105,6 +105,7 @@ void keyboard_scene::clear() {
 }
 
 void keyboard_scene::place(slot& key, const mtx3w& view, const mtx3w& normal) const {
+    key.model_at_rest = view;
     if (!key.pressed) {
         key.model = view;
         key.normal = normal;
@@ -183,14 +184,16 @@ pixel_rect keyboard_scene::draw(render::glpolygon_t& renderer, const viewport& v
     return drawn;
 }
 
-bool keyboard_scene::pick(int x, int y, const viewport& view, const std::function<void(int)>& action) const {
+bool keyboard_scene::pick(int x, int y, const viewport& view, const std::function<void(int)>& action,
+                          std::optional<int> at_rest) const {
     const side_planes planes = planes_around_pixel(x, y, view.width, view.height, view.projection);
     std::optional<int> nearest;
     float nearest_depth = 0;
     for (int k = 0; k < key_count; ++k) {
         const slot& key = slots_[index(k)];
         if (!key.bounds) continue;
-        const std::optional<float> depth = nearest_between(planes, key.surface, *key.bounds, key.model);
+        const mtx3w& model = at_rest == k ? key.model_at_rest : key.model;
+        const std::optional<float> depth = nearest_between(planes, key.surface, *key.bounds, model);
         if (!depth || (nearest && *depth >= nearest_depth)) continue;
         nearest = k;
         nearest_depth = *depth;

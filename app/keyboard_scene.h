@@ -67,14 +67,17 @@ public:
     pixel_rect covered(int key, const viewport& view) const;
 
     // Calls the action with the number of the nearest key at a pixel, counted from the lower left; of two
-    // that are equally near the lower number wins. False, without a call, when there is none.
-    bool pick(int x, int y, const viewport& view, const std::function<void(int)>& action) const;
+    // that are equally near the lower number wins. False, without a call, when there is none. The key
+    // `at_rest` is picked as if it were not pressed.
+    bool pick(int x, int y, const viewport& view, const std::function<void(int)>& action,
+              std::optional<int> at_rest = {}) const;
 
 private:
     struct slot {
         bool pressed = false;
         render::pos3 pivot = {}; // the key turns about the axis through this point of its model
         render::mtx3w model = render::mtx3w::identity();
+        render::mtx3w model_at_rest = render::mtx3w::identity();
         render::mtx3w normal = render::mtx3w::identity();
         libgr::texture_t texture;
         pmt3d::polygon_t surface;

@@ -100,9 +100,10 @@ void keyboard_view::show(render::gl_uint framebuffer) {
     if (renderer_) frame_.present(framebuffer);
 }
 
-std::optional<int> keyboard_view::key_at(int x, int y) const {
+std::optional<int> keyboard_view::key_at(int x, int y, std::optional<int> at_rest) const {
     std::optional<int> found;
-    scene_.pick(x, y, port_, [&](int key) { found = key; });
+    scene_.pick(
+        x, y, port_, [&](int key) { found = key; }, at_rest);
     return found;
 }
 

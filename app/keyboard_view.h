@@ -42,8 +42,8 @@ public:
     // the context.
     void show(render::gl_uint framebuffer = 0);
 
-    // The nearest key at a pixel, counted from the lower left.
-    std::optional<int> key_at(int x, int y) const;
+    // The nearest key at a pixel, counted from the lower left. The key `at_rest` counts as not pressed.
+    std::optional<int> key_at(int x, int y, std::optional<int> at_rest = {}) const;
     // What the up-to-date picture shows at a pixel, counted from the lower left: its depth, 0 (near) to 1
     // (nothing). With the context.
     float depth_at(int x, int y);

@@ -56,6 +56,10 @@ public:
     void mouse_moved(std::optional<int> key);
     void mouse_up(std::optional<int> key);
     bool mouse_held() const { return mouse_held_; }
+    // The key that the mouse sounds.
+    std::optional<int> mouse_note() const {
+        return mouse_note_ < 0 ? std::nullopt : std::optional<int>(mouse_note_);
+    }
 
     // Ends what still sounds, note by note.
     void silence();

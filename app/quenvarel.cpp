@@ -195,7 +195,8 @@ void Quenvarel::mousewheel(int wheel, int direction, int x, int y) {
 }
 
 std::optional<int> Quenvarel::key_under(int x, int y) {
-    return view_.key_at(x, bottom_up(y));
+    // Pressed, the key that the mouse sounds sinks away under the pointer, and its neighbour would play.
+    return view_.key_at(x, bottom_up(y), player_.mouse_note());
 }
 
 // ---- View
