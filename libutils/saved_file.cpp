@@ -1,17 +1,31 @@
 #include "libutils/saved_file.h"
 
 #include "libutils/file_path.h"
+#include "libutils/unfinished_file.h"
+
+#include <algorithm>
 
 namespace libutils {
 
 namespace fs = std::filesystem;
 
-static std::FILE* open_file(const fs::path& name, const char* mode) {
-#ifdef _WIN32
-    return _wfopen(name.c_str(), std::wstring(mode, mode + std::string_view(mode).size()).c_str());
-#else
-    return std::fopen(name.c_str(), mode);
-#endif
+// The name of an unfinished file, but for its number.
+static fs::path unnumbered(fs::path target) {
+    return target += ".saving";
+}
+
+// Removes what killed saves of this file have left behind.
+static void remove_leftovers(const fs::path& target) {
+    const fs::path::string_type begin = unnumbered(target).filename().native();
+    std::error_code error;
+    fs::directory_iterator at(target.has_parent_path() ? target.parent_path() : ".", error);
+    for (; !error && at != fs::directory_iterator(); at.increment(error)) {
+        const fs::path::string_type name = at->path().filename().native();
+        if (name.size() > begin.size() && name.starts_with(begin) &&
+            std::all_of(name.begin() + std::ptrdiff_t(begin.size()), name.end(),
+                        [](auto c) { return c >= '0' && c <= '9'; }))
+            unfinished_file::remove_abandoned(at->path());
+    }
 }
 
 saved_file::saved_file(const std::string& name) : target_(file_path(name)) {
@@ -22,21 +36,17 @@ saved_file::saved_file(const std::string& name) : target_(file_path(name)) {
     }
     const fs::file_status old = fs::status(target_, error);
     if (fs::exists(old) && !fs::is_regular_file(old)) {
-        if (!fs::is_directory(old)) file_ = open_file(target_, "wb");
+        if (!fs::is_directory(old)) file_ = unfinished_file::open_in_place(target_);
         return;
     }
-    if (fs::exists(old)) {
-        // Renaming asks for no right on the file itself, so ask for it here.
-        std::FILE* writable = open_file(target_, "r+b");
-        if (!writable) return;
-        std::fclose(writable);
+    // Renaming asks for no right on the file itself, so ask for it here.
+    if (fs::exists(old) && !unfinished_file::may_write(target_)) return;
+    remove_leftovers(target_);
+    // Another process that saves this file at the same time has the numbers before.
+    for (int number = 0; !file_ && number < 1000; ++number) {
+        beside_ = unnumbered(target_) += std::to_string(number);
+        file_ = unfinished_file::create(beside_, hold_);
     }
-    for (int number = 0; number < 1000; ++number) {
-        beside_ = target_;
-        beside_ += ".saving" + std::to_string(number);
-        if (!fs::exists(fs::symlink_status(beside_, error))) break;
-    }
-    file_ = open_file(beside_, "wb");
     if (file_ && fs::exists(old)) fs::permissions(beside_, old.permissions(), error);
 }
 
@@ -52,12 +62,8 @@ bool saved_file::commit() {
     good_ = std::fclose(file_) == 0 && good_;
     file_ = nullptr;
     if (beside_.empty()) return good_;
-    std::error_code error;
-    if (good_) {
-        fs::rename(beside_, target_, error); // replaces on Windows as well
-        good_ = !error;
-    }
-    if (!good_) fs::remove(beside_, error);
+    good_ = good_ && unfinished_file::replace(beside_, target_);
+    finish();
     return good_;
 }
 
@@ -65,8 +71,14 @@ void saved_file::discard() {
     if (!file_) return;
     std::fclose(file_);
     file_ = nullptr;
+    good_ = false;
+    if (!beside_.empty()) finish();
+}
+
+void saved_file::finish() {
     std::error_code error;
-    if (!beside_.empty()) fs::remove(beside_, error);
+    if (!good_) fs::remove(beside_, error);
+    unfinished_file::let_go(hold_);
 }
 
 } // namespace libutils

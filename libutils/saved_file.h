@@ -1,6 +1,7 @@
 #pragma once
 // Saving a file so that a failure leaves the old one whole.
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -8,10 +9,12 @@
 
 namespace libutils {
 
-// A file being saved. The bytes go to a new file beside the one named; commit() puts it in the old one's
-// place with the old one's permissions, and until then, or when anything fails, the old file is untouched and
-// nothing is left beside it. Symbolic links are followed. What is there but is no ordinary file (a pipe, a
-// device) is written directly. An old file that may not be written is not replaced. Nothing is reported:
+// A file being saved. The bytes go to a new file beside the one named, ".saving" and a number behind its
+// name; commit() puts it in the old one's place with the old one's permissions, and until then, or when
+// anything fails, the old file is untouched and nothing is left beside it. When several processes save the
+// same file at once, each save is whole and the last one stays. What a killed save leaves behind is removed
+// by the next save of that file. Symbolic links are followed. What is there but is no ordinary file (a pipe,
+// a device) is written directly. An old file that may not be written is not replaced. Nothing is reported:
 // every failure is a false result.
 class saved_file {
 public:
@@ -30,9 +33,11 @@ public:
 
 private:
     void discard();
+    void finish();
 
     std::filesystem::path target_, beside_; // beside_ is empty when the target is written directly
     std::FILE* file_ = nullptr;
+    std::intptr_t hold_ = 0; // on beside_
     bool good_ = true;
 };
 

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+#include <vector>
+
 #ifndef _WIN32
 #include <csignal>
 #include <sys/resource.h>
@@ -46,6 +50,49 @@ TEST(saved_file, refuses_what_cannot_be_written) {
     EXPECT_FALSE(never.write("x"));
     EXPECT_FALSE(never.commit());
     EXPECT_EQ(files_in(directory), 0);
+}
+
+// Each thread stands for a process: what tells the saves apart are open files.
+TEST(saved_file, several_save_the_same_file_at_once) {
+    temporary_directory directory;
+    const std::string name = directory.file("model.pmt");
+    std::atomic<int> failed{0}, saving{4};
+    std::vector<std::thread> savers;
+    for (std::size_t n = 0; n < 4; ++n)
+        savers.emplace_back([&, n] {
+            const std::string piece(10'000 + n, char('a' + n));
+            for (int i = 0; i < 50; ++i) {
+                libutils::saved_file file(name);
+                file.write(piece);
+                file.write(piece);
+                failed += !file.commit();
+            }
+            --saving;
+        });
+    int mixed = 0;
+    while (saving > 0) {
+        const std::string text = read_file(name);
+        if (!text.empty()) mixed += text != std::string(2 * (10'000 + std::size_t(text[0] - 'a')), text[0]);
+    }
+    for (std::thread& saver : savers)
+        saver.join();
+    EXPECT_EQ(failed, 0);
+    EXPECT_EQ(mixed, 0);
+    EXPECT_EQ(files_in(directory), 1);
+}
+
+TEST(saved_file, removes_what_killed_saves_left_behind) {
+    temporary_directory directory;
+    const std::string name = directory.file("model.pmt");
+    libutils::saved_file going_on(name);
+    for (const char* other : {".saving7", ".saving30", ".saving1x", ".saving", "x.saving1"})
+        directory.write("model.pmt" + std::string(other), "of a killed save, or not");
+    libutils::saved_file next(name);
+    EXPECT_TRUE(next.commit());
+    EXPECT_EQ(files_in(directory), 5) << "the file, the one that is still being saved and three of others";
+    EXPECT_TRUE(going_on.write("last") && going_on.commit());
+    EXPECT_EQ(read_file(name), "last");
+    EXPECT_EQ(files_in(directory), 4);
 }
 
 TEST(saved_file, takes_names_in_the_encoding_of_the_system) {
