@@ -12,8 +12,8 @@ namespace pmt3d {
 // a frame of its own, the normals of the file are not used; colour and texture coordinate are the defaults.
 // Several solids in a text file become one item.
 //
-// A file is text when it begins with "solid" and its size is not exactly what a binary file of its triangle
-// count has. False, after one line on context.error, when it cannot be read, is shorter than its triangle
+// A file that begins with "solid" is text, unless it is as long as a binary file of its triangle count, or
+// longer without the word "facet". Text without a facet is no failure. False, after one line on context.error, when it cannot be read, is shorter than its triangle
 // count says, or a facet lacks a piece ("num: " and the line's number). The item then stays in the list with
 // what was read.
 bool load_stl(surface_list& items, const std::string& name, const load_context& context);

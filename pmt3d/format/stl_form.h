@@ -19,11 +19,13 @@ inline std::uint32_t stl_triangle_count(std::string_view bytes) {
     return count;
 }
 
-// Some programs write "solid" into binary headers as well; the size gives them away.
+// Some programs write "solid" into binary headers as well. Their size gives them away; text of that size
+// would have to hold facets.
 inline bool is_text_stl(std::string_view bytes) {
     if (!bytes.starts_with(stl_text_start)) return false;
-    return bytes.size() < stl_prefix ||
-           bytes.size() != stl_prefix + std::uint64_t(stl_triangle_count(bytes)) * stl_record;
+    if (bytes.size() < stl_prefix) return true;
+    const std::uint64_t binary = stl_prefix + std::uint64_t(stl_triangle_count(bytes)) * stl_record;
+    return bytes.size() < binary || (bytes.size() > binary && bytes.find("facet") != bytes.npos);
 }
 
 } // namespace pmt3d

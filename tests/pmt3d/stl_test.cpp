@@ -83,17 +83,28 @@ TEST_F(stl, both_forms_give_triangles_of_their_own) {
     EXPECT_EQ(take_err(), "");
 }
 
-TEST_F(stl, text_is_told_by_its_start_unless_the_size_says_binary) {
-    surface_list items;
+TEST_F(stl, text_begins_like_text_and_is_not_as_long_as_a_binary_file) {
     const std::vector<corners> two(2, right_angle);
-    EXPECT_TRUE(load(items, binary(2, two, "solid but binary")));
-    EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
-    EXPECT_TRUE(load(items, binary(2, two, "solid but binary") + "x")); // text without facets
-    EXPECT_EQ(items.back().polygon.vertex_count(), 0u);
-    EXPECT_TRUE(load(items, binary(2, two) + "more")); // what follows the triangles is not read
-    EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
-    EXPECT_TRUE(load(items, binary(0, {})));
-    EXPECT_TRUE(load(items, "solid"));
+    const std::string named = binary(2, two, "solid but binary");
+    const struct {
+        std::string bytes;
+        std::uint64_t triangles;
+    } cases[] = {
+        {named, 2},
+        {named + "x", 2},
+        {binary(2, two) + "more", 2},
+        {binary(2, two, "solid facet") + "x", 0}, // text, if not a good one
+        {named.substr(0, named.size() - 1), 0},
+        {binary(0, {}), 0},
+        {"solid", 0},
+        {"solid\n" + facet(good_vertices), 1},
+        {"solid" + std::string(75, ' ') + std::string(4, '\0') + facet(good_vertices), 1}, // of no triangles
+    };
+    surface_list items;
+    for (const auto& [bytes, triangles] : cases) {
+        EXPECT_TRUE(load(items, bytes)) << bytes;
+        EXPECT_EQ(items.back().polygon.vertex_count(), 3 * triangles) << bytes;
+    }
     EXPECT_TRUE(load(items, "solid a\n" + facet(good_vertices) + "endsolid a\nsolid b\nendsolid\nsolid c\n" +
                                 facet(good_vertices) + "endsolid c\n"));
     EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
