@@ -13,4 +13,13 @@ std::filesystem::path file_path(const std::string& name) {
     return wide;
 }
 
+std::string file_name(const std::filesystem::path& path) {
+    const std::wstring wide = path.generic_wstring();
+    std::string name(4 * wide.size(), '\0'); // more than any code page needs for a character
+    const int length = WideCharToMultiByte(CP_ACP, 0, wide.data(), int(wide.size()), name.data(),
+                                           int(name.size()), nullptr, nullptr);
+    name.resize(std::size_t(length));
+    return name;
+}
+
 } // namespace libutils

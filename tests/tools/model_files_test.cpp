@@ -12,6 +12,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -81,8 +82,9 @@ TEST_F(model_files, info) {
                   name +
                   "\n  vertices: 2145\n  elements: 4192\n"
                   "  net: 9 points of order 3 by 5 of order 4, resolution 65 by 33\n");
-    EXPECT_EQ(quietly({"info", file("none.stl", "solid\nendsolid\n")}).substr(0, 35),
-              "items: 1\ntriangles: 0\nbounds: none\n");
+    const process_result none = pmt3d({"info", file("none.stl", "solid\nendsolid\n")});
+    EXPECT_EQ(none.out.substr(0, 35), "items: 1\ntriangles: 0\nbounds: none\n");
+    EXPECT_EQ(none.err, "pmt3d: warning: " + file("none.stl") + " has no facet.\n");
 }
 
 TEST_F(model_files, dump) {
@@ -163,6 +165,34 @@ TEST_F(model_files, convert_there_and_back) {
     EXPECT_EQ(r.exit_code, 1);
     EXPECT_EQ(r.err, "\"position 0,0,inf\" could not be read back, nothing is saved.\n");
     EXPECT_EQ(read_file(old), "old");
+}
+
+TEST_F(model_files, a_model_that_moves_finds_its_pictures) {
+    std::filesystem::create_directories(directory_.path() / "in/pictures");
+    std::filesystem::create_directories(directory_.path() / "out/deep");
+    std::filesystem::create_directory_symlink("out/deep", directory_.path() / "link");
+    const std::string absolute = file("somewhere/a.png"), in = file("in/m.pmt", "");
+    const auto surface = [](const std::string& color, const std::string& bump, const std::string& specular) {
+        std::string text = triangle;
+        return text.insert(text.find("position"),
+                           "texture " + color + "\nbumpmap " + bump + "\nspecular " + specular + '\n');
+    };
+    directory_.write("in/m.pmt", surface("pictures/a b.png", absolute, "../c.png"));
+    for (const auto& [out, color, specular] :
+         {std::tuple("out/deep/m.pmt", "../../in/pictures/a b.png", "../../c.png"),
+          {"link/m.pmt", "../../in/pictures/a b.png", "../../c.png"},
+          {"m.pmt", "in/pictures/a b.png", "c.png"},
+          {"in/same.pmt", "pictures/a b.png", "../c.png"}}) {
+        const process_result r = pmt3d({"convert", in, file(out)});
+        EXPECT_EQ(r.exit_code, 0);
+        EXPECT_NE(r.err.find("a b.png: color autoloadformat failed.\n"), std::string::npos)
+            << "it is missing";
+        std::string text = read_file(file(out));
+        std::erase(text, '\r');
+        for (const std::string& line : {"\ntexture " + std::string(color), "\nbumpmap " + absolute,
+                                        "\nspecular " + std::string(specular)})
+            EXPECT_NE(text.find(line + '\n'), std::string::npos) << line << " is not in " << text;
+    }
 }
 
 TEST_F(model_files, admesh_reads_what_is_written_and_the_other_way_round) {

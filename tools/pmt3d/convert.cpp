@@ -1,17 +1,47 @@
 // pmt3d convert IN OUT: from one model format to another.
 
+#include "libgr/texture/texture_table.h"
+#include "libutils/file_path.h"
 #include "model_file.h"
 #include "pmt3d/format/stl.h"
 #include "progress_bar.h"
 #include "subcommand.h"
 
-#include <iostream>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace tool {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+// The folder that pictures named in a model file are looked for in.
+fs::path folder_of(const std::string& model_file) {
+    std::error_code error;
+    const fs::path folder = libutils::file_path(model_file).parent_path();
+    return fs::weakly_canonical(folder.empty() ? "." : folder, error);
+}
+
+// Lets the model find its pictures from another folder.
+void move_pictures(pmt3d::model_t& model, const fs::path& from, const fs::path& to) {
+    if (from == to) return;
+    const std::string model_file = libutils::file_name(from / "model");
+    const auto move = [&](std::string& picture) {
+        const std::string whole = libgr::picture_path(model_file, picture);
+        if (picture.empty() || whole == picture) return; // none, or named absolutely
+        std::error_code error;
+        const fs::path path = libutils::file_path(whole);
+        const fs::path target = fs::weakly_canonical(path.parent_path(), error) / path.filename();
+        const fs::path relative = target.lexically_relative(to);
+        picture = libutils::file_name(relative.empty() ? target : relative); // empty: on another drive
+    };
+    move(model.environment.cubetex);
+    for (pmt3d::model_item_t& item : model.items)
+        for (std::string* picture : {&item.texture.texture, &item.texture.bumpmap, &item.texture.specular})
+            move(*picture);
+}
 
 int run(arguments words) {
     bool text = false;
@@ -33,6 +63,7 @@ int run(arguments words) {
         progress_bar bar("reading", names[0]);
         if (!load_model(model, names[0].c_str(), bar.callback())) return failure;
     }
+    move_pictures(model, folder_of(names[0]), folder_of(names[1]));
     progress_bar bar("writing", names[1]);
     const bool saved = text ? pmt3d::save_stl_text(model.items, names[1], bar.callback())
                             : pmt3d::save(model, names[1], bar.callback());
@@ -45,11 +76,12 @@ const subcommand convert = {
     "convert",
     "[--text] IN OUT",
     "convert between .pmt and .stl",
-    "The ends of the names decide. STL files hold triangles only: NURBS surfaces are tessellated, colours, "
-    "pictures, frames\n"
-    "and the environment are left out. They are written in binary form, or as text with --text; both forms "
-    "are read.\n"
-    "OUT is replaced only when all of it could be written.\n",
+    R"(The ends of the names decide. STL files hold triangles only: NURBS surfaces are tessellated, colours, pictures, frames
+and the environment are left out. They are written in binary form, or as text with --text. Both forms are read: a file
+that begins with "solid" is text, unless it is as long as a binary file of its triangle count, or longer without the
+word "facet". Pictures are not copied: their relative names are changed so that the new file finds them.
+OUT is replaced only when all of it could be written.
+)",
     run,
 };
 

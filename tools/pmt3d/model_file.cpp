@@ -1,18 +1,19 @@
 #include "model_file.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 
 #include <algorithm>
-#include <iostream>
 
 namespace tool {
 
 bool load_model(pmt3d::model_t& model, const char* name, const pmt3d::progress_t& progress,
                 const pmt3d::frame_update& frames) {
-    if (pmt3d::load(model, name, {std::cerr, frames, progress})) return true;
-    libutils::error_report();
-    std::cerr << "pmt3d: " << name << ": not loaded.\n";
-    return false;
+    if (!pmt3d::load(model, name, {std::cerr, frames, progress}))
+        return libutils::report("pmt3d: ", name, ": not loaded.");
+    // Perhaps no STL file at all, or one that has been cut short.
+    if (std::string_view(name).ends_with(".stl") && model.items.back().polygon.element_count() == 0)
+        libutils::report("pmt3d: warning: ", name, " has no facet.");
+    return true;
 }
 
 std::optional<render::box3> bounds(const pmt3d::model_t& model) {

@@ -9,7 +9,7 @@
 namespace tool {
 
 // Loads a model with frames computed on the CPU, diagnostics on standard error. False when it fails, always
-// with a line that says so.
+// with a line that says so. An STL file without a facet is a warning.
 bool load_model(pmt3d::model_t& model, const char* name, const pmt3d::progress_t& progress = {},
                 const pmt3d::frame_update& frames = {});
 
