@@ -20,6 +20,8 @@ constexpr float zoom_ratio = 0.9f;
 constexpr float nearest = 4.0f, farthest = 400.0f;
 constexpr float degrees_across_window = 180.0f;
 
+constexpr int left_button = 0, middle_button = 1;
+
 struct axes {
     dir3 right, up, back;
 };
@@ -82,6 +84,12 @@ camera_t zoom(const camera_t& camera, const pos3& about, int steps) {
 void camera_controller::reset() {
     camera_ = initial_;
     state_ = drag_state::none;
+    turned_ = false;
+}
+
+void camera_controller::reset(const camera_t& initial) {
+    initial_ = initial;
+    reset();
 }
 
 void camera_controller::move_eye(const dir3& offset) {
@@ -89,7 +97,7 @@ void camera_controller::move_eye(const dir3& offset) {
 }
 
 void camera_controller::button(int button, int state, int x, int y) {
-    if (button != 0) return;
+    if (button != left_button && button != middle_button) return;
     state_ = state == 0 ? drag_state::begun : drag_state::none;
     last_x_ = x;
     last_y_ = y;
@@ -111,11 +119,13 @@ bool camera_controller::drag(int x, int y, float depth, const pixel_space& space
     last_y_ = y;
     const bool changed = turned != camera_;
     camera_ = turned;
+    turned_ = turned_ || changed;
     return changed;
 }
 
 void camera_controller::zoom(int direction, int x, int y, float depth, const pixel_space& space) {
     camera_ = quenvarel::zoom(camera_, point_under(x, y, depth, space), direction);
+    turned_ = true;
 }
 
 pos3 camera_controller::point_under(int x, int y, float depth, const pixel_space& space) const {

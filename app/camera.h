@@ -41,9 +41,13 @@ public:
     explicit camera_controller(const camera_t& initial) : initial_(initial), camera_(initial) {}
 
     const camera_t& camera() const { return camera_; }
+    // Whether a drag or the wheel has changed the camera since the last reset.
+    bool turned() const { return turned_; }
     void reset();
+    // To another initial camera, which later resets lead to.
+    void reset(const camera_t& initial);
     void move_eye(const render::dir3& offset);
-    // The left button starts and ends a drag. State 0 is pressed, 1 released.
+    // The left or the middle button starts and ends a drag. State 0 is pressed, 1 released.
     void button(int button, int state, int x, int y);
     // Orbits about the point where the drag began, at the given depth; about the target when there was only
     // background. True when the camera has changed.
@@ -59,6 +63,7 @@ private:
 
     camera_t initial_, camera_;
     drag_state state_ = drag_state::none;
+    bool turned_ = false;
     int last_x_ = 0, last_y_ = 0;
     render::pos3 pivot_ = {};
 };

@@ -1,5 +1,6 @@
 #include "app/keyboard_view.h"
 
+#include "app/home_view.h"
 #include "render/gl/step_check.h"
 #include "render/math/projection.h"
 
@@ -17,10 +18,6 @@ constexpr int wanted_samples = 4; // for each pixel
 
 constexpr render::pixel_rectangle rectangle(const pixel_rect& r) {
     return {r.left, r.bottom, r.width(), r.height()};
-}
-
-constexpr render::perspective lens(double aspect) {
-    return {.fov = 1.5707963267948966, .aspect = aspect, .znear = 0.0625, .zfar = 1024};
 }
 
 } // namespace

@@ -1,11 +1,13 @@
 #include "app/quenvarel.h"
 
+#include "app/home_view.h"
 #include "app/key_map.h"
 #include "app/program_path.h"
 #include "app/trace.h"
 #include "app/window_system.h"
 #include "render/gl/step_check.h"
 #include "render/math/operations.h"
+#include "render/math/projection.h"
 
 #include <cstdlib>
 #include <stdexcept>
@@ -18,12 +20,7 @@ namespace {
 
 constexpr int initial_width = 800, initial_height = 200;
 
-// In front of the keyboard's middle, well above it and so near that the 75 white keys fill the window's width
-// once the offset has been added.
-constexpr camera_t initial_camera = {{0, 20.4f, 79.4f}, {0, 0, 6.2f}};
-constexpr render::dir3 camera_offset = {0.0f, 5.0f, -40.0f};
-
-constexpr int left_button = 0, pressed = 0;
+constexpr int left_button = 0, middle_button = 1, pressed = 0;
 
 const char* checked(const char* program_path) {
     if (!program_path) throw std::logic_error("basic_string::_M_construct null not valid");
@@ -43,7 +40,8 @@ Quenvarel::Quenvarel(const char* program_path, signed char channel, signed char 
              unsigned_byte(velocity)},
       player_(*midi_port, sound_, *this),
       controls_(*midi_port, sound_),
-      camera_(initial_camera),
+      camera_(fitted_camera(render::aspect(initial_width, initial_height))),
+      width_(initial_width),
       height_(initial_height) {
     gems::registry->initwindowsize(initial_width, initial_height);
     if (program_given) controls_.send_program();
@@ -74,7 +72,10 @@ void Quenvarel::closing() {
 
 void Quenvarel::reshape(int width, int height) {
     height_ = height;
-    if (width > 0 && height > 0) view_.resize(width, height);
+    if (width <= 0 || height <= 0) return;
+    width_ = width;
+    view_.resize(width, height);
+    if (!camera_.turned()) home_view();
 }
 
 void Quenvarel::display() {
@@ -163,7 +164,8 @@ void Quenvarel::mouse(int button, int state, int x, int y) {
     const bool down = state == pressed;
     // Whatever mode a drag ends in, neither a note nor the camera stays on the pointer.
     if (mode_ == mode_t::camera || !down) {
-        if (button == left_button && down) picked_depth_ = view_.depth_at(x, bottom_up(y));
+        if ((button == left_button || button == middle_button) && down)
+            picked_depth_ = view_.depth_at(x, bottom_up(y));
         camera_.button(button, state, x, bottom_up(y));
     }
     if (mode_ == mode_t::camera) {
@@ -201,12 +203,8 @@ std::optional<int> Quenvarel::key_under(int x, int y) {
 
 // ---- View
 
-camera_t Quenvarel::home_camera() {
-    return {initial_camera.eye + camera_offset, initial_camera.target};
-}
-
 void Quenvarel::home_view() {
-    camera_.reset();
+    camera_.reset(fitted_camera(render::aspect(width_, height_)));
     camera_.move_eye(camera_offset);
     camera_changed();
 }

@@ -45,8 +45,6 @@ public:
     void closing() override;
 
     const camera_t& camera() const { return camera_.camera(); }
-    // From where the picture is seen until someone moves.
-    static camera_t home_camera();
     const keyboard_scene& scene() const { return view_.scene(); }
 
 protected:
@@ -73,7 +71,7 @@ private:
 
     keyboard_view view_;
     camera_controller camera_;
-    int height_;             // of the window
+    int width_, height_;     // of the window
     float picked_depth_ = 1; // under the pointer where a camera drag began
 };
 

@@ -5,7 +5,7 @@
 #include "report.h"
 
 #include "app/keyboard_view.h"
-#include "app/quenvarel.h"
+#include "app/home_view.h"
 #include "live/virtual_display.h"
 #include "render/gl/step_check.h"
 
@@ -79,7 +79,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     view.resize(width, height);
-    view.look(quenvarel::Quenvarel::home_camera());
+    view.look(quenvarel::home_camera(double(width) / height));
     const auto finish = [] {
         glutSwapBuffers();
         glFinish();
@@ -109,7 +109,7 @@ int main(int argc, char** argv) {
                                          finish();
                                      })};
     measure("redrawing the whole keyboard", 100, 16e-3, empty, [&](int) {
-        view.look(quenvarel::Quenvarel::home_camera());
+        view.look(quenvarel::home_camera(double(width) / height));
         frame();
     });
     measure("redrawing after one key", 1000, 2e-3, empty, [&](int i) {

@@ -1,5 +1,6 @@
 #include "app/camera.h"
 
+#include "app/home_view.h"
 #include "render/math/matrix.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"
@@ -103,7 +104,39 @@ TEST(camera, zoom_steps_are_even_undo_each_other_and_end_somewhere) {
     EXPECT_EQ(zoom(home, home.target, 1).target, home.target);
 }
 
-TEST(camera_controller, drags_with_the_left_button_only) {
+TEST(home_view, shows_the_white_keys_over_the_whole_width_of_any_window) {
+    float last_height = 1000;
+    for (const double aspect : {1.0, 4.0 / 3, 1.6, 16.0 / 9, 2.0, 3.0, 4.0, 5.0, 8.0}) {
+        const camera_t camera = home_camera(aspect);
+        const mtx3w to_clip =
+            render::perspective_matrix(render::to_projection(lens(aspect))) * view_matrix(camera);
+        const auto seen = [&](float x, float y, float z) {
+            return render::homogeneous_divide(to_clip * vec3w{x, y, z, 1});
+        };
+        float widest = 0;
+        for (const float y : {0.0f, -0.8f})
+            for (const float z : {3.0f, 9.4f})
+                widest = std::max(widest, seen(37.5f, y, z).x);
+        EXPECT_TRUE(widest >= 0.96f && widest <= 0.98f) << aspect << ": " << widest;
+        EXPECT_FLOAT_EQ(seen(-37.5f, 0, 9.4f).x, -seen(37.5f, 0, 9.4f).x);
+        const float bottom = seen(0, -0.8f, 9.4f).y, top = seen(0, 0.5f, 3).y;
+        EXPECT_TRUE(bottom > -0.95f && top < 0.95f) << aspect;
+        if (aspect >= 4) {
+            EXPECT_GE((top - bottom) / 2, 0.25f) << aspect;
+        }
+        // A pressed key goes down in the picture, in pixels where there are 800 in a row.
+        const float down = seen(0, 0, 9.4f).y - seen(0, -0.65f, 9.4f).y;
+        EXPECT_GE(down / 2 * 800 / aspect, 2.5) << aspect;
+
+        EXPECT_LT(camera.eye.y, last_height) << aspect;
+        last_height = camera.eye.y;
+        EXPECT_EQ(fitted_camera(aspect).eye + camera_offset, camera.eye);
+    }
+    for (const double aspect : {0.0001, 1e6}) // windows can be dragged to any shape
+        EXPECT_LT(home_camera(aspect).eye.y, 1000);
+}
+
+TEST(camera_controller, drags_with_the_left_button_or_the_middle_one) {
     camera_controller controller(home);
     const auto drag = [&](int x, int y, float depth = 1) {
         return controller.drag(x, y, depth, space_of(controller.camera()));

@@ -25,7 +25,7 @@ protected:
         if (HasFatalFailure()) return;
         test_support::capture out(std::cout);
         view_.open("", QUENVAREL_BIN "/quenvarel.pmt");
-        view_.look(Quenvarel::home_camera());
+        view_.look(home_camera(double(width) / height));
         view_.resize(width, height);
         EXPECT_EQ(out.text(), "") << "a key could not be loaded";
     }
@@ -44,7 +44,7 @@ protected:
         return target.read();
     }
     picture shot_drawn_anew() {
-        view_.look(Quenvarel::home_camera());
+        view_.look(home_camera(double(width) / height));
         return shot();
     }
 
@@ -218,7 +218,7 @@ TEST_F(keyboard_picture_test, a_new_size_is_filled) {
     shot();
     view_.resize(1024, 400);
     view_.draw();
-    EXPECT_LT(view_.depth_at(512, 200), 1);
+    EXPECT_LT(view_.depth_at(512, 120), 1);
     EXPECT_EQ(view_.depth_at(512, 399), 1);
     view_.resize(1, 1);
     view_.draw();

@@ -1,7 +1,7 @@
 #pragma once
 // Where the keys are in a window of the usual size, seen from where the program shows them at first.
 
-#include "app/quenvarel.h"
+#include "app/home_view.h"
 #include "models/key_layout.h"
 #include "render/math/matrix.h"
 #include "render/math/operations.h"
@@ -17,10 +17,8 @@ constexpr int window_width = 800, window_height = 200;
 
 // Where a point of the keyboard at rest is drawn, in pixels from the lower left.
 inline render::pos2 seen(const render::pos3& p) {
-    const render::mtx3w to_clip =
-        render::perspective_matrix(
-            render::to_projection({.fov = 1.5707963267948966, .aspect = 4, .znear = 0.0625, .zfar = 1024})) *
-        quenvarel::view_matrix(quenvarel::Quenvarel::home_camera());
+    const render::mtx3w to_clip = render::perspective_matrix(render::to_projection(quenvarel::lens(4))) *
+                                  quenvarel::view_matrix(quenvarel::home_camera(4));
     const render::pos3 at = render::homogeneous_divide(to_clip * render::vec3w{p.x, p.y, p.z, 1});
     return {(at.x + 1) / 2 * window_width, (at.y + 1) / 2 * window_height};
 }
