@@ -50,6 +50,9 @@ inline void load_as_texture(const std::string& name) {
     if (!libgr::autoloadformat(image, name)) return;
     demand(image.descriptor.format != libgr::pixel_format::color_index, "colour numbers are resolved");
     demand(image.holds_pixels(), "a texture's picture is all there");
+    libgr::image2d meant;
+    if (!libgr::load_as(libgr::format_of(name), meant, name, {.as_meant = true})) std::abort();
+    demand(meant.holds_pixels() && meant.width == image.width, "a picture can be read as it is meant");
 }
 
 } // namespace fuzz

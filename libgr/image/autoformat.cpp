@@ -27,18 +27,19 @@ bool ends_with(std::string_view name, std::string_view extension) {
                       [&](char wanted, char c) { return wanted == lower(c); });
 }
 
-bool load(image2d& image, const std::string& name) {
-    switch (format_of(name)) {
+bool load(file_format format, image2d& image, const std::string& name, const read_options& options) {
+    switch (format) {
     case file_format::jpeg: {
         jpeg_file file;
+        file.options = options;
         return file.load(name) && decode_jpeg(image, file);
     }
     case file_format::bmp:
-        return load_bmp(image, name);
+        return load_bmp(image, name, options);
     case file_format::png:
-        return load_png(image, name);
+        return load_png(image, name, options);
     case file_format::tga:
-        return load_tga(image, name);
+        return load_tga(image, name, options);
     case file_format::unknown:
         break;
     }
@@ -54,16 +55,27 @@ file_format format_of(const std::string& name) {
 }
 
 bool autoloadformat(image2d& image, const std::string& name) {
+    return load_as(format_of(name), image, name);
+}
+
+bool load_as(file_format format, image2d& image, const std::string& name, const read_options& options) {
     image2d loaded;
-    if (!load(loaded, name)) return false;
-    if (loaded.descriptor.format == pixel_format::color_index && !expand_color_index(loaded, loaded))
-        return false;
+    if (!load(format, loaded, name, options)) return false;
+    if (loaded.descriptor.format == pixel_format::color_index) {
+        const bool greys = options.as_meant && loaded.colors.all_grey();
+        const std::uint64_t bytes = std::uint64_t(loaded.width) * loaded.height * (greys ? 1 : 3);
+        if (!is_allowed(bytes, options, name) || !expand_color_index(loaded, loaded, greys)) return false;
+    }
     image = std::move(loaded);
     return true;
 }
 
 bool autosaveformat(const image2d& image, const std::string& name) {
-    switch (format_of(name)) {
+    return save_as(format_of(name), image, name);
+}
+
+bool save_as(file_format format, const image2d& image, const std::string& name) {
+    switch (format) {
     case file_format::jpeg: {
         jpeg_file file;
         file.name = name;

@@ -2,6 +2,7 @@
 // Picture files by the extension of their names: ".jpg", ".bmp", ".png" and ".tga", in any case.
 
 #include "libgr/image/image.h"
+#include "libgr/image/read_options.h"
 
 #include <string>
 
@@ -23,5 +24,9 @@ inline constexpr int autosave_jpeg_quality = 95;
 // The format that a name's extension stands for.
 enum class file_format { unknown, jpeg, bmp, png, tga };
 file_format format_of(const std::string& name);
+
+// The same for a file of that format, whatever its name. The messages about an extension go with `unknown`.
+bool load_as(file_format format, image2d& image, const std::string& name, const read_options& options = {});
+bool save_as(file_format format, const image2d& image, const std::string& name);
 
 } // namespace libgr

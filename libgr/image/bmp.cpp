@@ -1,5 +1,6 @@
 #include "libgr/image/bmp.h"
 
+#include "libgr/image/convert.h"
 #include "libgr/image/input_file.h"
 #include "libgr/image/report.h"
 #include "libgr/image/row_writer.h"
@@ -73,7 +74,7 @@ bool bmp_file::load(const std::string& name) {
     return true;
 }
 
-bool load_bmp(image2d& image, const std::string& name) {
+bool load_bmp(image2d& image, const std::string& name, const read_options& options) {
     bmp_file file;
     if (!file.load(name)) return false;
     const tagBITMAPINFOHEADER info = file.info_header[0];
@@ -106,11 +107,14 @@ bool load_bmp(image2d& image, const std::string& name) {
             made.colors.set(i, entry.rgbRed, entry.rgbGreen, entry.rgbBlue);
         }
     }
+    if (options.as_meant && made.descriptor.format == pixel_format::bgra && !shows_anything(made) &&
+        (!is_allowed(made.pixels.size(), options, name) || !drop_alpha(made)))
+        return false;
     image = std::move(made);
     return true;
 }
 
-bool save_bmp(const image2d& image, const std::string& name) {
+bool save_bmp(const image2d& image, const std::string& name, bool with_greys) {
     const auto [format, type, bits] = image.descriptor;
     const auto* found =
         std::find_if(std::begin(depths), std::end(depths),
@@ -118,18 +122,23 @@ bool save_bmp(const image2d& image, const std::string& name) {
     if (found == std::end(depths) || format == pixel_format::bgra || type == sample_type::floating ||
         !rows_can_be_written(image))
         return report_failure("convert(to bmp): not supported format.");
+    std::string colors;
+    if (with_greys && format == pixel_format::luminance)
+        for (int number = 0, last = (1 << found->bit_count) - 1; number <= last; ++number)
+            colors.append(3, char(number * 255 / last)).append(1, '\0');
+    const std::uint32_t before_pixels = header_bytes + std::uint32_t(colors.size());
     constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max();
     const std::uint64_t row_bytes = (std::uint64_t(image.width) * found->bit_count + 31) / 32 * 4;
     // One factor has 32 bits and the other, at most 24 bits a pixel, fewer than 34.
     const std::uint64_t pixel_bytes_count = row_bytes * image.height;
     if (image.width > most || image.height > most ||
-        pixel_bytes_count > std::numeric_limits<std::uint32_t>::max() - header_bytes)
+        pixel_bytes_count > std::numeric_limits<std::uint32_t>::max() - before_pixels)
         return report_failure("convert(to bmp): picture too large.");
 
     tagBITMAPFILEHEADER file_header{};
     file_header.bfType = order.to_host16(signature);
-    file_header.bfSize = order.to_host32(std::uint32_t(pixel_bytes_count) + header_bytes);
-    file_header.bfOffBits = order.to_host32(header_bytes);
+    file_header.bfSize = order.to_host32(std::uint32_t(pixel_bytes_count) + before_pixels);
+    file_header.bfOffBits = order.to_host32(before_pixels);
     tagBITMAPINFOHEADER info{};
     info.biSize = order.to_host32(sizeof info);
     info.biWidth = signed32(std::int32_t(image.width));
@@ -146,6 +155,7 @@ bool save_bmp(const image2d& image, const std::string& name) {
     libutils::saved_file file(name);
     if (!file.is_open()) return report_failure(name, ": file open error.");
     file.write({headers, sizeof headers});
+    file.write(colors);
     write_rows(file, image, 4);
     return file.commit() || report_failure(name, ": file write error.");
 }

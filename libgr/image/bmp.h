@@ -4,9 +4,10 @@
 // Read: uncompressed, bottom-up, 1, 4 and 8 bits (colour numbers, or luminance when no colours are stored),
 // 24 bits (BGR) and 32 bits (BGRA), with an information header of 40 bytes or one of its extensions. The
 // pixels stay where they are: the picture is a view into the mapped file. Written: luminance of 1, 4 and 8
-// bits, without colours, and BGR of 8-bit samples.
+// bits, with or without a table of its greys, and BGR of 8-bit samples.
 
 #include "libgr/image/image.h"
+#include "libgr/image/read_options.h"
 
 #include <cstdint>
 #include <string>
@@ -60,9 +61,9 @@ struct bmp_file {
 };
 
 // False, after one line on standard error, when the file is not such a bitmap, or not a whole one.
-bool load_bmp(image2d& image, const std::string& name);
-// False, after one line, when the picture is of another kind or the file cannot be saved, which then is as it
-// was.
-bool save_bmp(const image2d& image, const std::string& name);
+bool load_bmp(image2d& image, const std::string& name, const read_options& options = {});
+// Other programs need the table of greys; with it, luminance comes back as colour numbers. False, after one
+// line, when the picture is of another kind or the file cannot be saved, which then is as it was.
+bool save_bmp(const image2d& image, const std::string& name, bool with_greys = false);
 
 } // namespace libgr

@@ -168,6 +168,21 @@ bool convert_bits(image2d& made, const image2d& source, std::uint32_t bits) {
     return convert(made, source, {from.format, from.type, bits});
 }
 
+bool shows_anything(const image2d& image) {
+    const std::size_t bytes = bits_per_pixel(image.descriptor) / 8;
+    const int mask = image.descriptor.bits == bits_class::packed_1_5_5_5 ? 0x80 : 0xFF;
+    for (std::uint32_t y = 0; y < image.height; ++y) {
+        const unsigned char* last_byte = image.row(y) + bytes - 1;
+        for (std::uint32_t x = 0; x < image.width; ++x, last_byte += bytes)
+            if (*last_byte & mask) return true;
+    }
+    return false;
+}
+
+bool drop_alpha(image2d& image) {
+    return convert_bits(image, image, bits_class::bits_8) && convert_format(image, image, pixel_format::bgr);
+}
+
 bool read_rgb_row(unsigned char* rgb, const image2d& image, std::uint32_t y) {
     layout unused{};
     if (!layout_of(image.descriptor.format, unused) || !is_readable(image.descriptor)) return false;

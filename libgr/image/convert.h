@@ -24,6 +24,12 @@ bool convert_type(image2d& made, const image2d& source, std::uint32_t type);
 // "not support image bits.".
 bool convert_bits(image2d& made, const image2d& source, std::uint32_t bits);
 
+// Whether a picture with alpha, of 8-bit samples or 1-5-5-5 pixels, has a pixel whose alpha is not zero.
+bool shows_anything(const image2d& image);
+
+// The colours of such a picture, as BGR of 8-bit samples.
+bool drop_alpha(image2d& image);
+
 // Writes row y as 8-bit RGB, 3 * width bytes, whatever the picture's form, as long as the functions above
 // provide it. False, with nothing written or reported, when they do not.
 bool read_rgb_row(unsigned char* rgb, const image2d& image, std::uint32_t y);

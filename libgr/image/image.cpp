@@ -32,6 +32,12 @@ void color_table::set(std::uint64_t index, unsigned char r, unsigned char g, uns
     blue[index] = static_cast<unsigned short>(b * 257);
 }
 
+bool color_table::all_grey() const {
+    for (std::uint64_t i = 0; i < count; ++i)
+        if (red[i] != green[i] || red[i] != blue[i]) return false;
+    return true;
+}
+
 std::uint64_t image_record::stride_of(std::uint32_t width) const {
     const std::uint64_t length = row_length ? row_length : width;
     const std::uint64_t bytes = (length * bits_per_pixel(descriptor) + 7) / 8;

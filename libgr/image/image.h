@@ -31,6 +31,7 @@ struct color_table {
     bool allocate(std::uint64_t entries);
     // Sets a colour from 8-bit channels.
     void set(std::uint64_t index, unsigned char r, unsigned char g, unsigned char b);
+    bool all_grey() const;
 };
 
 // What pictures of one, two and three dimensions have in common. Copies share the pixels and the colour

@@ -12,12 +12,12 @@ namespace {
 
 constexpr std::size_t first_buffer_bytes = 65536;
 
-// A block takes at least one bit of Huffman codes; arithmetic coding can do with much less.
-constexpr std::uint64_t huffman_blocks_per_byte = 8, arithmetic_blocks_per_byte = 256;
+// A block takes at least one bit of Huffman codes. Arithmetic coding can do with next to nothing.
+constexpr std::uint64_t huffman_blocks_per_byte = 8;
 
 // Every scan may touch every block. So many scans are enough for any sane file, whatever its size, and no
 // file gets more; in between, the blocks touched altogether are bounded.
-constexpr std::uint64_t always_allowed_scans = 32, never_more_scans = 500, touched_blocks = 1u << 28;
+constexpr std::uint64_t always_allowed_scans = 16, never_more_scans = 500, touched_blocks = 1u << 26;
 
 jpeg_errors& errors_of(j_common_ptr info) {
     return *static_cast<jpeg_errors*>(info->err);
@@ -100,13 +100,16 @@ void jpeg_reader::read_header() {
     for (int i = 0; i < 16; ++i)
         jpeg_save_markers(&info, JPEG_APP0 + i, 0xFFFF);
     jpeg_read_header(&info, TRUE);
-    std::uint64_t blocks = 0;
-    for (int i = 0; i < info.num_components; ++i)
-        blocks += std::uint64_t(info.comp_info[i].width_in_blocks) * info.comp_info[i].height_in_blocks;
-    if (blocks > (info.arith_code ? arithmetic_blocks_per_byte : huffman_blocks_per_byte) * size_)
-        errors.leave();
-    most_scans_ = int(std::clamp(touched_blocks / std::max<std::uint64_t>(blocks, 1), always_allowed_scans,
+    if (!info.arith_code && blocks() > huffman_blocks_per_byte * size_) errors.leave();
+    most_scans_ = int(std::clamp(touched_blocks / std::max<std::uint64_t>(blocks(), 1), always_allowed_scans,
                                  never_more_scans));
+}
+
+std::uint64_t jpeg_reader::blocks() const {
+    std::uint64_t all = 0;
+    for (int i = 0; i < info.num_components; ++i)
+        all += std::uint64_t(info.comp_info[i].width_in_blocks) * info.comp_info[i].height_in_blocks;
+    return all;
 }
 
 bool jpeg_reader::take_markers(std::vector<jpeg_marker>& markers) const {

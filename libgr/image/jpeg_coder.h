@@ -37,6 +37,8 @@ public:
     // To be called while running: keeps the markers, reads up to the first scan, and refuses what so few
     // bytes cannot be: a picture of more blocks than the bytes can tell of.
     void read_header();
+    // Of all components together, once the header is read.
+    std::uint64_t blocks() const;
     // The markers that were read, in one buffer; false without memory.
     bool take_markers(std::vector<jpeg_marker>& markers) const;
     // Whether libjpeg asked for bytes beyond the last one.

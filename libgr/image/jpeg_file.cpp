@@ -53,7 +53,8 @@ bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr) {
     jpeg_reader reader(file.bytes);
     jpeg_decompress_struct& info = reader.info;
     image2d made;
-    bool several_scans = false;
+    bool several_scans = false, too_large = false;
+    long warnings_in_rows = 0;
     const bool decoded = reader.run([&] {
         reader.read_header();
         several_scans = jpeg_has_multiple_scans(&info) != FALSE;
@@ -66,17 +67,25 @@ bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr) {
         made.descriptor = {found->format, sample_type::unsigned_integer, bits_class::bits_8};
         made.width = info.image_width;
         made.height = info.image_height;
-        if (!made.allocate()) reader.errors.leave();
+        const std::uint64_t coefficients = several_scans ? reader.blocks() * sizeof(JBLOCK) : 0;
+        too_large = !is_allowed(made.stride() * made.height + coefficients, file.options, file.name);
+        if (too_large || !made.allocate()) reader.errors.leave();
         jpeg_start_decompress(&info);
         while (info.output_scanline < info.output_height) {
             JSAMPROW row = made.row(info.output_height - 1 - info.output_scanline);
             jpeg_read_scanlines(&info, &row, 1);
         }
+        warnings_in_rows = reader.errors.num_warnings;
+        // To the end of the file, as finishing does, but that would forget the markers.
+        while (!jpeg_input_complete(&info))
+            jpeg_consume_input(&info);
     });
+    if (too_large) return false;
     // A file that lacks no more than the marker of its end is whole; but only with a single Huffman-coded
     // scan is that seen for sure.
     const bool cut_off = reader.ran_out() && (several_scans || info.arith_code || reader.errors.data_ended);
-    if (!decoded || cut_off || !reader.take_markers(file.markers))
+    const bool damaged_end = reader.errors.num_warnings > warnings_in_rows;
+    if (!decoded || cut_off || damaged_end || !reader.take_markers(file.markers))
         return report_failure(file.name, ": jpeg decompress fail, stop.");
     if (reader.errors.num_warnings > 0) report_failure(file.name, ": jpeg decompress fail, but continue.");
     image = std::move(made);

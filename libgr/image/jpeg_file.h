@@ -5,11 +5,12 @@
 // channels of colour, as luminance and RGB (or, on request, as they are stored: YCbCr). Other colour spaces
 // are refused. Written: luminance, RGB and YCbCr of 8-bit samples.
 //
-// Nobody can decode a file of several scans, or turn any file, without all of its coefficients at hand: for
-// so long that takes two bytes a sample (turning: four) beside the picture. How many there can be is bounded
-// by the file's size.
+// Decoding a file of several scans takes two bytes a sample for its coefficients beside the picture, turning
+// any file four. Bounded are that memory, the samples of a Huffman-coded file by the file's size, and the
+// number of scans by the size of the picture.
 
 #include "libgr/image/image.h"
+#include "libgr/image/read_options.h"
 
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ struct jpeg_file {
     std::string name; // for messages
     pixel_bytes bytes;
     std::vector<jpeg_marker> markers; // in the file's order
+    read_options options;
 
     // False, after one line on standard error, when there is no such file or it cannot be mapped. The markers
     // come with the decoding.
@@ -35,8 +37,9 @@ struct jpeg_file {
     bool save(const std::string& file_name) const;
 };
 
-// Decodes the file and keeps its markers. False, after one line, when that is impossible or when the file
-// ends early. Damage that the decoder can get over gives a line, but also a picture.
+// Decodes the file and keeps its markers. False, after one line, when that is impossible, when the file ends
+// early, and when anything is wrong behind the last row. Other damage that the decoder can get over gives a
+// line, but also a picture.
 bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr = false);
 
 // Codes the picture into the file's bytes, with the file's markers; only those that describe the coding

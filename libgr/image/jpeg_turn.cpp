@@ -203,15 +203,18 @@ bool turn_jpeg(jpeg_file& file, int quarter_turns) {
     jpeg_reader reader(file.bytes);
     turner turn(reader.info, quarter_turns);
     jvirt_barray_ptr* coefficients = nullptr;
-    bool perfect = true, turned = true;
+    bool perfect = true, allowed = true, turned = true;
     const bool read = reader.run([&] {
         reader.read_header();
         perfect = turn.is_perfect();
-        if (!perfect) return;
+        // The coefficients as they are and turned.
+        allowed = is_allowed(2 * reader.blocks() * sizeof(JBLOCK), file.options, file.name);
+        if (!perfect || !allowed) return;
         if (quarter_turns != 0) turn.request_arrays();
         coefficients = jpeg_read_coefficients(&reader.info);
         if (quarter_turns != 0) turned = turn.turn(coefficients);
     });
+    if (!allowed) return false;
     if (read && !perfect) return report_failure(file.name, ": transformation is not perfect");
     std::vector<jpeg_marker> markers;
     if (!read || !turned || reader.errors.num_warnings > 0 || reader.ran_out() ||

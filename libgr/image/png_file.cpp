@@ -136,9 +136,11 @@ void read_colors(coder& reader, image2d& image) {
         image.colors.set(std::uint64_t(i), colors[i].red, colors[i].green, colors[i].blue);
 }
 
-void read_picture(coder& reader, image2d& image, std::uint64_t file_bytes) {
+// What the file says of its picture; the rows are still to come, so many times.
+int read_header(coder& reader, image2d& image, std::uint64_t file_bytes) {
     png_structp png = reader.png;
     png_set_sig_bytes(png, signature_bytes);
+    png_set_crc_action(png, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
     skip_other_chunks(png);
     png_read_info(png, reader.info);
     read_description(reader, image);
@@ -151,7 +153,15 @@ void read_picture(coder& reader, image2d& image, std::uint64_t file_bytes) {
     const std::uint64_t row_bytes = png_get_rowbytes(png, reader.info);
     if (row_bytes == 0 || image.height > file_bytes * most_inflation / row_bytes)
         png_error(png, "file is truncated");
-    if (row_bytes > image.stride() || !image.allocate()) png_error(png, "out of memory");
+    if (row_bytes > image.stride()) png_error(png, "out of memory");
+    return passes;
+}
+
+void read_rows(coder& reader, image2d& image, int passes) {
+    png_structp png = reader.png;
+    if (!image.allocate()) png_error(png, "out of memory");
+    // Too much data, or a wrong checksum behind it, is damage as well.
+    png_set_benign_errors(png, 0);
     for (int pass = 0; pass < passes; ++pass)
         for (std::uint32_t y = image.height; y > 0; --y)
             png_read_row(png, image.row(y - 1), nullptr);
@@ -194,7 +204,7 @@ bool check_png_version(const char* header, const char* source) {
     return false;
 }
 
-bool load_png(image2d& image, const std::string& name) {
+bool load_png(image2d& image, const std::string& name, const read_options& options) {
     if (!library_fits()) return false;
     pixel_bytes bytes;
     libutils::mapping_failure why;
@@ -210,11 +220,17 @@ bool load_png(image2d& image, const std::string& name) {
     coder reader(true);
     image2d made;
     source from{bytes.data() + signature_bytes, bytes.size() - signature_bytes};
+    int passes = 0;
+    const auto failed = [&] {
+        return report_failure(name, ": png read error, " + std::string(reader.reason()) + ".");
+    };
     if (!reader.run([&] {
             png_set_read_fn(reader.png, &from, read_bytes);
-            read_picture(reader, made, bytes.size());
+            passes = read_header(reader, made, bytes.size());
         }))
-        return report_failure(name, ": png read error, " + std::string(reader.reason()) + ".");
+        return failed();
+    if (!is_allowed(made.stride() * made.height, options, name)) return false;
+    if (!reader.run([&] { read_rows(reader, made, passes); })) return failed();
     image = std::move(made);
     return true;
 }

@@ -7,6 +7,7 @@
 // compression. Colour numbers are refused, because their colours are not written.
 
 #include "libgr/image/image.h"
+#include "libgr/image/read_options.h"
 
 #include <string>
 
@@ -17,7 +18,7 @@ namespace libgr {
 bool check_png_version(const char* header, const char* source);
 
 // False, after one line on standard error, when the file cannot be opened or is not a whole PNG file.
-bool load_png(image2d& image, const std::string& name);
+bool load_png(image2d& image, const std::string& name, const read_options& options = {});
 // `title`, when not empty, is stored as the text "Title". False, after one line, when the picture is of
 // another kind or the file cannot be saved, which then is as it was.
 bool save_png(const image2d& image, const std::string& name, const std::string& title = {});

@@ -106,12 +106,13 @@ bool scaledown(image2d& made, const image2d& source) {
     return true;
 }
 
-bool expand_color_index(image2d& made, const image2d& source) {
+bool expand_color_index(image2d& made, const image2d& source, bool greys) {
     const std::uint32_t bits = bits_per_component(source.descriptor.bits);
     if (source.descriptor.format != pixel_format::color_index || bits < 1 || bits > 8)
         return report_failure("expand_color_index(): not supported format.");
     image2d expanded;
-    if (!source.holds_pixels() || !start(expanded, source, bytes_of(pixel_format::rgb)))
+    const std::uint32_t format = greys ? pixel_format::luminance : pixel_format::rgb;
+    if (!source.holds_pixels() || !start(expanded, source, bytes_of(format)))
         return report_failure("expand_color_index(): allocate() fail.");
 
     std::array<std::array<unsigned char, 3>, 256> colors{};
@@ -125,9 +126,9 @@ bool expand_color_index(image2d& made, const image2d& source) {
         const unsigned char* from = source.row(y);
         unsigned char* to = expanded.row(y);
         std::uint64_t bit = std::uint64_t(source.skip_pixels) * bits % 8;
-        for (std::uint32_t x = 0; x < source.width; ++x, bit += bits, to += 3) {
+        for (std::uint32_t x = 0; x < source.width; ++x, bit += bits) {
             const std::uint32_t number = from[bit / 8] >> (8 - bits - bit % 8) & mask;
-            std::copy(colors[number].begin(), colors[number].end(), to);
+            to = std::copy_n(colors[number].begin(), components(format), to);
         }
     }
     made = std::move(expanded);

@@ -24,8 +24,8 @@ bool normalmap(image2d& made, const image2d& source);
 // left half of the picture, four channels mix with their neighbours.
 bool scaledown(image2d& made, const image2d& source);
 
-// Colours for numbers: a picture of 1, 2, 4 or 8-bit colour numbers becomes 8-bit RGB. Numbers without a
-// colour are black.
-bool expand_color_index(image2d& made, const image2d& source);
+// Colours for numbers: a picture of 1, 2, 4 or 8-bit colour numbers becomes 8-bit RGB, or with `greys`, for a
+// table of nothing else, 8-bit luminance. Numbers without a colour are black.
+bool expand_color_index(image2d& made, const image2d& source, bool greys = false);
 
 } // namespace libgr

@@ -1,6 +1,8 @@
 #include "libgr/image/tga.h"
 
+#include "libgr/image/convert.h"
 #include "libgr/image/input_file.h"
+#include "libgr/image/processing.h"
 #include "libgr/image/report.h"
 #include "libgr/image/row_writer.h"
 
@@ -15,7 +17,8 @@ namespace {
 
 constexpr std::size_t header_bytes = 18;
 constexpr std::uint8_t color_mapped = 1, true_color = 2; // image types
-constexpr std::uint8_t right_to_left = 0x10, top_down = 0x20, interleaved = 0xC0;
+// Flags; the low bits count those of alpha.
+constexpr std::uint8_t alpha_bits = 0x0F, right_to_left = 0x10, top_down = 0x20, interleaved = 0xC0;
 
 struct header {
     std::uint8_t id_length, map_type, image_type;
@@ -101,23 +104,6 @@ bool read_colors(image2d& image, const header& h, const unsigned char* entries) 
     return true;
 }
 
-bool all_grey(const color_table& colors) {
-    for (std::uint64_t i = 0; i < colors.count; ++i)
-        if (colors.red[i] != colors.green[i] || colors.red[i] != colors.blue[i]) return false;
-    return true;
-}
-
-// Numbers of greys become the greys themselves.
-void resolve_greys(image2d& image) {
-    std::array<unsigned char, 256> grey{};
-    for (std::uint64_t i = 0; i < grey.size() && i < image.colors.count; ++i)
-        grey[i] = static_cast<unsigned char>(image.colors.red[i] >> 8);
-    for (std::uint32_t y = 0; y < image.height; ++y)
-        for (unsigned char *p = image.row(y), *end = p + image.width; p < end; ++p)
-            *p = grey[*p];
-    image.colors = {};
-}
-
 void copy_mirrored(unsigned char* to, const unsigned char* from, std::size_t pixels, std::size_t bytes) {
     for (std::size_t x = 0; x < pixels; ++x)
         std::copy_n(from + (pixels - 1 - x) * bytes, bytes, to + x * bytes);
@@ -125,7 +111,7 @@ void copy_mirrored(unsigned char* to, const unsigned char* from, std::size_t pix
 
 } // namespace
 
-bool load_tga(image2d& image, const std::string& name) {
+bool load_tga(image2d& image, const std::string& name, const read_options& options) {
     pixel_bytes bytes;
     if (!map_file(bytes, name)) return false;
     if (bytes.size() < header_bytes) return report_failure(name, ": not a tga file.");
@@ -163,10 +149,11 @@ bool load_tga(image2d& image, const std::string& name) {
     }
     if (uses_map) {
         if (!read_colors(made, h, bytes.data() + map_at)) return report_failure(name, ": file load failed.");
-        if (all_grey(made.colors))
-            resolve_greys(made);
-        else
-            made.descriptor.format = pixel_format::color_index;
+        made.descriptor.format = pixel_format::color_index;
+        if (made.colors.all_grey() && !expand_color_index(made, made, true)) return false;
+    } else if (options.as_meant && kind->format == pixel_format::bgra &&
+               (!(h.flags & alpha_bits) || !shows_anything(made)) && !drop_alpha(made)) {
+        return false;
     }
     image = std::move(made);
     return true;

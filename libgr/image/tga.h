@@ -8,13 +8,14 @@
 // understands.
 
 #include "libgr/image/image.h"
+#include "libgr/image/read_options.h"
 
 #include <string>
 
 namespace libgr {
 
 // False, after one line on standard error, when the file is not such a picture, or not a whole one.
-bool load_tga(image2d& image, const std::string& name);
+bool load_tga(image2d& image, const std::string& name, const read_options& options = {});
 // False, after one line, when the picture is of another kind or the file cannot be saved, which then is as it
 // was.
 bool save_tga(const image2d& image, const std::string& name);

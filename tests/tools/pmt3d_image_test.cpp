@@ -1,6 +1,7 @@
 // pmt3d image as a user calls it, and what it writes as other programs see it.
 
 #include "libgr/image/autoformat.h"
+#include "libgr/image/convert.h"
 #include "libgr/image/processing.h"
 #include "support/process.h"
 #include "support/temporary_directory.h"
@@ -93,9 +94,12 @@ TEST(pmt3d_image, other_programs_see_the_same_pixels) {
             run({"compare", "-alpha", "off", "-metric", "AE", expected, upright(name), "null:"});
         EXPECT_EQ(compared.exit_code, 0) << c.name << ' ' << compared.err;
         EXPECT_EQ(compared.err, "0") << c.name;
-        if (std::string_view(c.name).ends_with(".png")) {
-            EXPECT_EQ(run({"pngcheck", "-q", name}).exit_code, 0) << c.name;
-        }
+        if (!std::string_view(c.name).ends_with(".png")) continue;
+        EXPECT_EQ(run({"pngcheck", "-q", name}).exit_code, 0) << c.name;
+        if (!std::string_view(c.name).starts_with("grey") || c.descriptor.bits > 3) continue;
+        ASSERT_EQ(image({"convert", name, folder.file("a.bmp")}).exit_code, 0);
+        EXPECT_EQ(run({"compare", "-metric", "AE", expected, folder.file("a.bmp"), "null:"}).err, "0")
+            << c.name;
     }
 }
 
@@ -139,11 +143,18 @@ TEST(pmt3d_image, info) {
     EXPECT_EQ(shown.out, "size: 2x1\nformat: 0\ntype: 1\nbits: 0\ncrc: " + crc + "\n");
     EXPECT_EQ(shown.exit_code, 0);
     EXPECT_EQ(shown.err, "");
-    ASSERT_EQ(image({"convert", bmp, folder.file("b.jpg")}).exit_code, 0);
-    std::filesystem::rename(folder.file("b.jpg"), folder.file("b.JPEG"));
-    EXPECT_EQ(image({"info", folder.file("b.JPEG")}).out.substr(0, 10), "size: 2x1\n");
-    EXPECT_EQ(image({"convert", folder.file("b.JPEG"), folder.file("b.png")}).err,
-              "autoloadformat load fail, fname=" + folder.file("b.JPEG") + "\n");
+    EXPECT_EQ(image({"--memory", "1", "info", bmp}).out, shown.out);
+    // Every spelling of a name is taken everywhere.
+    const std::vector<std::string> names = {bmp,
+                                            folder.file("b.jpeg"),
+                                            folder.file("c.JPG"),
+                                            folder.file("d.JPEG"),
+                                            folder.file("e.TGA"),
+                                            folder.file("f.bMp")};
+    for (std::size_t i = 1; i < names.size(); ++i) {
+        EXPECT_EQ(image({"convert", names[i - 1], names[i]}).err, "");
+        EXPECT_EQ(image({"info", names[i]}).out.substr(0, 10), "size: 2x1\n") << names[i];
+    }
 }
 
 TEST(pmt3d_image, convert_loses_nothing) {
@@ -198,10 +209,31 @@ TEST(pmt3d_image, operations) {
         ASSERT_EQ(read.pixels.size(), expected.pixels.size());
         EXPECT_EQ(std::memcmp(read.pixels.data(), expected.pixels.data(), read.pixels.size()), 0) << c.name;
         if (read.descriptor.format != 0) continue;
-        // The grey one is a height map.
-        ASSERT_EQ(image({"normalmap", to, folder.file("normals.tga")}).exit_code, 0);
-        EXPECT_EQ(image({"grey", to, to}).err, "0: image format is not RGB.\n");
+        // The grey one is a height map, in whatever format and with whatever alpha.
+        ASSERT_TRUE(libgr::normalmap(expected, expected));
+        for (const char* format : {"a.bmp", "a.tga", "a.png"}) {
+            const std::string copy = folder.file(format), heights = folder.file("heights.bmp");
+            ASSERT_EQ(image({"convert", from, copy}).exit_code, 0);
+            ASSERT_EQ(image({"grey", copy, heights}).exit_code, 0);
+            ASSERT_EQ(image({"grey", heights, heights}).exit_code, 0);
+            ASSERT_TRUE(libgr::convert_format(read, read, libgr::pixel_format::luminance_alpha));
+            ASSERT_TRUE(libgr::autosaveformat(read, folder.file("clear.png")));
+            for (const std::string& height_map : {heights, folder.file("clear.png")}) {
+                ASSERT_EQ(image({"normalmap", height_map, folder.file("n.png")}).exit_code, 0);
+                image2d normals;
+                ASSERT_TRUE(libgr::autoloadformat(normals, folder.file("n.png")));
+                ASSERT_EQ(normals.pixels.size(), expected.pixels.size());
+                EXPECT_EQ(std::memcmp(normals.pixels.data(), expected.pixels.data(), normals.pixels.size()),
+                          0);
+            }
+        }
     }
+    // Four channels of which the last says nothing are a picture for everybody.
+    image2d plain = waves(5, 3, {11, 1, 3});
+    for (std::uint32_t i = 3; i < plain.pixels.size(); i += 4)
+        plain.pixels[i] = 0;
+    ASSERT_TRUE(libgr::autosaveformat(plain, folder.file("plain.tga")));
+    EXPECT_EQ(image({"convert", folder.file("plain.tga"), folder.file("plain.jpg")}).err, "");
 }
 
 // Pictures of every kind, turned here and there: the same pixels, the same notes.
@@ -242,6 +274,8 @@ TEST(pmt3d_image, wrong_usage) {
         {"turn", "1.5", "a", "b"},
         {"turn", "-", "a", "b"},
         {"sharpen", "a", "b"},
+        {"--memory", "0", "info", "a.png"},
+        {"--memory"},
     };
     for (const auto& words : cases) {
         const process_result result = image(words);
@@ -249,6 +283,8 @@ TEST(pmt3d_image, wrong_usage) {
         EXPECT_EQ(result.out, "");
         EXPECT_NE(result.err.find("usage: pmt3d image"), std::string::npos);
     }
+    EXPECT_NE(image({"sharpen"}).err.find("\"sharpen\"; the words are info, convert, grey,"),
+              std::string::npos);
     const process_result over = image({"turn", "4", QUENVAREL_BIN "/pmt3d", "b.jpg"});
     EXPECT_EQ(over.exit_code, 1);
     EXPECT_EQ(over.err, "4: jpeg transform rightrotate count over.\n");

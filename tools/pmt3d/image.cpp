@@ -1,15 +1,12 @@
 // pmt3d image ...: looks at pictures and converts them.
 
-#include "libgr/image/autoformat.h"
 #include "libgr/image/convert.h"
 #include "libgr/image/jpeg_file.h"
 #include "libgr/image/processing.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "picture_file.h"
 #include "subcommand.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -22,6 +19,9 @@ namespace {
 
 using libgr::file_format;
 using libgr::image2d;
+using libgr::read_options;
+using libutils::report;
+namespace pixel_format = libgr::pixel_format;
 
 int exit_code(bool good) {
     return good ? success : failure;
@@ -38,31 +38,11 @@ bool checksum(const image2d& image, unsigned long& crc) {
     return true;
 }
 
-// The library knows JPEG files by three letters only; whoever asks what a file is gets an answer with four,
-// too.
-bool has_four_letters(std::string_view name) {
-    constexpr std::string_view extension = ".jpeg";
-    return name.size() >= extension.size() &&
-           std::equal(
-               extension.begin(), extension.end(), name.end() - extension.size(),
-               [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
-}
-
-bool load_any(image2d& image, const std::string& name) {
-    if (!has_four_letters(name)) return libgr::autoloadformat(image, name);
-    libgr::jpeg_file file;
-    return file.load(name) && libgr::decode_jpeg(image, file);
-}
-
-int info(arguments words) {
+int info(arguments words, const read_options& options) {
     image2d image;
-    if (!load_any(image, words[0])) return failure;
+    if (!libgr::load_as(format_of(words[0]), image, words[0], options)) return failure;
     unsigned long crc = 0;
-    if (!checksum(image, crc)) {
-        libutils::error_report();
-        std::cerr << words[0] << ": picture has no colours." << std::endl;
-        return failure;
-    }
+    if (!checksum(image, crc)) return exit_code(report(words[0], ": picture has no colours."));
     char digits[9];
     std::snprintf(digits, sizeof digits, "%08lx", crc);
     std::cout << "size: " << image.width << 'x' << image.height << "\nformat: " << image.descriptor.format
@@ -71,77 +51,118 @@ int info(arguments words) {
     return success;
 }
 
+bool load_jpeg(libgr::jpeg_file& file, const char* name, const read_options& options) {
+    file.options = options;
+    return file.load(name);
+}
+
 // From JPEG to JPEG the notes beside the picture go with it.
-int recode(const char* from, const char* to) {
+int recode(const char* from, const char* to, const read_options& options) {
     libgr::jpeg_file file;
     image2d image;
-    return exit_code(file.load(from) && libgr::decode_jpeg(image, file) &&
+    return exit_code(load_jpeg(file, from, options) && libgr::decode_jpeg(image, file) &&
                      libgr::encode_jpeg(file, image, libgr::autosave_jpeg_quality, true) && file.save(to));
 }
 
-int convert(arguments words) {
-    const auto is_jpeg = [](const char* name) { return libgr::format_of(name) == file_format::jpeg; };
-    if (is_jpeg(words[0]) && is_jpeg(words[1])) return recode(words[0], words[1]);
+int convert(arguments words, const read_options& options) {
+    const auto is_jpeg = [](const char* name) { return format_of(name) == file_format::jpeg; };
+    if (is_jpeg(words[0]) && is_jpeg(words[1])) return recode(words[0], words[1], options);
     image2d image;
-    return exit_code(libgr::autoloadformat(image, words[0]) && save_picture(image, words[1]));
+    return exit_code(load_picture(image, words[0], options) && save_picture(image, words[1]));
+}
+
+// Of the greys that a picture has or gets, whatever the order of its channels; alpha does not count.
+bool grey(image2d& made, const image2d& source) {
+    const std::uint32_t format = source.descriptor.format;
+    const bool is_grey = format == pixel_format::luminance || format == pixel_format::luminance_alpha;
+    if (is_grey) return libgr::convert_format(made, source, pixel_format::luminance);
+    return libgr::convert_format(made, source, pixel_format::rgb) && libgr::rgb2grey(made, made);
+}
+
+bool normals(image2d& made, const image2d& source) {
+    if (source.descriptor.format != pixel_format::luminance_alpha) return libgr::normalmap(made, source);
+    return grey(made, source) && libgr::normalmap(made, made);
 }
 
 template <bool (*Operation)(image2d&, const image2d&)>
-int process(arguments words) {
+int process(arguments words, const read_options& options) {
     image2d image;
-    return exit_code(libgr::autoloadformat(image, words[0]) && Operation(image, image) &&
-                     save_picture(image, words[1]));
+    if (!load_picture(image, words[0], options)) return failure;
+    const bool narrow = libgr::bits_per_component(image.descriptor.bits) < 8;
+    return exit_code((!narrow || libgr::convert_bits(image, image, libgr::bits_class::bits_8)) &&
+                     Operation(image, image) && save_picture(image, words[1]));
 }
 
-int run(arguments words);
-int turn(arguments words);
+int turn(arguments words, const read_options& options);
 
 struct action {
     std::string_view name;
     std::size_t words; // how many follow
-    int (*run)(arguments);
+    int (*run)(arguments, const read_options&);
 };
 constexpr action actions[] = {{"info", 1, info},
                               {"convert", 2, convert},
-                              {"grey", 2, process<libgr::rgb2grey>},
-                              {"normalmap", 2, process<libgr::normalmap>},
+                              {"grey", 2, process<grey>},
+                              {"normalmap", 2, process<normals>},
                               {"scaledown", 2, process<libgr::scaledown>},
                               {"turn", 3, turn}};
 
-int turn(arguments words) {
-    const std::string count = words[0];
-    const bool negative = count[0] == '-';
-    if (count.size() == negative || count.size() > 9 ||
-        count.find_first_not_of("0123456789", negative) != count.npos)
-        return usage_error(image, "N is the number of quarter turns.");
+// A whole number of at most nine digits.
+bool to_number(std::string_view word, int& number) {
+    const bool negative = word.starts_with('-');
+    if (word.size() == negative || word.size() > 9 ||
+        word.find_first_not_of("0123456789", negative) != word.npos)
+        return false;
+    number = std::stoi(std::string(word));
+    return true;
+}
+
+int turn(arguments words, const read_options& options) {
+    int turns = 0;
+    if (!to_number(words[0], turns)) return usage_error(image, "N is the number of quarter turns.");
     libgr::jpeg_file file;
-    return exit_code(file.load(words[1]) && libgr::turn_jpeg(file, std::stoi(count)) && file.save(words[2]));
+    return exit_code(load_jpeg(file, words[1], options) && libgr::turn_jpeg(file, turns) &&
+                     file.save(words[2]));
 }
 
 int run(arguments words) {
-    if (words.empty()) return usage_error(image, "what to do is missing.");
-    for (const action& a : actions) {
-        if (words[0] != a.name) continue;
-        if (words.size() != a.words + 1) return usage_error(image, "wrong number of arguments.");
-        return a.run(words.subspan(1));
+    read_options options;
+    if (!words.empty() && std::string_view(words[0]) == "--memory") {
+        int mib = 0;
+        if (words.size() < 2 || !to_number(words[1], mib) || mib < 1)
+            return usage_error(image, "--memory needs a number of MiB.");
+        options.most_bytes = std::uint64_t(mib) << 20;
+        words = words.subspan(2);
     }
-    return usage_error(image, "there is no image \"" + std::string(words[0]) + "\".");
+    std::string known;
+    for (const action& a : actions) {
+        known.append(known.empty() ? "" : ", ").append(a.name);
+        if (words.empty() || words[0] != a.name) continue;
+        if (words.size() != a.words + 1) return usage_error(image, "wrong number of arguments.");
+        return a.run(words.subspan(1), options);
+    }
+    const std::string word =
+        words.empty() ? "what to do is missing" : "there is no \"" + std::string(words[0]) + '"';
+    return usage_error(image, word + "; the words are " + known + '.');
 }
 
 } // namespace
 
 const subcommand image = {
     "image",
-    "info FILE | convert IN OUT | grey IN OUT | normalmap IN OUT | scaledown IN OUT | turn N IN.jpg OUT.jpg",
+    "[--memory N] info FILE | convert IN OUT | grey IN OUT | normalmap IN OUT | scaledown IN OUT | "
+    "turn N IN.jpg OUT.jpg",
     "look at pictures and convert them",
-    "The extension of a name tells the format: .jpg, .bmp, .png or .tga.\n"
-    "  info       size, format, sample type and width class, and the CRC-32 of the 8-bit RGB pixels\n"
-    "  convert    writes the picture in another format, unless that would lose something of it\n"
-    "  grey       turns an 8-bit RGB picture to grey\n"
-    "  normalmap  makes the normal map of an 8-bit grey picture of heights\n"
-    "  scaledown  halves width and height of an 8-bit picture\n"
-    "  turn       turns a JPEG picture clockwise by N quarter turns (0 to 3) without loss\n"
-    "Example: pmt3d image convert wood.bmp wood.png\n",
+    R"(The extension of a name tells the format: .jpg or .jpeg, .bmp, .png or .tga, in any case.
+  info       size, format, sample type and width class, and the CRC-32 of the 8-bit RGB pixels
+  convert    writes the picture in another format, unless that would lose something of it
+  grey       turns an 8-bit picture to grey; alpha does not count
+  normalmap  makes the normal map of an 8-bit grey picture of heights
+  scaledown  halves width and height of an 8-bit picture
+  turn       turns a JPEG picture clockwise by N quarter turns (0 to 3) without loss
+Reading a picture may take N MiB of memory, 1024 if nothing else is said.
+Example: pmt3d image convert wood.bmp wood.png
+)",
     run,
 };
 

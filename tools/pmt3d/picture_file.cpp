@@ -1,7 +1,10 @@
 #include "picture_file.h"
 
-#include "libgr/image/autoformat.h"
+#include "libgr/image/bmp.h"
 #include "libgr/image/convert.h"
+
+#include <algorithm>
+#include <cctype>
 
 namespace tool {
 
@@ -41,8 +44,26 @@ static bool adapt(image2d& image, file_format format) {
     return channels == image.descriptor.format || libgr::convert_format(image, image, channels);
 }
 
+file_format format_of(const std::string& name) {
+    constexpr std::string_view ending = ".jpeg";
+    const bool four_letters =
+        name.size() >= ending.size() &&
+        std::equal(ending.rbegin(), ending.rend(), name.rbegin(),
+                   [](char wanted, unsigned char c) { return wanted == std::tolower(c); });
+    return four_letters ? file_format::jpeg : libgr::format_of(name);
+}
+
+bool load_picture(image2d& image, const std::string& name, libgr::read_options options) {
+    options.as_meant = true;
+    return libgr::load_as(format_of(name), image, name, options);
+}
+
 bool save_picture(image2d& image, const std::string& name) {
-    return adapt(image, libgr::format_of(name)) && libgr::autosaveformat(image, name);
+    const file_format format = format_of(name);
+    if (!adapt(image, format)) return false;
+    // Others do not read greys without a table.
+    return format == file_format::bmp ? libgr::save_bmp(image, name, true)
+                                      : libgr::save_as(format, image, name);
 }
 
 } // namespace tool

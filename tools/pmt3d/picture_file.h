@@ -1,11 +1,18 @@
 #pragma once
-// What the subcommands that write pictures have in common.
+// Picture files as the subcommands read and write them.
 
-#include "libgr/image/image.h"
+#include "libgr/image/autoformat.h"
 
 #include <string>
 
 namespace tool {
+
+// The format that a name's ending says. Unlike the library's, which models go by, the tool's JPEG files may
+// have four letters.
+libgr::file_format format_of(const std::string& name);
+
+// Reads a picture as its author means it.
+bool load_picture(libgr::image2d& image, const std::string& name, libgr::read_options options = {});
 
 // Saves in the format that the name's ending says. Where that costs nothing, the picture is first brought
 // into a form that the format takes: channels change their order and samples become wider. What would lose

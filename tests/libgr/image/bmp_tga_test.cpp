@@ -146,6 +146,20 @@ TEST(bmp, takes_back_what_it_wrote_and_refuses_the_rest) {
         EXPECT_EQ(read.descriptor, d);
         EXPECT_EQ(pictures::bytes(read), pictures::bytes(image));
     }
+    // With a table of its greys the whole range of each width comes back, as colours.
+    for (const std::uint32_t bits : {0u, 2u, 3u}) {
+        const std::uint32_t most = (1u << bits_per_component(bits)) - 1;
+        image2d steps = pictures::noise(most + 1, 1, {0, 1, bits}), read;
+        std::fill_n(steps.row(0), steps.stride(), 0);
+        for (std::uint32_t x = 0, width = bits_per_component(bits); x <= most; ++x)
+            steps.row(0)[x * width / 8] |= static_cast<unsigned char>(x << (8 - width - x * width % 8));
+        ASSERT_TRUE(save_bmp(steps, name, true));
+        ASSERT_TRUE(autoloadformat(read, name));
+        ASSERT_EQ(read.descriptor, (pixel_descriptor{8, 1, 3}));
+        for (std::uint32_t x = 0; x <= most; ++x)
+            for (int c = 0; c < 3; ++c)
+                EXPECT_EQ(read.pixel(x, 0)[c], x * 255 / most) << bits;
+    }
     const std::string before = test_support::read_file(name);
     for (const pixel_descriptor d :
          {pixel_descriptor{11, 1, 3}, {8, 1, 3}, {0, 1, 1}, {0, 1, 5}, {10, 2, 3}, {17, 1, 3}}) {
@@ -189,6 +203,68 @@ TEST(tga, each_depth_has_its_descriptor_and_rows_are_unpacked) {
         ASSERT_TRUE(load_tga(image, folder.write("a.tga", c.file.file())));
         EXPECT_EQ(image.descriptor, c.expected);
         EXPECT_EQ(pictures::bytes(image), c.bytes);
+    }
+}
+
+TEST(as_meant, alpha_that_says_nothing_is_dropped_and_greys_are_grey) {
+    using pictures::bmp;
+    using pictures::tga;
+    const std::string clear("abc\0def\0", 8), dim("abc\0def\1", 8), greys("\0\0\0\0\x50\x50\x50\0", 8);
+    struct {
+        const char* name;
+        std::string file;
+        std::vector<int> as_it_is, as_meant;
+    } const cases[] = {
+        {"a.bmp",
+         bmp{.width = 2, .height = 1, .bit_count = 32, .pixels = clear}.file(),
+         {'a', 'b', 'c', 0, 'd', 'e', 'f', 0},
+         {'a', 'b', 'c', 'd', 'e', 'f'}},
+        {"a.bmp",
+         bmp{.width = 2, .height = 1, .bit_count = 32, .pixels = dim}.file(),
+         {'a', 'b', 'c', 0, 'd', 'e', 'f', 1},
+         {'a', 'b', 'c', 0, 'd', 'e', 'f', 1}},
+        {"a.tga",
+         tga{.height = 1, .depth = 32, .flags = 0, .pixels = dim}.file(),
+         {'a', 'b', 'c', 0, 'd', 'e', 'f', 1},
+         {'a', 'b', 'c', 'd', 'e', 'f'}},
+        {"a.tga",
+         tga{.height = 1, .depth = 32, .flags = 8, .pixels = clear}.file(),
+         {'a', 'b', 'c', 0, 'd', 'e', 'f', 0},
+         {'a', 'b', 'c', 'd', 'e', 'f'}},
+        {"a.tga",
+         tga{.height = 1, .depth = 32, .flags = 1, .pixels = dim}.file(),
+         {'a', 'b', 'c', 0, 'd', 'e', 'f', 1},
+         {'a', 'b', 'c', 0, 'd', 'e', 'f', 1}},
+        {"a.tga",
+         tga{.width = 1, .height = 1, .depth = 16, .flags = 0, .pixels = {"\0\xFC", 2}}.file(),
+         {0, 0xFC},
+         {0, 0, 255}},
+        {"a.tga",
+         tga{.width = 1, .height = 1, .depth = 16, .flags = 1, .pixels = {"\0\x7C", 2}}.file(),
+         {0, 0x7C},
+         {0, 0, 255}},
+        {"a.bmp",
+         bmp{.offset = 62,
+             .width = 4,
+             .height = 1,
+             .bit_count = 1,
+             .between = greys,
+             .pixels = {"\x60\0\0\0", 4}}
+             .file(),
+         {0, 0, 0, 80, 80, 80, 80, 80, 80, 0, 0, 0},
+         {0, 80, 80, 0}},
+    };
+    const temporary_directory folder;
+    for (const auto& c : cases) {
+        const std::string name = folder.write(c.name, c.file);
+        image2d image;
+        ASSERT_TRUE(autoloadformat(image, name));
+        EXPECT_EQ(pictures::bytes(image), c.as_it_is);
+        ASSERT_TRUE(load_as(format_of(name), image, name, {.as_meant = true}));
+        EXPECT_EQ(pictures::bytes(image), c.as_meant);
+        capture err(std::cerr);
+        EXPECT_EQ(load_as(format_of(name), image, name, {.most_bytes = 3, .as_meant = true}),
+                  c.as_meant.size() == c.as_it_is.size() || std::string(c.name) == "a.tga");
     }
 }
 

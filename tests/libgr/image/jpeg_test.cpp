@@ -47,9 +47,9 @@ jpeg_file encoded(const image2d& image, std::vector<jpeg_marker> markers = {}) {
     return file;
 }
 
-// A file that libjpeg makes of 64 by 48 pixels the way `set_up` wants.
+// A file that libjpeg makes of 64 by 48 pixels, or of a square of one colour, the way `set_up` wants.
 template <class SetUp>
-jpeg_file coded(int components, J_COLOR_SPACE space, SetUp set_up) {
+jpeg_file coded(int components, J_COLOR_SPACE space, SetUp set_up, JDIMENSION plain_side = 0) {
     jpeg_compress_struct info;
     jpeg_error_mgr errors;
     info.err = jpeg_std_error(&errors);
@@ -57,16 +57,16 @@ jpeg_file coded(int components, J_COLOR_SPACE space, SetUp set_up) {
     unsigned char* bytes = nullptr;
     unsigned long size = 0;
     jpeg_mem_dest(&info, &bytes, &size);
-    info.image_width = 64;
-    info.image_height = 48;
+    info.image_width = plain_side ? plain_side : 64;
+    info.image_height = plain_side ? plain_side : 48;
     info.input_components = components;
     info.in_color_space = space;
     jpeg_set_defaults(&info);
     set_up(info);
     jpeg_start_compress(&info, TRUE);
-    std::vector<JSAMPLE> row(std::size_t(64 * components));
+    std::vector<JSAMPLE> row(info.image_width * std::size_t(components));
     while (info.next_scanline < info.image_height) {
-        for (std::size_t i = 0; i < row.size(); ++i)
+        for (std::size_t i = 0; i < row.size() && !plain_side; ++i)
             row[i] = JSAMPLE(3 * info.next_scanline + i % 200);
         JSAMPROW one = row.data();
         jpeg_write_scanlines(&info, &one, 1);
@@ -160,32 +160,71 @@ TEST(jpeg, truncation_is_refused_and_a_missing_end_marker_is_not) {
     EXPECT_EQ(err.text(), "test.jpg: jpeg decompress fail, stop.\n");
 }
 
-TEST(jpeg, damage_inside_is_reported_and_got_over) {
-    jpeg_file file = encoded(soft(64, 64));
-    std::string bytes = text(file.bytes);
-    bytes.erase(bytes.size() - 60, 50);
-    file.bytes = buffer(bytes);
-    capture err(std::cerr);
-    image2d image;
-    EXPECT_TRUE(decode_jpeg(image, file));
-    EXPECT_EQ(err.text(), "test.jpg: jpeg decompress fail, but continue.\n");
-    EXPECT_EQ(image.width, 64u);
+TEST(jpeg, damage_inside_is_got_over_and_behind_the_last_row_is_not) {
+    struct {
+        std::size_t at, erased; // counted from the end
+        const char* inserted;
+        const char* line;
+    } const cases[] = {
+        {60, 50, "", "test.jpg: jpeg decompress fail, but continue.\n"},
+        {2, 0, "a whole sentence that is no marker", "test.jpg: jpeg decompress fail, stop.\n"},
+        {2, 0, "\xFF\xC0", "test.jpg: jpeg decompress fail, stop.\n"}};
+    const std::string whole = text(encoded(soft(64, 64)).bytes);
+    for (const auto& c : cases) {
+        jpeg_file file;
+        file.name = "test.jpg";
+        file.bytes = buffer(std::string(whole).replace(whole.size() - c.at, c.erased, c.inserted));
+        capture err(std::cerr);
+        image2d image;
+        EXPECT_EQ(decode_jpeg(image, file), c.erased != 0);
+        EXPECT_EQ(err.text(), c.line);
+        EXPECT_EQ(image.width, c.erased ? 64u : 0);
+    }
 }
 
 TEST(jpeg, few_bytes_do_not_make_many_pixels) {
-    for (const bool arithmetic : {false, true}) {
-        jpeg_file file = coded(3, JCS_RGB, [&](auto& info) { info.arith_code = arithmetic; });
-        std::string bytes = text(file.bytes);
-        const std::size_t frame = bytes.find(arithmetic ? "\xFF\xC9" : "\xFF\xC0");
-        ASSERT_NE(frame, std::string::npos);
-        bytes.replace(frame + 5, 4, "\xFF\xDC\xFF\xDC");
-        file.bytes = buffer(bytes);
-        capture err(std::cerr);
+    jpeg_file file = coded(3, JCS_RGB, [](auto&) {});
+    std::string bytes = text(file.bytes);
+    const std::size_t frame = bytes.find("\xFF\xC0");
+    ASSERT_NE(frame, std::string::npos);
+    bytes.replace(frame + 5, 4, std::string("\x10\0\x10\0", 4));
+    file.bytes = buffer(bytes);
+    capture err(std::cerr);
+    image2d image;
+    EXPECT_FALSE(decode_jpeg(image, file));
+    EXPECT_FALSE(turn_jpeg(file, 2));
+    EXPECT_EQ(err.take(), "test.jpg: jpeg decompress fail, stop.\ntest.jpg: jpeg transform fail, stop.\n");
+
+    // But for arithmetic coding, which needs next to nothing for a plain surface.
+    file = coded(
+        1, JCS_GRAYSCALE, [](auto& info) { info.arith_code = TRUE; }, 3000);
+    EXPECT_LT(file.bytes.size(), 130u);
+    EXPECT_TRUE(decode_jpeg(image, file));
+    EXPECT_EQ(err.text(), "");
+}
+
+TEST(jpeg, takes_the_memory_that_is_allowed) {
+    // 48 blocks of one channel and 12 of each other; two bytes for a coefficient.
+    constexpr std::uint64_t pixels = 64 * 48 * 3, coefficients = 72 * 64 * 2;
+    for (const bool progressive : {false, true}) {
+        jpeg_file file = coded(3, JCS_RGB, [&](auto& info) {
+            if (progressive) jpeg_simple_progression(&info);
+        });
+        const std::uint64_t needed = pixels + (progressive ? coefficients : 0);
         image2d image;
+        capture err(std::cerr);
+        file.options.most_bytes = needed;
+        EXPECT_TRUE(decode_jpeg(image, file));
+        file.options.most_bytes = 2 * coefficients;
+        jpeg_file turned = file;
+        EXPECT_TRUE(turn_jpeg(turned, 1));
+        EXPECT_EQ(err.take(), "");
+        --file.options.most_bytes;
+        EXPECT_FALSE(turn_jpeg(file, 1));
+        file.options.most_bytes = needed - 1;
         EXPECT_FALSE(decode_jpeg(image, file));
-        EXPECT_FALSE(turn_jpeg(file, 2));
-        EXPECT_EQ(err.text(),
-                  "test.jpg: jpeg decompress fail, stop.\ntest.jpg: jpeg transform fail, stop.\n");
+        const std::string line = "test.jpg: picture needs 1 MiB of memory, more than the 0 MiB allowed.\n";
+        EXPECT_EQ(err.text(), line + line);
     }
 }
 

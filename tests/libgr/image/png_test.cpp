@@ -128,12 +128,13 @@ TEST(png, a_library_of_another_version_is_reported) {
 
 TEST(png, what_cannot_be_opened_or_is_none_is_refused) {
     const temporary_directory folder;
+    const std::string pixel = deflated({"\0\x50", 2});
     struct {
         std::string name, line;
     } const cases[] = {
         {folder.file("none.png"), ": file open error, No such file or directory"},
         {folder.write("empty.png", ""), ": not a png file."},
-        {folder.write("text.png", "some text"), ": not a png file."},
+        {folder.write("words.png", "some text"), ": not a png file."},
         {folder.write("zero.png", header(0, 1, 8, 0)), ": png read error, Invalid IHDR data."},
         {folder.write("deep.png", header(1, 1, 255, 255)), ": png read error, Invalid IHDR data."},
         // A few bytes cannot hold so many pixels.
@@ -142,6 +143,14 @@ TEST(png, what_cannot_be_opened_or_is_none_is_refused) {
          ": png read error, file is truncated."},
         {folder.write("bomb2.png", header(65535, 65535, 8, 2, 1) + chunk("IDAT", "")),
          ": png read error, file is truncated."},
+        {folder.write("small_bomb.png", header(3000, 300, 8, 0) + chunk("IDAT", deflated("\0"))),
+         ": png read error, file is truncated."},
+        {folder.write("chunks.png", header(1, 1, 8, 0) + chunk("IDAT", pixel.substr(0, pixel.size() - 4)) +
+                                        chunk("IDAT", "sum?") + chunk("IEND", "")),
+         ": png read error, IDAT: incorrect data check."},
+        {folder.write("text.png",
+                      header(1, 1, 8, 0) + chunk("IDAT", pixel) + be(1, 4) + "tEXt?sum?" + chunk("IEND", "")),
+         ": png read error, tEXt: CRC error."},
         {folder.write("wide.png", header(0x7FFFFFFF, 0x7FFFFFFF, 8, 2)),
          ": png read error, Invalid IHDR data."},
     };
@@ -154,6 +163,13 @@ TEST(png, what_cannot_be_opened_or_is_none_is_refused) {
 #endif
         EXPECT_EQ(err.text(), c.name + c.line + "\n");
     }
+    const std::string name = folder.file("a.png");
+    ASSERT_TRUE(save_png(pictures::noise(5, 3, {9, 1, 5}), name)); // 40 bytes a row
+    image2d image;
+    EXPECT_TRUE(load_png(image, name, {.most_bytes = 120}));
+    capture err(std::cerr);
+    EXPECT_FALSE(load_png(image, name, {.most_bytes = 119}));
+    EXPECT_EQ(err.text(), name + ": picture needs 1 MiB of memory, more than the 0 MiB allowed.\n");
 }
 
 } // namespace

@@ -1,0 +1,21 @@
+#pragma once
+// What the readers of picture files may spend, and how they take what a file leaves open.
+
+#include <cstdint>
+#include <string>
+
+namespace libgr {
+
+struct read_options {
+    // Memory for the pixels and for what decoding them needs beside. By default that of the largest texture:
+    // 16384 by 16384 pixels of four bytes.
+    std::uint64_t most_bytes = std::uint64_t(1) << 30;
+    // BMP and TGA as their authors mean them: a fourth channel that the header calls no alpha, or that is
+    // zero everywhere, is dropped, and numbers of greys become luminance.
+    bool as_meant = false;
+};
+
+// Whether a picture that needs so much memory may be read; otherwise one line with both numbers.
+bool is_allowed(std::uint64_t bytes, const read_options& options, const std::string& name);
+
+} // namespace libgr
