@@ -9,6 +9,41 @@
 
 namespace render {
 
+namespace {
+
+// Copies are cut by the scissor rectangle, too: none while this lives.
+class unscissored {
+public:
+    unscissored() : was_on_(glIsEnabled(GL_SCISSOR_TEST)) {
+        if (was_on_) glDisable(GL_SCISSOR_TEST);
+    }
+    ~unscissored() {
+        if (was_on_) glEnable(GL_SCISSOR_TEST);
+    }
+    unscissored(const unscissored&) = delete;
+    unscissored& operator=(const unscissored&) = delete;
+
+private:
+    bool was_on_;
+};
+
+void copy(gl_uint from, gl_uint to, int left, int bottom, int right, int top, GLbitfield what) {
+    const unscissored whole;
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, from);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, to);
+    glBlitFramebuffer(left, bottom, right, top, left, bottom, right, top, what, GL_NEAREST);
+}
+
+} // namespace
+
+int framebuffer_t::longest_side() {
+    if (!has_context()) return 0;
+    GLint renderbuffer = 0, viewport[2] = {};
+    glGetIntegerv(GL_MAX_RENDERBUFFER_SIZE, &renderbuffer);
+    glGetIntegerv(GL_MAX_VIEWPORT_DIMS, viewport);
+    return std::min({renderbuffer, viewport[0], viewport[1]});
+}
+
 bool framebuffer_t::allocate(int width, int height, int samples) {
     destroy();
     if (width <= 0 || height <= 0 || !has_context()) return false;
@@ -72,12 +107,7 @@ void framebuffer_t::resolve(const pixel_rectangle& area) const {
     const int left = std::max(area.x, 0), right = std::min(area.x + area.width, width_);
     const int bottom = std::max(area.y, 0), top = std::min(area.y + area.height, height_);
     if (left >= right || bottom >= top) return;
-    const bool scissored = glIsEnabled(GL_SCISSOR_TEST); // it would cut the copy as well
-    if (scissored) glDisable(GL_SCISSOR_TEST);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, drawn_.framebuffer);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, resolved_.framebuffer);
-    glBlitFramebuffer(left, bottom, right, top, left, bottom, right, top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
-    if (scissored) glEnable(GL_SCISSOR_TEST);
+    copy(drawn_.framebuffer, resolved_.framebuffer, left, bottom, right, top, GL_COLOR_BUFFER_BIT);
     bind();
 }
 
@@ -98,30 +128,27 @@ void framebuffer_t::fill(const pixel_rectangle& area, const col3& color) const {
 
 void framebuffer_t::present(gl_uint framebuffer) const {
     if (!allocated() || !has_context()) return;
-    const bool scissored = glIsEnabled(GL_SCISSOR_TEST);
-    if (scissored) glDisable(GL_SCISSOR_TEST);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, samples_ > 0 ? resolved_.framebuffer : drawn_.framebuffer);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer);
-    glBlitFramebuffer(0, 0, width_, height_, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
-    if (scissored) glEnable(GL_SCISSOR_TEST);
+    copy(picture(), framebuffer, 0, 0, width_, height_, GL_COLOR_BUFFER_BIT);
     unbind();
     step_check("framebuffer_t::present(end)");
 }
 
+void framebuffer_t::read(void* rows) const {
+    if (!allocated() || !has_context()) return;
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, picture());
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glReadPixels(0, 0, width_, height_, GL_RGB, GL_UNSIGNED_BYTE, rows);
+    unbind();
+    step_check("framebuffer_t::read(end)");
+}
+
 float framebuffer_t::depth_at(int x, int y) const {
     if (x < 0 || y < 0 || x >= width_ || y >= height_ || !has_context()) return 1.0f;
-    const bool scissored = glIsEnabled(GL_SCISSOR_TEST);
-    if (scissored) glDisable(GL_SCISSOR_TEST);
-    if (samples_ > 0) {
-        // Samples cannot be read; the picture's own depth is there to receive them.
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, drawn_.framebuffer);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, resolved_.framebuffer);
-        glBlitFramebuffer(x, y, x + 1, y + 1, x, y, x + 1, y + 1, GL_DEPTH_BUFFER_BIT, GL_NEAREST);
-    }
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, samples_ > 0 ? resolved_.framebuffer : drawn_.framebuffer);
+    // Samples cannot be read; the picture's own depth is there to receive them.
+    if (samples_ > 0) copy(drawn_.framebuffer, picture(), x, y, x + 1, y + 1, GL_DEPTH_BUFFER_BIT);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, picture());
     float depth = 1.0f;
     glReadPixels(x, y, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
-    if (scissored) glEnable(GL_SCISSOR_TEST);
     unbind();
     return depth;
 }

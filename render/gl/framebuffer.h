@@ -11,11 +11,11 @@ struct pixel_rectangle {
     int x, y, width, height;
 };
 
-// A framebuffer with colour and depth of several samples a pixel, and beside it the finished picture: what
-// has been drawn is resolved into the picture rectangle by rectangle, and the picture is shown as a whole. So
-// a redraw may leave out (by a scissor) what has not changed. Where the context has no samples the picture
-// itself is drawn into. glRenderbufferStorageMultisample and glBlitFramebuffer, OpenGL 3.0. Not copyable.
-// Does nothing without a context.
+// A framebuffer with colour and depth of several samples a pixel, and beside it the finished picture. What
+// has been drawn is resolved into the picture rectangle by rectangle, so a redraw may leave out (by a
+// scissor) what has not changed. Where the context has no multisampling the picture itself is drawn into.
+// glRenderbufferStorageMultisample and glBlitFramebuffer, OpenGL 3.0. Not copyable. Does nothing without a
+// context.
 class framebuffer_t {
 public:
     framebuffer_t() = default;
@@ -23,25 +23,30 @@ public:
     framebuffer_t(const framebuffer_t&) = delete;
     framebuffer_t& operator=(const framebuffer_t&) = delete;
 
-    // Makes everything anew for a size in pixels, contents undefined; samples: as many as wanted, of which
-    // the context gives the most that it has. False, and empty, after a line on standard error when the GL
-    // cannot make it: draw into the window then. An error that is pending is reported and no reason to fail.
+    // Makes everything anew for a size in pixels, contents undefined, with as many samples as are wanted or
+    // as the context has. False, and empty, after a line on standard error when the GL cannot make it: draw
+    // into the window then. An error that was pending is reported but is no reason to fail.
     bool allocate(int width, int height, int samples);
     void destroy() noexcept;
 
-    // What is drawn from here on goes into the samples (glBindFramebuffer). The viewport is left to the
-    // caller.
+    // The longest side that allocate() can make; 0 without a context.
+    static int longest_side();
+
+    // Drawing goes into the samples from here on (glBindFramebuffer). The viewport is left to the caller.
     void bind() const;
     static void unbind(); // into the window
 
-    // Takes the samples of a rectangle over into the picture.
+    // Resolves the samples of a rectangle into the picture.
     void resolve(const pixel_rectangle& area) const;
-    // Gives a rectangle of the picture one colour, which costs less than to take over samples that all have
-    // it. Without samples the picture is what is drawn into, and has it.
+    // Gives a rectangle of the picture one colour, which is cheaper than resolving samples that all have it.
+    // Does nothing without samples: what was drawn is the picture.
     void fill(const pixel_rectangle& area, const col3& color) const;
-    // Copies the picture to the window, or to the framebuffer of that name; draws into the window from here
-    // on.
+    // Copies the picture to the window, or to the framebuffer of that name. Drawing goes into the window from
+    // here on.
     void present(gl_uint framebuffer = 0) const;
+    // Reads the picture as 8-bit RGB, the bottom row first, each row padded to a multiple of 4 bytes. Drawing
+    // goes into the window from here on.
+    void read(void* rows) const;
     // The depth of a pixel of what was drawn last, 0 near to 1 far; 1 outside.
     float depth_at(int x, int y) const;
 
@@ -56,6 +61,7 @@ private:
     };
     bool make(target& made, int samples) const;
     static void free(target& made);
+    gl_uint picture() const { return samples_ > 0 ? resolved_.framebuffer : drawn_.framebuffer; }
 
     int width_ = 0, height_ = 0, samples_ = 0;
     target drawn_;    // the samples, or the picture where there are none

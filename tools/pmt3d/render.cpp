@@ -1,11 +1,13 @@
 // pmt3d render IN OUT.png: a picture of a model.
 
-#include "canvas.h"
-#include "libutils/error_report.h"
+#include "libgr/image/image.h"
 #include "libutils/number.h"
+#include "libutils/report.h"
 #include "model_file.h"
 #include "offscreen_context.h"
 #include "picture_file.h"
+#include "render/gl/framebuffer.h"
+#include "render/gl/step_check.h"
 #include "render/math/matrix.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"
@@ -16,7 +18,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,7 @@ using render::pos3;
 
 constexpr double field_of_view = 0.9; // across the diagonal, in radians: a short portrait lens
 constexpr float shininess = 10.0f;
+constexpr int wanted_samples = 4;
 constexpr float background[] = {0.10f, 0.11f, 0.13f};
 
 struct options {
@@ -148,8 +150,7 @@ void draw(render::glpolygon_t& renderer, pmt3d::model_t& model, const camera& ca
 }
 
 int fail(const std::string& what) {
-    libutils::error_report();
-    std::cerr << "pmt3d render: " << what << '\n';
+    libutils::report("pmt3d render: ", what);
     return failure;
 }
 
@@ -157,7 +158,8 @@ int make_picture(const options& o) {
     const auto context = offscreen_context::make();
     if (!context)
         return fail("there is no OpenGL 3.3 context to draw with, neither off screen nor on a display.");
-    const std::uint32_t longest = canvas::longest_side();
+    const render::context_stays stays;
+    const auto longest = std::uint32_t(render::framebuffer_t::longest_side());
     if (o.width > longest || o.height > longest)
         return fail("pictures can be at most " + std::to_string(longest) + " pixels wide and high here.");
 
@@ -171,11 +173,20 @@ int make_picture(const options& o) {
     if (!std::isfinite(render::length(box->max - box->min))) return fail(o.in + " is too large to be seen.");
     const std::optional<camera> view = camera_for(o, model, *box);
     if (!view) return fail("--eye is the point that is looked at; --target says where to look.");
-    canvas picture(o.width, o.height);
-    if (!picture.is_complete()) return fail("a picture of this size cannot be drawn here.");
+    render::framebuffer_t picture;
+    if (!picture.allocate(int(o.width), int(o.height), wanted_samples))
+        return fail("a picture of this size cannot be drawn here.");
+    picture.bind();
+    glViewport(0, 0, picture.width(), picture.height());
     draw(renderer, model, *view);
+    picture.resolve({0, 0, picture.width(), picture.height()});
     libgr::image2d image;
-    if (!picture.read(image)) return fail("there is no memory for a picture of this size.");
+    image.width = o.width;
+    image.height = o.height;
+    image.descriptor = {libgr::pixel_format::rgb, libgr::sample_type::unsigned_integer,
+                        libgr::bits_class::bits_8};
+    if (!image.allocate()) return fail("there is no memory for a picture of this size.");
+    picture.read(image.row(0));
     return save_picture(image, o.out) ? success : failure;
 }
 
