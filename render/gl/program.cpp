@@ -1,6 +1,6 @@
 #include "render/gl/program.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/info_log.h"
 #include "render/gl/shader.h"
 #include "render/gl/step_check.h"
@@ -45,14 +45,10 @@ void program_t::unuse() {
 gl_int program_t::location(const char* name) const {
     if (!has_context()) return -1;
     const GLint location = name ? glGetUniformLocation(name_, name) : -1;
-    if (location == -1) {
+    if (location == -1 && name) libutils::report(name, ": can't determine the location.");
+    if (!name) {
         libutils::error_report();
-        if (name) {
-            std::cerr << name;
-        } else {
-            std::cerr.setstate(std::ios::badbit);
-        }
-        std::cerr << ": can't determine the location." << std::endl;
+        std::cerr.setstate(std::ios::badbit);
     }
     return location;
 }

@@ -1,12 +1,10 @@
 #include "render/gl/shader.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/info_log.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
-
-#include <iostream>
 
 namespace render {
 
@@ -24,10 +22,7 @@ bool shader_t::compile(shader_stage stage, int count, const char* const* sources
     log_ = info_log(name_, glGetShaderiv, glGetShaderInfoLog);
     GLint status = GL_FALSE;
     glGetShaderiv(name_, GL_COMPILE_STATUS, &status);
-    if (status == GL_TRUE) return true;
-    libutils::error_report();
-    std::cerr << "shader_t::allocate() compile status error." << std::endl;
-    return false;
+    return status == GL_TRUE || libutils::report("shader_t::allocate() compile status error.");
 }
 
 bool shader_t::compile_text(shader_stage stage, std::string_view text) {

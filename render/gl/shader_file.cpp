@@ -1,12 +1,10 @@
 // Shader files, found beside the program or where it was started.
 
 #include "libutils/alloc_mmap_win.h"
-#include "libutils/error_report.h"
 #include "libutils/file_path.h"
 #include "libutils/refvector2.h"
+#include "libutils/report.h"
 #include "render/gl/shader.h"
-
-#include <iostream>
 
 namespace render {
 
@@ -24,8 +22,7 @@ outcome load(const std::string& name, std::string& text) {
     const std::uintmax_t bytes = std::filesystem::file_size(path, failure);
     if (failure) return outcome::unusable;
     if (bytes > most_bytes) {
-        libutils::error_report();
-        std::cerr << name << ": shader file is too large." << std::endl;
+        libutils::report(name, ": shader file is too large.");
         return outcome::unusable;
     }
     text.clear();

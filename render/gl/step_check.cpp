@@ -1,6 +1,6 @@
 #include "render/gl/step_check.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 
 #include <GL/glew.h>
 
@@ -11,6 +11,7 @@
 #endif
 
 #include <iostream>
+#include <string>
 
 namespace render {
 
@@ -27,12 +28,6 @@ bool is_current() {
 #else
     return glXGetCurrentContext() != nullptr;
 #endif
-}
-
-bool refuse(const char* reason) {
-    libutils::error_report();
-    std::cerr << "load_gl(): " << reason << std::endl;
-    return false;
 }
 
 } // namespace
@@ -54,35 +49,32 @@ void set_context_probe(context_probe probe) {
 }
 
 bool load_gl() {
-    if (!is_current()) return refuse("no OpenGL context is current.");
+    if (!is_current()) return libutils::report("load_gl(): no OpenGL context is current.");
     GLenum result = glewInit();
 #ifndef _WIN32
     // Then it has found the GL's functions all the same, and looked for GLX's in vain.
     if (other_interface && result == GLEW_ERROR_NO_GLX_DISPLAY) result = GLEW_OK;
 #endif
     if (result != GLEW_OK) {
-        return refuse(reinterpret_cast<const char*>(glewGetErrorString(result)));
+        return libutils::report("load_gl(): ", glewGetErrorString(result));
     }
-    if (!GLEW_VERSION_3_3) return refuse("OpenGL 3.3 is not available.");
+    if (!GLEW_VERSION_3_3) return libutils::report("load_gl(): OpenGL 3.3 is not available.");
     glGetError(); // the loader may leave one behind
     loaded = true;
     return true;
 }
 
-bool step_check(const char* label) {
+bool step_check(const char* label, const char* step) {
     if (!has_context()) return false;
     const GLenum error = glGetError();
     if (error == GL_NO_ERROR) return false;
 
+    const std::string start = label ? std::string(label) + step + ": " : "";
+    if (const GLubyte* text = gluErrorString(error))
+        return !libutils::report(start, "Error ", error, ": ", text);
     libutils::error_report();
-    if (label) std::cerr << label << ": ";
-    std::cerr << "Error " << error << ": ";
-    if (const GLubyte* text = gluErrorString(error)) {
-        std::cerr << text;
-    } else {
-        std::cerr.setstate(std::ios::badbit);
-    }
-    std::cerr << std::endl;
+    std::cerr << start << "Error " << error << ": " << std::flush;
+    std::cerr.setstate(std::ios::badbit);
     return true;
 }
 

@@ -1,16 +1,16 @@
 #pragma once
-// The GL context as the rest of the program sees it: is there one, and has it an error to report.
+// Whether there is a GL context, and whether it has an error to report.
 
 namespace render {
 
 // True when the calling thread has a current GL context and load_gl() has succeeded. Cheap: one look at
 // thread-local storage. Everything on this floor asks it before it calls the GL, and does nothing without a
-// context: creations fail, draws and uploads are skipped, destructors forget the names (the GL freed them
+// context: creations fail, draws and uploads are skipped, destructors forget the names (the GL frees them
 // with the context).
 bool has_context();
 
-// While one lives, the context that is current when it is made stays current, which its maker promises, and
-// need not be looked for again: a picture asks thousands of times.
+// A promise that the current context stays current while this lives, so that has_context() need not look
+// again: drawing a picture asks thousands of times. Promises may be nested.
 class context_stays {
 public:
     context_stays();
@@ -22,8 +22,8 @@ private:
     bool before_;
 };
 
-// Tells whether the calling thread has a current context of an interface other than the window system's own
-// (GLX, WGL). Set it before load_gl() where one is made through EGL; null asks the window system again.
+// Replaces the question whether the calling thread has a current context, which otherwise goes to the window
+// system (GLX, WGL). Set it before load_gl() where the context is EGL's; null restores the usual question.
 using context_probe = bool (*)();
 void set_context_probe(context_probe probe);
 
@@ -33,9 +33,9 @@ void set_context_probe(context_probe probe);
 bool load_gl();
 
 // Reads the GL error flag (glGetError). Clear: false, and nothing is written. Set: the line
-// "LABEL: Error NUMBER: TEXT" on standard error (without "LABEL: " when label is null), and true. The text is
-// gluErrorString's; where that is null the stream's bad bit is set instead. Errors are reported, never turned
-// into failures. Without a current context: false, silently.
-bool step_check(const char* label = nullptr);
+// "LABEL: Error NUMBER: TEXT" on standard error (without "LABEL: " when label is null), and true. LABEL is
+// the label followed by the step. TEXT is gluErrorString's; where that is null the stream's bad bit is set
+// instead. Errors are reported, never turned into failures. Without a current context: false, silently.
+bool step_check(const char* label = nullptr, const char* step = "");
 
 } // namespace render
