@@ -32,17 +32,8 @@ std::span<const builtin_shader> builtin_shaders() {
     return all;
 }
 
-const builtin_shader& builtin_surface_fragment() {
-    return builtin_shaders()[4];
-}
-const builtin_shader& builtin_surface_vertex() {
-    return builtin_shaders()[6];
-}
-const builtin_shader& builtin_feedback_fragment() {
-    return builtin_shaders()[9];
-}
-const builtin_shader& builtin_feedback_vertex() {
-    return builtin_shaders()[10];
+const builtin_shader& builtin(stored_shader which) {
+    return builtin_shaders()[std::size_t(which)];
 }
 
 } // namespace render

@@ -1,5 +1,5 @@
 #pragma once
-// The shader programs that come with the renderer, as texts.
+// The shaders that come with the renderer, as texts.
 
 #include "render/gl/shader.h"
 
@@ -14,14 +14,29 @@ struct builtin_shader {
     std::string_view text; // begins with "#version 330"
 };
 
-// All sixteen in the order in which they are stored. Two roles appear twice: "coloured points" with one text,
-// and "coloured" with its two outputs written in the other order.
-std::span<const builtin_shader> builtin_shaders();
+// All of them in the order in which they are stored. The renderer uses four: frames, phong and the two of
+// surface. points_fragment_again repeats points_fragment; clip_lines_vertex is colored_vertex with its two
+// outputs written in the other order.
+enum class stored_shader {
+    plain_fragment,
+    plain_vertex,
+    morphing_fragment,
+    morphing_vertex,
+    surface_fragment,
+    selection_geometry,
+    surface_vertex,
+    points_fragment,
+    clipped_points_vertex,
+    phong_fragment,
+    frames_vertex,
+    points_fragment_again,
+    colored_vertex,
+    clip_lines_fragment,
+    clip_lines_geometry,
+    clip_lines_vertex
+};
 
-// The four that the surface renderer uses when no file replaces them.
-const builtin_shader& builtin_feedback_vertex();
-const builtin_shader& builtin_feedback_fragment();
-const builtin_shader& builtin_surface_vertex();
-const builtin_shader& builtin_surface_fragment();
+const builtin_shader& builtin(stored_shader which);
+std::span<const builtin_shader> builtin_shaders();
 
 } // namespace render

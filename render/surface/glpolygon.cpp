@@ -1,6 +1,6 @@
 #include "render/surface/glpolygon.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/gl/array_buffer.h"
 #include "render/gl/query.h"
 #include "render/gl/step_check.h"
@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <string_view>
 
 namespace render {
@@ -42,17 +41,17 @@ enum uniform : std::size_t {
 };
 
 [[noreturn]] void fail(std::string_view what, const std::string& log) {
-    libutils::error_report();
-    std::cerr << what << '\n' << log << std::endl;
+    libutils::report(what, '\n', log);
     std::exit(EXIT_FAILURE);
 }
 
 // Compiles the file of that name, or the built-in text where there is no such file; true for the latter.
-bool compile_or_exit(shader_t& shader, const builtin_shader& builtin, const char* file,
+bool compile_or_exit(shader_t& shader, stored_shader otherwise, const char* file,
                      const std::string& directory, const char* failure) {
     std::string text;
     const bool replaced = load_shader_file(file, directory, text);
-    if (!shader.compile_text(builtin.stage, replaced ? std::string_view(text) : builtin.text))
+    const builtin_shader& stored = builtin(otherwise);
+    if (!shader.compile_text(stored.stage, replaced ? std::string_view(text) : stored.text))
         fail(std::string(file) + failure, shader.log());
     return !replaced;
 }
@@ -61,9 +60,16 @@ void activate(unsigned unit) {
     glActiveTexture(GL_TEXTURE0 + unit);
 }
 
-void unbind(appearance& surface, texture_unit unit) {
+void bind(appearance& surface, texture_unit unit) {
+    if (!surface.has(unit)) return;
     activate(unsigned(unit));
-    if (surface.has(unit)) surface.unbind(unit);
+    surface.bind(unit);
+}
+
+void unbind(appearance& surface, texture_unit unit) {
+    if (!surface.has(unit)) return;
+    activate(unsigned(unit));
+    surface.unbind(unit);
 }
 
 } // namespace
@@ -78,10 +84,10 @@ const std::array<const char*, glpolygon_t::uniform_count>& glpolygon_t::uniform_
 
 bool glpolygon_t::init(const std::string& directory) {
     if (!has_context()) return false;
-    compile_or_exit(feedback_vertex_, builtin_feedback_vertex(), "feedback.vsd", directory,
+    compile_or_exit(feedback_vertex_, stored_shader::frames_vertex, "feedback.vsd", directory,
                     ": feedback vertex shader init failed.");
     step_check("glpolygon_t::init() feedback vertex shader inited.");
-    compile_or_exit(feedback_fragment_, builtin_feedback_fragment(), "feedback.fsd", directory,
+    compile_or_exit(feedback_fragment_, stored_shader::phong_fragment, "feedback.fsd", directory,
                     ": feedback fragment shader init failed.");
     step_check("glpolygon_t::init() feedback fragment shader inited.");
 
@@ -89,20 +95,16 @@ bool glpolygon_t::init(const std::string& directory) {
     feedback_.attach(feedback_vertex_);
     feedback_.attach(feedback_fragment_);
     step_check("glpolygon_t::init() feedback program inited.");
-    if (!capture_.allocate()) {
-        libutils::error_report();
-        std::cerr << "feedback.allocate() error." << std::endl;
-        return false;
-    }
+    if (!capture_.allocate()) return libutils::report("feedback.allocate() error.");
     static constexpr const char* captured[] = {"VertexTangent", "VertexBiNormal", "VertexNormal"};
     capture_.varyings(feedback_.id(), int(std::size(captured)), captured);
     step_check("glpolygon_t::init() feedback varying setted.");
     if (!feedback_.link()) fail("feedback program link failed.", feedback_.log());
 
-    bool builtin = compile_or_exit(surface_vertex_, builtin_surface_vertex(), "shader.vsd", directory,
-                                   ": vertex shader init failed.");
-    builtin &= compile_or_exit(surface_fragment_, builtin_surface_fragment(), "shader.fsd", directory,
-                               ": fragment shader init failed.");
+    bool all_builtin = compile_or_exit(surface_vertex_, stored_shader::surface_vertex, "shader.vsd",
+                                       directory, ": vertex shader init failed.");
+    all_builtin &= compile_or_exit(surface_fragment_, stored_shader::surface_fragment, "shader.fsd",
+                                   directory, ": fragment shader init failed.");
     surface_.program.create();
     surface_.program.attach(surface_vertex_);
     surface_.program.attach(surface_fragment_);
@@ -111,7 +113,7 @@ bool glpolygon_t::init(const std::string& directory) {
     for (std::size_t i = 0; i < uniform_count; ++i)
         surface_.uniforms[i] = surface_.program.location(uniform_names()[i]);
     surface_.values.fill({});
-    if (builtin) build_plain_program(builtin_surface_fragment().text);
+    if (all_builtin) build_plain_program(builtin(stored_shader::surface_fragment).text);
     step_check("glpolygon_t::init(end)");
     return true;
 }
@@ -126,7 +128,7 @@ void glpolygon_t::build_plain_program(std::string_view fragment_text) {
     plain_.program.attach(surface_vertex_);
     plain_.program.attach(plain_fragment_);
     if (!plain_.program.link()) return plain_.program.destroy();
-    // That many are missing is the point of it.
+    // This program lacks most uniforms on purpose.
     for (std::size_t i = 0; i < uniform_count; ++i)
         plain_.uniforms[i] = glGetUniformLocation(plain_.program.id(), uniform_names()[i]);
     plain_.values.fill({});
@@ -156,16 +158,10 @@ void glpolygon_t::update_frames(drawable& surface) {
     const std::uint64_t generated_count = generated.GetQuery();
     program_t::unuse();
 
-    if (written_count != generated_count) {
-        libutils::error_report();
-        std::cerr << "glpolygon "
-                  << "wrted != gened: " << written_count << ", " << generated_count << std::endl;
-    }
-    if (const std::uint64_t expected = buffer.floats() / frame_floats; expected != generated_count) {
-        libutils::error_report();
-        std::cerr << "glpolygon "
-                  << "buf != gened: " << expected << ", " << generated_count << std::endl;
-    }
+    if (written_count != generated_count)
+        libutils::report("glpolygon wrted != gened: ", written_count, ", ", generated_count);
+    if (const std::uint64_t expected = buffer.floats() / frame_floats; expected != generated_count)
+        libutils::report("glpolygon buf != gened: ", expected, ", ", generated_count);
 
     buffer.bind();
     frames.bind();
@@ -176,18 +172,10 @@ void glpolygon_t::update_frames(drawable& surface) {
 }
 
 struct glpolygon_t::pass {
+    const char* name; // in the labels of the step checks
     bool selection;
     float color_factor;
     GLenum source_factor; // of blending
-    const char* step_1;
-    const char* step_1_1; // these two in a selection only
-    const char* step_1_2;
-    const char* step_2;
-    const char* step_3;
-    const char* step_4;
-    const char* step_5;
-    const char* step_7; // there is no step 6
-    const char* step_end;
 };
 
 struct glpolygon_t::arguments {
@@ -204,6 +192,7 @@ struct glpolygon_t::arguments {
 };
 
 bool glpolygon_t::lighting::renew(std::size_t which, std::span<const float> value) {
+    if (uniforms[which] == -1) return false;
     std::array<float, 16> sent{};
     std::copy(value.begin(), value.end(), sent.begin());
     std::optional<std::array<float, 16>>& last = values[which];
@@ -232,17 +221,20 @@ void glpolygon_t::lighting::set(std::size_t which, float value) {
 }
 
 void glpolygon_t::lighting::set(std::size_t which, int value) {
-    glUniform1i(uniforms[which], value);
+    const float noted = float(value); // flags and texture units, which a float holds exactly
+    if (renew(which, {&noted, 1})) glUniform1i(uniforms[which], value);
 }
 
 void glpolygon_t::draw(const pass& how, const arguments& what) {
     if (!has_context()) return;
     surroundings* const around = what.around;
-    const bool has_cube = around && around->has_cube();
+    // A selection keeps the flag of the surface before it.
     if (!how.selection) mercator_ = what.surface.mercator_sphere();
     const bool mirrors = around && (around->reflect_alpha() != 0 || around->refract_alpha() != 0);
     const bool plain = !how.selection && !mercator_ && !mirrors && plain_.program.id() != 0;
+    const bool binds_cube = !plain && around && around->has_cube();
     lighting& with = plain ? plain_ : surface_;
+    const auto step = [&how](const char* which) { step_check(how.name, which); };
 
     with.program.use();
     with.set(globalview, what.Globalview);
@@ -253,45 +245,38 @@ void glpolygon_t::draw(const pass& how, const arguments& what) {
     with.set(color_factor, how.color_factor);
     with.set(shininess, what.Shininess);
 
-    step_check(how.step_1);
+    step("(1)");
     activate(unsigned(texture_unit::color));
-    if (how.selection) step_check(how.step_1_1);
+    if (how.selection) step("(1.1)");
     with.set(color_tex, int(texture_unit::color));
-    if (how.selection) step_check(how.step_1_2);
+    if (how.selection) step("(1.2)");
     if (what.surface.has(texture_unit::color)) what.surface.bind(texture_unit::color);
 
-    step_check(how.step_2);
-    activate(unsigned(texture_unit::bump));
+    step("(2)");
     with.set(bump_tex, int(texture_unit::bump));
-    if (what.surface.has(texture_unit::bump)) what.surface.bind(texture_unit::bump);
+    bind(what.surface, texture_unit::bump);
     with.set(bump_ofs, what.surface.bump_offset());
 
-    step_check(how.step_3);
-    activate(unsigned(texture_unit::specular));
+    step("(3)");
     with.set(spec_tex, int(texture_unit::specular));
-    if (what.surface.has(texture_unit::specular)) what.surface.bind(texture_unit::specular);
+    bind(what.surface, texture_unit::specular);
 
-    step_check(how.step_4);
-    activate(environment_unit);
+    step("(4)");
     with.set(cube_tex, int(environment_unit));
+    if (binds_cube) {
+        activate(environment_unit);
+        around->bind_cube();
+    }
+    // Without surroundings SkyBox and RefractFactor have no effect and keep their values.
     if (around) {
-        if (has_cube) around->bind_cube();
         with.set(refract_factor, around->refract_factor());
-        with.set(reflect_alpha, around->reflect_alpha());
-        with.set(refract_alpha, around->refract_alpha());
         with.set(sky_box, what.skybox);
-    } else {
-        // SkyBox and RefractFactor have no effect then and keep their values.
-        with.set(reflect_alpha, 0.0f);
-        with.set(refract_alpha, 0.0f);
     }
+    with.set(reflect_alpha, around ? around->reflect_alpha() : 0.0f);
+    with.set(refract_alpha, around ? around->refract_alpha() : 0.0f);
 
-    step_check(how.step_5);
-    // A selection keeps what the surface before it has set.
-    if (!plain && (!how.selection || sent_mercator_ != mercator_)) {
-        with.set(mercator_sphere, mercator_);
-        sent_mercator_ = mercator_;
-    }
+    step("(5)");
+    with.set(mercator_sphere, mercator_);
     glEnable(GL_BLEND);
     glBlendFunc(how.source_factor, GL_ONE_MINUS_SRC_ALPHA);
     if (how.selection) {
@@ -302,33 +287,23 @@ void glpolygon_t::draw(const pass& how, const arguments& what) {
     glDisable(GL_BLEND);
     if (!how.selection) program_t::unuse();
 
-    step_check(how.step_7);
-    if (has_cube) {
+    step("(7)"); // there is no step 6
+    if (binds_cube) {
         activate(environment_unit);
         around->unbind_cube();
     }
     unbind(what.surface, texture_unit::specular);
     unbind(what.surface, texture_unit::bump);
-    unbind(what.surface, texture_unit::color); // the active unit is left at 0
+    activate(unsigned(texture_unit::color)); // and left active
+    if (what.surface.has(texture_unit::color)) what.surface.unbind(texture_unit::color);
     if (how.selection) program_t::unuse();
-    step_check(how.step_end);
+    step("(end)");
 }
 
 void glpolygon_t::drawsolid(surroundings* around, bool skybox, appearance& surface, drawable& shape,
                             const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
                             const mtx3w& Projection, const pos3& LightPosition, float Shininess) {
-    static constexpr pass solid = {.selection = false,
-                                   .color_factor = 1.0f,
-                                   .source_factor = GL_SRC_ALPHA,
-                                   .step_1 = "glpolygon_t::drawsolid(1)",
-                                   .step_1_1 = nullptr,
-                                   .step_1_2 = nullptr,
-                                   .step_2 = "glpolygon_t::drawsolid(2)",
-                                   .step_3 = "glpolygon_t::drawsolid(3)",
-                                   .step_4 = "glpolygon_t::drawsolid(4)",
-                                   .step_5 = "glpolygon_t::drawsolid(5)",
-                                   .step_7 = "glpolygon_t::drawsolid(7)",
-                                   .step_end = "glpolygon_t::drawsolid(end)"};
+    static constexpr pass solid = {"glpolygon_t::drawsolid", false, 1.0f, GL_SRC_ALPHA};
     draw(solid, {around, skybox, surface, shape, Globalview, Modelview, invModelview, Projection,
                  LightPosition, Shininess});
 }
@@ -336,18 +311,7 @@ void glpolygon_t::drawsolid(surroundings* around, bool skybox, appearance& surfa
 void glpolygon_t::drawselect(surroundings* around, bool skybox, appearance& surface, drawable& shape,
                              const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
                              const mtx3w& Projection, const pos3& LightPosition, float Shininess) {
-    static constexpr pass highlight = {.selection = true,
-                                       .color_factor = 0.25f,
-                                       .source_factor = GL_ONE,
-                                       .step_1 = "glpolygon_t::drawselect(1)",
-                                       .step_1_1 = "glpolygon_t::drawselect(1.1)",
-                                       .step_1_2 = "glpolygon_t::drawselect(1.2)",
-                                       .step_2 = "glpolygon_t::drawselect(2)",
-                                       .step_3 = "glpolygon_t::drawselect(3)",
-                                       .step_4 = "glpolygon_t::drawselect(4)",
-                                       .step_5 = "glpolygon_t::drawselect(5)",
-                                       .step_7 = "glpolygon_t::drawselect(7)",
-                                       .step_end = "glpolygon_t::drawselect(end)"};
+    static constexpr pass highlight = {"glpolygon_t::drawselect", true, 0.25f, GL_ONE};
     draw(highlight, {around, skybox, surface, shape, Globalview, Modelview, invModelview, Projection,
                      LightPosition, Shininess});
 }

@@ -66,8 +66,8 @@ private:
 
     // A program that lights surfaces.
     struct lighting {
-        // These send a uniform to the program, which is in use, unless it has the value already. Integers are
-        // always sent: a replaced shader may declare a sampler as something else, and every drawing tells.
+        // These send a uniform to the program, which must be in use, unless the program has no such uniform
+        // or was sent the same value last.
         void set(std::size_t which, const mtx3w& value);
         void set(std::size_t which, const pos3& value);
         void set(std::size_t which, const std::array<float, 2>& value);
@@ -79,7 +79,7 @@ private:
         std::array<std::optional<std::array<float, 16>>, uniform_count> values; // what was sent last
 
     private:
-        // Notes the value; true when it is not the one that was sent last.
+        // Notes the value; true when it has to be sent.
         bool renew(std::size_t which, std::span<const float> value);
     };
 
@@ -96,7 +96,7 @@ private:
     // leaves out what those would need. None where a file replaces one of the shaders.
     shader_t plain_fragment_;
     lighting plain_;
-    bool mercator_ = false, sent_mercator_ = false; // of the last surface; what the surface program has
+    bool mercator_ = false; // of the last surface
 };
 
 } // namespace render

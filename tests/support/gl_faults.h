@@ -48,11 +48,13 @@ private:
 
 // While it lives, every call that makes, binds, fills or begins something leaves an error behind, so that
 // every step check reports.
-using everything_fails = std::tuple<
-    watched<&__glewActiveTexture>, watched<&__glewAttachShader>, watched<&__glewBeginTransformFeedback>,
-    watched<&__glewBindBuffer>, watched<&__glewBindBufferBase>, watched<&__glewBindTransformFeedback>,
-    watched<&__glewBindVertexArray>, watched<&__glewBufferData>, watched<&__glewCompileShader>,
-    watched<&__glewEndTransformFeedback>, watched<&__glewGenBuffers>, watched<&__glewGetUniformLocation>,
-    watched<&__glewTransformFeedbackVaryings>, watched<&__glewUniformMatrix4fv>, watched<&__glewUseProgram>>;
+using everything_fails =
+    std::tuple<watched<&__glewActiveTexture>, watched<&__glewAttachShader>,
+               watched<&__glewBeginTransformFeedback>, watched<&__glewBindBuffer>,
+               watched<&__glewBindBufferBase>, watched<&__glewBindTransformFeedback>,
+               watched<&__glewBindVertexArray>, watched<&__glewBufferData>, watched<&__glewCompileShader>,
+               watched<&__glewEndTransformFeedback>, watched<&__glewGenBuffers>,
+               watched<&__glewGetUniformLocation>, watched<&__glewTransformFeedbackVaryings>,
+               watched<&__glewUniform1i>, watched<&__glewUniformMatrix4fv>, watched<&__glewUseProgram>>;
 
 } // namespace test_support

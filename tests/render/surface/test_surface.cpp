@@ -52,16 +52,16 @@ void test_surface::set_directions(const std::vector<std::array<dir3, 4>>& direct
 }
 
 void test_surface::draw() {
+    draw_elements(elements_, layout_, shape);
     if (while_drawing) while_drawing();
-    draw_elements(elements_, layout_, primitive::triangle_strip);
 }
 
 void test_surface::draw_selection() {
-    if (while_drawing) while_drawing();
     element_array_t triangles;
     triangles.allocate(selection.size());
     triangles.upload(selection);
-    draw_elements(triangles, layout_, primitive::triangles);
+    draw_elements(triangles, layout_, shape == primitive::points ? shape : primitive::triangles);
+    if (while_drawing) while_drawing();
 }
 
 void test_surface::draw_feedback_points() {
@@ -115,9 +115,10 @@ test_texture::test_texture(GLenum kind, GLint internal, int width, int height, G
     glBindTexture(target, name);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     if (target == GL_TEXTURE_CUBE_MAP) {
-        // Four bytes a pixel.
+        // Four channels a pixel.
         const auto* bytes = static_cast<const unsigned char*>(data);
-        for (unsigned face = 0; face < 6; ++face, bytes += width * height * 4) {
+        const int channel = type == GL_FLOAT ? 4 : 1;
+        for (unsigned face = 0; face < 6; ++face, bytes += width * height * 4 * channel) {
             glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, 0, internal, width, height, 0, format, type,
                          bytes);
         }

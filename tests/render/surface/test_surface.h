@@ -37,6 +37,7 @@ public:
     render::feedbackbuffer& feedback_buffer() override { return captured_; }
     render::array_buffer_t& frame_array() override { return frames_; }
 
+    render::primitive shape = render::primitive::triangle_strip;
     std::vector<std::uint32_t> selection; // triangles, drawn by draw_selection
     std::function<void()> while_drawing;  // called by both draws
 
