@@ -188,6 +188,17 @@ void gluty_registry::postredisplay() {
     if (has_window()) glutPostRedisplay();
 }
 
+void gluty_registry::redisplay_in(unsigned milliseconds) {
+    if (!has_window() || !awaiting_redisplay_.insert(glutGetWindow()).second) return;
+    glutTimerFunc(
+        milliseconds,
+        [](int window) {
+            registry->awaiting_redisplay_.erase(window);
+            glutPostWindowRedisplay(window);
+        },
+        glutGetWindow());
+}
+
 void gluty_registry::swapbuffers() {
     if (has_window()) glutSwapBuffers();
 }

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <set>
 
 namespace gems {
 
@@ -72,6 +73,8 @@ public:
 
     // For handlers, about their own window; without effect while there is none.
     void postredisplay();
+    // The same after so many milliseconds; asked again in the meantime, still once.
+    void redisplay_in(unsigned milliseconds);
     void swapbuffers();
     void initwindowsize(int width, int height);
     // What the system knows about the handler's window; null while there is none.
@@ -99,6 +102,7 @@ private:
     std::map<int, glutyAPI4*> windows_;
     std::map<int, std::unique_ptr<window_system>> systems_;
     std::atomic<bool> leaving_ = false;
+    std::set<int> awaiting_redisplay_; // windows
     bool callbacks_installed_ = false;
     bool idle_ = false;
     bool key_repeat_ = false;

@@ -26,7 +26,7 @@ struct framing {
     double pitch, front;
 };
 constexpr std::array framings = {framing{52, -0.42}, framing{50, -0.48}, framing{48, -0.62},
-                                 framing{46, -0.74}};
+                                 framing{46, -0.76}};
 
 framing framing_for(double aspect) {
     const double place = std::clamp(std::log2(aspect), 0.0, double(framings.size() - 1));

@@ -168,8 +168,8 @@ pixel_rect keyboard_scene::covered(int key, const viewport& view) const {
     return covered(slots_[index(key)], view);
 }
 
-pixel_rect keyboard_scene::draw(render::glpolygon_t& renderer, const viewport& view, const pos3& light,
-                                float shininess, const std::optional<pixel_rect>& part) {
+pixel_rect keyboard_scene::draw(const painter& with, const std::optional<pixel_rect>& part) {
+    const viewport& view = with.view;
     pixel_rect drawn;
     for (slot& key : slots_) {
         if (!key.bounds) continue;
@@ -177,8 +177,18 @@ pixel_rect keyboard_scene::draw(render::glpolygon_t& renderer, const viewport& v
         if (seen.empty()) continue;
         drawn = enclosing(drawn, seen);
         if (key.hides_its_back) glEnable(GL_CULL_FACE);
-        renderer.drawsolid(&environment_, environment_is_skybox_, key.texture, key.surface, mtx3w::identity(),
-                           key.model, key.normal, view.projection, light, shininess);
+        const auto draw = [&](render::appearance& appearance) {
+            with.renderer.drawsolid(&environment_, environment_is_skybox_, appearance, key.surface,
+                                    mtx3w::identity(), key.model, key.normal, view.projection, with.light,
+                                    with.shininess);
+        };
+        draw(key.texture);
+        if (key.glow > 0) {
+            with.glow.set(key.glow);
+            glDepthFunc(GL_LEQUAL);
+            draw(with.glow);
+            glDepthFunc(GL_LESS);
+        }
         if (key.hides_its_back) glDisable(GL_CULL_FACE);
     }
     return drawn;

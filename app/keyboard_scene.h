@@ -2,6 +2,7 @@
 // The keyboard in the picture: one slot a note, each with the model of its key and the matrices that show it
 // at rest or pressed down. Needs no GL context except where it says so.
 
+#include "app/key_glow.h"
 #include "app/pixel_rect.h"
 #include "libgr/texture/environment.h"
 #include "libgr/texture/surface_texture.h"
@@ -27,6 +28,15 @@ struct viewport {
     pixel_rect whole() const { return {0, 0, width, height}; }
 };
 
+// What a picture of the keys is drawn with.
+struct painter {
+    render::glpolygon_t& renderer;
+    viewport view;
+    render::pos3 light; // in eye space
+    float shininess;    // the Phong exponent
+    glow_t& glow;
+};
+
 // Key numbers are masked to 7 bits.
 class keyboard_scene {
 public:
@@ -50,17 +60,19 @@ public:
     // The view has changed.
     void update_all(const render::mtx3w& view, const render::mtx3w& normal);
 
+    // How strongly the key glows.
+    glow_level glow(int key) const { return slots_[index(key)].glow; }
+    void set_glow(int key, glow_level level) { slots_[index(key)].glow = level; }
+
     bool pressed(int key) const { return slots_[index(key)].pressed; }
     // From the key's model to eye space, and the inverse, with which normals are brought there.
     const render::mtx3w& model_matrix(int key) const { return slots_[index(key)].model; }
     const render::mtx3w& normal_matrix(int key) const { return slots_[index(key)].normal; }
     const pmt3d::polygon_t& surface(int key) const { return slots_[index(key)].surface; }
 
-    // Draws all keys in ascending order with the current context; light: its position in eye space;
-    // shininess: the Phong exponent. With a part only those keys that may show there. Returns the smallest
-    // rectangle of the part, or of the window, that holds everything drawn.
-    pixel_rect draw(render::glpolygon_t& renderer, const viewport& view, const render::pos3& light,
-                    float shininess, const std::optional<pixel_rect>& part = {});
+    // Draws all keys in ascending order with the current context. With a part only those keys that may show
+    // there. Returns the smallest rectangle of the part, or of the window, that holds everything drawn.
+    pixel_rect draw(const painter& with, const std::optional<pixel_rect>& part = {});
 
     // The pixels within the window that a key may cover, edges smoothed; empty when it has no surface or is
     // not in sight.
@@ -75,6 +87,7 @@ public:
 private:
     struct slot {
         bool pressed = false;
+        glow_level glow = 0;
         render::pos3 pivot = {}; // the key turns about the axis through this point of its model
         render::mtx3w model = render::mtx3w::identity();
         render::mtx3w model_at_rest = render::mtx3w::identity();

@@ -14,6 +14,10 @@ constexpr render::pos3 light = {-25.0f, 25.0f, 50.0f}; // eye space: from the le
 constexpr float shininess = 10.0f;
 constexpr render::col3 background = {0.055f, 0.06f, 0.075f};
 
+std::size_t index(int key) {
+    return static_cast<unsigned>(key) % keyboard_scene::key_count;
+}
+
 constexpr int wanted_samples = 4; // for each pixel
 
 constexpr render::pixel_rectangle rectangle(const pixel_rect& r) {
@@ -32,6 +36,7 @@ void keyboard_view::open(const std::string& base_path, const std::string& key_di
 
 void keyboard_view::close() {
     frame_.destroy();
+    glow_.destroy();
     scene_.clear();
     renderer_.reset();
 }
@@ -61,20 +66,39 @@ void keyboard_view::change(int key, Change how) {
 
 void keyboard_view::press(int key) {
     change(key, &keyboard_scene::press);
+    scene_.set_glow(key, full_glow);
+    fading_.reset(index(key));
 }
 
-void keyboard_view::release(int key) {
+void keyboard_view::release(int key, clock::time_point when) {
+    if (scene_.pressed(key)) {
+        fading_.set(index(key));
+        released_[index(key)] = when;
+    }
     change(key, &keyboard_scene::release);
 }
 
-void keyboard_view::release_all() {
+void keyboard_view::release_all(clock::time_point when) {
     for (int key = 0; key < keyboard_scene::key_count; ++key)
-        if (scene_.pressed(key)) release(key);
+        if (scene_.pressed(key)) release(key, when);
     scene_.release_all(view_, inverse_view_);
 }
 
-void keyboard_view::draw() {
+void keyboard_view::fade(clock::time_point when) {
+    if (fading_.none()) return;
+    for (int key = 0; key < keyboard_scene::key_count; ++key) {
+        if (!fading_[index(key)]) continue;
+        const glow_level level = faded_glow(when - released_[index(key)]);
+        if (level == scene_.glow(key)) continue;
+        scene_.set_glow(key, level);
+        fading_.set(index(key), level > 0);
+        damage_.add(scene_.covered(key, port_));
+    }
+}
+
+void keyboard_view::draw(clock::time_point when) {
     if (!renderer_) return;
+    fade(when);
     const render::context_stays stays;
     if (!frame_.allocated()) damage_.add(port_.whole()); // the window forgets
     frame_.bind();
@@ -85,7 +109,7 @@ void keyboard_view::draw() {
     for (const pixel_rect& part : damage_.parts()) {
         glScissor(part.left, part.bottom, part.width(), part.height());
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        const pixel_rect drawn = scene_.draw(*renderer_, port_, light, shininess, part);
+        const pixel_rect drawn = scene_.draw({*renderer_, port_, light, shininess, glow_}, part);
         if (drawn != part) frame_.fill(rectangle(part), background);
         frame_.resolve(rectangle(drawn));
     }

@@ -9,6 +9,9 @@
 #include "render/math/types.h"
 #include "render/surface/glpolygon.h"
 
+#include <array>
+#include <bitset>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -32,12 +35,17 @@ public:
     void resize(int width, int height);
     void look(const camera_t& camera);
 
+    using clock = std::chrono::steady_clock;
+
+    // A key that is down glows, and for a moment after it came up.
     void press(int key);
-    void release(int key);
-    void release_all();
+    void release(int key, clock::time_point when = clock::now());
+    void release_all(clock::time_point when = clock::now());
+    // Whether it takes more pictures until all glows have faded.
+    bool fading() const { return fading_.any(); }
 
     // Brings the picture up to date, drawing only what has changed. With the context.
-    void draw();
+    void draw(clock::time_point when = clock::now());
     // Copies the picture to the bound window's back buffer, or to the framebuffer object with that name. With
     // the context.
     void show(render::gl_uint framebuffer = 0);
@@ -56,9 +64,13 @@ public:
 private:
     template <class Change>
     void change(int key, Change how);
+    void fade(clock::time_point when);
 
     keyboard_scene scene_;
     std::optional<render::glpolygon_t> renderer_;
+    glow_t glow_;
+    std::bitset<keyboard_scene::key_count> fading_; // keys that are up and still glow
+    std::array<clock::time_point, keyboard_scene::key_count> released_{};
     render::framebuffer_t frame_;
     damage damage_; // of the frame
     viewport port_{render::mtx3w::identity(), 1, 1};

@@ -20,6 +20,8 @@ namespace {
 
 constexpr int initial_width = 800, initial_height = 200;
 
+constexpr unsigned frame_time = 12; // milliseconds, while something fades
+
 constexpr int left_button = 0, middle_button = 1, pressed = 0;
 
 const char* checked(const char* program_path) {
@@ -82,6 +84,7 @@ void Quenvarel::display() {
     view_.draw();
     view_.show();
     gems::registry->swapbuffers();
+    if (view_.fading()) gems::registry->redisplay_in(frame_time);
 }
 
 // ---- Keys

@@ -35,7 +35,7 @@ protected:
     }
 
     picture shot() {
-        view_.draw();
+        view_.draw(now_);
         test_support::render_target target(width, height);
         int name = 0;
         glGetIntegerv(GL_FRAMEBUFFER_BINDING, &name);
@@ -77,6 +77,7 @@ protected:
     static int pixel(float coordinate) { return static_cast<int>(std::floor(coordinate)); }
 
     keyboard_view view_;
+    keyboard_view::clock::time_point now_ = keyboard_view::clock::now();
 };
 
 const std::array<int, 4> background_color = {14, 15, 19, 255};
@@ -136,20 +137,55 @@ TEST_F(keyboard_picture_test, a_pressed_key_is_seen_to_go_down) {
         view_.press(key);
         const picture after = shot();
         EXPECT_GE(edge - (place.black ? front_edge_of_black(key) : front_edge(after, x)), 3) << key;
-        view_.release(key);
+        view_.release(key, now_);
+        now_ += std::chrono::milliseconds(80);
         // All else stays as it is.
-        int changed = 0, left = width, right = -1;
+        int strongly = 0, left = width, right = -1;
         for (std::size_t i = 0; i < before.rgba.size(); i += 4) {
             if (std::equal(&before.rgba[i], &before.rgba[i] + 4, &after.rgba[i])) continue;
             const int column = static_cast<int>(i / 4 % width);
             left = std::min(left, column);
             right = std::max(right, column);
-            ++changed;
+            for (std::size_t c = 0; c < 3; ++c)
+                if (std::abs(before.rgba[i + c] - after.rgba[i + c]) > 48) {
+                    ++strongly;
+                    break;
+                }
         }
-        EXPECT_GT(changed, 40) << key;
+        EXPECT_GE(strongly, place.black ? 130 : 300) << key;
         const auto [leftmost, rightmost] = columns_of(key);
         EXPECT_TRUE(left >= leftmost - 2 && right <= rightmost + 2) << key;
     }
+}
+
+TEST_F(keyboard_picture_test, a_glow_fades_within_80_ms) {
+    const picture before = shot();
+    const render::pos2 head = head_of(60);
+    const auto blue = [&] { return shot().at(pixel(head.x), pixel(head.y))[2]; };
+    const int at_rest = blue();
+    view_.press(60);
+    const int down = blue();
+    EXPECT_LT(down, at_rest - 80);
+    now_ += std::chrono::seconds(100);
+    EXPECT_EQ(blue(), down) << "as long as the key is down";
+    EXPECT_FALSE(view_.fading());
+    view_.release(60, now_);
+    int last = down - 5;
+    for (int i = 0; i < 4; ++i, now_ += std::chrono::milliseconds(16)) {
+        const int next = blue();
+        EXPECT_GT(next, last) << i;
+        EXPECT_TRUE(view_.fading());
+        last = next;
+    }
+    now_ += std::chrono::milliseconds(16);
+    EXPECT_EQ(shot().rgba, before.rgba);
+    EXPECT_FALSE(view_.fading());
+    // Pressed anew in the meantime it glows on.
+    view_.press(60);
+    view_.release(60, now_);
+    view_.press(60);
+    now_ += std::chrono::milliseconds(80);
+    EXPECT_EQ(blue(), down);
 }
 
 TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_picture) {
@@ -160,11 +196,12 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
         for (unsigned count = step % 4 == 0 ? 1 + random() % 12 : 1; count > 0; --count) {
             const int key = static_cast<int>(random() % 128);
             if (view_.scene().pressed(key))
-                view_.release(key);
+                view_.release(key, now_);
             else
                 view_.press(key);
         }
-        if (step % 13 == 12) view_.release_all();
+        if (step % 13 == 12) view_.release_all(now_);
+        now_ += std::chrono::milliseconds(random() % 25); // some glow, some fade
         const picture part = shot(), whole = shot_drawn_anew();
         ASSERT_EQ(part.rgba, whole.rgba) << "step " << step;
     }
