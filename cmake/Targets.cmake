@@ -2,11 +2,19 @@
 # its include root holds a link to just that folder, so that including another floor's header without linking
 # that floor does not build.
 
-# quenvarel_library(<name> FOLDER <folder> SOURCES <file...> [LINKS <public...>] [PRIVATE_LINKS <private...>])
-# Headers are included as "<folder>/<header>.h". Adds the alias quenvarel::<name without the prefix>.
+# quenvarel_library(<name> FOLDER <folder> [SOURCES <file...>] [LINKS <public...>] [PRIVATE_LINKS <private...>])
+# Headers are included as "<folder>/<header>.h"; a library without sources is headers only. Adds the alias
+# quenvarel::<name without the prefix>.
 function(quenvarel_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER" "SOURCES;LINKS;PRIVATE_LINKS")
-  add_library(${name} STATIC ${arg_SOURCES})
+  set(scope PUBLIC)
+  if(arg_SOURCES)
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE quenvarel_warnings ${arg_PRIVATE_LINKS})
+  else()
+    add_library(${name} INTERFACE)
+    set(scope INTERFACE)
+  endif()
   string(REPLACE "quenvarel_" "quenvarel::" alias ${name})
   add_library(${alias} ALIAS ${name})
 
@@ -14,8 +22,8 @@ function(quenvarel_library name)
   get_filename_component(parent "${root}/${arg_FOLDER}" DIRECTORY)
   file(MAKE_DIRECTORY "${parent}")
   file(CREATE_LINK "${CMAKE_SOURCE_DIR}/${arg_FOLDER}" "${root}/${arg_FOLDER}" SYMBOLIC)
-  target_include_directories(${name} PUBLIC "${root}")
-  target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE quenvarel_warnings ${arg_PRIVATE_LINKS})
+  target_include_directories(${name} ${scope} "${root}")
+  target_link_libraries(${name} ${scope} ${arg_LINKS})
 endfunction()
 
 # quenvarel_program(<name> SOURCES <file...> LINKS <library...>): an executable in bin/.

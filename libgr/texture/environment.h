@@ -1,6 +1,7 @@
 #pragma once
 // What the scene reflects and refracts.
 
+#include "libgr/options/options.h"
 #include "render/surface/appearance.h"
 
 #include <memory>
@@ -10,14 +11,6 @@ namespace libgr {
 
 class texture_table;
 struct cube_record;
-
-// What a model file says about its environment.
-struct environment_options {
-    std::string cubetex;        // picture name without its face suffix; empty: the default environment
-    float reflectalpha = 0.0f;  // how much of the reflection is added, 0 to 1
-    float refractalpha = 0.0f;  // how much of the refraction is added, 0 to 1
-    float refractfactor = 0.0f; // refractive index outside over inside
-};
 
 // The options and the opened cube map. A plain value: a copy has the same options and shares the cube map.
 // Shares the texture table with texture_t, see there.

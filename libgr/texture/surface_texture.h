@@ -1,6 +1,7 @@
 #pragma once
 // What one surface wears: a colour, a bump and a specular picture.
 
+#include "libgr/options/options.h"
 #include "render/surface/appearance.h"
 
 #include <array>
@@ -11,21 +12,6 @@ namespace libgr {
 
 class texture_table;
 struct texture_record;
-
-// What a model file says about the pictures of one surface.
-struct texture_options {
-    std::string texture;  // colour picture; empty: plain white
-    std::string bumpmap;  // height map (grey, alpha ignored) or normal map (RGB); empty: flat
-    std::string specular; // colour of the highlight; empty: the default highlight
-    float aniso = 1.0f;   // most samples of anisotropic filtering; 1: none
-    float refractfactor = 0.0f;
-    bool bumpofs = true;    // sample the bump picture half a texel earlier, between the heights it compares
-    bool bump2mono = false; // turn an RGB bump picture to grey and take it for a height map
-    bool mipmap = true;     // build and use the smaller levels
-    bool nearlinear = true; // smooth minification
-    bool maglinear = true;  // smooth magnification
-    bool mercatorsphere = false; // v of the texture coordinate is the height on a sphere
-};
 
 // The options and the opened pictures. A plain value: a copy has the same options and shares the pictures.
 //
