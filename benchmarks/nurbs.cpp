@@ -109,7 +109,21 @@ void grid_occt(benchmark::State& state) {
         std::exit(1);
     }
 }
+// Every second row has inner knots of its own, so that four rows count at each point.
+void grid_own_knots(benchmark::State& state) {
+    net n;
+    for (int row = 1; row < points; row += 2)
+        for (int i = order; i < points; ++i)
+            n.knots1[row * (points + order) + i] += 1e-4f;
+    std::vector<pmt3d::vertex_t> grid(samples * samples);
+    for (auto _ : state) {
+        pmt3d::evaluate_grid(n.view(), samples, samples, grid);
+        benchmark::DoNotOptimize(grid.data());
+    }
+    count(state, grid.size(), sizeof(pmt3d::vertex_t));
+}
 BENCHMARK(grid_ours)->Unit(benchmark::kMicrosecond);
+BENCHMARK(grid_own_knots)->Unit(benchmark::kMicrosecond);
 BENCHMARK(grid_occt)->Unit(benchmark::kMicrosecond);
 
 // What frames are made of: our differences between neighbours, their derivatives.
@@ -147,6 +161,7 @@ const benchmarks::goal goals[] = {
     {{"NURBS, 257 by 257 points", "grid_ours", "grid_occt", "Open CASCADE, cached", 1 / 5.0}},
     {{"NURBS, points and tangents", "grid_and_steps_ours", "grid_and_derivatives_occt",
       "Open CASCADE, cached"}},
+    {{"NURBS, knots of their own", "grid_own_knots", "grid_ours", "shared knots", 5.0}},
 };
 
 } // namespace

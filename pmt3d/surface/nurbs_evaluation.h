@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <map>
 #include <span>
 #include <vector>
 
@@ -37,23 +38,30 @@ struct nurbs_net {
 // as it is.
 control_point_t nurbs_surface(const nurbs_net& net, float u, float v);
 
-// The same for many points along lines of constant v. What depends on v alone is computed once per line; when
-// all rows share their u knots (they mostly do) that leaves k1 products a point.
+// The same for many points along lines of constant v. What depends on v alone is computed once per line: the
+// control points that the line reaches, weighted, and where all rows share their u knots (they mostly do) the
+// rows' sum. That leaves k1 products a point for shared knots, and k1 k2 otherwise.
+//
+// A net that lies far from the origin is computed relative to its own middle, so that rounding follows the
+// surface's size and only the result is rounded at the size of its coordinates.
 class nurbs_evaluator {
 public:
     // The net's tables stay the caller's and must not change meanwhile.
     explicit nurbs_evaluator(const nurbs_net& net);
 
-    bool rows_share_knots() const { return rows_share_knots_; }
     void set_v(float v);
     control_point_t at(float u);
-    // As at(u), with the basis of row 0 at u computed before. Only when rows_share_knots().
-    control_point_t at(float u, const basis_values& along_u) {
+    // The same for parameters along u that are known before, which is faster for many lines. The parameters
+    // stay the caller's until others are given.
+    void set_parameters(std::span<const float> along_u);
+    control_point_t at_parameter(std::size_t k) {
         sum_t sum;
-        for (std::size_t i = 0; i < along_u.values.size(); ++i)
-            sum.add(along_u.values[i], columns_[along_u.first + i]);
-        return divide(sum, u);
+        for (const line_t& line : lines_)
+            line.add((*line.basis)[k], sum);
+        return divide(sum, along_u_[k]);
     }
+    // How many parameters are worth tabling at a time.
+    std::size_t parameters_at_once() const;
 
     // Points that neither the sum nor a border rule reached. The first `reported` of them were written out.
     std::size_t unreached() const { return unreached_; }
@@ -70,29 +78,48 @@ private:
             gbaw += c * other.gbaw;
         }
         float weight() const { return gbaw[3]; }
-        control_point_t divided() const {
-            const float factor = 1.0f / weight();
-            const sum_t quotient = {xyzr * factor, gbaw * factor};
-            control_point_t point;
-            std::memcpy(&point, &quotient, sizeof point);
-            return point;
+    };
+    // A row of sums that share the u knots of row `row`.
+    struct line_t {
+        std::size_t row;
+        const sum_t* sums;          // m
+        const basis_table_t* basis; // at the parameters, when there are any
+
+        void add(const basis_values& along_u, sum_t& sum) const {
+            const sum_t* from = sums + along_u.first;
+            for (const float b : along_u.values)
+                sum.add(b, *from++);
         }
     };
 
+    void find_middle();
+    const basis_table_t* table(std::size_t row);
+    control_point_t divided(const sum_t& sum) const {
+        const float factor = 1.0f / sum.weight();
+        sum_t quotient = {sum.xyzr * factor, sum.gbaw * factor};
+        if (moved_) quotient.xyzr += middle_;
+        control_point_t point;
+        std::memcpy(&point, &quotient, sizeof point);
+        return point;
+    }
     control_point_t divide(const sum_t& sum, float u) {
-        return render::approx_equal(sum.weight(), 0.0f) ? border(sum, u) : sum.divided();
+        return render::approx_equal(sum.weight(), 0.0f) ? border(sum, u) : divided(sum);
     }
     control_point_t border(const sum_t& sum, float u);
-    control_point_t curve(std::size_t count, std::size_t order, float t, const float* knots,
-                          std::size_t first, std::size_t step, float u);
+    control_point_t curve(const knot_vector& knots, float t, std::size_t first, std::size_t step, float u);
     control_point_t unreached_point(const sum_t& sum, float u);
 
     nurbs_net net_;
-    bool rows_share_knots_, columns_share_knots_;
+    std::vector<knot_vector> rows_, columns_; // one where all share their knots
+    bool moved_ = false;
+    sum_t::floats middle_{};
+    std::vector<sum_t> points_; // the control points relative to the middle, weight lane 1
     float v_ = 0.0f;
-    std::vector<sum_t> points_;               // the control points, weight lane 1
-    std::vector<sum_t> columns_;              // rows_share_knots_: column i summed over the rows at v_
-    std::vector<std::vector<float>> along_v_; // otherwise: the basis of every column at v_, all n values
+    std::vector<sum_t> sums_; // of the lines
+    std::vector<line_t> lines_;
+    basis_table_t along_v_; // of each of columns_ at v_
+    std::span<const float> along_u_;
+    std::map<std::size_t, basis_table_t> tables_; // of the rows that v_ reaches, at these
     basis_t basis_;
     std::size_t unreached_ = 0;
 };

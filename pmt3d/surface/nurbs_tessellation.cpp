@@ -1,10 +1,11 @@
 #include "pmt3d/surface/nurbs_tessellation.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "render/math/operations.h"
 
 #include <algorithm>
-#include <iostream>
+#include <cmath>
+#include <optional>
 #include <vector>
 
 namespace pmt3d {
@@ -17,36 +18,34 @@ static float parameter(std::uint32_t sample, std::uint32_t samples) {
 
 void evaluate_grid(const nurbs_net& net, std::uint32_t ru, std::uint32_t rv, std::span<vertex_t> vertices) {
     nurbs_evaluator evaluator(net);
-    // The basis along u is the same for every row of the grid. It is tabled for so many columns at a time, so
-    // that the table stays small whatever the resolution.
-    constexpr std::uint32_t block = 4096;
+    // The basis along u is tabled for so many columns at a time, so that the tables stay small whatever the
+    // resolution.
+    const auto block = std::uint32_t(evaluator.parameters_at_once());
     std::vector<float> parameters;
     for (std::uint32_t begin = 0; begin < ru; begin += block) {
         const std::uint32_t end = std::min(ru - begin, block) + begin;
         parameters.clear();
         for (std::uint32_t i = begin; i < end; ++i)
             parameters.push_back(parameter(i, ru));
-        const bool shared = evaluator.rows_share_knots();
-        const basis_table_t along_u(net.m, net.k1, net.knots1,
-                                    shared ? parameters : std::span<const float>());
+        evaluator.set_parameters(parameters);
         for (std::uint32_t j = 0; j < rv; ++j) {
             const float v = parameter(j, rv);
             evaluator.set_v(v);
-            for (std::uint32_t i = begin; i < end; ++i) {
-                const float u = parameters[i - begin];
-                const control_point_t p = shared ? evaluator.at(u, along_u[i - begin]) : evaluator.at(u);
-                vertices[std::uint64_t(j) * ru + i] = {p.position, p.color, {u, v}};
+            vertex_t* to = &vertices[std::uint64_t(j) * ru + begin];
+            for (std::size_t k = 0; k < parameters.size(); ++k) {
+                const control_point_t p = evaluator.at_parameter(k);
+                *to++ = {p.position, p.color, {parameters[k], v}};
             }
         }
     }
-    if (evaluator.unreached() > nurbs_evaluator::reported) {
-        libutils::error_report();
-        std::cerr << "nurbs_surface(): " << evaluator.unreached() - nurbs_evaluator::reported
-                  << " more points are not reached.\n";
-    }
+    if (evaluator.unreached() > nurbs_evaluator::reported)
+        libutils::report("nurbs_surface(): ", evaluator.unreached() - nurbs_evaluator::reported,
+                         " more points are not reached.");
 }
 
 namespace {
+
+constexpr float rounding = 0x1p-20f; // of its coordinates, that is how far a computed point may lie off
 
 // The vertices of one row or column of the grid, and the steps along it.
 struct grid_line {
@@ -57,10 +56,25 @@ struct grid_line {
     std::uint64_t first, stride, count;
 
     std::uint64_t at(std::uint64_t k) const { return first + k * stride; }
-    dir3 between(std::uint64_t from, std::uint64_t to) const {
-        return vertices[at(to)].position - vertices[at(from)].position;
-    }
+    const render::pos3& position(std::uint64_t k) const { return vertices[at(k)].position; }
+    differences_t& step(std::uint64_t k) const { return steps[at(k)]; }
+    dir3 between(std::uint64_t from, std::uint64_t to) const { return position(to) - position(from); }
 };
+
+float largest(const dir3& d) {
+    return std::max({std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)});
+}
+
+float rounding_at(const render::pos3& p) {
+    return rounding * largest({p.x, p.y, p.z});
+}
+
+// Whether the line's ends meet. Beyond coordinates of 20 rounding leaves more between them than the usual
+// tolerance.
+bool is_closed(const grid_line& line) {
+    const float gap = largest(line.between(0, line.count - 1));
+    return render::approx_equal(gap, 0.0f) || gap <= rounding_at(line.position(0));
+}
 
 // The step beyond a border: the one at the other end of a closed line when it goes on in about the same
 // direction, else the one on this side.
@@ -75,30 +89,69 @@ dir3 beyond(bool closed, const dir3& opposite, const dir3& own) {
 void close_ends(const grid_line& line) {
     const std::uint64_t last = line.count - 1;
     if (last == 0) {
-        line.steps[line.first].*line.forward = line.steps[line.first].*line.backward = {};
+        line.step(0).*line.forward = line.step(0).*line.backward = {};
         return;
     }
-    const dir3 gap = line.between(0, last), first = line.between(0, 1), final = line.between(last - 1, last);
-    const bool closed = render::approx_equal(gap.x, 0.0f) && render::approx_equal(gap.y, 0.0f) &&
-                        render::approx_equal(gap.z, 0.0f);
-    line.steps[line.first].*line.backward = beyond(closed, final, first);
-    line.steps[line.at(last)].*line.forward = beyond(closed, first, final);
+    const dir3 first = line.between(0, 1), final = line.between(last - 1, last);
+    const bool closed = is_closed(line);
+    line.step(0).*line.backward = beyond(closed, final, first);
+    line.step(last).*line.forward = beyond(closed, first, final);
 }
 
-// Gives a border line that has shrunk to a point the steps of the line beside it.
-void open_pole(const grid_line& border, std::uint64_t beside) {
-    constexpr float shrunk = 1e-4f; // of the step beside: rounding leaves less, a surface more
-    const auto is_point = [&](dir3 differences_t::*which, std::uint64_t k) {
-        const dir3 &own = border.steps[border.at(k)].*which,
-                   &next = border.steps[beside + k * border.stride].*which;
-        return render::dot(own, own) <= shrunk * shrunk * render::dot(next, next);
-    };
-    for (std::uint64_t k = 0; k < border.count; ++k)
-        if (!is_point(border.forward, k) || !is_point(border.backward, k)) return;
-    for (std::uint64_t k = 0; k < border.count; ++k) {
-        differences_t &own = border.steps[border.at(k)], &next = border.steps[beside + k * border.stride];
-        own.*border.forward = next.*border.forward;
-        own.*border.backward = next.*border.backward;
+// How far the line goes from its first vertex.
+float extent(const grid_line& line) {
+    float most = 0.0f;
+    for (std::uint64_t k = 1; k < line.count; ++k)
+        most = std::max(most, largest(line.between(0, k)));
+    return most;
+}
+
+// A border, the line beside it, and which steps lead from the one to the other or, on the border, beyond.
+struct grid_border {
+    grid_line line, beside;
+    dir3 differences_t::*inward;
+    dir3 differences_t::*outward;
+};
+
+// The normal at a pole that the surface is round at: seen from all around, and no tip.
+std::optional<dir3> round_normal(const grid_border& pole) {
+    const grid_line &line = pole.line, &beside = pole.beside;
+    if (!is_closed(beside)) return {};
+    dir3 normal{};
+    for (std::uint64_t k = 0; k + 1 < line.count; ++k) // the last lies at the first
+        normal = normal + render::cross(beside.step(k).*beside.forward, line.step(k).*pole.inward);
+    normal = render::normalise(normal);
+    // The lines to a tip go straight there; those over a round pole rise by half of what they turn at each
+    // step.
+    float rises = 0.0f, turns = 0.0f;
+    for (std::uint64_t k = 0; k < line.count; ++k) {
+        const dir3 before = render::normalise(beside.step(k).*pole.outward),
+                   behind = render::normalise(beside.step(k).*pole.inward);
+        rises += std::fabs(render::dot(normal, render::normalise(line.step(k).*pole.inward)));
+        turns += render::length(render::cross(before, behind));
+    }
+    if (rises > turns) return {};
+    return normal;
+}
+
+// Gives a border that has shrunk to a point the steps that it lacks.
+void open_pole(const grid_border& pole) {
+    constexpr float shrunk = 1.0f / 16.0f; // of the line beside it
+    const grid_line &line = pole.line, &beside = pole.beside;
+    const float size = extent(line);
+    if (size > rounding_at(line.position(0)) || size > shrunk * extent(beside)) return;
+    const std::optional<dir3> normal = round_normal(pole);
+    for (std::uint64_t k = 0; k < line.count; ++k) {
+        differences_t& own = line.step(k);
+        if (normal) {
+            const dir3 rise = render::dot(*normal, own.*pole.inward) * *normal,
+                       flat = own.*pole.inward - rise;
+            own.*pole.outward = flat - rise;
+            own.*line.forward = own.*line.backward = render::cross(flat, *normal);
+        } else {
+            own.*line.forward = beside.step(k).*line.forward;
+            own.*line.backward = beside.step(k).*line.backward;
+        }
     }
 }
 
@@ -106,12 +159,12 @@ void open_pole(const grid_line& border, std::uint64_t beside) {
 
 void grid_steps(std::span<const vertex_t> vertices, std::uint32_t ru, std::uint32_t rv,
                 std::span<differences_t> steps) {
+    using d = differences_t;
     const auto row = [&](std::uint64_t j) {
-        return grid_line{vertices, steps, &differences_t::forward_u, &differences_t::backward_u, j * ru,
-                         1,        ru};
+        return grid_line{vertices, steps, &d::forward_u, &d::backward_u, j * ru, 1, ru};
     };
     const auto column = [&](std::uint64_t i) {
-        return grid_line{vertices, steps, &differences_t::forward_v, &differences_t::backward_v, i, ru, rv};
+        return grid_line{vertices, steps, &d::forward_v, &d::backward_v, i, ru, rv};
     };
     for (std::uint64_t j = 0, at = 0; j < rv; ++j) {
         for (std::uint64_t i = 0; i < ru; ++i, ++at) {
@@ -128,12 +181,12 @@ void grid_steps(std::span<const vertex_t> vertices, std::uint32_t ru, std::uint3
     for (std::uint64_t i = 0; i < ru; ++i)
         close_ends(column(i));
     if (rv > 1) {
-        open_pole(row(0), row(1).first);
-        open_pole(row(rv - 1), row(rv - 2).first);
+        open_pole({row(0), row(1), &d::forward_v, &d::backward_v});
+        open_pole({row(rv - 1), row(rv - 2), &d::backward_v, &d::forward_v});
     }
     if (ru > 1) {
-        open_pole(column(0), column(1).first);
-        open_pole(column(ru - 1), column(ru - 2).first);
+        open_pole({column(0), column(1), &d::forward_u, &d::backward_u});
+        open_pole({column(ru - 1), column(ru - 2), &d::backward_u, &d::forward_u});
     }
 }
 

@@ -20,11 +20,13 @@ void evaluate_grid(const nurbs_net& net, std::uint32_t ru, std::uint32_t rv, std
 
 // The steps from each vertex to the next along u and along v, and from the one before to it. Where the border
 // ends them:
-// - Borders that coincide there (within 2e-5 in every component) are a seam. The step goes on from the
-//   opposite border, so that both sides get the same frame; except where it turns back, that is where the
-//   cosine between the two steps is not greater than 2e-5.
+// - Borders that coincide there (within 2e-5 in every component, or what rounding leaves at their
+//   coordinates) are a seam. The step goes on from the opposite border, so that both sides get the same
+//   frame; except where it turns back, that is where the cosine between the two steps is not greater than
+//   2e-5.
 // - Otherwise the one step there is stands for both.
-// - Where a border has shrunk to a point (a pole), the steps along it are those of the line beside it.
+// - Where a border has shrunk to a point (a pole), the steps along it are those of the line beside it. A pole
+//   that closes a round surface has one normal instead: the step across it goes on evenly on the other side.
 void grid_steps(std::span<const vertex_t> vertices, std::uint32_t ru, std::uint32_t rv,
                 std::span<differences_t> steps);
 

@@ -1,3 +1,4 @@
+#include "pmt3d/surface/frames.h"
 #include "pmt3d/surface/nurbs_tessellation.h"
 #include "render/math/bspline.h"
 #include "render/math/operations.h"
@@ -9,6 +10,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <ctime>
 #include <iostream>
 #include <limits>
 #include <random>
@@ -110,7 +112,7 @@ TEST(nurbs_basis, all_functions_at_once_equal_one_at_a_time) {
             const std::size_t count = knots.size() - order;
             for (const float t : {-1.0f, 0.0f, 0.1f, 0.25f, 0.5f, 0.55f, 0.9999f, 1.0f, 2.0f}) {
                 std::vector<float> all(count, 0.0f);
-                const pmt3d::basis_values found = basis.evaluate(count, order, t, knots.data());
+                const pmt3d::basis_values found = basis.evaluate({count, order, knots.data()}, t);
                 ASSERT_LE(found.first + found.values.size(), count);
                 std::copy(found.values.begin(), found.values.end(),
                           all.begin() + std::ptrdiff_t(found.first));
@@ -215,17 +217,52 @@ TEST(nurbs_grid, bilinear_patch_interpolates_its_corners) {
     }
 }
 
+// Gives every second row and column knots of its own.
+void move_knots(tables& t, float by) {
+    for (std::size_t j = 1; j < t.n; j += 2)
+        for (std::size_t i = t.k1; i < t.m; ++i)
+            t.knots1[j * (t.m + t.k1) + i] += by;
+    for (std::size_t i = 1; i < t.m; i += 2)
+        for (std::size_t j = t.k2; j < t.n; ++j)
+            t.knots2[i * (t.n + t.k2) + j] += by;
+}
+
 TEST(nurbs_grid, is_the_same_as_point_by_point_beyond_one_block_of_columns) {
-    const tables t = random_net(16, 4, 9, 4, 11);
-    std::vector<pmt3d::vertex_t> grid(5000 * 3);
-    pmt3d::evaluate_grid(t.net(), 5000, 3, grid);
-    for (const std::size_t at : {0, 4095, 4096, 9999, 14999}) {
-        const control_point_t p = pmt3d::nurbs_surface(t.net(), grid[at].texcoord.s, grid[at].texcoord.t);
-        EXPECT_EQ(grid[at].position, p.position) << at;
+    tables t = random_net(16, 4, 9, 4, 11);
+    std::vector<pmt3d::vertex_t> grid(5000 * 9);
+    for (const float moved : {0.0f, 0.01f}) {
+        move_knots(t, moved);
+        pmt3d::evaluate_grid(t.net(), 5000, 9, grid);
+        for (const std::size_t at : {0, 4095, 4096, 9999, 24999, 33333, 44999}) {
+            const control_point_t p = pmt3d::nurbs_surface(t.net(), grid[at].texcoord.s, grid[at].texcoord.t);
+            EXPECT_EQ(grid[at].position, p.position) << at;
+        }
+        EXPECT_EQ(grid[44999].texcoord, (render::txc2{1.0f, 1.0f}));
     }
-    EXPECT_EQ(grid[14999].texcoord, (render::txc2{1.0f, 1.0f}));
     pmt3d::evaluate_grid(t.net(), 1, 1, grid); // the only sample lies at 0
     EXPECT_EQ(grid[0].texcoord, (render::txc2{0.0f, 0.0f}));
+}
+
+TEST(nurbs_grid, knots_of_their_own_and_long_rows_cost_little) {
+    const auto time = [](const tables& t, std::uint32_t samples) {
+        std::vector<pmt3d::vertex_t> grid(samples * samples);
+        std::clock_t best = std::numeric_limits<std::clock_t>::max();
+        for (int i = 0; i < 3; ++i) {
+            const std::clock_t begin = std::clock();
+            pmt3d::evaluate_grid(t.net(), samples, samples, grid);
+            best = std::min(best, std::clock() - begin);
+        }
+        return best;
+    };
+    tables square = random_net(64, 4, 64, 4, 12), row = random_net(20'000, 2, 2, 2, 13),
+           column = random_net(2, 2, 20'000, 2, 14);
+    const std::clock_t shared = time(square, 257);
+    for (tables* t : {&square, &row, &column})
+        move_knots(*t, 1e-6f);
+    // Hundreds of times as much when every row or knot counts.
+    EXPECT_LT(time(square, 257), 20 * shared);
+    EXPECT_LT(time(row, 33), 50 * shared);
+    EXPECT_LT(time(column, 33), 50 * shared);
 }
 
 // ---- Steps between the vertices
@@ -290,13 +327,119 @@ TEST(nurbs_grid, a_seam_is_found_at_any_resolution) {
     EXPECT_EQ(steps[0].backward_u, steps[1024].backward_u);
 }
 
-TEST(nurbs_grid, a_pole_has_the_steps_of_the_row_beside_it) {
-    const auto grid = revolved(9, {{0, 2}, {1, 1}, {1, 0}, {0, -1}});
+TEST(nurbs_grid, a_tip_has_the_steps_of_the_row_beside_it) {
+    const auto grid = revolved(9, {{0, 2}, {0.5f, 1}, {1, 0}, {0.5f, -1}, {0, -2}});
     const auto steps = steps_of(grid, 9);
     for (std::size_t i = 0; i < 9; ++i) {
         EXPECT_EQ(steps[i].forward_u, steps[9 + i].forward_u);
-        EXPECT_EQ(steps[27 + i].backward_u, steps[18 + i].backward_u);
+        EXPECT_EQ(steps[36 + i].backward_u, steps[27 + i].backward_u);
+        EXPECT_EQ(steps[36 + i].forward_v, steps[36 + i].backward_v);
     }
+}
+
+// A circle in four rational quarters: its control points, and the point at t of 0 to 1.
+struct point2 {
+    double x, y;
+};
+constexpr point2 circle_net[] = {{0, 1},   {1, 1},  {1, 0},  {1, -1}, {0, -1},
+                                 {-1, -1}, {-1, 0}, {-1, 1}, {0, 1}};
+point2 circle(double t) {
+    const int quarter = std::min(int(4 * t), 3);
+    const double s = 4 * t - quarter, b0 = (1 - s) * (1 - s), b1 = std::sqrt(2.0) * s * (1 - s), b2 = s * s;
+    const point2 *p = circle_net + 2 * quarter,
+                 sum = {b0 * p[0].x + b1 * p[1].x + b2 * p[2].x, b0 * p[0].y + b1 * p[1].y + b2 * p[2].y};
+    return {sum.x / (b0 + b1 + b2), sum.y / (b0 + b1 + b2)};
+}
+
+// Exact surfaces of revolution about the y axis, of a profile of (distance, height).
+struct revolution {
+    const char* name;
+    std::size_t n, k2; // control points and order of the profile
+    std::vector<float> knots;
+    point2 (*net)(std::size_t j);
+    point2 (*profile)(double v);
+    point2 (*normal)(double v); // of the profile
+};
+const revolution revolutions[] = {
+    {"sphere",
+     5,
+     3,
+     {0, 0, 0, 0.5f, 0.5f, 1, 1, 1},
+     [](std::size_t j) { return circle_net[j]; },
+     [](double v) { return circle(v / 2); },
+     [](double v) { return circle(v / 2); }},
+    {"cone",
+     2,
+     2,
+     {0, 0, 1, 1},
+     [](std::size_t j) {
+         return j == 0 ? point2{0, 2} : point2{1, 0};
+     },
+     [](double v) {
+         return point2{v, 2 - 2 * v};
+     },
+     [](double) {
+         return point2{2 / std::sqrt(5.0), 1 / std::sqrt(5.0)};
+     }},
+    {"torus",
+     9,
+     3,
+     {0, 0, 0, 0.25f, 0.25f, 0.5f, 0.5f, 0.75f, 0.75f, 1, 1, 1},
+     [](std::size_t j) {
+         return point2{1 + 0.4 * circle_net[j].x, 0.4 * circle_net[j].y};
+     },
+     [](double v) {
+         return point2{1 + 0.4 * circle(v).x, 0.4 * circle(v).y};
+     },
+     [](double v) { return circle(v); }},
+};
+
+// The largest difference between the normals of a surface and the true ones (inwards), as a multiple of what
+// there may be: neighbours that lie h apart see a curve to h squared, and positions are rounded.
+double worst_normal(const revolution& r, double radius, double distance, std::uint32_t grid) {
+    const double center[] = {0.8 * radius * distance, 0.27 * radius * distance, -0.53 * radius * distance};
+    tables t{9, 3, r.n, r.k2};
+    t.every_row(revolutions[2].knots);
+    t.every_column(r.knots);
+    for (std::size_t j = 0; j < r.n; ++j) {
+        for (std::size_t i = 0; i < 9; ++i) {
+            const auto [out, height] = r.net(j);
+            t.at(j, i).position = {float(center[0] + radius * out * circle_net[i].x),
+                                   float(center[1] + radius * height),
+                                   float(center[2] + radius * out * circle_net[i].y)};
+            t.weights[j * 9 + i] =
+                float((i % 2 ? std::sqrt(0.5) : 1) * (r.n > 2 && j % 2 ? std::sqrt(0.5) : 1));
+        }
+    }
+    std::vector<pmt3d::vertex_t> vertices(grid * grid);
+    std::vector<pmt3d::frame_t> frames(vertices.size());
+    pmt3d::evaluate_grid(t.net(), grid, grid, vertices);
+    pmt3d::average_frames(steps_of(vertices, grid), frames);
+    double worst = 0;
+    const double h = 6.2832 / (grid - 1);
+    for (std::uint32_t j = 0; j < grid; ++j) {
+        for (std::uint32_t i = 0; i < grid; ++i) {
+            const auto at = [grid](std::uint32_t k) { return double(float(k) / float(grid - 1)); };
+            const point2 around = circle(at(i)), out = r.normal(at(j)),
+                         ring = r.profile(at(std::clamp(j, 1u, grid - 2)));
+            const render::dir3& n = frames[j * grid + i].normal;
+            const double off = std::hypot(n.x + out.x * around.x, n.y + out.y, n.z + out.x * around.y);
+            // The shortest steps are those along a ring, of 0.7 h at least.
+            const double rounding = 0x1p-24 * (distance + 1) / (0.7 * h * std::min(ring.x, 0.4));
+            worst = std::max(worst, off / (1e-3 + 0.4 * h * h + 4 * rounding));
+        }
+    }
+    return worst;
+}
+
+TEST(nurbs_grid, round_surfaces_have_their_normals_at_any_size_and_place) {
+    for (const revolution& r : revolutions)
+        for (const double radius : {0.01, 1.0, 1000.0})
+            for (const double distance : {0.0, 1.0, 30.0, 1000.0})
+                for (const std::uint32_t grid : {9u, 33u, 171u})
+                    EXPECT_LT(worst_normal(r, radius, distance, grid), 1.0)
+                        << r.name << " of radius " << radius << ", " << distance << " radii away, " << grid
+                        << " by " << grid;
 }
 
 TEST(nurbs_grid, single_rows_and_columns_have_no_steps_across) {
