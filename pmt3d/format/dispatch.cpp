@@ -6,6 +6,7 @@
 #include "pmt3d/format/stl.h"
 #include "pmt3d/format/text_reader.h"
 #include "pmt3d/format/text_writer.h"
+#include "pmt3d/format/vertex_limit.h"
 
 #include <algorithm>
 #include <iostream>
@@ -24,14 +25,6 @@ format format_of(const std::string& name) {
     return format::unknown;
 }
 
-// How many vertices the NURBS surfaces of a file may have together. They are asked for by two numbers, so
-// that a few bytes could take all memory there is.
-std::uint64_t most_nurbs_vertices(const line_reader& in) {
-    constexpr std::uint64_t harmless = std::uint64_t(1) << 21; // some 280 MB
-    constexpr std::uint64_t each_byte = 4; // of 16 by 16 points and 257 by 257 vertices each has as many
-    return harmless + each_byte * in.size();
-}
-
 // The blocks of a file, into the list and, where there is one, the environment. Their number; 0 when one
 // failed.
 std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items, const std::string& name,
@@ -43,7 +36,8 @@ std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items
         return 0;
     }
     in.set_progress(context.progress);
-    std::uint64_t blocks = 0, nurbs_vertices = most_nurbs_vertices(in);
+    std::uint64_t blocks = 0;
+    vertex_limit vertices(in.size(), context.allowed_vertices);
     while (in.next()) {
         const std::string_view line = in.line();
         bool read = true;
@@ -52,8 +46,7 @@ std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items
         } else if (line.starts_with(nurbs_header)) {
             model_item_t& item = items.emplace_back(kind_t::nurbs);
             read = read_nurbs_block(name, item.nurbs, item.texture, item.polygon, context.frames,
-                                    nurbs_vertices, in, context.error);
-            nurbs_vertices -= std::min(nurbs_vertices, item.polygon.vertex_count());
+                                    items.size(), vertices, in, context.error);
         } else if (line.starts_with(polygon_header)) {
             model_item_t& item = items.emplace_back(kind_t::polygon);
             read = read_polygon_block(name, item.texture, item.polygon, in, context.error);

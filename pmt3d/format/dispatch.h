@@ -16,6 +16,7 @@ struct load_context {
     std::ostream& error;   // diagnostics
     frame_update frames{}; // for NURBS surfaces; empty: on the CPU
     progress_t progress{};
+    std::uint64_t allowed_vertices = 0; // of NURBS surfaces, where a file asks for more than vertex_limit.h
 };
 
 // Loading appends to the model; what was read before a failure stays in it, the item that failed included.

@@ -13,9 +13,9 @@ namespace pmt3d {
 // Several solids in a text file become one item.
 //
 // A file that begins with "solid" is text, unless it is as long as a binary file of its triangle count, or
-// longer without the word "facet". Text without a facet is no failure. False, after one line on context.error, when it cannot be read, is shorter than its triangle
-// count says, or a facet lacks a piece ("num: " and the line's number). The item then stays in the list with
-// what was read.
+// longer without the word "facet". Text without a facet is no failure. False, after one line on
+// context.error, when it cannot be read, is shorter than its triangle count says, or a facet lacks a piece
+// ("num: " and the line's number). The item then stays in the list with what was read.
 bool load_stl(surface_list& items, const std::string& name, const load_context& context);
 
 // Saves the triangles of all items in order. The binary header holds the file's name (80 bytes; a blank is

@@ -4,6 +4,7 @@
 #include "libgr/texture/surface_texture.h"
 #include "libutils/error_report.h"
 #include "pmt3d/format/fields.h"
+#include "pmt3d/format/vertex_limit.h"
 #include "pmt3d/surface/nurbs.h"
 #include "pmt3d/surface/polygon.h"
 
@@ -492,16 +493,32 @@ bool read_polygon_block(const std::string& name, libgr::texture_t& texture, poly
     return true;
 }
 
+// Tells why a tessellation is refused that asks for more than the limit.
+static void explain_refusal(std::uint64_t line, std::uint64_t number, std::uint64_t vertices,
+                            const vertex_limit& limit, std::ostream& error) {
+    libutils::error_report();
+    error << line << ": surface " << number << " asks for " << vertices << " vertices: ";
+    if (vertices > nurbs_t::most_vertices)
+        error << "a surface has at most " << nurbs_t::most_vertices << ".\n";
+    else
+        error << limit.left() << " are left of the " << limit.most()
+              << " that this file may have (pmt3d --vertices N allows N).\n";
+}
+
 bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
-                      const frame_update& frames, std::uint64_t most_vertices, line_reader& in,
+                      const frame_update& frames, std::uint64_t number, vertex_limit& limit, line_reader& in,
                       std::ostream& error) {
+    const std::uint64_t first_line = in.number();
     nurbs_block block(nurbs, in, texture, error);
     if (!block.read()) return false;
-    if (!nurbs.afterload(name) || !nurbs.MakeVertices5(most_vertices)) {
+    const std::uint64_t vertices = std::uint64_t(nurbs.resolution_u()) * nurbs.resolution_v();
+    if (vertices > limit.left()) explain_refusal(first_line, number, vertices, limit, error);
+    if (!nurbs.afterload(name) || !nurbs.MakeVertices5(limit.left())) {
         libutils::error_report();
         error << "nurbs.makeVertices() error.\n";
         return false;
     }
+    limit.take(vertices);
     nurbs.updateVertices();
     if (frames)
         frames(polygon);

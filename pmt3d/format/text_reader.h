@@ -17,6 +17,7 @@ namespace pmt3d {
 
 class nurbs_t;
 class polygon_t;
+class vertex_limit;
 
 // What the first line of each kind of block begins with.
 inline constexpr std::string_view polygon_header = "begin polygon_surface";
@@ -40,7 +41,7 @@ bool read_polygon_block(const std::string& name, libgr::texture_t& texture, poly
 // than it announced or, ended by "end", fewer, or when it cannot be tessellated, into at most so many
 // vertices. frames: how its frames are computed; empty: on the CPU.
 bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
-                      const frame_update& frames, std::uint64_t most_vertices, line_reader& in,
+                      const frame_update& frames, std::uint64_t number, vertex_limit& limit, line_reader& in,
                       std::ostream& error);
 
 // False when it is another block, or when the cube map's pictures cannot be had.

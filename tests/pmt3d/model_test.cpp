@@ -229,17 +229,26 @@ TEST_F(model, nurbs_surfaces_of_a_small_file_share_two_million_vertices) {
     model_item_t patch(kind_t::nurbs);
     fill_patch(patch);
     patch.nurbs.set_resolution(1030, 1024);
-    const std::string once = written(patch);
+    const std::string once = written(patch), twice = directory_.write("x.pmt", once + once);
     model_t m;
-    EXPECT_FALSE(load(m, directory_.write("x.pmt", once + once)));
-    EXPECT_EQ(take_err(), "polygon.allocate() fail.\nnurbs.makeVertices() error.\n");
+    EXPECT_FALSE(load(m, twice));
+    EXPECT_EQ(take_err(),
+              "31: surface 2 asks for 1054720 vertices: 1045568 are left of the 2100288 that this file "
+              "may have (pmt3d --vertices N allows N).\n"
+              "polygon.allocate() fail.\nnurbs.makeVertices() error.\n");
     ASSERT_EQ(m.items.size(), 2u);
     EXPECT_EQ(m.items.front().polygon.vertex_count(), 1030u * 1024u);
     EXPECT_EQ(m.items.back().polygon.vertex_count(), 0u);
+    m = {};
+    EXPECT_TRUE(pmt3d::load(m, twice, {.error = std::cerr, .allowed_vertices = 2 * 1030 * 1024}));
     // Whoever brings the bytes gets the memory for them.
     m = {};
     EXPECT_TRUE(load(m, directory_.write("x.pmt", once + once + '#' + std::string(10'000, ' '))));
     EXPECT_EQ(take_err(), "");
+    patch.nurbs.set_resolution(8193, 8192);
+    EXPECT_FALSE(load(m, directory_.write("x.pmt", written(patch))));
+    EXPECT_EQ(take_err(), "1: surface 3 asks for 67117056 vertices: a surface has at most 67108864.\n"
+                          "polygon.allocate() fail.\nnurbs.makeVertices() error.\n");
 }
 
 TEST_F(model, saves_what_it_loads) {

@@ -1,4 +1,5 @@
 #include "pmt3d/format/text_reader.h"
+#include "pmt3d/format/vertex_limit.h"
 
 #include "libgr/texture/environment.h"
 #include "libgr/texture/surface_texture.h"
@@ -55,8 +56,9 @@ std::unique_ptr<nurbs_result> read_nurbs(const std::string& text, const pmt3d::f
     capture standard(std::cerr);
     line_reader in(text);
     EXPECT_TRUE(in.next());
-    r->ok = pmt3d::read_nurbs_block("net.pmt", r->nurbs, r->texture, r->polygon, frames,
-                                    pmt3d::nurbs_t::most_vertices, in, errors);
+    pmt3d::vertex_limit limit(0, pmt3d::nurbs_t::most_vertices);
+    r->ok =
+        pmt3d::read_nurbs_block("net.pmt", r->nurbs, r->texture, r->polygon, frames, 1, limit, in, errors);
     r->errors = errors.str() + standard.text();
     return r;
 }
@@ -313,8 +315,12 @@ TEST(nurbs_block, diagnostics) {
         {"begin nurbs_surface,1000,1,1000,1\nend\n", allocate},
         {patch("resolution 0,5\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
         {patch("resolution 5,0\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
-        {patch("resolution 8193,8192\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
-        {patch("resolution -1,-1\n"), "nurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
+        {patch("resolution 8193,8192\n"),
+         "1: surface 1 asks for 67117056 vertices: a surface has at most 67108864.\nnurbs.makeVertices() "
+         "error.\npolygon.allocate() fail.\n"},
+        {patch("resolution -1,-1\n"),
+         "1: surface 1 asks for 18446744065119617025 vertices: a surface has at most "
+         "67108864.\nnurbs.makeVertices() error.\npolygon.allocate() fail.\n"},
     };
     for (const auto& [text, errors, ok] : cases) {
         const auto r = read_nurbs(text);

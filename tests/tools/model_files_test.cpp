@@ -281,6 +281,9 @@ TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
 }
 
 TEST_F(model_files, failures_say_what_is_wrong) {
+    const std::string fine =
+        "begin nurbs_surface,1,1,1,1\nresolution 1500,1500\nknot1 0\nknot1 1\nknot2 0\nknot2 1\n"
+        "weight 1\nposition 1,2,3\nend\n";
     const std::string in = file("in.pmt", triangle),
                       empty = file("empty.pmt", "begin polygon_surface,0,0\nend\n"),
                       huge = file("huge.pmt", "begin polygon_surface,1,1\nposition 1/0,0,0\nelement 0\n"
@@ -295,6 +298,11 @@ TEST_F(model_files, failures_say_what_is_wrong) {
         {{"info", file("none.stl")},
          1,
          "none.stl: file open error.\npmt3d: " + file("none.stl") + ": not loaded.\n"},
+        {{"check", file("fine.pmt", fine)},
+         1,
+         "2250000 vertices: 2097588 are left of the 2097588 that this file"},
+        {{"--vertices", "2250000", "check", file("fine.pmt")}, 0, ""},
+        {{"--vertices", "-1", "check", in}, 2, "--vertices takes a whole number"},
         {{"info", file("x.obj")}, 1, "file extension not recognized.\n"},
         {{"dump", file("void.pmt", "")}, 1, "void.pmt: not loaded.\n"},
         {{"check"}, 2, "usage: pmt3d check FILE..."},

@@ -2,9 +2,12 @@
 
 #include "libutils/error_report.h"
 #include "libutils/out_of_memory.h"
+#include "libutils/report.h"
+#include "model_file.h"
 #include "subcommand.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -27,7 +30,12 @@ void print_help(std::ostream& os) {
         widest = std::max(widest, s->name.size());
     for (const subcommand* s : subcommands)
         os << "  " << s->name << std::string(widest - s->name.size() + 2, ' ') << s->summary << '\n';
-    os << "\nExit status: 0 done, 1 failed, 2 wrong usage.\n";
+    os << R"(
+pmt3d --vertices N SUBCOMMAND ... lets the NURBS surfaces of a model file have N vertices together, should that be more
+than the size of the file allows.
+
+Exit status: 0 done, 1 failed, 2 wrong usage.
+)";
 }
 
 int run(arguments words) {
@@ -35,6 +43,17 @@ int run(arguments words) {
         libutils::error_report();
         print_help(std::cerr);
         return wrong_usage;
+    }
+    if (words.size() >= 2 && std::string_view(words[0]) == "--vertices") {
+        const std::string_view number = words[1];
+        std::uint64_t vertices = 0;
+        const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), vertices);
+        if (error != std::errc() || end != number.data() + number.size()) {
+            libutils::report("pmt3d: --vertices takes a whole number.");
+            return wrong_usage;
+        }
+        allow_vertices(vertices);
+        return run(words.subspan(2));
     }
     const std::string_view name = words[0];
     if (name == "--help") {

@@ -6,9 +6,15 @@
 
 namespace tool {
 
+static std::uint64_t allowed_vertices = 0;
+
+void allow_vertices(std::uint64_t vertices) {
+    allowed_vertices = vertices;
+}
+
 bool load_model(pmt3d::model_t& model, const char* name, const pmt3d::progress_t& progress,
                 const pmt3d::frame_update& frames) {
-    if (!pmt3d::load(model, name, {std::cerr, frames, progress}))
+    if (!pmt3d::load(model, name, {std::cerr, frames, progress, allowed_vertices}))
         return libutils::report("pmt3d: ", name, ": not loaded.");
     // Perhaps no STL file at all, or one that has been cut short.
     if (std::string_view(name).ends_with(".stl") && model.items.back().polygon.element_count() == 0)

@@ -4,6 +4,7 @@
 #include "pmt3d/format/dispatch.h"
 #include "render/math/types.h"
 
+#include <cstdint>
 #include <optional>
 
 namespace tool {
@@ -12,6 +13,9 @@ namespace tool {
 // with a line that says so. An STL file without a facet is a warning.
 bool load_model(pmt3d::model_t& model, const char* name, const pmt3d::progress_t& progress = {},
                 const pmt3d::frame_update& frames = {});
+
+// Lets the files that are loaded from now on have so many vertices of NURBS surfaces.
+void allow_vertices(std::uint64_t vertices);
 
 // Of all vertices that surfaces draw; nothing when there are none.
 std::optional<render::box3> bounds(const pmt3d::model_t& model);
