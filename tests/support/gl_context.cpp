@@ -2,6 +2,8 @@
 
 #include <GL/glew.h>
 
+#include <sstream>
+
 namespace test_support {
 
 void gl_test::SetUp() {
@@ -16,9 +18,10 @@ void gl_test::TearDown() {
 }
 
 std::string gl_test::step_labels() {
-    std::string all, text = take_err();
-    for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1)
-        all += text.substr(at, text.find(": Error", at) - at) + "\n";
+    std::istringstream lines(take_err());
+    std::string all;
+    for (std::string line; std::getline(lines, line);)
+        if (const auto end = line.find(": Error "); end != line.npos) all += line.substr(0, end) + "\n";
     return all;
 }
 

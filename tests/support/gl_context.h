@@ -17,7 +17,7 @@ protected:
     void TearDown() override;
     // Standard error since the start or the last call.
     std::string take_err() { return err_.take(); }
-    // Only the labels of the step checks that reported since, one in a line.
+    // The labels of the step checks that reported since, one in a line; other lines are left out.
     std::string step_labels();
     // An integer of the GL's state (glGetIntegerv).
     static int state(unsigned name);
