@@ -41,8 +41,12 @@ gluty_registry::~gluty_registry() {
 int gluty_registry::createwindow(glutyAPI4* handler, const char* title) {
     if (!handler) return -1;
     const int window = glutCreateWindow(title);
-    windows_[window] = handler;
+    windows_[window].handler = handler;
     return window;
+}
+
+glutyAPI4* gluty_registry::handler(int window) {
+    return windows_[window].handler;
 }
 
 void gluty_registry::setidle(bool on) {
@@ -61,45 +65,58 @@ void gluty_registry::setkeyrepeat(bool on) {
     glutSetKeyRepeat(from_glut ? GLUT_KEY_REPEAT_ON : GLUT_KEY_REPEAT_OFF);
 }
 
-window_system* gluty_registry::current_system() {
-    const auto found = systems_.find(glutGetWindow());
-    return found != systems_.end() ? found->second.get() : nullptr;
-}
-
-window_system* gluty_registry::system_of_key_event() {
-    window_system* system = current_system();
-    if (!system) return nullptr;
-    const int modifiers = glutGetModifiers();
-    system->set_modifiers(modifiers & GLUT_ACTIVE_SHIFT, modifiers & GLUT_ACTIVE_CTRL);
-    return system;
-}
-
 bool gluty_registry::knows_repetitions() {
-    const window_system* system = current_system();
-    return system && system->knows_repetitions();
+    const bound_window& current = windows_[glutGetWindow()];
+    return current.system && current.system->knows_repetitions();
 }
 
-template <class Event>
-void gluty_registry::deliver_press(unsigned key, Event event) {
-    window_system* system = registry->system_of_key_event();
-    const bool repetition = system && system->is_repetition(key);
-    if (!repetition || registry->key_repeat_) deliver(event);
+void gluty_registry::key_event(unsigned gives, bool pressed, int x, int y) {
+    bound_window& at = registry->windows_[glutGetWindow()];
+    std::optional<unsigned> place;
+    if (at.system) {
+        place = at.system->place_of_key(gives, pressed);
+        catch_up(at);
+    }
+    if (pressed) {
+        // GLUT's own filter has let it through.
+        if (!registry->knows_repetitions()) at.keys.release(place, gives);
+        if (at.keys.press(place, gives) || registry->key_repeat_) deliver_key(gives, true, x, y);
+    } else if (const auto as = at.keys.release(place, gives)) {
+        deliver_key(*as, false, x, y);
+    }
 }
 
-void gluty_registry::release_told(unsigned key, int x, int y) {
-    window_system* system = registry->system_of_key_event();
-    if (system) key = system->went_down_as(key);
-    deliver_release(system, key, x, y);
-}
-
-void gluty_registry::deliver_release(window_system* system, unsigned key, int x, int y) {
-    if (system) system->is_released(key);
+void gluty_registry::deliver_key(unsigned gives, bool pressed, int x, int y) {
     deliver([=](glutyAPI4& handler) {
-        if (key < first_special)
-            handler.keyboardup(static_cast<unsigned char>(key), x, y);
+        const auto character = static_cast<unsigned char>(gives);
+        const int code = static_cast<int>(gives - first_special);
+        if (gives < first_special)
+            pressed ? handler.keyboard(character, x, y) : handler.keyboardup(character, x, y);
         else
-            handler.specialup(static_cast<int>(key - first_special), x, y);
+            pressed ? handler.special(code, x, y) : handler.specialup(code, x, y);
     });
+}
+
+// Tells the handler of the current window what has happened that GLUT does not tell.
+void gluty_registry::catch_up(bound_window& at) {
+    const auto release = [](unsigned gives) { deliver_key(gives, false, 0, 0); };
+    while (const auto news = at.system->next_news())
+        switch (news->what) {
+        case keyboard_news::released:
+            if (const auto as = at.keys.release(news->place)) release(*as);
+            break;
+        case keyboard_news::lost:
+            at.keys.leave(
+                [&](unsigned gives) {
+                    return gives < first_special && at.handler &&
+                           at.handler->staysdown(static_cast<unsigned char>(gives));
+                },
+                release);
+            deliver([](glutyAPI4& handler) { handler.focuslost(); });
+            break;
+        case keyboard_news::regained:
+            at.keys.come_back(news->down, release);
+        }
 }
 
 void gluty_registry::mainloop() {
@@ -113,9 +130,9 @@ void gluty_registry::mainloop() {
 }
 
 void gluty_registry::install_callbacks() {
-    if (has_window()) systems_[glutGetWindow()] = window_system::of_current_window();
-    for (const auto& [window, handler] : windows_)
-        if (handler) handler->init();
+    if (has_window()) windows_[glutGetWindow()].system = window_system::of_current_window();
+    for (const auto& [name, window] : windows_)
+        if (window.handler) window.handler->init();
     setidle(idle_);
     setkeyrepeat(key_repeat_);
 
@@ -126,29 +143,23 @@ void gluty_registry::install_callbacks() {
             if (!registry->leaving_) handler.display(); // nobody will look at it
         });
     });
-    glutKeyboardFunc([](unsigned char key, int x, int y) {
-        deliver_press(key, [=](glutyAPI4& handler) { handler.keyboard(key, x, y); });
-    });
-    glutSpecialFunc([](int key, int x, int y) {
-        deliver_press(special_key(key), [=](glutyAPI4& handler) { handler.special(key, x, y); });
-    });
+    glutKeyboardFunc([](unsigned char key, int x, int y) { key_event(key, true, x, y); });
+    glutSpecialFunc([](int key, int x, int y) { key_event(special_key(key), true, x, y); });
     glutMouseFunc([](int button, int state, int x, int y) {
         deliver([=](glutyAPI4& handler) { route_mouse(handler, button, state, x, y); });
     });
     glutMotionFunc([](int x, int y) { deliver([=](glutyAPI4& handler) { handler.motion(x, y); }); });
     glutPassiveMotionFunc(
         [](int x, int y) { deliver([=](glutyAPI4& handler) { handler.passivemotion(x, y); }); });
-    glutKeyboardUpFunc([](unsigned char key, int x, int y) { release_told(key, x, y); });
-    glutSpecialUpFunc([](int key, int x, int y) { release_told(special_key(key), x, y); });
+    glutKeyboardUpFunc([](unsigned char key, int x, int y) { key_event(key, false, x, y); });
+    glutSpecialUpFunc([](int key, int x, int y) { key_event(special_key(key), false, x, y); });
     glutMouseWheelFunc([](int wheel, int direction, int x, int y) {
         deliver([=](glutyAPI4& handler) { handler.mousewheel(wheel, direction, x, y); });
     });
     glutCloseFunc([] {
         deliver([](glutyAPI4& handler) { handler.closing(); });
         // Whatever still comes for this window goes nowhere.
-        const int window = glutGetWindow();
-        registry->windows_[window] = nullptr;
-        registry->systems_.erase(window);
+        registry->windows_[glutGetWindow()] = {};
     });
     callbacks_installed_ = true;
 }
@@ -160,18 +171,12 @@ void gluty_registry::deliver(Event event) {
 }
 
 void gluty_registry::tick(int) {
-    for (const auto& [window, system] : registry->systems_) {
-        if (!system) continue;
-        if (system->focus_lost()) {
-            glutSetWindow(window);
-            deliver([](glutyAPI4& handler) { handler.focuslost(); });
-        }
-        while (const auto key = system->unseen_release()) {
-            glutSetWindow(window);
-            system->set_modifiers(false, false);
-            deliver_release(system.get(), *key, 0, 0);
-        }
-        if (system->window_gone()) registry->leavemainloop();
+    for (auto& [name, window] : registry->windows_) {
+        if (!window.system) continue;
+        glutSetWindow(name);
+        window.system->end_of_round();
+        catch_up(window);
+        if (window.system->window_gone()) registry->leavemainloop();
     }
     if (registry->leaving_) glutLeaveMainLoop();
     glutTimerFunc(tick_interval, tick, 0);
@@ -205,14 +210,6 @@ void gluty_registry::swapbuffers() {
 
 void gluty_registry::initwindowsize(int width, int height) {
     glutInitWindowSize(width, height);
-}
-
-const window_system* gluty_registry::system(const glutyAPI4& handler) const {
-    for (const auto& [window, bound] : windows_) {
-        const auto found = systems_.find(window);
-        if (bound == &handler && found != systems_.end()) return found->second.get();
-    }
-    return nullptr;
 }
 
 } // namespace gems

@@ -2,6 +2,8 @@
 // Objects that receive a window's events. Nobody but the registry and main knows the window library
 // underneath.
 
+#include "app/held_keys.h"
+
 #include <atomic>
 #include <map>
 #include <memory>
@@ -42,8 +44,10 @@ public:
     virtual void specialup(int /*key*/, int /*x*/, int /*y*/) {}
     // Direction +1 is away from the user.
     virtual void mousewheel(int /*wheel*/, int /*direction*/, int /*x*/, int /*y*/) {}
-    // The keyboard went to another window: releases of keys that are down will not arrive.
+    // The keyboard went to another window. Keys that were down have come up before this, but for those that
+    // stay down: they come up when they are found to be up once the keyboard is back.
     virtual void focuslost() {}
+    virtual bool staysdown(unsigned char /*key*/) { return false; }
     // The window is about to go. Its GL context is current for the last time.
     virtual void closing() {}
 };
@@ -77,30 +81,30 @@ public:
     void redisplay_in(unsigned milliseconds);
     void swapbuffers();
     void initwindowsize(int width, int height);
-    // What the system knows about the handler's window; null while there is none.
-    const window_system* system(const glutyAPI4& handler) const;
 
     // Routing, the part of a callback that follows GLUT's. The handler of a window; null, and remembered as
     // such, when the window is unknown.
-    glutyAPI4* handler(int window) { return windows_[window]; }
+    glutyAPI4* handler(int window);
     // Buttons from 3 on are the directions of wheels, which count when they are released.
     static void route_mouse(glutyAPI4& handler, int button, int state, int x, int y);
 
 private:
+    struct bound_window {
+        glutyAPI4* handler = nullptr;
+        std::unique_ptr<window_system> system; // null where the system refuses
+        held_keys keys = {};
+    };
+
     void install_callbacks();
     template <class Event>
     static void deliver(Event event);
-    template <class Event>
-    static void deliver_press(unsigned key, Event event);
-    static void release_told(unsigned key, int x, int y);
-    static void deliver_release(window_system* system, unsigned key, int x, int y);
-    window_system* current_system();
-    window_system* system_of_key_event();
+    static void key_event(unsigned gives, bool pressed, int x, int y);
+    static void deliver_key(unsigned gives, bool pressed, int x, int y);
+    static void catch_up(bound_window& at);
     bool knows_repetitions();
     static void tick(int);
 
-    std::map<int, glutyAPI4*> windows_;
-    std::map<int, std::unique_ptr<window_system>> systems_;
+    std::map<int, bound_window> windows_;
     std::atomic<bool> leaving_ = false;
     std::set<int> awaiting_redisplay_; // windows
     bool callbacks_installed_ = false;

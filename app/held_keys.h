@@ -1,47 +1,84 @@
 #pragma once
-// Which keys are down, told by what they send, so that a press that comes without a release before it is
-// known as the system's repetition.
+// Which keys of a keyboard are down, and as what each went down. The window library tells only characters,
+// and those change with the modifiers: a key that went down as 'a' comes up as 'A' when Shift was pressed in
+// between, and two keys may give the same character. So keys are known by their places on the keyboard.
 
-#include "app/key_siblings.h"
-
+#include <array>
 #include <bitset>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <utility>
 
 namespace gems {
 
-// Keys are numbered as first_special tells; numbers beyond GLUT's codes are never held.
+// What a key gives: a character, or this plus GLUT's code of a key without one.
+constexpr unsigned first_special = 256;
+
+constexpr unsigned key_places = 512;
+using key_set = std::bitset<key_places>;
+
+// Where the place of a key is unknown, what it gives takes its place.
 class held_keys {
 public:
-    // False when the key was held already, be it as another character: a key repeats with the modifiers that
-    // came in between.
-    bool press(unsigned key, const key_siblings& siblings) {
-        if (key >= held_.size()) return true;
-        const bool was_held = held_[key] || (held_ & others(key, siblings)).any();
-        held_.set(key);
-        return !was_held;
+    held_keys() { as_.fill(up); }
+
+    // A key goes down and gives this. False when it was down already: the system repeats it.
+    bool press(std::optional<unsigned> place, unsigned gives) {
+        std::uint16_t* const key = find(place, gives);
+        if (key && *key != up) return false;
+        if (key) *key = static_cast<std::uint16_t>(gives);
+        return true;
     }
 
-    // The release may come as another character of the same key than the press, or than both of two presses.
-    void release(unsigned key, const key_siblings& siblings) {
-        if (key >= held_.size()) return;
-        held_.reset(key);
-        held_ &= ~others(key, siblings);
+    // A key comes up. What it gave when it went down; nothing when nobody has seen that.
+    std::optional<unsigned> release(unsigned place) {
+        std::optional<unsigned> gave;
+        raise(as_[place % key_places], [&](unsigned as) { gave = as; });
+        return gave;
+    }
+    // The same when it gives this now. Where its place is unknown, that is all there is to go by.
+    std::optional<unsigned> release(std::optional<unsigned> place, unsigned gives) {
+        std::optional<unsigned> gave;
+        if (place && as_[*place % key_places] != up) return release(*place);
+        if (std::uint16_t* const key = find({}, gives)) raise(*key, [&](unsigned as) { gave = as; });
+        return gave || place ? gave : gives;
     }
 
-    bool holds(unsigned key) const { return key < held_.size() && held_[key]; }
-    void forget() { held_.reset(); }
+    // The keyboard goes to another window. Calls `release` with what the keys that are down gave, but for
+    // those for which `stays` is true.
+    template <class Stays, class Release>
+    void leave(Stays stays, Release release) {
+        for (std::uint16_t& key : as_)
+            if (key != up && (key == silent || !stays(key))) raise(key, release);
+    }
+
+    // It comes back with these keys down. Calls `release` for those that have come up meanwhile. The others
+    // that are down give nothing until they are pressed again.
+    template <class Release>
+    void come_back(const key_set& down, Release release) {
+        for (std::size_t at = 0; at < as_.size(); ++at)
+            if (at >= key_places || !down[at])
+                raise(as_[at], release);
+            else if (as_[at] == up)
+                as_[at] = silent;
+    }
 
 private:
-    using keys = std::bitset<2 * first_special>;
+    static constexpr std::uint16_t silent = 0xFFFE, up = 0xFFFF;
 
-    static keys others(unsigned key, const key_siblings& siblings) {
-        keys same;
-        if (key < siblings.size())
-            for (unsigned other = 0; other < siblings.size(); ++other)
-                same[other] = siblings[key][other];
-        return same;
+    // Null for what no key gives.
+    std::uint16_t* find(std::optional<unsigned> place, unsigned gives) {
+        if (gives >= 2 * first_special) return nullptr;
+        return &as_[place ? *place % key_places : key_places + gives];
+    }
+    template <class Release>
+    static void raise(std::uint16_t& key, Release release) {
+        const std::uint16_t as = std::exchange(key, up);
+        if (as < silent) release(unsigned{as});
     }
 
-    keys held_;
+    std::array<std::uint16_t, key_places + 2 * first_special> as_; // by place, then by what they give
 };
 
 } // namespace gems

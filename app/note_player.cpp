@@ -1,6 +1,5 @@
 #include "app/note_player.h"
 
-#include "app/key_map.h"
 #include "app/trace.h"
 #include "midi/midi_out.h"
 #include "midi/senders.h"
@@ -40,7 +39,6 @@ void note_player::stop(int note) {
 }
 
 void note_player::key_down(unsigned char key, int offset) {
-    down_.set(key);
     const int note = note_of(offset);
     start(note);
     trace().text("key: 0x").hex(key).text(", '").byte(key).text("', note: ").dec(unsigned(note));
@@ -48,18 +46,8 @@ void note_player::key_down(unsigned char key, int offset) {
     picture_.redraw();
 }
 
-unsigned char note_player::pressed_as(unsigned char key) const {
-    if (down_[key]) return key;
-    const gems::characters others = down_ & layout_->now()[key];
-    for (unsigned other = 0; other < others.size() && others.any(); ++other)
-        if (others[other]) return static_cast<unsigned char>(other);
-    return key;
-}
-
-void note_player::key_up(unsigned char key) {
-    down_.reset(key);
-    const signed char offset = key_map[key];
-    if (offset < 0 || keep_) return;
+void note_player::key_up(int offset) {
+    if (keep_) return;
     const int note = note_of(offset);
     stop(note);
     picture_.release(note);
@@ -67,13 +55,11 @@ void note_player::key_up(unsigned char key) {
 }
 
 void note_player::hold(unsigned char key) {
-    down_.set(key);
     keep_ = true;
     trace().text("keep: 0x").hex(key).text(", '").byte(key).text("'");
 }
 
-void note_player::release_held(unsigned char key) {
-    down_.reset(key);
+void note_player::release_held() {
     midi::allnotesoff(out_, sound_.channel);
     for (int note = 0; note < 128; ++note)
         sounding_.reset(sounding_index(sound_.channel, note));
@@ -83,14 +69,6 @@ void note_player::release_held(unsigned char key) {
     picture_.release_all();
     keep_ = false;
     picture_.redraw();
-}
-
-void note_player::keys_lost() {
-    if (down_.any())
-        for (unsigned key = 0; key < down_.size(); ++key)
-            if (down_[key]) key_up(static_cast<unsigned char>(key));
-    mouse_held_ = false;
-    stop_mouse_note();
 }
 
 void note_player::change_velocity(int step) {
@@ -112,6 +90,11 @@ void note_player::mouse_up(std::optional<int> key) {
     // The pointer may have jumped: what it started ends, whichever key it is over now.
     if (!key || *key != mouse_note_) stop_mouse_note();
     if (key) mouse_note_off(*key);
+}
+
+void note_player::mouse_lost() {
+    mouse_held_ = false;
+    stop_mouse_note();
 }
 
 void note_player::play_under_pointer(std::optional<int> key) {

@@ -1,7 +1,6 @@
 #pragma once
 // From keys and mouse to notes: what sounds, who holds it, and how every note comes to its end.
 
-#include "app/key_siblings.h"
 #include "app/sound.h"
 
 #include <array>
@@ -36,17 +35,13 @@ public:
 
     // A character of the key map with the offset that it stands for. Each press starts its note, whatever
     // already sounds. A release ends the note that the offset means at that moment; while notes are held it
-    // does nothing. To be given is the character with which the key went down.
+    // does nothing.
     void key_down(unsigned char key, int offset);
-    void key_up(unsigned char key);
-    // That character, of a key that is reported to come up as this one.
-    unsigned char pressed_as(unsigned char key) const;
-    // A key that is down holds notes beyond the release of theirs.
+    void key_up(int offset);
+    // From now on notes sound on after their keys are released.
     void hold(unsigned char key);
-    // It comes up: ends all notes.
-    void release_held(unsigned char key);
-    // The keys that are down will not be seen to come up: as if they did now.
-    void keys_lost();
+    // Ends all notes.
+    void release_held();
     // One step, around from 127 to 0.
     void change_velocity(int step);
 
@@ -55,6 +50,8 @@ public:
     void mouse_down(std::optional<int> key);
     void mouse_moved(std::optional<int> key);
     void mouse_up(std::optional<int> key);
+    // Its release will not be seen: as if it came now.
+    void mouse_lost();
     bool mouse_held() const { return mouse_held_; }
     // The key that the mouse sounds.
     std::optional<int> mouse_note() const {
@@ -63,9 +60,6 @@ public:
 
     // Ends what still sounds, note by note.
     void silence();
-
-    // Which characters may be the release of another one's key. Kept by reference.
-    void use_layout(const gems::keyboard_layout& layout) { layout_ = &layout; }
 
 private:
     struct note_entry {
@@ -87,8 +81,6 @@ private:
     keyboard_picture& picture_;
     std::array<note_entry, 128> notes_;
     std::bitset<16 * 128> sounding_; // by channel, then note
-    gems::characters down_;
-    const gems::keyboard_layout* layout_ = &gems::plain_layout();
     std::int8_t mouse_note_ = -1;
     bool mouse_held_ = false;
     bool keep_ = false;

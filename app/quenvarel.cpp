@@ -3,8 +3,8 @@
 #include "app/home_view.h"
 #include "app/key_map.h"
 #include "app/program_path.h"
+#include "app/special_keys.h"
 #include "app/trace.h"
-#include "app/window_system.h"
 #include "render/gl/step_check.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"
@@ -60,8 +60,6 @@ void Quenvarel::init() {
     view_.open(model_base_path_, model_base_path_ + "pmt", leaving);
     if (leaving()) return;
     home_view();
-    if (const gems::window_system* system = gems::registry->system(*this))
-        player_.use_layout(system->layout());
     controls_.greet();
     gems::registry->setkeyrepeat(false);
     gems::registry->setidle(false);
@@ -69,7 +67,6 @@ void Quenvarel::init() {
 
 void Quenvarel::closing() {
     view_.close();
-    player_.use_layout(gems::plain_layout());
 }
 
 void Quenvarel::reshape(int width, int height) {
@@ -122,27 +119,27 @@ void Quenvarel::keyboard(unsigned char key, int, int) {
 }
 
 void Quenvarel::keyboardup(unsigned char key, int, int) {
-    key = player_.pressed_as(key);
-    switch (key_map[key]) {
+    const signed char value = key_map[key];
+    switch (value) {
     case space:
-        player_.release_held(key);
+        player_.release_held();
         break;
     case tab:
         if (mode_ == mode_t::camera) mode_ = mode_t::normal;
         break;
     default:
-        player_.key_up(key);
+        if (value >= 0) player_.key_up(value);
     }
 }
 
 void Quenvarel::special(int key, int, int) {
     switch (key) {
-    case key_shift_left:
-    case key_shift_right:
+    case gems::key_shift_left:
+    case gems::key_shift_right:
         if (mode_ == mode_t::normal) mode_ = mode_t::shift;
         break;
-    case key_alt_left:
-    case key_alt_right:
+    case gems::key_alt_left:
+    case gems::key_alt_right:
         if (mode_ == mode_t::normal) mode_ = mode_t::camera;
         break;
     default:
@@ -151,14 +148,17 @@ void Quenvarel::special(int key, int, int) {
 }
 
 void Quenvarel::specialup(int key, int, int) {
-    const bool is_shift = key == key_shift_left || key == key_shift_right;
-    const bool is_alt = key == key_alt_left || key == key_alt_right;
+    const bool is_shift = key == gems::key_shift_left || key == gems::key_shift_right;
+    const bool is_alt = key == gems::key_alt_left || key == gems::key_alt_right;
     if ((is_shift && mode_ == mode_t::shift) || (is_alt && mode_ == mode_t::camera)) mode_ = mode_t::normal;
 }
 
+bool Quenvarel::staysdown(unsigned char key) {
+    return key_map[key] == space;
+}
+
 void Quenvarel::focuslost() {
-    player_.keys_lost();
-    mode_ = mode_t::normal;
+    player_.mouse_lost();
 }
 
 // ---- Mouse

@@ -41,6 +41,7 @@ public:
     void keyboardup(unsigned char key, int x, int y) override;
     void specialup(int key, int x, int y) override;
     void mousewheel(int wheel, int direction, int x, int y) override;
+    bool staysdown(unsigned char key) override;
     void focuslost() override;
     void closing() override;
 

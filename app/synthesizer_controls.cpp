@@ -1,5 +1,6 @@
 #include "app/synthesizer_controls.h"
 
+#include "app/special_keys.h"
 #include "app/trace.h"
 #include "midi/midi_out.h"
 #include "midi/senders.h"
@@ -27,23 +28,23 @@ void synthesizer_controls::send_program() {
 void synthesizer_controls::special(int key, bool reversed) {
     const int step = reversed ? -1 : 1;
     switch (key) {
-    case key_f1:
+    case gems::key_f1:
         return change_reverb(reverb_mode_, step, 3);
-    case key_f2:
+    case gems::key_f2:
         return change_reverb(reverb_time_, step, 7);
-    case key_f3:
+    case gems::key_f3:
         return change_reverb(reverb_level_, step, 7);
-    case key_f4:
+    case gems::key_f4:
         return change_reverb_send(step);
-    case key_page_up:
+    case gems::key_page_up:
         return change_notebase(12);
-    case key_page_down:
+    case gems::key_page_down:
         return change_notebase(-12);
-    case key_home:
+    case gems::key_home:
         return change_program(1);
-    case key_end:
+    case gems::key_end:
         return change_program(-1);
-    case key_insert:
+    case gems::key_insert:
         return change_channel(1);
     default:
         trace().text("spkey: 0x").hex(static_cast<unsigned>(key));

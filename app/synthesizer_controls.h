@@ -11,23 +11,6 @@ class midi_out_t;
 
 namespace quenvarel {
 
-// GLUT's codes of the keys that have no character.
-enum special_key : int {
-    key_f1 = 1,
-    key_f2 = 2,
-    key_f3 = 3,
-    key_f4 = 4,
-    key_page_up = 104,
-    key_page_down = 105,
-    key_home = 106,
-    key_end = 107,
-    key_insert = 108,
-    key_shift_left = 112,
-    key_shift_right = 113,
-    key_alt_left = 116,
-    key_alt_right = 117,
-};
-
 // Speaks to an MT-32-class module in Roland DT1 messages. Sends on the given port; results are ignored, and
 // nothing is read back from the module.
 class synthesizer_controls {
@@ -35,7 +18,7 @@ public:
     synthesizer_controls(midi::midi_out_t& out, sound_t& sound) : out_(out), sound_(sound) {}
 
     void send_program();
-    // A special key goes down; reversed turns the direction of F1 to F4.
+    // A key without a character goes down, by its code; reversed turns the direction of F1 to F4.
     void special(int key, bool reversed);
     // To the next channel, around from 15 to 0, or back.
     void change_channel(int step);

@@ -4,8 +4,6 @@
 
 #include <GL/gl.h>
 
-#include <array>
-#include <cstddef>
 #include <optional>
 #include <utility>
 
@@ -27,7 +25,6 @@ public:
         SetPropA(window_, property, this);
         inner_ = reinterpret_cast<WNDPROC>(
             SetWindowLongPtrA(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
-        read_layout();
     }
     ~win32_window() override {
         if (!window_) return;
@@ -37,16 +34,21 @@ public:
     win32_window(const win32_window&) = delete;
     win32_window& operator=(const win32_window&) = delete;
 
-    bool focus_lost() override {
-        const bool lost = lost_;
-        lost_ = false;
-        return lost;
+    // Keys without a character are known by what they give: both Shift keys may come up in one message.
+    std::optional<unsigned> place_of_key(unsigned gives, bool) override {
+        return gives < first_special ? place_ : std::nullopt;
     }
 
-    unsigned went_down_as(unsigned told) override {
-        // The two cases of a letter are one key to whoever listens.
-        if (!released_ || told >= first_special || letter_cases()[told][*released_]) return told;
-        return *released_;
+    std::optional<keyboard_news> next_news() override {
+        if (std::exchange(lost_, false)) return keyboard_news{keyboard_news::lost};
+        if (!std::exchange(regained_, false)) return std::nullopt;
+        keyboard_news news{keyboard_news::regained};
+        for (unsigned place = 0; place < key_places; ++place) {
+            const UINT scan_code = (place & 0xFF) | (place & 0x100 ? 0xE000u : 0u);
+            const UINT key = MapVirtualKeyA(scan_code, MAPVK_VSC_TO_VK_EX);
+            news.down[place] = key && GetAsyncKeyState(static_cast<int>(key)) < 0;
+        }
+        return news;
     }
 
 private:
@@ -57,30 +59,27 @@ private:
         switch (message) {
         case WM_KILLFOCUS:
             self->lost_ = true;
-            self->typed_ = {};
+            self->regained_ = false;
             break;
+        case WM_SETFOCUS:
+            self->regained_ = true;
+            break;
+        case WM_KEYDOWN:
+        case WM_SYSKEYDOWN:
         case WM_CHAR:
         case WM_SYSCHAR:
-            if (!is_repetition_of_key(parameter2))
-                self->typed_[key_of(parameter2)] = static_cast<unsigned char>(parameter1);
-            break;
-        case WM_INPUTLANGCHANGE:
-            self->read_layout();
-            break;
+        case WM_KEYUP:
+        case WM_SYSKEYUP: {
+            // The scan code, with the bit that tells the keys of the right side from those of the left.
+            self->place_ = static_cast<unsigned>(parameter2 >> 16) & 0x1FF;
+            const LRESULT result = CallWindowProcA(inner, window, message, parameter1, parameter2);
+            if (GetPropA(window, property) == self) self->place_.reset(); // not gone meanwhile
+            return result;
+        }
         case WM_SYSCOMMAND:
             // A lone Alt or F10 would open the system menu, which keeps the keys that follow for itself.
             if ((parameter1 & 0xFFF0) == SC_KEYMENU) return 0;
             break;
-        case WM_KEYUP:
-        case WM_SYSKEYUP: {
-            const auto character = std::exchange(self->typed_[key_of(parameter2)], std::nullopt);
-            if (parameter1 <= 0xFF && has_number_of_a_character(parameter1))
-                return DefWindowProcA(window, message, parameter1, parameter2);
-            self->released_ = character;
-            const LRESULT result = CallWindowProcA(inner, window, message, parameter1, parameter2);
-            if (GetPropA(window, property) == self) self->released_.reset(); // not gone meanwhile
-            return result;
-        }
         case WM_NCDESTROY:
             self->window_ = nullptr;
             RemovePropA(window, property);
@@ -89,46 +88,11 @@ private:
         return CallWindowProcA(inner, window, message, parameter1, parameter2);
     }
 
-    // The scan code, with the bit that tells the keys of the right side from those of the left.
-    static std::size_t key_of(LPARAM of_message) {
-        return static_cast<std::size_t>(of_message >> 16) & 0x1FF;
-    }
-    static bool is_repetition_of_key(LPARAM of_message) { return of_message >> 30 & 1; }
-
-    // GLUT reports the release of a key without a character under the key's own number, which for these is
-    // the code of a character that plays a note: ',' '/' '[' '\\' ']'.
-    static bool has_number_of_a_character(WPARAM key) {
-        return key == VK_SNAPSHOT || key == VK_HELP || key == VK_LWIN || key == VK_RWIN || key == VK_APPS;
-    }
-
-    void read_layout() {
-        key_siblings siblings = letter_cases();
-        SHORT number_of[256];
-        for (int c = 0; c < 256; ++c) {
-            const SHORT found = VkKeyScanA(static_cast<CHAR>(c));
-            number_of[c] = found == -1 ? -1 : found & 0xFF;
-        }
-        for (unsigned a = 0; a < 256; ++a)
-            for (unsigned b = 0; b < 256; ++b)
-                if (a != b && number_of[a] != -1 && number_of[a] == number_of[b]) siblings[a].set(b);
-        layout_.siblings.fill(siblings);
-        // GLUT reports the release of a key that has no character with the modifiers of that moment under the
-        // key's own number, and with Control down under its control character if it has one.
-        for (unsigned modifiers = 0; modifiers < layout_.siblings.size(); ++modifiers)
-            for (unsigned c = '!'; c < 256; ++c) {
-                if (number_of[c] == -1) continue;
-                auto& of = layout_.siblings[modifiers];
-                of[static_cast<unsigned>(number_of[c])].set(c);
-                if (modifiers & 2 && c >= '@' && c < 127) of[c & 31].set(c);
-            }
-    }
-
     static constexpr char property[] = "quenvarel";
     HWND window_;
     WNDPROC inner_ = nullptr;
-    bool lost_ = false;
-    std::array<std::optional<unsigned char>, 512> typed_; // by each key that is down
-    std::optional<unsigned char> released_;               // while a release is on its way through GLUT
+    bool lost_ = false, regained_ = false; // the keyboard, in this order
+    std::optional<unsigned> place_;        // of the key whose message is on its way through GLUT
 };
 
 } // namespace

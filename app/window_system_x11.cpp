@@ -1,14 +1,18 @@
 #include "app/window_system.h"
 
-#include "app/held_keys.h"
-#include "libutils/error_report.h"
+#include "app/special_keys.h"
+#include "app/x11_event_tap.h"
+#include "libutils/report.h"
 
 #include <GL/glx.h>
 #include <X11/XKBlib.h>
+#include <X11/keysym.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <iostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace gems {
 
@@ -50,153 +54,125 @@ bool display_gone = false;
 int on_lost_display(Display* display) {
     if (display_gone) return 0;
     display_gone = true;
-    libutils::error_report();
-    std::cerr << "lost display '" << DisplayString(display) << '\'' << std::endl;
+    libutils::report("lost display '", DisplayString(display), "'");
     std::exit(1);
 }
 
-// GLUT's connection never asks for focus events, and what it does not ask for cannot be had from it; so this
-// one is a second connection, looked at now and then.
+// What GLUT makes of a key event: a character, or the code of a key without one; nothing of all others.
+std::optional<unsigned> given_by(XKeyEvent event) {
+    char text[32];
+    KeySym name = NoSymbol;
+    if (XLookupString(&event, text, sizeof text, &name, nullptr) > 0)
+        return static_cast<unsigned char>(text[0]);
+    struct keys {
+        KeySym first, last;
+        int code; // of the first
+    };
+    static constexpr keys known[] = {
+        {XK_F1, XK_F12, key_f1},
+        {XK_Home, XK_Home, key_home},
+        {XK_Left, XK_Next, key_left},
+        {XK_End, XK_End, key_end},
+        {XK_Insert, XK_Insert, key_insert},
+        {XK_KP_Home, XK_KP_Home, key_home},
+        {XK_KP_Left, XK_KP_Next, key_left},
+        {XK_KP_End, XK_KP_End, key_end},
+        {XK_KP_Begin, XK_KP_Begin, key_begin},
+        {XK_KP_Insert, XK_KP_Insert, key_insert},
+        {XK_KP_Delete, XK_KP_Delete, key_delete},
+        {XK_Num_Lock, XK_Num_Lock, key_num_lock},
+        {XK_Shift_L, XK_Control_R, key_shift_left},
+        {XK_Alt_L, XK_Super_R, key_alt_left},
+        // The name of the Alt keys while Shift is down.
+        {XK_Meta_L, XK_Meta_R, key_super_left},
+    };
+    for (const keys& k : known)
+        if (name >= k.first && name <= k.last)
+            return first_special + unsigned(k.code) + unsigned(name - k.first);
+    return std::nullopt;
+}
+
+// Watches what comes through GLUT's connection, to which it adds the focus events.
 class x11_window final : public window_system {
 public:
     x11_window(Display* connection, Window window, bool knows_repetitions)
         : connection_(connection),
           knows_repetitions_(knows_repetitions) {
         watched_window = window;
+        watcher = this;
         other_errors = XSetErrorHandler(on_error);
-        XSelectInput(connection_, window,
-                     FocusChangeMask | StructureNotifyMask | KeyPressMask | KeyReleaseMask);
-        XkbSetDetectableAutoRepeat(connection_, True, nullptr);
-        XFlush(connection_);
-        read_layout();
+        tap_events(connection, [](const XEvent& event) { watcher->see(event); });
+        XWindowAttributes attributes{};
+        XGetWindowAttributes(connection, window, &attributes);
+        XSelectInput(connection, window, attributes.your_event_mask | FocusChangeMask | KeymapStateMask);
     }
-    ~x11_window() override {
-        if (!display_gone) XCloseDisplay(connection_);
-    }
+    ~x11_window() override { tap_events(connection_, nullptr); }
     x11_window(const x11_window&) = delete;
     x11_window& operator=(const x11_window&) = delete;
 
     bool window_gone() override { return watched_window_gone; }
+    bool knows_repetitions() const override { return knows_repetitions_; }
 
-    bool focus_lost() override {
-        // The loss is told one round late: the keys before it come through another connection.
-        const bool told_now = lost_;
-        lost_ = false;
-        while (XPending(connection_) > 0) {
-            XEvent event;
-            XNextEvent(connection_, &event);
-            switch (event.type) {
-            case FocusOut:
-                if (!takes_keys_away(event.xfocus)) break;
-                lost_ = true;
-                typed_ = {};
-                break;
-            case KeyPress:
-                if (const auto character = character_of(event.xkey))
-                    typed_[event.xkey.keycode & 255].set(*character);
-                break;
-            case KeyRelease:
-                typed_[event.xkey.keycode & 255].reset();
-                break;
-            case DestroyNotify:
-                watched_window_gone = true;
-                break;
-            case MappingNotify:
-                XRefreshKeyboardMapping(&event.xmapping);
-                if (event.xmapping.request != MappingPointer) read_layout();
-                break;
-            }
-        }
-        if (told_now) held_.forget();
-        find_unseen_releases();
-        return told_now;
+    std::optional<unsigned> place_of_key(unsigned gives, bool pressed) override {
+        if (!knows_repetitions_) return std::nullopt;
+        const auto found = std::ranges::find_if(seen_, [&](const XEvent& event) {
+            return event.type == (pressed ? KeyPress : KeyRelease) && given_by(event.xkey) == gives;
+        });
+        if (found == seen_.end()) return std::nullopt;
+        const unsigned place = found->xkey.keycode;
+        handled_ = static_cast<std::size_t>(seen_.erase(found) - seen_.begin());
+        return place;
     }
 
-    std::optional<unsigned char> unseen_release() override {
-        for (unsigned c = 0; unseen_.any() && c < unseen_.size(); ++c)
-            if (unseen_[c] && held_.holds(c)) return static_cast<unsigned char>(c);
+    std::optional<keyboard_news> next_news() override {
+        while (handled_ > 0) {
+            const XEvent event = seen_.front();
+            seen_.erase(seen_.begin());
+            --handled_;
+            if (event.type == FocusOut) return keyboard_news{keyboard_news::lost};
+            // GLUT tells nothing of the release of a key that has no character with the modifiers of that
+            // moment.
+            if (event.type == KeyRelease && knows_repetitions_)
+                return keyboard_news{keyboard_news::released, event.xkey.keycode};
+            const bool back = std::exchange(back_, event.type == FocusIn);
+            if (event.type == KeymapNotify && back) return regained(event.xkeymap);
+        }
         return std::nullopt;
     }
-
-    // While Shift is down X names the Alt keys Meta, which GLUT takes for the Super keys.
-    unsigned went_down_as(unsigned told) override {
-        constexpr unsigned alt_left = first_special + 116, super_right = first_special + 119;
-        constexpr unsigned from_alt_to_super = 2; // a bit of the code
-        if (told < alt_left || told > super_right || held_.holds(told)) return told;
-        const unsigned other = told ^ from_alt_to_super;
-        return held_.holds(other) ? other : told;
+    void end_of_round() override {
+        if (XEventsQueued(connection_, QueuedAlready) == 0) handled_ = seen_.size();
     }
-
-    bool knows_repetitions() const override { return knows_repetitions_; }
-    bool is_repetition(unsigned key) override {
-        return knows_repetitions_ && !held_.press(key, layout_.now());
-    }
-    void is_released(unsigned key) override { held_.release(key, layout_.now()); }
 
 private:
+    void see(const XEvent& event) {
+        if (event.type == DestroyNotify) {
+            watched_window_gone |= event.xdestroywindow.window == watched_window;
+        } else if (event.type == KeymapNotify || event.xany.window == watched_window) {
+            const bool of_focus = event.type == FocusIn || event.type == FocusOut;
+            if (!of_focus || takes_keyboard(event.xfocus)) seen_.push_back(event);
+        }
+    }
     // Grabs count: key releases go to whoever grabs.
-    static bool takes_keys_away(const XFocusChangeEvent& event) {
+    static bool takes_keyboard(const XFocusChangeEvent& event) {
         return event.detail != NotifyInferior && event.detail != NotifyPointer;
     }
-
-    // As GLUT finds it.
-    static std::optional<unsigned char> character_of(XKeyEvent& event) {
-        char text[32];
-        if (XLookupString(&event, text, sizeof text, nullptr, nullptr) <= 0) return std::nullopt;
-        return static_cast<unsigned char>(text[0]);
+    static keyboard_news regained(const XKeymapEvent& event) {
+        keyboard_news news{keyboard_news::regained};
+        for (unsigned key = 0; key < 256; ++key)
+            news.down[key] = event.key_vector[key / 8] >> key % 8 & 1;
+        return news;
     }
 
-    // What is missing among the keys that are down counts when it is missed for the second time: the two
-    // connections may differ by what is under way.
-    void find_unseen_releases() {
-        characters down, missing;
-        for (const characters& of_key : typed_)
-            down |= of_key;
-        for (unsigned c = 0; c < down.size(); ++c)
-            missing[c] = held_.holds(c) && !down[c];
-        unseen_ = missing & missing_;
-        missing_ = missing;
-    }
-
-    // Every key with every combination of modifiers that changes its character, through the function with
-    // which GLUT finds the character.
-    void read_layout() {
-        layout_.siblings = plain_layout().siblings;
-        int first = 0, last = 0;
-        XDisplayKeycodes(connection_, &first, &last);
-        for (int keycode = first; keycode <= last; ++keycode) {
-            characters together;
-            std::array<characters, 4> given; // with these modifiers down
-            for (unsigned modifiers = 0; modifiers < 64; ++modifiers) {
-                XKeyEvent event = {};
-                event.type = KeyRelease;
-                event.display = connection_;
-                event.keycode = static_cast<unsigned>(keycode);
-                event.state = (modifiers & 1 ? ShiftMask : 0u) | (modifiers & 2 ? LockMask : 0u) |
-                              (modifiers & 4 ? ControlMask : 0u) | (modifiers & 8 ? Mod5Mask : 0u) |
-                              modifiers >> 4 << 13; // one of the four layouts at hand
-                const auto character = character_of(event);
-                if (!character) continue;
-                const unsigned with = (modifiers & 3 ? 1u : 0u) | (modifiers & 4 ? 2u : 0u);
-                given[with].set(*character);
-                together.set(*character);
-            }
-            for (unsigned with = 0; with < given.size(); ++with)
-                for (unsigned c = 0; c < together.size(); ++c)
-                    if (given[with][c]) layout_.siblings[with][c] |= together;
-        }
-        for (key_siblings& siblings : layout_.siblings)
-            for (unsigned c = 0; c < siblings.size(); ++c)
-                siblings[c].reset(c);
-    }
+    static x11_window* watcher;
 
     Display* connection_;
     bool knows_repetitions_;
-    held_keys held_;
-    bool lost_ = false;
-    std::array<characters, 256> typed_; // by each key that is down, by its code
-    characters missing_, unseen_;
+    std::vector<XEvent> seen_; // and not told yet
+    std::size_t handled_ = 0;  // of these, by GLUT
+    bool back_ = false;        // the focus; which keys are down comes next
 };
+
+x11_window* x11_window::watcher = nullptr;
 
 } // namespace
 
@@ -212,10 +188,7 @@ std::unique_ptr<window_system> window_system::of_current_window() {
     // The server else repeats a key as releases and presses, which look like the player's own.
     Bool no_false_releases = False;
     XkbSetDetectableAutoRepeat(display, True, &no_false_releases);
-    // The window belongs to GLUT's connection; the server has to know it before another one can name it.
-    XSync(display, False);
-    Display* connection = XOpenDisplay(DisplayString(display));
-    return connection ? std::make_unique<x11_window>(connection, drawable, no_false_releases) : nullptr;
+    return std::make_unique<x11_window>(display, drawable, no_false_releases);
 }
 
 } // namespace gems

@@ -30,8 +30,8 @@ public:
 
     // Events separated by blanks: a key goes down or up "+z" "-z", a special key "F+112" "F-112" by its code,
     // the left button "press" or "release" and the pointer moved "drag", each over a key "press:60" or none
-    // "press:", "wheel:1", "focuslost". A key is a character, its code in decimal where there are several
-    // digits, or one of the names below.
+    // "press:", "wheel:1", "focuslost", "focusback" with no key down. A key is a character, its code in
+    // decimal where there are several digits, or one of the names below.
     void play(const std::string& events) {
         std::istringstream words(events);
         for (std::string word; words >> word;)
@@ -75,7 +75,12 @@ private:
         const std::size_t colon = word.find(':', 1);
         const std::string what = word.substr(0, colon);
         const std::string over = colon == std::string::npos ? "" : word.substr(colon + 1);
-        if (what == "focuslost") return player_->focuslost();
+        if (what == "focuslost") {
+            keys_.leave([&](unsigned key) { return key < 256 && player_->staysdown(std::uint8_t(key)); },
+                        [&](unsigned key) { change(key, false); });
+            return player_->focuslost();
+        }
+        if (what == "focusback") return keys_.come_back({}, [&](unsigned key) { change(key, false); });
         if (what == "wheel") return player_->mousewheel(0, std::stoi(over), 10, 10);
         if (what == "press" || what == "release" || what == "drag") {
             player_->pointed_at = over.empty() ? std::nullopt : std::optional(std::stoi(over));
@@ -84,12 +89,22 @@ private:
             if (what == "drag") return player_->motion(x_, 100);
             return player_->mouse(0, what == "release", x_, 100);
         }
-        if (word[0] == 'F') {
-            const int code = std::stoi(word.substr(2));
-            return word[1] == '+' ? player_->special(code, 0, 0) : player_->specialup(code, 0, 0);
-        }
-        const unsigned char key = key_of(word.substr(1));
-        word[0] == '+' ? player_->keyboard(key, 0, 0) : player_->keyboardup(key, 0, 0);
+        const bool special = word[0] == 'F', down = word[special] == '+';
+        const unsigned key =
+            special ? gems::first_special + unsigned(std::stoi(word.substr(2))) : key_of(word.substr(1));
+        if (down)
+            keys_.press({}, key);
+        else
+            keys_.release({}, key);
+        change(key, down);
+    }
+    void change(unsigned key, bool down) {
+        const auto character = static_cast<unsigned char>(key);
+        const int code = int(key) - int(gems::first_special);
+        if (key >= gems::first_special)
+            down ? player_->special(code, 0, 0) : player_->specialup(code, 0, 0);
+        else
+            down ? player_->keyboard(character, 0, 0) : player_->keyboardup(character, 0, 0);
     }
 
     capture silent_out_{std::cout};
@@ -97,6 +112,7 @@ private:
     recording_service service_;
     midi::midi_out_t port_{service_};
     std::optional<player_with_pointer> player_;
+    gems::held_keys keys_;
     int x_ = 0;
 };
 

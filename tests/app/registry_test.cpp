@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <limits>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -65,34 +67,59 @@ TEST(registry, a_handler_that_overrides_nothing_takes_everything) {
     handler.closing();
 }
 
-TEST(held_keys, a_press_without_a_release_before_it_is_a_repetition) {
+// Presses "+PLACE:GIVES" and releases "-PLACE:GIVES", without a place where it is unknown; "-PLACE" without
+// what it gives; "leave" with the space bar staying down; "back:PLACE" with that key down.
+TEST(held_keys, tell_repetitions_and_what_comes_up) {
+    struct {
+        const char *what, *events, *told;
+    } const cases[] = {
+        {"a repetition", "+1:a +1:a -1:a +1:a", "+a -a +a "},
+        {"as a capital", "+1:a +1:A +2:b -1:A -2:b +1:a", "+a +b -a -b +a "},
+        {"two keys with one character", "+1:/ +2:/ -1:/ -2:/", "+/ +/ -/ -/ "},
+        {"the last place", "+511:a +511:a +0:b -511:a -0:b", "+a +b -a -b "},
+        {"no character comes up", "+1:a -1 -1", "+a -a "},
+        {"not seen to go down", "-1:a", ""},
+        {"no places", "+:a +:a +:b -:a -:A -:b", "+a +b -a -A -b "},
+        {"no place at first", "+:a -1:a -1:a", "+a -a "},
+        {"elsewhere", "+1:a +:b leave -1:a -:b +1:a", "+a +b -a -b -b +a "},
+        {"space comes up elsewhere", "+1:_ +2:a leave back:2 +2:a -2:a +1:_", "+_ +a -a -_ +_ "},
+        {"space stays down", "+1:_ leave back:1 +1:_ -1:_", "+_ -_ "},
+        {"space without a place", "+:_ leave back:1", "+_ -_ "},
+        {"what was down before is silent", "back:1 +1:a leave -1:a +1:a", "+a "},
+    };
+    for (const auto& c : cases) {
+        gems::held_keys held;
+        std::string told;
+        const auto release = [&](unsigned gives) { told += std::string("-") + char(gives) + ' '; };
+        std::istringstream words(c.events);
+        for (std::string word; words >> word;) {
+            const std::size_t colon = word.find(':');
+            const std::string before = word.substr(1, colon - 1);
+            std::optional<unsigned> place;
+            if (std::isdigit(before[0])) place = unsigned(std::stoi(before));
+            const unsigned gives = colon < word.size() ? std::uint8_t(word[colon + 1]) : 0;
+            std::optional<unsigned> up;
+            if (word == "leave")
+                held.leave([](unsigned key) { return key == '_'; }, release);
+            else if (word.starts_with("back:"))
+                held.come_back(gems::key_set().set(gives - '0'), release);
+            else if (word[0] == '+' && held.press(place, gives))
+                told += std::string("+") + char(gives) + ' ';
+            else if (word[0] == '-')
+                up = gives ? held.release(place, gives) : held.release(*place);
+            if (up) release(*up);
+        }
+        EXPECT_EQ(told, c.told) << c.what;
+    }
     gems::held_keys held;
-    const gems::key_siblings& layout = gems::letter_cases();
-    const auto press = [&](unsigned key) { return held.press(key, layout); };
-    EXPECT_TRUE(press('a'));
-    EXPECT_FALSE(press('a'));
-    EXPECT_TRUE(press('b'));
-    held.release('a', layout);
-    EXPECT_TRUE(press('a'));
-    // Shift came in between: the key repeats, and comes up, as a capital.
-    EXPECT_FALSE(press('A'));
-    held.release('A', layout);
-    EXPECT_TRUE(press('a'));
-    EXPECT_FALSE(press('b'));
-    EXPECT_TRUE(press(256 + 'a')) << "a key without a character";
-    held.forget();
-    EXPECT_TRUE(press('b'));
-    EXPECT_TRUE(press(~0u));
-    held.release(~0u, layout);
-    EXPECT_TRUE(press(~0u));
+    EXPECT_TRUE(held.press({}, ~0u) && held.press({}, ~0u)) << "what no key gives";
+    EXPECT_EQ(held.release({}, ~0u), ~0u);
 }
 
 TEST(registry, without_a_window) {
     ASSERT_NE(gems::registry, nullptr);
     EXPECT_EQ(gems::registry->createwindow(nullptr, "title"), -1);
     EXPECT_EQ(gems::registry->handler(4711), nullptr);
-    const gems::glutyAPI4 nobody;
-    EXPECT_EQ(gems::registry->system(nobody), nullptr);
     gems::registry->postredisplay();
     gems::registry->setkeyrepeat(false);
     gems::registry->setidle(true);

@@ -1,0 +1,12 @@
+#pragma once
+// The events of somebody else's connection to the X server, seen without taking them away.
+
+#include <X11/Xlib.h>
+
+namespace gems {
+
+// From now on `see` is called with every event that the connection receives, before its owner handles it. It
+// must not use the connection. One connection at a time; null ends it.
+void tap_events(Display* connection, void (*see)(const XEvent&));
+
+} // namespace gems
