@@ -3,24 +3,18 @@
 //
 // An upload goes into the texture that is bound to the target of the kind; with no current context it does
 // nothing. Pictures that the GL cannot take are skipped, after a line on standard error; GL errors are
-// reported by step checks. What all kinds have in common:
+// reported by step checks. For all kinds:
 // - Picture i is mipmap level i, uploaded at its own size.
-// - With generate_mipmaps the first picture is level 0 and the smaller levels are built from it: by the
-// texture itself
-//   where GL_SGIS_generate_mipmap is there and the internal format is a plain RGB or RGBA one, else by the GL
-//   utility library, which brings the picture to powers of two first. Further pictures then replace their
-//   levels.
-// - With an allocation width the level is allocated empty and filled by a sub-image: outside the mipmap route
-// at that
-//   width (never less than the picture's own) and the picture's other sizes, on the mipmap route at the
-//   smallest powers of two not below these, plus twice the border.
+// - With generate_mipmaps the first picture is level 0, and the smaller levels are built from it. Further
+//   pictures then replace their levels. The texture itself builds them where GL_SGIS_generate_mipmap is there
+//   and the internal format is a plain RGB or RGBA one; else the GL utility library, which first scales the
+//   picture to powers of two; else, for half floats, the GL (glGenerateMipmap).
+// - With an allocation width the level is allocated empty and filled by a sub-image. Outside the mipmap route
+//   it has that width (never less than the picture's own) and the picture's other sizes, on the mipmap route
+//   the smallest powers of two not below these, plus twice the border.
 // - Pictures of colour numbers are sent through their colour table.
-// - Signed pictures of 8 or 16 bits in RGB or RGBA are kept in the signed formats of OpenGL 3.1, so that the
-// negative
-//   half of a normal map survives.
-// - Samples of 4 bits, which the GL cannot read, are widened first in two-dimensional pictures and faces;
-// other samples
-//   that it cannot read are skipped.
+// - Two-dimensional pictures and faces with samples of 4 bits are widened first. Other samples that the GL
+//   cannot read are skipped.
 // - A compressed picture goes in as it is, where the GL has compressed textures at all.
 
 #include "libgr/image/image.h"

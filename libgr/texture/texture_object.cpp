@@ -6,6 +6,8 @@
 
 #include <GL/glew.h>
 
+#include <algorithm>
+
 namespace libgr {
 
 using render::has_context;
@@ -134,39 +136,12 @@ bool read_back(image2d& image, const Get& get, const Read& read) {
     default:
         return false;
     }
+    static constexpr GLint sizes[] = {1, 2, 4, 8, 12, 16, 24, 32, 64}; // by bits class
     const GLint size = get(GL_TEXTURE_RED_SIZE);
     step_check("get texture level parameter (red_size)");
-    switch (size) {
-    case 1:
-        image.descriptor.bits = bits_class::bits_1;
-        break;
-    case 2:
-        image.descriptor.bits = bits_class::bits_2;
-        break;
-    case 4:
-        image.descriptor.bits = bits_class::bits_4;
-        break;
-    case 8:
-        image.descriptor.bits = bits_class::bits_8;
-        break;
-    case 12:
-        image.descriptor.bits = bits_class::bits_12;
-        break;
-    case 16:
-        image.descriptor.bits = bits_class::bits_16;
-        break;
-    case 24:
-        image.descriptor.bits = bits_class::bits_24;
-        break;
-    case 32:
-        image.descriptor.bits = bits_class::bits_32;
-        break;
-    case 64:
-        image.descriptor.bits = bits_class::bits_64;
-        break;
-    default:
-        return libutils::report("red size is not recognized.");
-    }
+    const auto* found = std::find(std::begin(sizes), std::end(sizes), size);
+    if (found == std::end(sizes)) return libutils::report("red size is not recognized.");
+    image.descriptor.bits = std::uint32_t(found - std::begin(sizes));
     if (!image.allocate()) return libutils::report("grTextureObject::GetTextureImage() img allocate fail.");
     if (type == GL_FLOAT && size == 16) type = GL_HALF_FLOAT;
     read(type, image.pixels.size(), image.pixels.data());

@@ -1,6 +1,6 @@
 // Uploads of every kind, read back from the software renderer's texture memory and compared with the pixels.
 
-#include "libgr/image/transfer_table.h"
+#include "libgr/texture/transfer_table.h"
 #include "libgr/texture/texture_image.h"
 #include "libgr/texture/texture_object.h"
 #include "support/gl_faults.h"
