@@ -4,14 +4,16 @@
 #include "libgr/image/jpeg_file.h"
 #include "libgr/image/png_file.h"
 #include "libgr/image/processing.h"
-#include "libgr/image/report.h"
 #include "libgr/image/tga.h"
+#include "libutils/report.h"
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -43,7 +45,7 @@ bool load(file_format format, image2d& image, const std::string& name, const rea
     case file_format::unknown:
         break;
     }
-    return report_failure("autoloadformat load fail, fname=", name);
+    return report("autoloadformat load fail, fname=", name);
 }
 
 } // namespace
@@ -90,7 +92,7 @@ bool save_as(file_format format, const image2d& image, const std::string& name) 
     case file_format::unknown:
         break;
     }
-    return report_failure("autosaveformat load fail, fname=", name);
+    return report("autosaveformat load fail, fname=", name);
 }
 
 } // namespace libgr

@@ -2,9 +2,9 @@
 
 #include "libgr/image/convert.h"
 #include "libgr/image/input_file.h"
-#include "libgr/image/report.h"
 #include "libgr/image/row_writer.h"
 #include "libutils/byteorder.h"
+#include "libutils/report.h"
 #include "libutils/saved_file.h"
 
 #include <algorithm>
@@ -13,6 +13,8 @@
 #include <utility>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -48,10 +50,10 @@ constexpr depth depths[] = {
 bool bmp_file::load(const std::string& name) {
     pixel_bytes bytes;
     if (!map_file(bytes, name)) return false;
-    if (bytes.size() < header_bytes) return report_failure(name, ": not a bmp file.");
+    if (bytes.size() < header_bytes) return report(name, ": not a bmp file.");
     file_header.view(bytes, 0, 1);
     info_header.view(bytes, sizeof(tagBITMAPFILEHEADER), 1);
-    if (order.to_host16(file_header[0].bfType) != signature) return report_failure(name, ": not a bmp file.");
+    if (order.to_host16(file_header[0].bfType) != signature) return report(name, ": not a bmp file.");
 
     const std::uint32_t info_bytes = order.to_host32(info_header[0].biSize);
     const std::uint32_t data = order.to_host32(file_header[0].bfOffBits);
@@ -64,11 +66,10 @@ bool bmp_file::load(const std::string& name) {
     case 124:
         break;
     default:
-        return report_failure(name, ": bmp header not supported.");
+        return report(name, ": bmp header not supported.");
     }
     const std::uint64_t colors = std::uint64_t(sizeof(tagBITMAPFILEHEADER)) + info_bytes;
-    if (data < colors || data > bytes.size())
-        return report_failure(name, ": bmp pixels lie outside the file.");
+    if (data < colors || data > bytes.size()) return report(name, ": bmp pixels lie outside the file.");
     palette.view(bytes, colors, (data - colors) / sizeof(tagRGBQUAD));
     pixels.view(bytes, data);
     return true;
@@ -78,10 +79,10 @@ bool load_bmp(image2d& image, const std::string& name, const read_options& optio
     bmp_file file;
     if (!file.load(name)) return false;
     const tagBITMAPINFOHEADER info = file.info_header[0];
-    if (info.biCompression != 0) return report_failure(name, ": compressed bmp not supported.");
+    if (info.biCompression != 0) return report(name, ": compressed bmp not supported.");
     const std::int32_t width = signed32(info.biWidth), height = signed32(info.biHeight);
-    if (height < 0) return report_failure(name, ": top-down bmp not supported.");
-    if (width <= 0 || height == 0) return report_failure(name, ": bmp size not supported.");
+    if (height < 0) return report(name, ": top-down bmp not supported.");
+    if (width <= 0 || height == 0) return report(name, ": bmp size not supported.");
 
     image2d made;
     made.width = std::uint32_t(width);
@@ -89,19 +90,19 @@ bool load_bmp(image2d& image, const std::string& name, const read_options& optio
     const auto* found = std::find_if(std::begin(depths), std::end(depths), [&](const depth& d) {
         return d.bit_count == order.to_host16(info.biBitCount);
     });
-    if (found == std::end(depths)) return report_failure(name, ": bmp bit count not supported.");
+    if (found == std::end(depths)) return report(name, ": bmp bit count not supported.");
     made.descriptor = {file.palette.empty() ? found->without_colors : found->with_colors,
                        sample_type::unsigned_integer, found->bits};
     std::uint64_t bytes = 0;
     if (__builtin_mul_overflow(made.stride(), std::uint64_t(made.height), &bytes) ||
         bytes > file.pixels.size())
-        return report_failure(name, ": bmp file is truncated.");
+        return report(name, ": bmp file is truncated.");
     made.pixels = file.pixels;
     made.pixels.set_view(file.pixels.offset(), bytes);
 
     if (made.descriptor.format == pixel_format::color_index) {
         if (!made.colors.allocate(std::min<std::uint64_t>(file.palette.size(), most_colors)))
-            return report_failure(name, ": file load failed.");
+            return report(name, ": file load failed.");
         for (std::uint64_t i = 0; i < made.colors.count; ++i) {
             const tagRGBQUAD& entry = file.palette[i];
             made.colors.set(i, entry.rgbRed, entry.rgbGreen, entry.rgbBlue);
@@ -121,7 +122,7 @@ bool save_bmp(const image2d& image, const std::string& name, bool with_greys) {
                      [f = format, b = bits](const depth& d) { return d.without_colors == f && d.bits == b; });
     if (found == std::end(depths) || format == pixel_format::bgra || type == sample_type::floating ||
         !rows_can_be_written(image))
-        return report_failure("convert(to bmp): not supported format.");
+        return report("convert(to bmp): not supported format.");
     std::string colors;
     if (with_greys && format == pixel_format::luminance)
         for (int number = 0, last = (1 << found->bit_count) - 1; number <= last; ++number)
@@ -133,7 +134,7 @@ bool save_bmp(const image2d& image, const std::string& name, bool with_greys) {
     const std::uint64_t pixel_bytes_count = row_bytes * image.height;
     if (image.width > most || image.height > most ||
         pixel_bytes_count > std::numeric_limits<std::uint32_t>::max() - before_pixels)
-        return report_failure("convert(to bmp): picture too large.");
+        return report("convert(to bmp): picture too large.");
 
     tagBITMAPFILEHEADER file_header{};
     file_header.bfType = order.to_host16(signature);
@@ -153,11 +154,11 @@ bool save_bmp(const image2d& image, const std::string& name, bool with_greys) {
     std::memcpy(headers, &file_header, sizeof file_header);
     std::memcpy(headers + sizeof file_header, &info, sizeof info);
     libutils::saved_file file(name);
-    if (!file.is_open()) return report_failure(name, ": file open error.");
+    if (!file.is_open()) return report(name, ": file open error.");
     file.write({headers, sizeof headers});
     file.write(colors);
     write_rows(file, image, 4);
-    return file.commit() || report_failure(name, ": file write error.");
+    return file.commit() || report(name, ": file write error.");
 }
 
 } // namespace libgr

@@ -1,12 +1,13 @@
 #include "libgr/image/convert.h"
-
-#include "libgr/image/report.h"
+#include "libutils/report.h"
 
 #include <cstring>
 #include <utility>
 #include <vector>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -125,7 +126,7 @@ bool convert(image2d& made, const image2d& source, const pixel_descriptor& wante
     converted.descriptor = wanted;
     converted.width = source.width;
     converted.height = source.height;
-    if (!source.holds_pixels() || !converted.allocate()) return report_failure("convert(): allocate() fail.");
+    if (!source.holds_pixels() || !converted.allocate()) return report("convert(): allocate() fail.");
     std::vector<std::uint16_t> wide;
     for (std::uint32_t y = 0; y < source.height; ++y) {
         widen_row(wide, source, y);
@@ -145,15 +146,15 @@ bool convert_format(image2d& made, const image2d& source, std::uint32_t format) 
     const pixel_descriptor& from = source.descriptor;
     if (!layout_of(from.format, unused) || !layout_of(format, unused) ||
         (is_grey(format) && !is_grey(from.format)))
-        return report_failure("not support format.");
-    if (from.type == sample_type::floating) return report_failure("not support image type.");
-    if (!is_writable(from.bits)) return report_failure("not support image bits.");
+        return report("not support format.");
+    if (from.type == sample_type::floating) return report("not support image type.");
+    if (!is_writable(from.bits)) return report("not support image bits.");
     return convert(made, source, {format, from.type, from.bits});
 }
 
 bool convert_type(image2d& made, const image2d& source, std::uint32_t type) {
     if (source.descriptor.type >= sample_type::floating || type >= sample_type::floating)
-        return report_failure("not support image type.");
+        return report("not support image type.");
     made = source;
     made.descriptor.type = type;
     return true;
@@ -162,9 +163,9 @@ bool convert_type(image2d& made, const image2d& source, std::uint32_t type) {
 bool convert_bits(image2d& made, const image2d& source, std::uint32_t bits) {
     layout unused{};
     const pixel_descriptor& from = source.descriptor;
-    if (!layout_of(from.format, unused)) return report_failure("not support format.");
-    if (from.type != sample_type::unsigned_integer) return report_failure("not support image type.");
-    if (!is_readable(from) || !is_writable(bits)) return report_failure("not support image bits.");
+    if (!layout_of(from.format, unused)) return report("not support format.");
+    if (from.type != sample_type::unsigned_integer) return report("not support image type.");
+    if (!is_readable(from) || !is_writable(bits)) return report("not support image bits.");
     return convert(made, source, {from.format, from.type, bits});
 }
 

@@ -1,10 +1,9 @@
 #include "libgr/image/descriptor.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 
 #include <array>
 #include <cstdlib>
-#include <iostream>
 
 namespace libgr {
 
@@ -35,8 +34,7 @@ constexpr std::array<bits_entry, bits_class::count> bit_counts = {{{1, 0},
                                                                    {0, 0}}};
 
 [[noreturn]] void stop(const char* what, std::uint32_t value) {
-    libutils::error_report();
-    std::cerr << what << value << ": no such value in a pixel descriptor." << std::endl;
+    libutils::report(what, value, ": no such value in a pixel descriptor.");
     std::abort();
 }
 

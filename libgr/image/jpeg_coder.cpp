@@ -1,9 +1,7 @@
 #include "libgr/image/jpeg_coder.h"
 
 #include <algorithm>
-#include <cstring>
 #include <jerror.h>
-#include <string_view>
 #include <utility>
 
 namespace libgr {
@@ -35,24 +33,7 @@ void on_message(j_common_ptr info, int level) {
 
 void print_nothing(j_common_ptr) {}
 
-bool begins_with(const jpeg_marker& marker, int code, std::string_view name) {
-    return marker.code == code && marker.data.size() >= name.size() &&
-           std::memcmp(marker.data.data(), name.data(), name.size()) == 0;
-}
-
 } // namespace
-
-bool is_jfif(const jpeg_marker& marker) {
-    return begins_with(marker, JPEG_APP0, {"JFIF\0", 5});
-}
-
-bool is_adobe(const jpeg_marker& marker) {
-    return begins_with(marker, JPEG_APP0 + 14, "Adobe");
-}
-
-bool is_exif(const jpeg_marker& marker) {
-    return begins_with(marker, JPEG_APP0 + 1, {"Exif\0\0", 6});
-}
 
 jpeg_errors::jpeg_errors() : jpeg_error_mgr{} {
     jpeg_std_error(this);
@@ -112,7 +93,7 @@ std::uint64_t jpeg_reader::blocks() const {
     return all;
 }
 
-bool jpeg_reader::take_markers(std::vector<jpeg_marker>& markers) const {
+bool jpeg_reader::take_markers(jpeg_markers& markers) const {
     std::uint64_t total = 0;
     for (jpeg_saved_marker_ptr m = info.marker_list; m; m = m->next)
         total += m->data_length;
@@ -154,10 +135,10 @@ boolean jpeg_writer::grow(j_compress_ptr info) {
     return TRUE;
 }
 
-void jpeg_writer::write_markers(const std::vector<jpeg_marker>& markers, colors coded) {
+void jpeg_writer::write_markers(const jpeg_markers& markers, colors coded) {
     for (const jpeg_marker& m : markers) {
-        if (is_jfif(m) && info.write_JFIF_header) continue;
-        if (is_adobe(m) && (info.write_Adobe_marker || coded == colors::coded_anew)) continue;
+        if (m.is_jfif() && info.write_JFIF_header) continue;
+        if (m.is_adobe() && (info.write_Adobe_marker || coded == colors::coded_anew)) continue;
         jpeg_write_marker(&info, m.code, m.data.data(), unsigned(m.data.size()));
     }
 }

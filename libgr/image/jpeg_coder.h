@@ -3,7 +3,7 @@
 // read from memory and write to memory, and that a file cannot keep busy for ever. Private to libgr/image.
 
 #include "libgr/image/escape.h"
-#include "libgr/image/jpeg_file.h"
+#include "libgr/image/jpeg_marker.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -40,7 +40,7 @@ public:
     // Of all components together, once the header is read.
     std::uint64_t blocks() const;
     // The markers that were read, in one buffer; false without memory.
-    bool take_markers(std::vector<jpeg_marker>& markers) const;
+    bool take_markers(jpeg_markers& markers) const;
     // Whether libjpeg asked for bytes beyond the last one.
     bool ran_out() const { return source_.ran_out; }
 
@@ -77,7 +77,7 @@ public:
     // To be called while running, after the coding has started: all markers but those that the coder itself
     // writes. An Adobe marker is true only of the colours that it came with.
     enum class colors { as_they_were, coded_anew };
-    void write_markers(const std::vector<jpeg_marker>& markers, colors coded);
+    void write_markers(const jpeg_markers& markers, colors coded);
     // What was written, once the coder has finished.
     pixel_bytes take_bytes();
 
@@ -95,10 +95,5 @@ private:
     destination destination_;
     bool created_ = false;
 };
-
-// Whether a marker is of the kind that begins with this name.
-bool is_jfif(const jpeg_marker& marker);
-bool is_adobe(const jpeg_marker& marker);
-bool is_exif(const jpeg_marker& marker);
 
 } // namespace libgr

@@ -2,14 +2,16 @@
 
 #include "libgr/image/input_file.h"
 #include "libgr/image/jpeg_coder.h"
-#include "libgr/image/report.h"
 #include "libgr/image/row_writer.h"
+#include "libutils/report.h"
 #include "libutils/saved_file.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -24,9 +26,9 @@ constexpr color_space color_spaces[] = {{JCS_RGB, 3, pixel_format::rgb},
                                         {JCS_GRAYSCALE, 1, pixel_format::luminance}};
 
 // The density of the pixels, the only thing in a JFIF marker that re-encoding would lose.
-void keep_density(jpeg_compress_struct& info, const std::vector<jpeg_marker>& markers) {
+void keep_density(jpeg_compress_struct& info, const jpeg_markers& markers) {
     for (const jpeg_marker& m : markers) {
-        if (!is_jfif(m) || m.data.size() < 12) continue;
+        if (!m.is_jfif() || m.data.size() < 12) continue;
         info.density_unit = m.data[7];
         info.X_density = static_cast<UINT16>(m.data[8] << 8 | m.data[9]);
         info.Y_density = static_cast<UINT16>(m.data[10] << 8 | m.data[11]);
@@ -44,9 +46,9 @@ bool jpeg_file::load(const std::string& file_name) {
 
 bool jpeg_file::save(const std::string& file_name) const {
     libutils::saved_file file(file_name);
-    if (!file.is_open()) return report_failure(file_name, ": file open error.");
+    if (!file.is_open()) return report(file_name, ": file open error.");
     file.write({reinterpret_cast<const char*>(bytes.data()), std::size_t(bytes.size())});
-    return file.commit() || report_failure(file_name, ": file write error.");
+    return file.commit() || report(file_name, ": file write error.");
 }
 
 bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr) {
@@ -86,8 +88,8 @@ bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr) {
     const bool cut_off = reader.ran_out() && (several_scans || info.arith_code || reader.errors.data_ended);
     const bool damaged_end = reader.errors.num_warnings > warnings_in_rows;
     if (!decoded || cut_off || damaged_end || !reader.take_markers(file.markers))
-        return report_failure(file.name, ": jpeg decompress fail, stop.");
-    if (reader.errors.num_warnings > 0) report_failure(file.name, ": jpeg decompress fail, but continue.");
+        return report(file.name, ": jpeg decompress fail, stop.");
+    if (reader.errors.num_warnings > 0) report(file.name, ": jpeg decompress fail, but continue.");
     image = std::move(made);
     return true;
 }
@@ -99,7 +101,7 @@ bool encode_jpeg(jpeg_file& file, const image2d& image, int quality, bool baseli
                    pixel_descriptor{c.format, sample_type::unsigned_integer, bits_class::bits_8};
         });
     if (space == std::end(color_spaces) || !rows_can_be_written(image))
-        return report_failure("convert(to jpeg): not supported format.");
+        return report("convert(to jpeg): not supported format.");
     jpeg_writer writer;
     jpeg_compress_struct& info = writer.info;
     if (!writer.run([&] {
@@ -118,7 +120,7 @@ bool encode_jpeg(jpeg_file& file, const image2d& image, int quality, bool baseli
             }
             jpeg_finish_compress(&info);
         }))
-        return report_failure(file.name, ": jpeg compress fail, stop.");
+        return report(file.name, ": jpeg compress fail, stop.");
     file.bytes = writer.take_bytes();
     return true;
 }

@@ -9,25 +9,18 @@
 // any file four. Bounded are that memory, the samples of a Huffman-coded file by the file's size, and the
 // number of scans by the size of the picture.
 
-#include "libgr/image/image.h"
+#include "libgr/image/jpeg_marker.h"
 #include "libgr/image/read_options.h"
 
 #include <string>
-#include <vector>
 
 namespace libgr {
-
-// One of the comments and application segments that a file carries beside its picture.
-struct jpeg_marker {
-    int code;         // 0xFE: comment; 0xE0 to 0xEF: application
-    pixel_bytes data; // at most 65533 bytes
-};
 
 // A JPEG file in memory.
 struct jpeg_file {
     std::string name; // for messages
     pixel_bytes bytes;
-    std::vector<jpeg_marker> markers; // in the file's order
+    jpeg_markers markers;
     read_options options;
 
     // False, after one line on standard error, when there is no such file or it cannot be mapped. The markers

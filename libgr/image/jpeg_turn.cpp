@@ -4,13 +4,15 @@
 #include "libgr/image/exif.h"
 #include "libgr/image/jpeg_coder.h"
 #include "libgr/image/jpeg_file.h"
-#include "libgr/image/report.h"
+#include "libutils/report.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -199,7 +201,7 @@ private:
 
 bool turn_jpeg(jpeg_file& file, int quarter_turns) {
     if (quarter_turns < 0 || quarter_turns > 3)
-        return report_failure(std::to_string(quarter_turns), ": jpeg transform rightrotate count over.");
+        return report(quarter_turns, ": jpeg transform rightrotate count over.");
     jpeg_reader reader(file.bytes);
     turner turn(reader.info, quarter_turns);
     jvirt_barray_ptr* coefficients = nullptr;
@@ -215,11 +217,11 @@ bool turn_jpeg(jpeg_file& file, int quarter_turns) {
         if (quarter_turns != 0) turned = turn.turn(coefficients);
     });
     if (!allowed) return false;
-    if (read && !perfect) return report_failure(file.name, ": transformation is not perfect");
-    std::vector<jpeg_marker> markers;
+    if (read && !perfect) return report(file.name, ": transformation is not perfect");
+    jpeg_markers markers;
     if (!read || !turned || reader.errors.num_warnings > 0 || reader.ran_out() ||
         !reader.take_markers(markers))
-        return report_failure(file.name, ": jpeg transform fail, stop.");
+        return report(file.name, ": jpeg transform fail, stop.");
     if (quarter_turns == 0) {
         file.markers = std::move(markers);
         return true;
@@ -229,7 +231,7 @@ bool turn_jpeg(jpeg_file& file, int quarter_turns) {
     const bool written = writer.run([&] {
         jpeg_copy_critical_parameters(&reader.info, &writer.info);
         turn.turn_parameters(writer.info);
-        if (!markers.empty() && is_exif(markers.front())) {
+        if (!markers.empty() && markers.front().is_exif()) {
             // An Exif file has no JFIF header in front of its first marker.
             writer.info.write_JFIF_header = FALSE;
             set_exif_size(markers.front().data, writer.info.image_width, writer.info.image_height);
@@ -238,8 +240,7 @@ bool turn_jpeg(jpeg_file& file, int quarter_turns) {
         writer.write_markers(markers, jpeg_writer::colors::as_they_were);
         jpeg_finish_compress(&writer.info);
     });
-    if (!written || writer.errors.num_warnings > 0)
-        return report_failure(file.name, ": jpeg transform fail, stop.");
+    if (!written || writer.errors.num_warnings > 0) return report(file.name, ": jpeg transform fail, stop.");
     file.bytes = writer.take_bytes();
     file.markers = std::move(markers);
     return true;

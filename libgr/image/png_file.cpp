@@ -1,8 +1,8 @@
 #include "libgr/image/png_file.h"
 
 #include "libgr/image/escape.h"
-#include "libgr/image/report.h"
 #include "libgr/image/row_writer.h"
+#include "libutils/report.h"
 #include "libutils/saved_file.h"
 #include "libutils/system_error.h"
 
@@ -15,6 +15,8 @@
 #include <utility>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -199,9 +201,7 @@ bool library_fits() {
 
 bool check_png_version(const char* header, const char* source) {
     if (std::strcmp(header, source) == 0) return true;
-    libutils::error_report();
-    std::cerr << "libpng version different.\n  header: " << header << "\n  source: " << source << std::endl;
-    return false;
+    return report("libpng version different.\n  header: ", header, "\n  source: ", source);
 }
 
 bool load_png(image2d& image, const std::string& name, const read_options& options) {
@@ -211,19 +211,17 @@ bool load_png(image2d& image, const std::string& name, const read_options& optio
     if (!bytes.try_allocate(0, name.c_str(), 0, 0, &why) && why.at == libutils::mapping_failure::step::open) {
         std::string reason = libutils::system_error::text(why.code);
         reason.erase(reason.find_last_not_of("\r\n") + 1);
-        return report_failure(name, ": file open error, " + reason);
+        return report(name, ": file open error, ", reason);
     }
     bytes.set_view(0);
     if (bytes.size() < signature_bytes || png_sig_cmp(bytes.data(), 0, signature_bytes) != 0)
-        return report_failure(name, ": not a png file.");
+        return report(name, ": not a png file.");
 
     coder reader(true);
     image2d made;
     source from{bytes.data() + signature_bytes, bytes.size() - signature_bytes};
     int passes = 0;
-    const auto failed = [&] {
-        return report_failure(name, ": png read error, " + std::string(reader.reason()) + ".");
-    };
+    const auto failed = [&] { return report(name, ": png read error, ", reader.reason(), "."); };
     if (!reader.run([&] {
             png_set_read_fn(reader.png, &from, read_bytes);
             passes = read_header(reader, made, bytes.size());
@@ -244,17 +242,17 @@ bool save_png(const image2d& image, const std::string& name, const std::string& 
                                      [b = bits](const bit_depth& d) { return d.bits == b; });
     if (color == std::end(color_types) || depth == std::end(bit_depths) || type == sample_type::floating ||
         !rows_can_be_written(image))
-        return report_failure("convert(to png): not supported format.");
+        return report("convert(to png): not supported format.");
 
     libutils::saved_file file(name);
-    if (!file.is_open()) return report_failure(name, ": file open error.");
+    if (!file.is_open()) return report(name, ": file open error.");
     coder writer(false);
     if (!writer.run([&] {
             png_set_write_fn(writer.png, &file, write_bytes, flush_bytes);
             write_picture(writer, image, color->png, depth->png, title);
         }))
-        return report_failure("FAIL", ": " + name + ": " + std::string(writer.reason()) + ".");
-    return file.commit() || report_failure(name, ": file write error.");
+        return report("FAIL: ", name, ": ", writer.reason(), ".");
+    return file.commit() || report(name, ": file write error.");
 }
 
 } // namespace libgr

@@ -1,13 +1,14 @@
 #include "libgr/image/processing.h"
 
-#include "libgr/image/report.h"
 #include "libgr/image/row_kernels.h"
+#include "libutils/report.h"
 
 #include <array>
-#include <string>
 #include <utility>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -27,14 +28,12 @@ constexpr pixel_descriptor bytes_of(std::uint32_t format) {
 
 bool rgb2grey(image2d& made, const image2d& source) {
     const auto [format, type, bits] = source.descriptor;
-    if (format != pixel_format::rgb)
-        return report_failure(std::to_string(format), ": image format is not RGB.");
-    if (type != sample_type::unsigned_integer)
-        return report_failure(std::to_string(type), ": image type is not UINT.");
-    if (bits != bits_class::bits_8) return report_failure(std::to_string(bits), ": image bits is not 8.");
+    if (format != pixel_format::rgb) return report(format, ": image format is not RGB.");
+    if (type != sample_type::unsigned_integer) return report(type, ": image type is not UINT.");
+    if (bits != bits_class::bits_8) return report(bits, ": image bits is not 8.");
     image2d grey;
     if (!source.holds_pixels() || !start(grey, source, bytes_of(pixel_format::luminance)))
-        return report_failure("rgb2grey(): allocate() fail.");
+        return report("rgb2grey(): allocate() fail.");
     const auto row = row_kernels::best().grey;
     for (std::uint32_t y = 0; y < source.height; ++y)
         row(grey.row(y), source.row(y), source.width);
@@ -46,7 +45,7 @@ bool normalmap(image2d& made, const image2d& source) {
     const auto [format, type, bits] = source.descriptor;
     const bool bytes = bits == bits_class::bits_8;
     if (source.topdown || source.compressed) {
-        report_failure("normalmap(): compressed format not supported.");
+        report("normalmap(): compressed format not supported.");
         made = source;
         return false;
     }
@@ -55,7 +54,7 @@ bool normalmap(image2d& made, const image2d& source) {
         return true;
     }
     if (format != pixel_format::luminance || type != sample_type::unsigned_integer || !bytes) {
-        report_failure("normalmap(): image type not supported.");
+        report("normalmap(): image type not supported.");
         made = source;
         return false;
     }
@@ -64,7 +63,7 @@ bool normalmap(image2d& made, const image2d& source) {
     constexpr pixel_descriptor signed_bytes = {pixel_format::rgb, sample_type::signed_integer,
                                                bits_class::bits_8};
     if (!source.holds_pixels() || !start(map, source, signed_bytes)) {
-        report_failure("normalmap allocate() fail.");
+        report("normalmap allocate() fail.");
         made = source;
         return false;
     }
@@ -94,12 +93,12 @@ bool scaledown(image2d& made, const image2d& source) {
         break;
     }
     if (!halve || source.descriptor.bits != bits_class::bits_8)
-        return report_failure("scaledown():", ": unsupported format.");
+        return report("scaledown():: unsupported format.");
     image2d half;
     half.descriptor = source.descriptor;
     half.width = source.width >> 1;
     half.height = source.height >> 1;
-    if (!source.holds_pixels() || !half.allocate()) return report_failure("scaledown(): allocate() fail.");
+    if (!source.holds_pixels() || !half.allocate()) return report("scaledown(): allocate() fail.");
     for (std::uint32_t y = 0; y < half.height; ++y)
         halve(half.row(y), source.row(2 * y), source.row(2 * y + 1), half.width);
     made = std::move(half);
@@ -109,11 +108,11 @@ bool scaledown(image2d& made, const image2d& source) {
 bool expand_color_index(image2d& made, const image2d& source, bool greys) {
     const std::uint32_t bits = bits_per_component(source.descriptor.bits);
     if (source.descriptor.format != pixel_format::color_index || bits < 1 || bits > 8)
-        return report_failure("expand_color_index(): not supported format.");
+        return report("expand_color_index(): not supported format.");
     image2d expanded;
     const std::uint32_t format = greys ? pixel_format::luminance : pixel_format::rgb;
     if (!source.holds_pixels() || !start(expanded, source, bytes_of(format)))
-        return report_failure("expand_color_index(): allocate() fail.");
+        return report("expand_color_index(): allocate() fail.");
 
     std::array<std::array<unsigned char, 3>, 256> colors{};
     for (std::uint64_t i = 0; i < colors.size() && i < source.colors.count; ++i)

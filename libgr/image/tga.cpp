@@ -3,15 +3,16 @@
 #include "libgr/image/convert.h"
 #include "libgr/image/input_file.h"
 #include "libgr/image/processing.h"
-#include "libgr/image/report.h"
 #include "libgr/image/row_writer.h"
+#include "libutils/report.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
-#include <vector>
 
 namespace libgr {
+
+using libutils::report;
 
 namespace {
 
@@ -114,23 +115,23 @@ void copy_mirrored(unsigned char* to, const unsigned char* from, std::size_t pix
 bool load_tga(image2d& image, const std::string& name, const read_options& options) {
     pixel_bytes bytes;
     if (!map_file(bytes, name)) return false;
-    if (bytes.size() < header_bytes) return report_failure(name, ": not a tga file.");
+    if (bytes.size() < header_bytes) return report(name, ": not a tga file.");
     const header h = parse(bytes.data());
     if (h.image_type != color_mapped && h.image_type != true_color)
-        return report_failure(name, ": tga image type not supported.");
-    if (h.flags & (top_down | interleaved)) return report_failure(name, ": tga row order not supported.");
+        return report(name, ": tga image type not supported.");
+    if (h.flags & (top_down | interleaved)) return report(name, ": tga row order not supported.");
     image2d made;
     made.width = h.width;
     made.height = h.height;
     const auto* kind = std::find_if(std::begin(pixel_kinds), std::end(pixel_kinds),
                                     [&](const pixel_kind& k) { return k.depth == h.depth; });
-    if (kind == std::end(pixel_kinds)) return report_failure(name, ": tga pixel depth not supported.");
+    if (kind == std::end(pixel_kinds)) return report(name, ": tga pixel depth not supported.");
     made.descriptor = {kind->format, sample_type::unsigned_integer, kind->bits};
-    if (h.width == 0 || h.height == 0) return report_failure(name, ": tga picture has no pixels.");
+    if (h.width == 0 || h.height == 0) return report(name, ": tga picture has no pixels.");
     const bool has_map = h.map_type != 0;
     const bool uses_map = has_map && h.image_type == color_mapped;
     if (uses_map && (h.depth != 8 || h.map_entry_bits < 15 || h.map_entry_bits > 32))
-        return report_failure(name, ": tga colour map not supported.");
+        return report(name, ": tga colour map not supported.");
 
     const std::uint64_t map_at = header_bytes + h.id_length;
     const std::uint64_t map_bytes = has_map ? h.map_length * ((h.map_entry_bits + 7u) / 8) : 0;
@@ -138,8 +139,8 @@ bool load_tga(image2d& image, const std::string& name, const read_options& optio
     const std::size_t pixel_bytes_count = h.depth / 8u;
     const std::size_t row_bytes = h.width * pixel_bytes_count;
     if (pixels_at + std::uint64_t(row_bytes) * h.height > bytes.size())
-        return report_failure(name, ": tga file is truncated.");
-    if (!made.allocate()) return report_failure(name, ": file load failed.");
+        return report(name, ": tga file is truncated.");
+    if (!made.allocate()) return report(name, ": file load failed.");
     for (std::uint32_t y = 0; y < made.height; ++y) {
         const unsigned char* from = bytes.data() + pixels_at + std::uint64_t(y) * row_bytes;
         if (h.flags & right_to_left)
@@ -148,7 +149,7 @@ bool load_tga(image2d& image, const std::string& name, const read_options& optio
             std::copy_n(from, row_bytes, made.row(y));
     }
     if (uses_map) {
-        if (!read_colors(made, h, bytes.data() + map_at)) return report_failure(name, ": file load failed.");
+        if (!read_colors(made, h, bytes.data() + map_at)) return report(name, ": file load failed.");
         made.descriptor.format = pixel_format::color_index;
         if (made.colors.all_grey() && !expand_color_index(made, made, true)) return false;
     } else if (options.as_meant && kind->format == pixel_format::bgra &&
@@ -170,9 +171,8 @@ bool save_tga(const image2d& image, const std::string& name) {
         std::find_if(std::begin(pixel_kinds), std::end(pixel_kinds),
                      [&, b = bits](const pixel_kind& k) { return k.format == stored && k.bits == b; });
     if (kind == std::end(pixel_kinds) || type == sample_type::floating || !rows_can_be_written(image))
-        return report_failure("convert(to tga): not supported format.");
-    if (image.width > 0xffff || image.height > 0xffff)
-        return report_failure("convert(to tga): picture too large.");
+        return report("convert(to tga): not supported format.");
+    if (image.width > 0xffff || image.height > 0xffff) return report("convert(to tga): picture too large.");
     header h{};
     h.image_type = true_color;
     h.depth = kind->depth;
@@ -193,7 +193,7 @@ bool save_tga(const image2d& image, const std::string& name) {
     }
 
     libutils::saved_file file(name);
-    if (!file.is_open()) return report_failure(name, ": file open error.");
+    if (!file.is_open()) return report(name, ": file open error.");
     file.write(head);
     if (!swapped) {
         write_rows(file, image, 1);
@@ -207,7 +207,7 @@ bool save_tga(const image2d& image, const std::string& name) {
             if (!file.write(row)) break;
         }
     }
-    return file.commit() || report_failure(name, ": file write error.");
+    return file.commit() || report(name, ": file write error.");
 }
 
 } // namespace libgr
