@@ -46,12 +46,12 @@ template <class T> concept mathvalue_payload = (mathvalue_tag<T> != 0xFFFFFFFF);
 // clang-format on
 
 struct mathvalue {
-    std::uint32_t tag;
-    alignas(8) unsigned char payload[sizeof(mtx3w)];
+    std::uint32_t tag = 0;
+    alignas(8) unsigned char payload[sizeof(mtx3w)] = {};
 
-    mathvalue() = default; // a float of unknown value unless value-initialised
+    mathvalue() = default; // the float 0
     template <mathvalue_payload T>
-    mathvalue(const T& value) : tag(mathvalue_tag<T>), payload() {
+    mathvalue(const T& value) : tag(mathvalue_tag<T>) {
         static_assert(sizeof(T) <= sizeof payload);
         std::memcpy(payload, &value, sizeof value);
     }
