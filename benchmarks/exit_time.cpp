@@ -1,4 +1,4 @@
-// From each way of ending the player, with notes sounding, to the end of its process.
+// How long the player takes to end, for each way of ending it, while notes sound.
 
 #include "report.h"
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Numbers as model files hold them: six significant digits mostly, some short, some with all nine or an
+// Numbers as in model files: mostly six significant digits, some short ones, some with nine digits or an
 // exponent.
 const std::vector<std::string>& numbers() {
     static const std::vector<std::string> texts = [] {

@@ -11,7 +11,7 @@ namespace {
 std::uint64_t counted = 0;
 bool counting = false;
 
-// A loader's pointer, replaced by a function that counts and passes on.
+// Replaces a pointer of the loader by a function that counts and passes the call on.
 template <auto* Pointer>
 struct through {
     using function = std::remove_reference_t<decltype(*Pointer)>;

@@ -1,12 +1,12 @@
 #pragma once
-// Counts the calls into the GL that draw a picture.
+// Counts the GL calls of a picture.
 
 #include <cstdint>
 
 namespace benchmarks {
 
-// While it lives, the GL calls that drawing consists of are counted: those of the loader through its
-// pointers, those of OpenGL 1.1 through functions of the same name in front of the library's.
+// Counts the GL calls that drawing uses while it lives: the loader's through its pointers, those of
+// OpenGL 1.1 through functions of the same name that stand in front of the library's.
 class gl_call_count {
 public:
     gl_call_count();

@@ -1,5 +1,5 @@
 #pragma once
-// How the times of two benchmarks of one program ought to compare.
+// Goals: how two benchmarks of one program should compare.
 
 #include "report.h"
 
@@ -9,13 +9,13 @@
 
 namespace benchmarks {
 
-// A promise, made by defining one beside the two benchmarks: `ours` takes at most `most` times what `peer`
-// takes. The two are measured in turns, and what came of it is reported as a result. A limit that is named is
-// the peer; otherwise it is the memory's, for the bytes that our benchmark counts in "bytes_moved".
+// Define one beside the two benchmarks: `ours` takes at most `most` times as long as `peer`. The two run in
+// turns, and the comparison is reported as a result. If a limit is named, the peer is the limit; otherwise it
+// is the memory's speed for the bytes that our benchmark counts in "bytes_moved".
 class goal {
 public:
-    // What is compared: processor time, that time for a byte (both count theirs with SetBytesProcessed), or a
-    // counter, named as it is.
+    // What is compared: processor time, processor time per byte (both call SetBytesProcessed), or a counter
+    // by its name.
     static constexpr const char *time = "", *time_per_byte = "bytes_per_second";
 
     struct terms {
@@ -29,8 +29,8 @@ public:
     goal(terms);
 };
 
-// Runs a benchmark with each of its arguments in turn and reports how its time grows with the number of
-// things that it deals with: its items (SetItemsProcessed).
+// Runs a benchmark with each of its arguments in turn and reports how its time grows with its number of items
+// (SetItemsProcessed).
 class growing {
 public:
     struct terms {

@@ -1,5 +1,5 @@
-// Reading picture files against bare loops around the same libraries, and turning against the library's own
-// turns.
+// Reading picture files, against bare loops around the same libraries, and turning them, against the
+// library's own turns.
 
 #include "goals.h"
 #include "libgr/image/autoformat.h"
@@ -25,8 +25,8 @@ namespace {
 
 using libgr::image2d;
 
-// A folder of its own with a picture as JPEG and PNG files, whole and of parts of its pixels, and a bitmap of
-// 100 million pixels that takes no room: its pixels are a hole.
+// A temporary folder with a picture as JPEG and PNG, in full size and smaller, and a bitmap of 100 million
+// pixels that is a sparse file.
 class files {
 public:
     static const files& instance() {
@@ -82,8 +82,8 @@ private:
         std::filesystem::temp_directory_path() / ("quenvarel-bench-" + std::to_string(getpid()));
 };
 
-// Pictures are kept, so every one takes storage that was not in use before. Left alone, malloc would hand the
-// bare loops the storage of the picture before, already filled with pages.
+// Every picture is kept, so each needs fresh memory. Otherwise malloc would give the bare loops the previous
+// picture's memory, whose pages are already there.
 const int large_storage_is_mapped = mallopt(M_MMAP_THRESHOLD, 1 << 17);
 
 void load(benchmark::State& state, const std::string& name) {
@@ -179,7 +179,7 @@ void jpeg_turn(benchmark::State& state) {
 }
 BENCHMARK(jpeg_turn)->Unit(benchmark::kMillisecond);
 
-// The transformation that jpegtran does, as the library around it offers it to programs.
+// jpegtran's transformation, through the library's own interface.
 void jpeg_turn_jpegtran(benchmark::State& state) {
     libgr::jpeg_file source;
     if (!source.load(files::instance().jpeg())) std::abort();

@@ -28,7 +28,7 @@ image2d noise(std::uint32_t format) {
     return image;
 }
 
-// Both sides write to storage that is there already: taking it would cost both the same.
+// Both sides write to memory that is already allocated; allocating it costs both the same.
 image2d ready(const libgr::pixel_descriptor& descriptor, std::uint32_t size) {
     image2d image;
     image.descriptor = descriptor;
@@ -91,7 +91,7 @@ void halve_rows(benchmark::State& state, std::uint32_t format,
     }
     count_moved(state, source, made);
 }
-// The compiler makes vectors of this loop by itself, which the goal is not about.
+// Not to be vectorised by the compiler: the goal is about a plain loop.
 __attribute__((optimize("no-tree-vectorize"))) void one_by_one(unsigned char* to, const unsigned char* a,
                                                                const unsigned char* b, std::size_t pixels) {
     for (std::size_t x = 0; x < pixels; ++x)

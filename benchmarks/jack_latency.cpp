@@ -1,6 +1,6 @@
-// From a key press to the arrival of its note at another JACK client, beside jack-keyboard in the same run.
-// Presses are injected into the X server; both programs stand on one display, send to one port and take
-// turns.
+// The time from a key press to the arrival of its note at another JACK client, beside jack-keyboard in the
+// same run. Presses are injected into the X server; both programs run on one display, send to one port and
+// take turns.
 
 #include "priority.h"
 #include "report.h"
@@ -34,7 +34,7 @@ constexpr int rounds_a_pair = 5;                 // enough for a p99 to be compa
 constexpr int frames = 64;                       // in a cycle of the server: 1.3 ms
 constexpr char receiver_name[] = "key-receiver", port_name[] = "in";
 
-// Notes the time at which a note has arrived; that is at the begin of a cycle, whoever sent it.
+// Records when a note arrives: at the start of a cycle, whoever sent it.
 class receiver {
 public:
     receiver() {
@@ -56,7 +56,7 @@ public:
     receiver& operator=(const receiver&) = delete;
 
     bool works() const { return client_ && port_; }
-    // Waits for the next note on and tells when it came; false when none comes within a second.
+    // Waits for the next note-on and gives its time; false when none comes within a second.
     bool wait(clock::time_point& when) {
         timespec limit;
         clock_gettime(CLOCK_REALTIME, &limit);
@@ -65,7 +65,7 @@ public:
         when = clock::time_point(clock::duration(when_.load()));
         return true;
     }
-    // Lets go of what came unasked.
+    // Drops what arrived unasked.
     void forget() {
         while (sem_trywait(&arrived_) == 0) {
         }
@@ -95,7 +95,7 @@ struct player {
     const char* title;
     std::vector<std::string> command;
     virtual_display::window window = 0;
-    std::vector<std::vector<double>> seconds = {{}}; // the last ones are of the turns that go on
+    std::vector<std::vector<double>> seconds = {{}}; // the last are those of the current turns
     int lost = 0;
 };
 
@@ -125,7 +125,7 @@ int main() {
         return 1;
     }
     const std::string port = std::string(receiver_name) + ':' + port_name;
-    // jack-keyboard at its fastest: without the offset that evens its delays out.
+    // jack-keyboard at its fastest: without the offset that evens out its delays.
     player players[] = {
         {"quenvarel", "Quenvarel(TM) for MIDI Version 2.2.0", {QUENVAREL_BIN "/quenvarel", port}},
         {"jack-keyboard", "jack-keyboard", {"jack-keyboard", "-t", "-a", port}},
@@ -155,7 +155,7 @@ int main() {
             std::this_thread::sleep_for(microseconds(50000));
             notes.forget();
             for (int i = 0; i < presses_a_round; ++i)
-                // On a machine that is too busy the server drops what comes late.
+                // On a busy machine the server drops late events.
                 if (!press_and_wait(p, notes, keys, random, i)) ++p.lost;
             if (p.lost > rounds * presses_a_round / 20) {
                 std::printf("%s: too many notes do not arrive\n", p.name);

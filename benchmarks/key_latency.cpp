@@ -1,5 +1,5 @@
-// From a key press to the arrival of its trace line, beside a minimal GLUT program's in the same run. Presses
-// are injected into the X server. Both programs stand on one display and take turns.
+// The time from a key press to the arrival of its trace line, beside a minimal GLUT program in the same run.
+// Presses are injected into the X server. Both programs run on one display and take turns.
 
 #include "priority.h"
 #include "report.h"
@@ -32,8 +32,7 @@ struct player {
     virtual_display::window window = 0;
 };
 
-// Quiet, or with the window asked to draw itself again every few milliseconds, at any moment of
-// the press.
+// Idle, or with a redraw requested every few milliseconds, at any moment of the press.
 bool measure(const char* condition, bool redrawing, virtual_display& display, player (&players)[2],
              test_support::process* const (&programs)[2]) {
     benchmarks::typed_keys keys(display.name());
@@ -89,7 +88,7 @@ int main() {
     for (int which : {0, 1}) {
         players[which].window = display.find_window(players[which].title);
         display.focus(players[which].window);
-        display.drive("key h"); // has each handle what its start has left in the queues
+        display.drive("key h"); // lets each handle what its start left in the queues
         if (!players[which].window || !programs[which]->wait_for_err("0x68, 'h'")) {
             std::printf("%s does not answer: %s\n", players[which].name, programs[which]->err().c_str());
             return 1;

@@ -1,5 +1,5 @@
-// The least that a GLUT program can do about a key: a line on standard error and a new frame. The floor for
-// bench_key_latency.
+// The floor for bench_key_latency: a GLUT program that answers a key with a line on standard error and a new
+// frame.
 
 #include <GL/freeglut.h>
 

@@ -4,8 +4,8 @@
 #include "priority.h"
 #include "report.h"
 
-#include "app/keyboard_view.h"
 #include "app/home_view.h"
+#include "app/keyboard_view.h"
 #include "live/virtual_display.h"
 #include "render/gl/step_check.h"
 
@@ -36,8 +36,8 @@ double processor_time() {
     return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
 }
 
-// Times something done over and over; beside it stands what all processors together spent on it, which other
-// programs change less.
+// Times repeated work. The time of all processors together is reported beside it, since other programs
+// disturb that less.
 template <class Action>
 double measure(const char* what, int times, std::optional<double> most, const benchmarks::bound& limit,
                Action action) {
@@ -95,7 +95,7 @@ int main(int argc, char** argv) {
         else
             view.press(key);
     };
-    for (int key = 0; key < 128; ++key) { // all shaders are compiled then
+    for (int key = 0; key < 128; ++key) { // so that all shaders are compiled
         turn_over(key);
         frame();
     }
@@ -126,5 +126,5 @@ int main(int argc, char** argv) {
             [&](int i) { hits += view.key_at(i % width, 70 + i / width * 6).has_value(); });
     std::printf("%d of 8000 pixels showed a key\n", hits);
     view.close();
-    glutExit(); // while there is a display to take leave of
+    glutExit(); // while there is still a display
 }

@@ -1,5 +1,5 @@
-// From the start of the player to its first picture on the screen, with all keys and no SoundFont, and the
-// memory that it then takes; beside a GLUT program that shows nothing.
+// The time from the start of the player, with all keys and no SoundFont, to its first picture on the screen,
+// and its memory then; beside a GLUT program that shows nothing.
 
 #include "priority.h"
 #include "report.h"
@@ -37,7 +37,7 @@ struct program {
     const char* name;
     const char* title;
     std::vector<std::string> command;
-    bool draws; // else its window is all that there is to wait for
+    bool draws; // otherwise only its window can be waited for
 };
 
 bool is_lit(const test_support::picture& image) {

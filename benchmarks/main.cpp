@@ -1,5 +1,5 @@
-// Runs the benchmarks of one program: those with a goal against their peers, in turns. With an option of
-// Google Benchmark on the command line all of them, or those it names, as that library does and prints it.
+// Runs the benchmarks of one program: those with a goal, in turns with their peers. With options of Google
+// Benchmark on the command line it runs and prints all benchmarks, or the chosen ones, as that library does.
 
 #include "goals.h"
 
@@ -33,7 +33,7 @@ struct measured {
     std::map<std::string, double> counters;
 };
 
-// Keeps the one run that it is told of.
+// Keeps the one run that is reported to it.
 class keeper : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context&) override { return true; }
@@ -70,12 +70,12 @@ double compared(const measured& what, const std::string& by) {
     return by == goal::time_per_byte ? 1 / counter : counter;
 }
 
-// How many of what is compared an iteration has.
+// How much of the compared quantity one iteration has.
 double things_compared(const measured& what, const std::string& by) {
     return by == goal::time_per_byte ? what.counters.at(by) * what.seconds : 1;
 }
 
-// Whether to go on after so many turns: for some seconds, but neither too few times nor endlessly.
+// Whether to go on after so many turns: a few seconds, within a least and a largest number of turns.
 class patience {
 public:
     bool lasts(std::size_t turns) const {
@@ -100,7 +100,7 @@ void pursue(const goal::terms& aim) {
         made.unit = "";
     const patience patient;
     for (std::size_t turn = 0; patient.lasts(turn); ++turn) {
-        // Who comes first changes, lest one always find what the other left in the caches.
+        // The first place alternates, so that neither always finds the caches as the other left them.
         for (const bool us : {turn % 2 == 0, turn % 2 != 0}) {
             const measured& m = run(us ? aim.ours : aim.peer);
             (us ? made.ours : made.peer).push_back(compared(m, aim.compared));
@@ -138,7 +138,7 @@ growing::growing(terms t) {
 } // namespace benchmarks
 
 int main(int argc, char** argv) {
-    // Defaults first: what the command line says comes later and wins.
+    // Defaults come first, so that the command line overrides them.
     char shortly[] = "--benchmark_min_time=0.05";
     std::vector<char*> arguments = {argv[0], shortly};
     arguments.insert(arguments.end(), argv + 1, argv + argc);

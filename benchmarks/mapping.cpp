@@ -15,7 +15,7 @@
 
 namespace {
 
-// A file of 1 GiB that takes no room: it is all hole.
+// A sparse file of 1 GiB.
 class large_file {
 public:
     large_file() {
@@ -69,7 +69,7 @@ void large_file_mmap(benchmark::State& state) {
 }
 BENCHMARK(large_file_mmap);
 
-// Growing an array in steps, as a reader does that does not know the count.
+// Growing an array in steps, like a reader that does not know the count.
 void grow_refvector2(benchmark::State& state) {
     for (auto _ : state) {
         libutils::refvector2<float> values;

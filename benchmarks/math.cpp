@@ -76,7 +76,7 @@ void inverse_glm(benchmark::State& state) {
 }
 BENCHMARK(inverse_glm);
 
-// Takes everything and keeps nothing, so that only the formatting is timed.
+// Discards everything, so that only the formatting is timed.
 class nowhere : public std::streambuf {
     std::streamsize xsputn(const char* text, std::streamsize size) override {
         benchmark::DoNotOptimize(text);
@@ -110,7 +110,7 @@ void text_snprintf(benchmark::State& state) {
 BENCHMARK(text_snprintf);
 
 const benchmarks::goal goals[] = {
-    // Products come out as the same instructions: 5 % is the noise of a run.
+    // Both products compile to the same instructions; 5 % is noise.
     {{"matrix product", "product_ours", "product_glm", "GLM", 1.05}},
     {{"matrix inverse", "inverse_ours", "inverse_glm", "GLM", 1.0}},
     {{"text of four numbers", "text_ours", "text_snprintf", "4 snprintf", 1.0}},

@@ -1,5 +1,4 @@
-// Model files of 500 000 triangles, and of parts of them: loading and saving against the readers and writers
-// of others.
+// Loading and saving model files of up to 500 000 triangles, against other readers and writers.
 
 #include "goals.h"
 #include "pmt3d/format/dispatch.h"
@@ -26,7 +25,7 @@ namespace {
     std::exit(1);
 }
 
-// A wavy square, its frames included, and files of it in all formats.
+// A wavy square with frames, saved in every format.
 class sample {
 public:
     explicit sample(double part) {
@@ -103,7 +102,7 @@ void count(benchmark::State& state, const sample& s, const std::string& file, st
     state.counters["bytes_moved"] = double(file_size + model_size);
 }
 
-// Loading is measured as in a program that loads a model once: all memory comes from the system.
+// Loading is measured as in a program that loads one model: all memory comes fresh from the system.
 void forget_memory(benchmark::State& state) {
     state.PauseTiming();
     malloc_trim(0);
@@ -145,7 +144,7 @@ BENCHMARK_CAPTURE(load_stl_assimp, binary, "binary.stl")->Unit(benchmark::kMilli
 BENCHMARK_CAPTURE(load_stl_ours, text, "text.stl")->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(load_stl_assimp, text, "text.stl")->Unit(benchmark::kMillisecond);
 
-// ---- Text: each reader its own format, so the goal is for a byte
+// ---- Text: each reader has its own format, so the goal is per byte
 
 void parse_pmt_ours(benchmark::State& state) {
     const sample& s = shared(state.range(0));
@@ -176,7 +175,7 @@ BENCHMARK(parse_obj_tinyobjloader)->Unit(benchmark::kMillisecond);
 
 // ---- Saving
 
-// The same file line by line through a stream that is flushed after each.
+// The same file through a stream that is flushed after each line.
 void save_with_stream(pmt3d::surface_list& items, const std::string& name) {
     const pmt3d::polygon_t& polygon = items.front().polygon;
     std::ofstream out(name, std::ios::binary);

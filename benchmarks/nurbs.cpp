@@ -24,7 +24,7 @@ namespace {
 constexpr int points = 16, order = 4, spans = points - order + 1;
 constexpr std::uint32_t samples = 257;
 
-// The same surface for both.
+// One surface for both.
 struct net {
     std::vector<float> knots, knots1, knots2, weights;
     std::vector<pmt3d::control_point_t> control;
@@ -87,7 +87,7 @@ void grid_ours(benchmark::State& state) {
 }
 void grid_occt(benchmark::State& state) {
     const net n;
-    const GeomAdaptor_Surface surface(occt_surface(n)); // keeps the polynomials of the span that it was in
+    const GeomAdaptor_Surface surface(occt_surface(n)); // caches the polynomials of the last span
     std::vector<gp_Pnt> grid(samples * samples);
     for (auto _ : state) {
         for (std::uint32_t j = 0; j < samples; ++j)

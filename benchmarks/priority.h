@@ -1,5 +1,5 @@
 #pragma once
-// Who waits for whom when other programs keep the machine busy.
+// Priorities for measuring on a busy machine.
 
 #include <cstdio>
 #include <sched.h>

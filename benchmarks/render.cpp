@@ -1,5 +1,5 @@
-// A keyboard's worth of surfaces, drawn by the renderer and by the barest loop that draws the same pixels;
-// and the frame pass on the GPU.
+// As many surfaces as a keyboard has, drawn by the renderer and by the barest loop that draws the same
+// pixels; and the frame pass on the GPU.
 
 #include "gl_calls.h"
 #include "goals.h"
@@ -91,9 +91,9 @@ struct scene {
                                10);
         }
     }
-    // The same picture with every state set once, and only what differs set for each surface.
+    // The same picture, with only the differences between the surfaces set for each.
     void draw_bare() {
-        // One surface through the renderer leaves all uniforms as they have to be.
+        // The renderer has set all uniforms when it drew a surface.
         const GLuint program = renderer.surface_program();
         const GLint modelview = renderer.uniforms()[1], inverse_modelview = renderer.uniforms()[2];
         glUseProgram(program);
@@ -163,7 +163,7 @@ const benchmarks::goal frame_goals[] = {
     {{"GL calls for each of them", "frame_ours", "frame_bare", "bare draws", {}, {}, "gl_calls_per_surface"}},
 };
 
-// What the renderer asks of the processor alone: nothing is left to rasterise.
+// The renderer's work on the processor alone: nothing is rasterised.
 void submit(benchmark::State& state, void (scene::*draw)()) {
     scene& what = plain();
     what.clear();
@@ -185,7 +185,7 @@ void submit_bare(benchmark::State& state) {
 }
 BENCHMARK(submit_bare)->Unit(benchmark::kMicrosecond);
 
-// The frame pass, by its number of vertices.
+// The frame pass, for different numbers of vertices.
 void frame_pass(benchmark::State& state) {
     scene& what = plain();
     pmt3d::polygon_t shape;

@@ -61,7 +61,7 @@ std::vector<double> ratios(const std::vector<double>& ours, const std::vector<do
     return all;
 }
 
-// A time in the unit that suits it; other quantities as they are.
+// Times in a suitable unit, other quantities unchanged.
 std::string readable(double value, const std::string& unit) {
     struct {
         double size;

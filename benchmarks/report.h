@@ -1,7 +1,7 @@
 #pragma once
-// What the benchmark programs have to say: a line for people on standard output, and for the table of ./bench
-// the same as a JSON object on a line of the file that the environment variable QUENVAREL_BENCH_ROWS names,
-// if it does.
+// How the benchmark programs report: a line for people on standard output and, if the environment variable
+// QUENVAREL_BENCH_ROWS names a file, the same as a JSON object on a line of that file, for the table of
+// ./bench.
 
 #include <optional>
 #include <string>
@@ -10,13 +10,13 @@
 
 namespace benchmarks {
 
-// What no program of the kind can beat.
+// The limit that no such program can beat.
 struct bound {
-    std::string kind; // empty if there is none to tell
-    double value = 0; // as the results, if 0 the peer is it; of memory_traffic and cache_traffic in bytes
+    std::string kind; // empty: unknown
+    double value =
+        0; // in the unit of the results (0: the peer is the limit); bytes for the two kinds of traffic
 };
-// What has to be read and written, at the speed of the memory or, where it is little, of the processor's own
-// cache.
+// The bytes that must be read and written, at the speed of the memory or, where they fit, of the cache.
 inline const std::string memory_traffic = "memory", cache_traffic = "cache";
 
 struct result {
@@ -29,12 +29,12 @@ struct result {
     std::optional<double> most_ratio, most; // goals: for ours to the peer, for ours
     bound limit;
     std::string unit = "s";
-    bool always = false; // the goal is for the worst, not for the median
+    bool always = false; // the goal applies to the slowest run, not to the median
 };
 // The ratio is the median of the pairs' ratios, with their quartiles.
 void report(const result&);
 
-// The time that each of `sizes` things takes when there are more and more of them.
+// How the time for each thing changes as their number grows.
 struct growth {
     std::string what, things;
     std::vector<double> sizes;
@@ -42,10 +42,10 @@ struct growth {
 };
 void report(const growth&);
 
-// Something about the machine that the results depend on.
+// A fact about the machine on which the results depend.
 void report_fact(const std::string& name, const std::string& value);
 
-// The value below which the given part of the numbers lies; of at least one.
+// The value below which the given part of the numbers lies. Needs at least one number.
 double quantile(std::vector<double> numbers, double part);
 double median(std::vector<double> numbers);
 

@@ -27,7 +27,7 @@ void count_elements(benchmark::State& state, const pmt3d::polygon_t& polygon) {
     state.SetItemsProcessed(std::int64_t(state.iterations() * polygon.element_count()));
 }
 
-// Reads every element and the strips that they make, and keeps only the number of triangles.
+// Reads every element and follows the strips, but only counts the triangles.
 void read_elements(benchmark::State& state) {
     const pmt3d::polygon_t polygon = grid(std::uint32_t(state.range(0)), true);
     for (auto _ : state) {
@@ -55,8 +55,7 @@ void rebuildpolyids_and_fill(benchmark::State& state) {
         polygon.rebuildpolyids();
     }
     count_elements(state, polygon);
-    // Every element once, every position, and every frame once to see that it is missing and once to be
-    // written.
+    // Reads every element, position and frame once, and writes every frame once.
     state.counters["bytes_moved"] =
         double(polygon.element_count() * sizeof(pmt3d::element_t) +
                polygon.vertex_count() * (sizeof(pmt3d::vertex_t) + 2 * sizeof(pmt3d::frame_t)));

@@ -1,4 +1,4 @@
-// Pictures from files into textures: what surface textures cost beside the decoding and the bare GL calls.
+// Loading pictures into textures, against decoding them and bare GL calls.
 
 #include "goals.h"
 #include "libgr/image/autoformat.h"
@@ -22,7 +22,7 @@ namespace {
 constexpr std::uint32_t size = 1024;
 constexpr std::array<const char*, 3> names = {"color.jpg", "normals.png", "gloss.png"};
 
-// Three pictures of 1024 by 1024 in a directory of their own.
+// Three pictures of 1024 by 1024 in a temporary directory.
 const test_support::temporary_directory& pictures() {
     static const test_support::temporary_directory directory;
     static bool made = false;
@@ -83,7 +83,7 @@ void decode_and_bare_upload(benchmark::State& state) {
 }
 BENCHMARK(decode_and_bare_upload)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 
-// 128 surfaces that name the same three pictures, each in its own spelling.
+// 128 surfaces that name the same three pictures, each spelled differently.
 void open_shared_128(benchmark::State& state) {
     const std::string directory = pictures().path().string();
     std::size_t decoded = 0;

@@ -1,5 +1,5 @@
 #pragma once
-// Keys pressed by a benchmark, which then waits for what a program makes of them.
+// Keys that a benchmark presses before it waits for the program's answer.
 
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
