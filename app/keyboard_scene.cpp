@@ -69,7 +69,7 @@ bool keyboard_scene::load(std::string directory, const std::function<bool()>& st
     return true;
 }
 
-bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
+bool keyboard_scene::LoadShape(slot& key, const std::string& name) try {
     pmt3d::line_reader in;
     if (!in.open(name)) {
         libutils::error_report();
@@ -93,6 +93,10 @@ bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
     if (bounds.min.x <= bounds.max.x) key.bounds = bounds;
     key.hides_its_back = is_opaque(key.surface, key.texture) && is_closed(key.surface);
     return blocks > 0;
+} catch (const pmt3d::file_cut_short& cut) {
+    libutils::error_report();
+    std::cout << cut.what() << std::endl;
+    return false;
 }
 
 void keyboard_scene::clear() {

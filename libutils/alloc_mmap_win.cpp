@@ -70,9 +70,7 @@ void* alloc_mmap_win::try_allocate(std::uint64_t& size, const char* name, int mo
     if (mode == 0 && whole > file_.size && size <= file_.size) whole = file_.size;
     if (!mapping::create(file_, protection_, whole, object_)) return fail(step::create);
     if (size == 0) size = object_.size;
-    size_ = size;
-    view_ = mapping::map(object_, file_, access_, offset, size);
-    return view_ ? view_ : fail(step::view);
+    return map_view(offset, size) ? view_ : fail(step::view);
 }
 
 void* alloc_mmap_win::reallocate(void*, std::uint64_t size, std::uint64_t offset) {
@@ -95,10 +93,7 @@ void* alloc_mmap_win::reallocate(void*, std::uint64_t size, std::uint64_t offset
     }
     if (is_memory() && object_.size == 0 && !mapping::create(file_, protection_, size, object_))
         return nullptr;
-    view_ = mapping::map(object_, file_, access_, offset, size);
-    if (view_)
-        size_ = size;
-    else if (is_memory() && access_ == mapping::access::write)
+    if (!map_view(offset, size) && is_memory() && access_ == mapping::access::write)
         mapping::destroy(object_); // made above for this size; the next one gets its own
     return view_;
 }
@@ -107,7 +102,19 @@ void alloc_mmap_win::deallocate(void*) {
     close();
 }
 
+bool alloc_mmap_win::is_whole() const {
+    return is_memory() || (!watched_.has_hole && mapping::size_now(file_) >= object_.size);
+}
+
+void* alloc_mmap_win::map_view(std::uint64_t offset, std::uint64_t size) {
+    view_ = mapping::map(object_, file_, access_, offset, size);
+    size_ = view_ ? size : 0;
+    if (view_ && is_file()) mapping::watch(watched_, view_, size);
+    return view_;
+}
+
 void alloc_mmap_win::unmap_view() {
+    mapping::unwatch(watched_);
     if (view_ && size_ != 0) mapping::unmap(view_, size_);
     view_ = nullptr;
     size_ = 0;
@@ -115,6 +122,7 @@ void alloc_mmap_win::unmap_view() {
 
 void alloc_mmap_win::close() {
     unmap_view();
+    watched_.has_hole = false;
     mapping::destroy(object_);
     if (!is_memory()) mapping::close(file_);
 }

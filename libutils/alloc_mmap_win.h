@@ -2,6 +2,7 @@
 // Storage from the operating system's mappings: a file read in place, or memory whose untouched pages cost
 // nothing.
 
+#include "libutils/file_view.h"
 #include "libutils/mapping.h"
 
 #include <cstdint>
@@ -46,9 +47,13 @@ public:
     void deallocate(void* view);
 
     bool is_file() const { return file_.is_open(); } // that the storage lies in
+    // False when not all of a file could be read: it has been cut short since it was mapped, or its disk has
+    // failed. What could not be read is zeros. To be asked after reading.
+    bool is_whole() const;
 
 private:
     bool is_memory() const { return !is_file(); }
+    void* map_view(std::uint64_t offset, std::uint64_t size);
     void unmap_view();
     void close();
 
@@ -57,6 +62,7 @@ private:
     mapping::access access_ = mapping::access::write;
     mapping::file file_; // not open: the storage is memory
     mapping::object object_;
+    mapping::file_view watched_;
     void* view_ = nullptr; // survives a failed reallocate, whose caller no longer knows it
 };
 

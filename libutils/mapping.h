@@ -26,19 +26,22 @@ struct object {
 // No mapping of more bytes is tried: beyond what any x86-64 system hands to a process.
 inline constexpr std::uint64_t address_space = std::uint64_t(1) << 47;
 
-// Opens an existing file that nobody else uses: on Windows without sharing, after waiting up to half a second
-// for somebody who has it; elsewhere with an advisory lock,
-// shared among readers and exclusive for a writer, as far as the file system knows locks.
+// Opens an existing file. On Windows nobody else may use it; somebody who does is waited for, up to half a
+// second. Elsewhere there are advisory locks, as far as the file system knows them: a writer needs one of its
+// own, a reader shares one with others and does without where somebody else has it.
 file open(const char* name, protection mode);
 void close(file& opened);
+// The size of the file at this moment; 0 when it cannot be asked.
+std::uint64_t size_now(const file& opened);
 
 // Makes the object of `size` bytes over a file (0: the whole file, which must not be empty; more than the
-// file has fails for a reader and extends the file for a writer) or, with a file that is not open, over
-// memory.
+// file has fails for a reader and extends the file for a writer, on the disk too) or, with a file that is not
+// open, over memory.
 bool create(const file& over, protection mode, std::uint64_t size, object& made);
 void destroy(object& made);
 
-// `size` bytes (not 0) of the object from any byte `offset`; null when they do not all lie inside it.
+// `size` bytes (not 0) of the object from any byte `offset`; null when they do not all lie inside it, or when
+// the disk has no room for what a writer may write there.
 void* map(const object& from, const file& over, access mode, std::uint64_t offset, std::uint64_t size);
 void unmap(void* view, std::uint64_t size);
 

@@ -1,7 +1,9 @@
+#include "libutils/file_view.h"
 #include "libutils/mapping.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -22,6 +24,40 @@ file refuse(int descriptor, int reason) {
     ::close(descriptor);
     errno = reason;
     return {};
+}
+
+// Gives that part of the file its place on the disk, so that no write into a view can fail.
+bool has_room(const file& over, std::uint64_t offset, std::uint64_t size) {
+    const int descriptor = int(over.handle);
+    const int refused = posix_fallocate(descriptor, off_t(offset), off_t(size));
+    if (refused == 0) return true;
+    if (size_now(over) > over.size && ftruncate(descriptor, off_t(over.size)) != 0) return false;
+    errno = refused;
+    return false;
+}
+
+struct sigaction before_us;
+
+// Runs in the midst of the read that failed, which is then tried again.
+void fill_hole(int number, siginfo_t* fault, void*) {
+    const int error = errno;
+    const bool is_sent = fault->si_code <= 0; // by somebody, not a fault
+    file_view* const view = is_sent ? nullptr : watched_view_at(fault->si_addr);
+    if (!view) {
+        // As if this function were not there. A fault comes again by itself.
+        sigaction(number, &before_us, nullptr);
+        if (is_sent) raise(number);
+        return;
+    }
+    // What has been read before stays as it is; what lies behind the hole would be of no use.
+    char* const page =
+        static_cast<char*>(fault->si_addr) - reinterpret_cast<std::uintptr_t>(fault->si_addr) % page_size();
+    const auto size = std::size_t(view->begin + view->size - page);
+    if (mmap(page, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1,
+             0) == MAP_FAILED)
+        sigaction(number, &before_us, nullptr);
+    view->has_hole = true;
+    errno = error;
 }
 
 void* map_memory(access mode, std::uint64_t size) {
@@ -50,7 +86,7 @@ file open(const char* name, protection mode) {
     if (S_ISDIR(status.st_mode)) return refuse(descriptor, EISDIR);
     if (!S_ISREG(status.st_mode)) return refuse(descriptor, ENODEV);
     // Only a lock that somebody holds is a reason to refuse; a file system without locks is none.
-    if (flock(descriptor, (writing ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+    if (flock(descriptor, (writing ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0 && errno == EWOULDBLOCK && writing)
         return refuse(descriptor, EWOULDBLOCK);
     return {descriptor, std::uint64_t(status.st_size)};
 }
@@ -58,6 +94,11 @@ file open(const char* name, protection mode) {
 void close(file& opened) {
     ::close(int(opened.handle));
     opened = {};
+}
+
+std::uint64_t size_now(const file& opened) {
+    struct stat status;
+    return fstat(int(opened.handle), &status) == 0 ? std::uint64_t(status.st_size) : 0;
 }
 
 bool create(const file& over, protection mode, std::uint64_t size, object& made) {
@@ -72,7 +113,7 @@ bool create(const file& over, protection mode, std::uint64_t size, object& made)
                 errno = EINVAL;
                 return false;
             }
-            if (ftruncate(int(over.handle), off_t(size)) != 0) return false;
+            if (!has_room(over, over.size, size - over.size)) return false;
         }
     }
     made.size = size;
@@ -89,6 +130,7 @@ void* map(const object& from, const file& over, access mode, std::uint64_t offse
         return nullptr;
     }
     if (!over.is_open()) return map_memory(mode, size);
+    if (mode == access::write && !has_room(over, offset, size)) return nullptr;
     const std::uint64_t lead = offset % page_size();
     const int rights = mode == access::write ? PROT_READ | PROT_WRITE : PROT_READ;
     void* view = mmap(nullptr, size + lead, rights, MAP_SHARED, int(over.handle), off_t(offset - lead));
@@ -98,6 +140,14 @@ void* map(const object& from, const file& over, access mode, std::uint64_t offse
 void unmap(void* view, std::uint64_t size) {
     const std::uint64_t lead = reinterpret_cast<std::uintptr_t>(view) % page_size();
     munmap(static_cast<char*>(view) - lead, size + lead);
+}
+
+void expect_holes() {
+    page_size(); // asks the system, which the handler must not do first
+    struct sigaction ours = {};
+    ours.sa_sigaction = fill_hole;
+    ours.sa_flags = SA_SIGINFO;
+    sigaction(SIGBUS, &ours, &before_us);
 }
 
 void expect_filling(void* view, std::uint64_t size) {

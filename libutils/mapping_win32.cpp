@@ -1,3 +1,4 @@
+#include "libutils/file_view.h"
 #include "libutils/mapping.h"
 
 #include <algorithm>
@@ -39,7 +40,29 @@ HANDLE open_patiently(const char* name, DWORD rights) {
     }
 }
 
+// A file that is mapped cannot be cut short here, but its disk or server can fail. Runs in the midst of the
+// read that failed, which is then tried again.
+LONG CALLBACK fill_hole(EXCEPTION_POINTERS* exception) {
+    const EXCEPTION_RECORD& fault = *exception->ExceptionRecord;
+    if (fault.ExceptionCode != EXCEPTION_IN_PAGE_ERROR || fault.NumberParameters < 2)
+        return EXCEPTION_CONTINUE_SEARCH;
+    file_view* const view = watched_view_at(reinterpret_cast<const void*>(fault.ExceptionInformation[1]));
+    if (!view) return EXCEPTION_CONTINUE_SEARCH;
+    // A view can only be unmapped whole.
+    const std::uint64_t lead = reinterpret_cast<std::uintptr_t>(view->begin) % granularity();
+    char* const begin = view->begin - lead;
+    UnmapViewOfFile(begin);
+    if (!VirtualAlloc(begin, SIZE_T(lead + view->size), MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE))
+        return EXCEPTION_CONTINUE_SEARCH;
+    view->has_hole = true;
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
 } // namespace
+
+void expect_holes() {
+    AddVectoredExceptionHandler(TRUE, fill_hole);
+}
 
 file open(const char* name, protection mode) {
     const DWORD rights = mode == protection::read_write ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
@@ -58,6 +81,11 @@ file open(const char* name, protection mode) {
 void close(file& opened) {
     CloseHandle(handle(opened.handle));
     opened = {};
+}
+
+std::uint64_t size_now(const file& opened) {
+    LARGE_INTEGER size;
+    return GetFileSizeEx(handle(opened.handle), &size) ? std::uint64_t(size.QuadPart) : 0;
 }
 
 bool create(const file& over, protection mode, std::uint64_t size, object& made) {
@@ -90,7 +118,8 @@ void* map(const object& from, const file&, access mode, std::uint64_t offset, st
 
 void unmap(void* view, std::uint64_t) {
     const std::uint64_t lead = reinterpret_cast<std::uintptr_t>(view) % granularity();
-    UnmapViewOfFile(static_cast<char*>(view) - lead);
+    char* const begin = static_cast<char*>(view) - lead;
+    if (!UnmapViewOfFile(begin)) VirtualFree(begin, 0, MEM_RELEASE); // see fill_hole()
 }
 
 void expect_filling(void*, std::uint64_t) {}

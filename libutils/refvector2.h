@@ -116,6 +116,8 @@ public:
     size_type use_count() const { return block_ ? block_->references : 0; } // handles on the storage
     size_type byte_size() const { return block_ ? block_->bytes : 0; }      // of the storage
     bool in_file() const { return block_ && block_->allocator.is_file(); }  // it is a mapped file
+    // False when not all of a mapped file could be read, see the allocator.
+    bool is_whole() const { return !block_ || block_->allocator.is_whole(); }
 
 protected:
     template <class, class>

@@ -3,8 +3,6 @@
 #include "libutils/file_path.h"
 #include "libutils/unfinished_file.h"
 
-#include <algorithm>
-
 namespace libutils {
 
 namespace fs = std::filesystem;
@@ -12,20 +10,6 @@ namespace fs = std::filesystem;
 // The name of an unfinished file, but for its number.
 static fs::path unnumbered(fs::path target) {
     return target += ".saving";
-}
-
-// Removes what killed saves of this file have left behind.
-static void remove_leftovers(const fs::path& target) {
-    const fs::path::string_type begin = unnumbered(target).filename().native();
-    std::error_code error;
-    fs::directory_iterator at(target.has_parent_path() ? target.parent_path() : ".", error);
-    for (; !error && at != fs::directory_iterator(); at.increment(error)) {
-        const fs::path::string_type name = at->path().filename().native();
-        if (name.size() > begin.size() && name.starts_with(begin) &&
-            std::all_of(name.begin() + std::ptrdiff_t(begin.size()), name.end(),
-                        [](auto c) { return c >= '0' && c <= '9'; }))
-            unfinished_file::remove_abandoned(at->path());
-    }
 }
 
 saved_file::saved_file(const std::string& name) : target_(file_path(name)) {
@@ -41,7 +25,7 @@ saved_file::saved_file(const std::string& name) : target_(file_path(name)) {
     }
     // Renaming asks for no right on the file itself, so ask for it here.
     if (fs::exists(old) && !unfinished_file::may_write(target_)) return;
-    remove_leftovers(target_);
+    unfinished_file::remove_abandoned(unnumbered(target_));
     // Another process that saves this file at the same time has the numbers before.
     for (int number = 0; !file_ && number < 1000; ++number) {
         beside_ = unnumbered(target_) += std::to_string(number);

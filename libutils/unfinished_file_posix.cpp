@@ -1,6 +1,7 @@
 #include "libutils/unfinished_file.h"
 
 #include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,10 +11,10 @@ namespace libutils::unfinished_file {
 
 namespace fs = std::filesystem;
 
-// Whether the open file still has that name.
-static bool has_name(int descriptor, const fs::path& name) {
+// Whether the open file still has that name in the folder.
+static bool has_name(int descriptor, int folder, const char* name) {
     struct stat opened, named;
-    return fstat(descriptor, &opened) == 0 && lstat(name.c_str(), &named) == 0 &&
+    return fstat(descriptor, &opened) == 0 && fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
@@ -23,7 +24,9 @@ std::FILE* create(const fs::path& name, std::intptr_t& hold) {
     // Between the creation and the lock another process may have taken the file for an abandoned one. A file
     // system without locks has no such process either.
     const bool is_taken = flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    const int held = is_taken || !has_name(descriptor, name) ? -1 : fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    const int held = is_taken || !has_name(descriptor, AT_FDCWD, name.c_str())
+                         ? -1
+                         : fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
     std::FILE* const stream = held < 0 ? nullptr : fdopen(descriptor, "wb");
     if (stream) {
         hold = held;
@@ -39,12 +42,23 @@ void let_go(std::intptr_t hold) {
     ::close(int(hold));
 }
 
-void remove_abandoned(const fs::path& name) {
-    const int descriptor = ::open(name.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+static void remove_abandoned(int folder, const char* name) {
+    const int descriptor = openat(folder, name, O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
     if (descriptor < 0) return;
     // Only who has the lock removes, so the name cannot become another file's in between.
-    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0 && has_name(descriptor, name)) ::unlink(name.c_str());
+    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0 && has_name(descriptor, folder, name))
+        unlinkat(folder, name, 0);
     ::close(descriptor);
+}
+
+void remove_abandoned(const fs::path& unnumbered) {
+    const fs::path parent = unnumbered.has_parent_path() ? unnumbered.parent_path() : ".";
+    const std::string beginning = unnumbered.filename();
+    DIR* const folder = opendir(parent.c_str());
+    if (!folder) return;
+    while (const dirent* entry = readdir(folder))
+        if (is_numbered<char>(entry->d_name, beginning)) remove_abandoned(dirfd(folder), entry->d_name);
+    closedir(folder);
 }
 
 std::FILE* open_in_place(const fs::path& name) {

@@ -55,10 +55,19 @@ void let_go(std::intptr_t hold) {
     CloseHandle(reinterpret_cast<HANDLE>(hold));
 }
 
-void remove_abandoned(const fs::path& name) {
-    const HANDLE alone = CreateFileW(name.c_str(), DELETE, 0, nullptr, OPEN_EXISTING,
-                                     FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-    if (alone != INVALID_HANDLE_VALUE) CloseHandle(alone);
+void remove_abandoned(const fs::path& unnumbered) {
+    const std::wstring beginning = unnumbered.filename().wstring();
+    WIN32_FIND_DATAW entry;
+    const HANDLE search = FindFirstFileW((unnumbered.wstring() + L'*').c_str(), &entry);
+    if (search == INVALID_HANDLE_VALUE) return;
+    do {
+        if (!is_numbered<wchar_t>(entry.cFileName, beginning)) continue;
+        const HANDLE alone =
+            CreateFileW((unnumbered.parent_path() / entry.cFileName).c_str(), DELETE, 0, nullptr,
+                        OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+        if (alone != INVALID_HANDLE_VALUE) CloseHandle(alone);
+    } while (FindNextFileW(search, &entry));
+    FindClose(search);
 }
 
 std::FILE* open_in_place(const fs::path& name) {

@@ -58,6 +58,7 @@ bool image_record::leave_file() {
     pixel_bytes own;
     if (!own.allocate(pixels.size())) return false;
     std::copy_n(std::as_const(pixels).data(), pixels.size(), own.data());
+    if (!pixels.is_whole()) return false;
     pixels = std::move(own);
     return true;
 }

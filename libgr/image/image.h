@@ -52,7 +52,8 @@ struct image_record {
     color_table colors;          // of pictures whose samples are numbers of colours
 
     // Copies pixels that lie in a mapped file into memory, which closes the file: on Windows nobody else can
-    // open it before. False, and nothing changed, when there is no memory.
+    // open it before. False, and nothing changed, when there is no memory, or when the file has been cut
+    // short since it was opened.
     bool leave_file();
 
 protected:

@@ -87,7 +87,7 @@ bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr) {
     // scan is that seen for sure.
     const bool cut_off = reader.ran_out() && (several_scans || info.arith_code || reader.errors.data_ended);
     const bool damaged_end = reader.errors.num_warnings > warnings_in_rows;
-    if (!decoded || cut_off || damaged_end || !reader.take_markers(file.markers))
+    if (!decoded || cut_off || damaged_end || !reader.take_markers(file.markers) || !file.bytes.is_whole())
         return report(file.name, ": jpeg decompress fail, stop.");
     if (reader.errors.num_warnings > 0) report(file.name, ": jpeg decompress fail, but continue.");
     image = std::move(made);

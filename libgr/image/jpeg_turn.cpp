@@ -220,7 +220,7 @@ bool turn_jpeg(jpeg_file& file, int quarter_turns) {
     if (read && !perfect) return report(file.name, ": transformation is not perfect");
     jpeg_markers markers;
     if (!read || !turned || reader.errors.num_warnings > 0 || reader.ran_out() ||
-        !reader.take_markers(markers))
+        !reader.take_markers(markers) || !file.bytes.is_whole())
         return report(file.name, ": jpeg transform fail, stop.");
     if (quarter_turns == 0) {
         file.markers = std::move(markers);

@@ -229,6 +229,7 @@ bool load_png(image2d& image, const std::string& name, const read_options& optio
         return failed();
     if (!is_allowed(made.stride() * made.height, options, name)) return false;
     if (!reader.run([&] { read_rows(reader, made, passes); })) return failed();
+    if (!bytes.is_whole()) return report(name, ": png read error, file is truncated.");
     image = std::move(made);
     return true;
 }

@@ -156,6 +156,7 @@ bool load_tga(image2d& image, const std::string& name, const read_options& optio
                (!(h.flags & alpha_bits) || !shows_anything(made)) && !drop_alpha(made)) {
         return false;
     }
+    if (!bytes.is_whole()) return report(name, ": tga file is truncated.");
     image = std::move(made);
     return true;
 }

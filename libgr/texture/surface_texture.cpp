@@ -31,7 +31,6 @@ record_ref find_picture(texture_table& table, const std::string& path, const cha
             image = {};
             report(path, failure);
         }
-        image.leave_file(); // a second program may want to wear it too
     }
     return has_picture(*record) ? record : nullptr;
 }

@@ -105,7 +105,8 @@ std::string table_name(const std::string& path) {
 bool load_picture(image2d& image, const std::string& path) {
     if (!autoloadformat(image, path)) return false;
     const std::uint32_t bits = bits_per_component(image.descriptor.bits);
-    return bits == 0 || bits >= 8 || convert_bits(image, image, bits_class::bits_8);
+    if (bits != 0 && bits < 8) return convert_bits(image, image, bits_class::bits_8);
+    return image.leave_file(); // a second program may want to wear it too
 }
 
 std::array<std::string, 6> face_names(const std::string& path) {

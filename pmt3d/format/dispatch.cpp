@@ -28,7 +28,7 @@ format format_of(const std::string& name) {
 // The blocks of a file, into the list and, where there is one, the environment. Their number; 0 when one
 // failed.
 std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items, const std::string& name,
-                          const load_context& context) {
+                          const load_context& context) try {
     using kind_t = model_item_t::kind_t;
     line_reader in;
     if (!in.open(name)) {
@@ -58,6 +58,9 @@ std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items
         ++blocks;
     }
     return blocks;
+} catch (const file_cut_short& cut) {
+    report(context.error, cut.what(), {});
+    return 0;
 }
 
 // Names the surface after the file and writes it.

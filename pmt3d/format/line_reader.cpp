@@ -9,6 +9,7 @@
 namespace pmt3d {
 
 bool line_reader::open(const std::string& name) {
+    name_ = name;
     set_text({});
     at_ = number_ = 0;
     line_ = {};
@@ -29,13 +30,17 @@ void line_reader::set_text(std::string_view text) {
 }
 
 bool line_reader::next() {
-    if (at_ >= text_.size()) return false;
+    if (at_ >= text_.size()) {
+        check_whole();
+        return false;
+    }
     const char* const begin = text_.data() + at_;
     const std::size_t left = text_.size() - at_;
     if (const void* end = std::memchr(begin, '\n', left)) {
         line_ = {begin, std::size_t(static_cast<const char*>(end) - begin)};
         at_ += line_.size() + 1;
     } else {
+        check_whole(); // what has been cut off has no line ends
         last_.assign(begin, left);
         line_ = last_;
         at_ = text_.size();
@@ -43,6 +48,10 @@ bool line_reader::next() {
     ++number_;
     if (at_ >= next_report_) report_progress();
     return true;
+}
+
+void line_reader::check_whole() const {
+    if (!file_.is_whole()) throw file_cut_short(name_ + ": file was cut short while it was read.");
 }
 
 void line_reader::skip(std::uint64_t bytes) {

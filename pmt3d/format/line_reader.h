@@ -5,10 +5,17 @@
 #include "pmt3d/format/progress.h"
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace pmt3d {
+
+// Another program has cut the file short while it was read, or its disk has failed. The text is a line for
+// the user.
+struct file_cut_short : std::runtime_error {
+    using runtime_error::runtime_error;
+};
 
 // Lines end with '\n'; a '\r' before it stays in the line. The last line may lack the '\n'. Nothing is
 // copied, whatever a line's length, except such a last line.
@@ -21,11 +28,13 @@ public:
     line_reader& operator=(const line_reader&) = delete;
 
     // Maps the file and starts over with it. False, silently, when it cannot be read (missing, a directory,
-    // no permission, held by a writer). An empty file has no lines.
+    // no permission). An empty file has no lines.
     bool open(const std::string& name);
 
-    // Goes on to the next line; false at the end.
+    // Goes on to the next line; false at the end. Throws file_cut_short.
     bool next();
+    // Throws file_cut_short when the file is no longer as long as it was. For those who stop before the end.
+    void check_whole() const;
     // The current line. The character behind it can always be read and is '\n' or 0, so that what stops at
     // either may parse it in place. Valid until the next call of next().
     std::string_view line() const { return line_; }
@@ -54,6 +63,7 @@ private:
     void set_text(std::string_view text);
     void report_progress();
 
+    std::string name_;
     libutils::refvector2<char> file_;
     std::string_view text_;
     std::uint64_t at_ = 0, last_end_ = 0; // behind the last '\n'

@@ -127,6 +127,7 @@ private:
     }
 
     bool fail_here() {
+        in_.check_whole();
         libutils::error_report();
         error_ << "num: " << in_.number() << '\n';
         return false;
@@ -149,7 +150,7 @@ bool read_text(polygon_t& polygon, line_reader& in, const load_context& context)
 
 } // namespace
 
-bool load_stl(surface_list& items, const std::string& name, const load_context& context) {
+bool load_stl(surface_list& items, const std::string& name, const load_context& context) try {
     line_reader in;
     if (!in.open(name)) return fail(context.error, name, ": file open error.");
     const std::string_view bytes = in.text();
@@ -157,10 +158,13 @@ bool load_stl(surface_list& items, const std::string& name, const load_context& 
     model_item_t& item = items.emplace_back();
     const bool done = is_text_stl(bytes) ? read_text(item.polygon, in, context)
                                          : read_binary(item.polygon, bytes, name, context);
+    in.check_whole();
     if (!done) return false;
     item.texture.open(name);
     item.polygon.rebuildpolyids(name);
     return true;
+} catch (const file_cut_short& cut) {
+    return fail(context.error, cut.what(), "");
 }
 
 } // namespace pmt3d

@@ -30,6 +30,7 @@ outcome load(const std::string& name, std::string& text) {
     libutils::refvector2<char, libutils::alloc_mmap_win> contents;
     if (!contents.try_allocate(0, name.c_str())) return outcome::unusable;
     text.assign(contents.data(), contents.size());
+    if (!contents.is_whole()) return outcome::unusable;
     return outcome::loaded;
 }
 

@@ -11,7 +11,10 @@
 #include <numeric>
 #include <string>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+#else
 #include <sys/stat.h>
 #endif
 
@@ -162,7 +165,39 @@ TEST(refvector2, a_file_that_is_read_cannot_be_written) {
     EXPECT_FALSE(writer.try_allocate(0, name.c_str(), 1));
     copy.release();
     EXPECT_TRUE(writer.try_allocate(0, name.c_str(), 1));
+#ifdef _WIN32
     EXPECT_FALSE(reader.try_allocate(0, name.c_str()));
+#else
+    EXPECT_TRUE(reader.try_allocate(0, name.c_str())) << "somebody's lock is no reason not to read";
+#endif
+}
+
+TEST(refvector2, what_cannot_be_read_is_zero_and_known) {
+    const temporary_directory directory;
+    const std::string name = directory.write("file", std::string(300'000, 'x'));
+    bytes other, cut;
+    ASSERT_TRUE(other.try_allocate(0, directory.write("other", "y").c_str()));
+    ASSERT_TRUE(cut.try_allocate(200'000, name.c_str(), 0, 70'001));
+    EXPECT_TRUE(cut.is_whole());
+#ifdef _WIN32
+    // What a disk that fails does. Nobody can cut a file that is mapped.
+    ULONG_PTR fault[] = {0, ULONG_PTR(cut.data() + 150'000), 0};
+    RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 3, fault);
+#else
+    std::filesystem::resize_file(name, 270'000);
+    EXPECT_EQ(cut[199'998], 'x');
+    EXPECT_FALSE(cut.is_whole()) << "of the file";
+    std::filesystem::resize_file(name, 100'000);
+    EXPECT_EQ(cut[20'000], 'x');
+    EXPECT_EQ(cut[199'999], 0);
+    std::filesystem::resize_file(name, 300'000);
+#endif
+    EXPECT_EQ(cut[150'000], 0);
+    EXPECT_FALSE(cut.is_whole()) << "also when it is as long as before";
+    EXPECT_TRUE(other.is_whole());
+    EXPECT_EQ(other[0], 'y');
+    ASSERT_TRUE(cut.try_allocate(100'000, name.c_str()));
+    EXPECT_TRUE(cut.is_whole());
 }
 
 // Beyond 32 bits, in a file that is all hole.
@@ -172,12 +207,12 @@ TEST(refvector2, maps_files_of_more_than_4_GiB) {
     const std::uint64_t size = (std::uint64_t(1) << 32) + 6;
     std::filesystem::resize_file(name, size);
     bytes v;
-    ASSERT_TRUE(v.allocate(size - 1, name.c_str(), 1));
-    EXPECT_EQ(v[0], 'f');
-    v[size - 2] = 'l';
+    ASSERT_TRUE(v.allocate(2, name.c_str(), 1, size - 3));
+    v[1] = 'l';
     v.release();
     ASSERT_TRUE(v.allocate(0, name.c_str(), 0));
     EXPECT_EQ(v.size(), size);
+    EXPECT_EQ(v[0], 'f');
     EXPECT_EQ(v[size - 2], 'l');
     v.release();
     ASSERT_TRUE(v.allocate(2, name.c_str(), 0, size - 2));
@@ -192,6 +227,17 @@ TEST(refvector2, untouched_memory_costs_nothing) {
     EXPECT_EQ(v[v.size() / 2], 0.0);
     ASSERT_TRUE(v.resize(std::uint64_t(1) << 34));
     EXPECT_EQ(v[v.size() / 2 - 1], 1.0);
+}
+
+TEST(refvector2, what_may_be_written_has_its_place_on_the_disk) {
+    const temporary_directory directory;
+    const std::string name = directory.write("file", "first");
+    std::filesystem::resize_file(name, 1 << 20);
+    bytes v;
+    ASSERT_TRUE(v.allocate(2 << 20, name.c_str(), 1)) << "half of it a hole, half beyond the end";
+    struct stat status {};
+    stat(name.c_str(), &status);
+    EXPECT_GE(status.st_blocks * 512, 2 << 20);
 }
 
 TEST(refvector2, readers_share_a_file) {

@@ -157,6 +157,27 @@ TEST_F(stl, cut_off_anywhere_it_never_crashes) {
     }
 }
 
+#ifndef _WIN32
+// As another program may do, here as soon as the reader first tells its progress.
+TEST_F(stl, files_that_are_cut_short_while_they_are_read) {
+    std::string text = "solid x\n", blocks = "begin polygon_surface,9000,0\n";
+    for (int i = 0; i < 3000; ++i) {
+        text += facet(good_vertices);
+        blocks += "position 1,2,3\nposition 4,5,6\n";
+    }
+    for (const auto& [name, bytes] : {std::pair("binary.stl", binary(3000, std::vector(3000, right_angle))),
+                                      {"text.stl", text},
+                                      {"blocks.pmt", blocks + "end\n"}}) {
+        const std::string file = directory_.write(name, bytes);
+        pmt3d::model_t model;
+        const auto cut = [&](auto, auto) { std::filesystem::resize_file(file, 10'000); };
+        EXPECT_FALSE(pmt3d::load(model, file, {std::cerr, {}, cut}));
+        EXPECT_EQ(take_err(), file + ": file was cut short while it was read.\n");
+        EXPECT_EQ(model.items.size(), 1u);
+    }
+}
+#endif
+
 TEST_F(stl, the_two_bytes_after_a_facet_only_shorten_a_line) {
     surface_list items; // no line "endloop": the next facet's line loses its beginning
     EXPECT_TRUE(load(items, "solid\nfacet normal 0 0 1\nouter loop\n" + good_vertices +

@@ -2,6 +2,7 @@
 
 #include "libgr/image/bmp.h"
 #include "libgr/image/convert.h"
+#include "libutils/report.h"
 
 #include <algorithm>
 #include <cctype>
@@ -55,7 +56,8 @@ file_format format_of(const std::string& name) {
 
 bool load_picture(image2d& image, const std::string& name, libgr::read_options options) {
     options.as_meant = true;
-    return libgr::load_as(format_of(name), image, name, options);
+    return libgr::load_as(format_of(name), image, name, options) &&
+           (image.leave_file() || libutils::report(name, ": file load failed."));
 }
 
 bool save_picture(image2d& image, const std::string& name) {

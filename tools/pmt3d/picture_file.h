@@ -11,7 +11,7 @@ namespace tool {
 // have four letters.
 libgr::file_format format_of(const std::string& name);
 
-// Reads a picture as its author means it.
+// Reads a picture as its author means it, into memory.
 bool load_picture(libgr::image2d& image, const std::string& name, libgr::read_options options = {});
 
 // Saves in the format that the name's ending says. Where that costs nothing, the picture is first brought
