@@ -1,6 +1,6 @@
 #include "midi/midi_out.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "midi/port_choice.h"
 
 #include <iostream>
@@ -23,11 +23,8 @@ bool midi_out_t::open_chosen(Key key) {
     if (!chosen) return false;
     name_ = chosen->name;
     std::cout << "select write device: " << chosen->number << ": " << name_ << std::endl;
-    if (service_.open(chosen->number, device_) != no_error) {
-        libutils::error_report();
-        std::cerr << "DeviceID=" << chosen->number << ": can't open MIDI device." << std::endl;
-        return false;
-    }
+    if (service_.open(chosen->number, device_) != no_error)
+        return libutils::report("DeviceID=", chosen->number, ": can't open MIDI device.");
     opened_ = true;
     return true;
 }
@@ -41,11 +38,7 @@ bool midi_out_t::open(const char* name) {
 }
 
 bool midi_out_t::putbuf(const std::uint8_t* buf, std::size_t len) {
-    if (!opened_) {
-        libutils::error_report();
-        std::cerr << "putbuf(" << len << "): not opened." << std::endl;
-        return false;
-    }
+    if (!opened_) return libutils::report("putbuf(", len, "): not opened.");
     if (len > 4) {
         device_->long_message(buf, len);
         return true;

@@ -1,12 +1,12 @@
 #include "midi/port_choice.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <limits>
+#include <ostream>
 
 namespace midi {
 
@@ -14,10 +14,7 @@ namespace {
 
 // Reads a name or reports that it cannot be read.
 bool read_name(service_t& service, std::uint32_t device, std::string& name) {
-    if (service.device_name(device, name) == no_error) return true;
-    libutils::error_report();
-    std::cerr << device << ": GetDevCaps() error." << std::endl;
-    return false;
+    return service.device_name(device, name) == no_error || libutils::report(device, ": GetDevCaps() error.");
 }
 
 bool list(std::ostream& out, const char* heading, service_t& service) {
@@ -59,8 +56,7 @@ device_argument_t parsedevice(const char* argument) {
 std::optional<chosen_device_t> choose_device(service_t& service, std::uint32_t number) {
     const std::uint32_t count = service.device_count();
     if (number >= count) {
-        libutils::error_report();
-        std::cerr << static_cast<std::int32_t>(number) << ">= " << count << ": devid over." << std::endl;
+        libutils::report(static_cast<std::int32_t>(number), ">= ", count, ": devid over.");
         return std::nullopt;
     }
     std::string name;
@@ -76,8 +72,7 @@ std::optional<chosen_device_t> choose_device(service_t& service, const char* tex
         if (!read_name(service, device, name)) return std::nullopt;
         if (name.find(text) != std::string::npos) return chosen_device_t{device, name};
     }
-    libutils::error_report();
-    std::cerr << text << ": device name not found." << std::endl;
+    libutils::report(text, ": device name not found.");
     return std::nullopt;
 }
 
