@@ -1,9 +1,9 @@
 #include "midi/system.h"
 
+#include "midi/drivers/fluidsynth_outputs.h"
 #include "midi/drivers/joined.h"
 #include "midi/drivers/rtmidi.h"
 #include "midi/drivers/smf.h"
-#include "midi/drivers/synth.h"
 
 namespace midi {
 
@@ -13,7 +13,7 @@ output_service_t& system_outputs() {
     static joined_outputs& all = *[] {
         auto* joined = new joined_outputs;
         joined->add(std::make_unique<rtmidi_outputs>());
-        joined->add(std::make_unique<synth_outputs>());
+        joined->add(std::make_unique<fluidsynth_outputs>());
         joined->add(std::make_unique<smf_outputs>());
         return joined;
     }();

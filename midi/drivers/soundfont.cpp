@@ -1,12 +1,10 @@
-#include "midi/drivers/synth.h"
+#include "midi/drivers/soundfont.h"
 
 #include "midi/drivers/quiet.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fluidsynth.h>
 #include <system_error>
-#include <vector>
 
 namespace midi {
 
@@ -31,8 +29,15 @@ std::vector<fs::path> soundfonts_in(const fs::path& directory) {
 
 } // namespace
 
-std::string find_soundfont() {
+std::string find_soundfont(const std::vector<fs::path>& directories) {
     quiet_sound_libraries();
+    for (const fs::path& directory : directories)
+        for (const fs::path& file : soundfonts_in(directory))
+            if (fluid_is_soundfont(file.c_str())) return file.string();
+    return {};
+}
+
+std::string find_soundfont() {
     std::vector<fs::path> directories;
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
@@ -43,10 +48,7 @@ std::string find_soundfont() {
     for (const char* directory : {"/usr/share/sounds/sf2", "/usr/share/sounds/sf3", "/usr/share/soundfonts",
                                   "/usr/local/share/sounds/sf2", "/usr/local/share/soundfonts"})
         directories.emplace_back(directory);
-    for (const fs::path& directory : directories)
-        for (const fs::path& file : soundfonts_in(directory))
-            if (fluid_is_soundfont(file.c_str())) return file.string();
-    return {};
+    return find_soundfont(directories);
 }
 
 } // namespace midi

@@ -1,10 +1,11 @@
 #include "midi/drivers/synthesizer.h"
 
 #include "midi/drivers/quiet.h"
-#include "midi/drivers/synth.h"
+#include "midi/drivers/soundfont.h"
 #include "midi/message.h"
 
 #include <cmath>
+#include <iostream>
 #include <string>
 
 namespace midi {
@@ -40,9 +41,9 @@ std::unique_ptr<synthesizer> synthesizer::make(double sample_rate) {
     std::unique_ptr<synthesizer> made(new synthesizer);
     made->settings_.reset(new_fluid_settings());
     if (!made->settings_) return nullptr;
-    fluid_settings_setnum(made->settings(), "synth.sample-rate", sample_rate);
-    fluid_settings_setnum(made->settings(), "synth.gain", gain);
-    made->synth_.reset(new_fluid_synth(made->settings()));
+    fluid_settings_setnum(made->settings_.get(), "synth.sample-rate", sample_rate);
+    fluid_settings_setnum(made->settings_.get(), "synth.gain", gain);
+    made->synth_.reset(new_fluid_synth(made->settings_.get()));
     if (!made->synth_ || fluid_synth_sfload(made->synth(), soundfont.c_str(), 1) == FLUID_FAILED)
         return nullptr;
     made->set_reverb();
@@ -81,11 +82,21 @@ void synthesizer::message(const std::uint8_t* bytes, std::size_t length) {
     default:
         if (bytes[0] == 0xFF)
             fluid_synth_system_reset(synth());
-        else if (bytes[0] == sysex_begin && module_.receive(bytes, length) == roland_module::change::reverb)
-            set_reverb();
         else if (bytes[0] == sysex_begin)
-            fluid_synth_sysex(synth(), reinterpret_cast<const char*>(bytes + 1), static_cast<int>(length - 2),
-                              nullptr, nullptr, nullptr, 0);
+            system_exclusive(bytes, length);
+    }
+}
+
+void synthesizer::system_exclusive(const std::uint8_t* bytes, std::size_t length) {
+    switch (module_.receive(bytes, length)) {
+    case roland_module::change::reverb:
+        return set_reverb();
+    case roland_module::change::display:
+        std::cout << module_.display() + '\n' << std::flush;
+        return;
+    default:
+        fluid_synth_sysex(synth(), reinterpret_cast<const char*>(bytes + 1), static_cast<int>(length - 2),
+                          nullptr, nullptr, nullptr, 0);
     }
 }
 
@@ -93,6 +104,13 @@ void synthesizer::release_all() {
     for (int channel = 0; channel < channels; ++channel)
         fluid_synth_cc(synth(), channel, sustain_pedal, 0);
     fluid_synth_all_notes_off(synth(), all_channels);
+}
+
+void synthesizer::set_rate(double sample_rate) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations" // it may click; there is no other way
+    fluid_synth_set_sample_rate(synth(), static_cast<float>(sample_rate));
+#pragma GCC diagnostic pop
 }
 
 void synthesizer::set_reverb() {

@@ -10,32 +10,41 @@
 
 namespace midi {
 
+// Owns an object of FluidSynth's.
+template <auto Delete>
+struct fluid_deleter {
+    template <class T>
+    void operator()(T* object) const {
+        Delete(object);
+    }
+};
+template <class T, auto Delete>
+using fluid_deleted = std::unique_ptr<T, fluid_deleter<Delete>>;
+
 class synthesizer {
 public:
+    // What sound cards run at, so that nothing resamples.
+    static constexpr double speaker_rate = 48000;
+
     // With a SoundFont loaded; null when there is none that works. The rate is in frames in a second.
     static std::unique_ptr<synthesizer> make(double sample_rate);
 
-    // One complete message.
+    // One complete message. A text for the module's display is one line on standard output.
     void message(const std::uint8_t* bytes, std::size_t length);
+    // The sound has another number of frames in a second from here on.
+    void set_rate(double sample_rate);
     // Releases all keys and pedals.
     void release_all();
 
-    fluid_settings_t* settings() { return settings_.get(); }
     fluid_synth_t* synth() { return synth_.get(); }
 
 private:
     synthesizer() = default;
+    void system_exclusive(const std::uint8_t* bytes, std::size_t length);
     void set_reverb();
 
-    template <auto Delete>
-    struct deleter {
-        template <class T>
-        void operator()(T* object) const {
-            Delete(object);
-        }
-    };
-    std::unique_ptr<fluid_settings_t, deleter<delete_fluid_settings>> settings_;
-    std::unique_ptr<fluid_synth_t, deleter<delete_fluid_synth>> synth_;
+    fluid_deleted<fluid_settings_t, delete_fluid_settings> settings_;
+    fluid_deleted<fluid_synth_t, delete_fluid_synth> synth_;
     roland_module module_;
 };
 

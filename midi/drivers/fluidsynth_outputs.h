@@ -4,14 +4,11 @@
 
 #include "midi/driver.h"
 
-#include <string>
-
 namespace midi {
 
 // Two devices, listed while a SoundFont is found.
 //
-// "FluidSynth" plays on the loudspeakers: through JACK when its server runs (it owns the sound card then),
-// else PipeWire, PulseAudio or ALSA, whichever works first.
+// "FluidSynth" plays on the loudspeakers.
 //
 // "FluidSynth to WAV" renders into quenvarel.wav, or the next free numbered name, in the working directory:
 // 16-bit stereo at 44100 Hz from the moment the device was opened until the last note has died away after it
@@ -19,16 +16,11 @@ namespace midi {
 // GB.
 //
 // Reverb messages set FluidSynth's reverb. A display text is one line on standard output.
-class synth_outputs : public output_service_t {
+class fluidsynth_outputs : public output_service_t {
 public:
     std::uint32_t device_count() override;
     result_t device_name(std::uint32_t device, std::string& name) override;
     result_t open(std::uint32_t device, std::unique_ptr<output_device_t>& opened) override;
 };
-
-// The SoundFont that is used: in the program's own share directory, then where the system keeps SoundFonts;
-// the system's default General MIDI one first, else the first in alphabetical order. Empty when there is
-// none.
-std::string find_soundfont();
 
 } // namespace midi

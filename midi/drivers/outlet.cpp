@@ -1,0 +1,104 @@
+#include "midi/drivers/outlet.h"
+
+#include "midi/drivers/jack_watch.h"
+#include "midi/drivers/quiet.h"
+
+#include <algorithm>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+namespace midi {
+
+namespace {
+
+// Longer than any system leaves between two periods, drop-outs included.
+constexpr std::chrono::seconds patience{1};
+// FluidSynth's queue holds the events of some more messages. What nobody asks for in time is rendered for
+// nobody.
+constexpr int most_waiting = 200;
+
+} // namespace
+
+void sound_source::message(const std::uint8_t* bytes, std::size_t length) {
+    synth_->message(bytes, length);
+    if (++waiting_ < most_waiting) return;
+    const std::lock_guard lock(rendering_);
+    constexpr int frames = 64;
+    float unheard[2][frames];
+    fluid_synth_write_float(synth_->synth(), frames, unheard[0], 0, 1, unheard[1], 0, 1);
+    waiting_ = 0;
+}
+
+void sound_source::fade() {
+    for (float part = 0.75f; part >= 0; part -= 0.25f) {
+        fluid_synth_set_gain(synth_->synth(), part * fluid_synth_get_gain(synth_->synth()));
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+void sound_source::let_in(const outlet* heard) {
+    const std::lock_guard lock(rendering_);
+    heard_ = heard;
+    if (heard->rate() == rate_) return;
+    rate_ = heard->rate();
+    synth_->set_rate(rate_);
+}
+
+void sound_source::shut_out(const outlet* heard) {
+    const std::lock_guard lock(rendering_);
+    if (heard_ == heard) heard_ = nullptr;
+}
+
+void sound_source::render(const outlet& asking, int frames, float* left, float* right) {
+    const std::lock_guard lock(rendering_);
+    if (heard_ == &asking) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - rendered_ > patience) fluid_synth_all_sounds_off(synth_->synth(), -1);
+        rendered_ = now;
+        waiting_ = 0;
+        fluid_synth_write_float(synth_->synth(), frames, left, 0, 1, right, 0, 1);
+    } else {
+        std::fill_n(left, frames, 0.0f);
+        std::fill_n(right, frames, 0.0f);
+    }
+}
+
+std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr<sound_source> source) {
+    quiet_sound_libraries();
+    // FluidSynth would start a server.
+    if (std::string_view(system.name) == "jack" && !jack_server_runs()) return nullptr;
+    std::unique_ptr<outlet> made(new outlet(std::move(source)));
+    made->settings_.reset(new_fluid_settings());
+    fluid_settings_t* const settings = made->settings_.get();
+    if (!settings) return nullptr;
+    fluid_settings_setnum(settings, "synth.sample-rate", synthesizer::speaker_rate);
+    fluid_settings_setint(settings, "audio.jack.autoconnect", 1);
+    fluid_settings_setstr(settings, "audio.jack.id", "quenvarel");
+    fluid_settings_setstr(settings, "audio.driver", system.name);
+    fluid_settings_setint(settings, "audio.period-size", system.period);
+    fluid_settings_setint(settings, "audio.periods", system.periods);
+    made->driver_.reset(new_fluid_audio_driver2(settings, asked, made.get()));
+    return made->driver_ ? std::move(made) : nullptr;
+}
+
+outlet::~outlet() = default;
+
+int outlet::asked(void* self, int frames, int, float**, int, float** channels) {
+    outlet& asking = *static_cast<outlet*>(self);
+    asking.last_asked_ = clock::now().time_since_epoch();
+    asking.source_->render(asking, frames, channels[0], channels[1]);
+    return FLUID_OK;
+}
+
+bool outlet::plays() const {
+    return clock::now().time_since_epoch() - last_asked_.load() < patience;
+}
+
+double outlet::rate() const {
+    double rate = synthesizer::speaker_rate;
+    fluid_settings_getnum(settings_.get(), "synth.sample-rate", &rate);
+    return rate;
+}
+
+} // namespace midi

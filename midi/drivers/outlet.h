@@ -1,0 +1,76 @@
+#pragma once
+// One way to the loudspeakers: a connection to one sound system, which asks for sound in a thread of its own.
+
+#include "midi/drivers/synthesizer.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <fluidsynth.h>
+#include <memory>
+#include <mutex>
+
+namespace midi {
+
+class outlet;
+
+// A synthesizer that several outlets may ask for sound, of which one hears it. The others play silence.
+// Messages always reach the synthesizer; notes played while nobody asks for sound are not heard late.
+class sound_source {
+public:
+    explicit sound_source(std::unique_ptr<synthesizer> synth) : synth_(std::move(synth)) {}
+
+    void message(const std::uint8_t* bytes, std::size_t length);
+    // Turns the volume down to nothing, in 40 ms.
+    void fade();
+
+    // From here on this outlet hears the synthesizer.
+    void let_in(const outlet* heard);
+    // From here on it does not, if it did.
+    void shut_out(const outlet* heard);
+    // Fills the channels for the outlet that asks.
+    void render(const outlet& asking, int frames, float* left, float* right);
+
+private:
+    std::unique_ptr<synthesizer> synth_;
+    std::mutex rendering_; // held by whoever renders
+    const outlet* heard_ = nullptr;
+    double rate_ = synthesizer::speaker_rate;
+    std::chrono::steady_clock::time_point rendered_ = std::chrono::steady_clock::now();
+    std::atomic<int> waiting_{0}; // messages since then
+};
+
+// A sound system as FluidSynth names it. A period is the number of frames rendered at once; periods of them
+// wait to be heard: the smallest number that plays without drop-outs.
+struct sound_system {
+    const char* name;
+    int period, periods;
+};
+
+class outlet {
+public:
+    // Null when the system is not there. Waits for the system as long as it likes, and so does the
+    // destructor.
+    static std::unique_ptr<outlet> open(const sound_system& system, std::shared_ptr<sound_source> source);
+    ~outlet();
+    outlet(const outlet&) = delete;
+    outlet& operator=(const outlet&) = delete;
+
+    // Whether the system has asked for sound lately.
+    bool plays() const;
+    // Frames in a second.
+    double rate() const;
+
+private:
+    using clock = std::chrono::steady_clock;
+
+    explicit outlet(std::shared_ptr<sound_source> source) : source_(std::move(source)) {}
+    static int asked(void* self, int frames, int, float**, int, float** channels);
+
+    std::shared_ptr<sound_source> source_;
+    std::atomic<clock::duration> last_asked_{clock::now().time_since_epoch()};
+    fluid_deleted<fluid_settings_t, delete_fluid_settings> settings_;
+    fluid_deleted<fluid_audio_driver_t, delete_fluid_audio_driver> driver_;
+};
+
+} // namespace midi

@@ -1,0 +1,199 @@
+#include "midi/drivers/speakers.h"
+
+#include "libutils/report.h"
+#include "midi/drivers/outlet.h"
+#include "midi/message.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace midi {
+
+namespace {
+
+constexpr result_t cannot_open = 1, bad_message = 2;
+constexpr std::chrono::milliseconds patience{800}, between_rounds{1000};
+constexpr std::chrono::milliseconds step{50}, glance{250}, to_let_go{500};
+
+constexpr sound_system systems[] = {
+    {"jack", 64, 2}, // JACK has its own period
+    {"pipewire", 128, 2},
+    {"pulseaudio", 256, 2},
+    {"alsa", 128, 3},
+};
+
+// Runs a function where nobody waits for it. A result that nobody fetches is destroyed there.
+template <class Function>
+auto elsewhere(Function function) {
+    std::packaged_task<decltype(function())()> task(std::move(function));
+    auto result = task.get_future();
+    std::thread(std::move(task)).detach();
+    return result;
+}
+
+template <class Result>
+bool is_pending(const std::future<Result>& result, std::chrono::milliseconds limit = {}) {
+    return result.valid() && result.wait_for(limit) != std::future_status::ready;
+}
+
+// A sound system, and our outlet there if it has one. Nothing waits for long for a system that does not
+// answer, and nothing new is asked of it meanwhile.
+class way {
+public:
+    way(const sound_system& system, std::shared_ptr<sound_source> source)
+        : system_(system),
+          source_(std::move(source)) {}
+
+    // False when the system does not work, or does not answer before we give up.
+    template <class Condition>
+    bool open(Condition gives_up) {
+        if (is_pending(leaving_)) return false;
+        if (!opening_.valid()) {
+            opening_ =
+                elsewhere([system = system_, source = source_] { return outlet::open(system, source); });
+            const auto end = std::chrono::steady_clock::now() + patience;
+            while (is_pending(opening_, step) && std::chrono::steady_clock::now() < end && !gives_up()) {
+            }
+        }
+        if (is_pending(opening_)) return false;
+        outlet_ = opening_.get();
+        if (outlet_) source_->let_in(outlet_.get());
+        return outlet_ != nullptr;
+    }
+    bool plays() const { return outlet_ && outlet_->plays(); }
+    // A system that answers lets go of us in time.
+    void leave() {
+        if (!outlet_) return;
+        const bool answers = outlet_->plays();
+        source_->shut_out(outlet_.get());
+        leaving_ = elsewhere([left = std::move(outlet_)]() mutable { left.reset(); });
+        if (answers) is_pending(leaving_, to_let_go);
+    }
+    // What was opened too late to be of use is left.
+    void leave_late() {
+        if (!opening_.valid() || is_pending(opening_)) return;
+        outlet_ = opening_.get();
+        leave();
+    }
+    bool is_awaited() const { return is_pending(opening_) || is_pending(leaving_); }
+    const char* name() const { return system_.name; }
+
+private:
+    sound_system system_;
+    std::shared_ptr<sound_source> source_;
+    std::unique_ptr<outlet> outlet_;
+    std::future<std::unique_ptr<outlet>> opening_;
+    std::future<void> leaving_;
+};
+
+class speakers : public output_device_t {
+public:
+    explicit speakers(std::unique_ptr<synthesizer> synth)
+        : source_(std::make_shared<sound_source>(std::move(synth))) {
+        for (const sound_system& system : systems)
+            ways_.emplace_back(system, source_);
+    }
+    ~speakers() override { speakers::close(); }
+
+    bool open() {
+        const bool found = find_way();
+        std::string tried;
+        for (const way& each : ways_) {
+            if (found && each.is_awaited())
+                libutils::report("FluidSynth: ", each.name(), " does not answer.");
+            tried += std::string(tried.empty() ? "" : ", ") + each.name() +
+                     (each.is_awaited() ? " (no answer)" : "");
+        }
+        if (!found) return libutils::report("FluidSynth: no way to the loudspeakers: ", tried, ".");
+        keeper_ = std::thread([this] { keep(); });
+        return true;
+    }
+
+    result_t short_message(std::uint32_t message) override {
+        const short_bytes_t unpacked = unpack(message);
+        if (!unpacked.length) return bad_message;
+        source_->message(unpacked.bytes, unpacked.length);
+        return no_error;
+    }
+
+    result_t long_message(const std::uint8_t* bytes, std::size_t length) override {
+        each_message(bytes, length, [this](const std::uint8_t* message, std::size_t count) {
+            source_->message(message, count);
+        });
+        return no_error;
+    }
+
+    result_t close() override {
+        if (!keeper_.joinable()) return no_error;
+        {
+            const std::lock_guard lock(mutex_);
+            closing_ = true;
+        }
+        woken_.notify_one();
+        keeper_.join();
+        // Cut off at once, whatever sounds would click.
+        if (current_ && current_->plays()) source_->fade();
+        if (current_) current_->leave();
+        return no_error;
+    }
+
+private:
+    bool find_way() {
+        if (current_) std::exchange(current_, nullptr)->leave();
+        for (way& each : ways_) {
+            if (is_closing() || !each.open([this] { return is_closing(); })) continue;
+            current_ = &each;
+            return true;
+        }
+        return false;
+    }
+
+    bool is_closing() {
+        const std::lock_guard lock(mutex_);
+        return closing_;
+    }
+
+    void keep() {
+        std::unique_lock lock(mutex_);
+        auto next_round = clock::now();
+        while (!woken_.wait_for(lock, glance, [this] { return closing_; })) {
+            lock.unlock();
+            const bool plays = current_ && current_->plays();
+            if (!plays && clock::now() >= next_round) {
+                find_way();
+                next_round = clock::now() + between_rounds;
+            }
+            for (way& each : ways_)
+                if (&each != current_) each.leave_late();
+            lock.lock();
+        }
+    }
+
+    using clock = std::chrono::steady_clock;
+    std::shared_ptr<sound_source> source_;
+    std::vector<way> ways_;
+    way* current_ = nullptr; // the one that is heard; of the keeper while it runs
+    bool closing_ = false;
+    std::mutex mutex_;
+    std::condition_variable woken_;
+    std::thread keeper_;
+};
+
+} // namespace
+
+result_t open_speakers(std::unique_ptr<output_device_t>& opened) {
+    auto synth = synthesizer::make(synthesizer::speaker_rate);
+    if (!synth) return cannot_open;
+    auto device = std::make_unique<speakers>(std::move(synth));
+    if (!device->open()) return cannot_open;
+    opened = std::move(device);
+    return no_error;
+}
+
+} // namespace midi

@@ -1,0 +1,92 @@
+// "FluidSynth" on sound systems that stop, vanish and come back: a JACK and a PulseAudio server of its own.
+
+#include "midi/drivers/fluidsynth_outputs.h"
+#include "midi/midi_out.h"
+#include "midi/senders.h"
+#include "support/jack_server.h"
+#include "support/temporary_directory.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+
+using test_support::jack_server;
+using test_support::process;
+
+class pulse_server {
+public:
+    pulse_server() {
+        for (const char* variable : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "XDG_CONFIG_HOME"})
+            setenv(variable, directory_.path().c_str(), 1);
+    }
+    bool start() {
+        server_.emplace(std::vector<std::string>{"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
+                                                 "--exit-idle-time=-1", "-L", "module-native-protocol-unix",
+                                                 "-L", "module-null-sink sink_name=ears"});
+        return jack_server::until([] { return test_support::run({"pactl", "info"}).exit_code == 0; });
+    }
+    void stop() {
+        server_->send_signal(SIGTERM);
+        server_->wait();
+    }
+    void freeze() { server_->send_signal(SIGSTOP); }
+
+private:
+    const test_support::temporary_directory directory_;
+    std::optional<process> server_;
+};
+
+// Plays until something comes out of the server.
+bool is_heard(midi::midi_out_t& port) {
+    process ears({"parec", "--device=ears.monitor", "--raw"});
+    return jack_server::until([&] {
+        EXPECT_TRUE(midi::noteon(port, 1, 69, 127));
+        return ears.out().find_first_not_of('\0') != std::string::npos;
+    });
+}
+
+// Much longer than what is promised, and much shorter than such a system keeps its callers.
+template <class Action>
+bool takes_seconds(Action action) {
+    const auto begin = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::steady_clock::now() - begin < std::chrono::seconds(10);
+}
+
+TEST(speakers, are_heard_whatever_becomes_of_the_sound_systems) {
+    pulse_server pulse;
+    jack_server jack(2);
+    ASSERT_TRUE(jack.runs() && pulse.start());
+    midi::fluidsynth_outputs service;
+    midi::midi_out_t port(service);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(port.open(0u));
+    EXPECT_TRUE(jack_server::until_port("quenvarel:left"));
+    jack.freeze();
+    EXPECT_TRUE(is_heard(port)) << "instead of JACK";
+    pulse.stop();
+    ASSERT_TRUE(pulse.start());
+    EXPECT_TRUE(is_heard(port)) << "after a restart";
+    EXPECT_TRUE(takes_seconds([&] { EXPECT_TRUE(port.close()); }));
+    EXPECT_TRUE(takes_seconds([&] { EXPECT_TRUE(port.open(0u)); }));
+    EXPECT_TRUE(is_heard(port));
+    EXPECT_TRUE(port.close());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "FluidSynth: jack does not answer.\n");
+
+    pulse.freeze();
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(takes_seconds([&] { EXPECT_FALSE(port.open(0u)); }));
+    const std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(
+        err.find(
+            "FluidSynth: no way to the loudspeakers: jack (no answer), pipewire, pulseaudio (no answer), "),
+        0u)
+        << err;
+    EXPECT_TRUE(err.ends_with(".\nDeviceID=0: can't open MIDI device.\n")) << err;
+    testing::internal::GetCapturedStdout();
+    jack.thaw();
+}
+
+} // namespace
