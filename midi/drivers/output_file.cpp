@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace midi {
@@ -13,11 +14,18 @@ output_file::~output_file() {
 bool output_file::create(const std::string& stem, const std::string& extension) {
     constexpr int most_names = 100000;
     for (int number = 0; number < most_names && descriptor_ < 0; ++number) {
-        const std::string name = number ? stem + "-" + std::to_string(number) + extension : stem + extension;
-        descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        name_ = number ? stem + "-" + std::to_string(number) + extension : stem + extension;
+        descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (descriptor_ < 0 && errno != EEXIST) return false;
     }
     return descriptor_ >= 0;
+}
+
+void output_file::remove() {
+    struct stat ours, named;
+    const bool is_ours = fstat(descriptor_, &ours) == 0 && lstat(name_.c_str(), &named) == 0 &&
+                         ours.st_dev == named.st_dev && ours.st_ino == named.st_ino;
+    if (is_ours) unlink(name_.c_str());
 }
 
 bool output_file::write(std::uint64_t position, const void* bytes, std::size_t count) {

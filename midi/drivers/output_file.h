@@ -19,10 +19,15 @@ public:
     // Creates stem + extension in the working directory, or the first of stem-1, stem-2, ... that does not
     // exist. Never touches an existing file. False when that fails.
     bool create(const std::string& stem, const std::string& extension);
+    // The name that was chosen.
+    const std::string& name() const { return name_; }
     // False when not all of it could be written, as on a full disk.
     bool write(std::uint64_t position, const void* bytes, std::size_t count);
+    // Removes the file, unless its name has become another file's.
+    void remove();
 
 private:
+    std::string name_;
     int descriptor_ = -1;
 };
 

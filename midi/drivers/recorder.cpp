@@ -1,5 +1,6 @@
 #include "midi/drivers/recorder.h"
 
+#include "libutils/report.h"
 #include "midi/message.h"
 
 #include <algorithm>
@@ -56,6 +57,22 @@ result_t recorder::put(const std::uint8_t* bytes, std::size_t length) {
     return no_error;
 }
 
+bool recorder::record_all(std::size_t count, clock::time_point now) try {
+    for (std::size_t i = 0; i < count; ++i) {
+        is_empty_ = false;
+        if (!record(ring_[(first_ + i) % most_waiting])) return false;
+    }
+    return recording_->advance(seconds(now));
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+void recorder::report_end() try {
+    libutils::report(recording_->name(), ": the recording cannot go on and ends here.");
+} catch (const std::bad_alloc&) {
+    // The line, too, needs memory.
+}
+
 bool recorder::record(entry& next) {
     if (next.length) return recording_->message(seconds(next.time), next.bytes, next.length);
     const auto bytes = std::move(next.long_bytes);
@@ -72,14 +89,14 @@ void recorder::run() {
         const std::size_t taken = waiting_;
         ending = closing_;
         lock.unlock();
-        try {
-            for (std::size_t i = 0; i < taken && !failed_; ++i)
-                failed_ = !record(ring_[(first_ + i) % most_waiting]);
-            if (!failed_) failed_ = !recording_->advance(seconds(now));
-        } catch (const std::bad_alloc&) {
+        if (!failed_ && !record_all(taken, now)) {
             failed_ = true; // what is recorded stays
+            report_end();
         }
-        if (ending) recording_->finish(seconds(now));
+        if (ending && is_empty_)
+            recording_->discard();
+        else if (ending)
+            recording_->finish(seconds(now));
         lock.lock();
         first_ = (first_ + taken) % most_waiting;
         waiting_ -= taken;

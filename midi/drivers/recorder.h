@@ -10,13 +10,14 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
 namespace midi {
 
 // What is recorded into. All calls come from the recorder's thread, in the order of their times: seconds
-// since the recorder was made. False means that it cannot go on; no call but finish follows.
+// since the recorder was made. False means that it cannot go on; no call but the last one follows.
 class recording_t {
 public:
     virtual ~recording_t() = default;
@@ -26,6 +27,10 @@ public:
     virtual bool advance(double time) = 0;
     // The end, once.
     virtual void finish(double time) = 0;
+    // Instead of the end when there was no message: nothing is left behind.
+    virtual void discard() = 0;
+    // Of the file, for messages.
+    virtual std::string name() const = 0;
 };
 
 class recorder : public output_device_t {
@@ -34,7 +39,7 @@ public:
     ~recorder() override;
 
     // Fails for what is no complete message, after the recording has failed, and when thousands of messages
-    // wait.
+    // wait. When the recording fails, that is one line on standard error; its file stays as it is.
     result_t short_message(std::uint32_t message) override;
     result_t long_message(const std::uint8_t* bytes, std::size_t length) override;
     // Returns when everything has been recorded.
@@ -52,6 +57,8 @@ private:
     result_t put(const std::uint8_t* bytes, std::size_t length);
     void run();
     bool record(entry& next);
+    bool record_all(std::size_t count, clock::time_point now);
+    void report_end();
     double seconds(clock::time_point time) const {
         return std::chrono::duration<double>(time - begin_).count();
     }
@@ -61,6 +68,7 @@ private:
     std::vector<entry> ring_; // the waiting ones begin at first_; the thread reads them unlocked
     std::size_t first_ = 0, waiting_ = 0;
     bool closing_ = false;
+    bool is_empty_ = true; // no message so far; used by the thread alone
     std::atomic<bool> failed_{false};
     std::mutex mutex_;
     std::condition_variable arrived_, made_room_;

@@ -25,7 +25,10 @@ void store(std::uint8_t* at, std::uint32_t value) {
 
 bool wav_recording::create(std::unique_ptr<synthesizer> synth) {
     synth_ = std::move(synth);
-    return file_.create("quenvarel", ".wav") && update_header();
+    if (!file_.create("quenvarel", ".wav")) return false;
+    const bool made = update_header();
+    if (!made) file_.remove();
+    return made;
 }
 
 bool wav_recording::update_header() {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace midi {
 
@@ -20,6 +21,8 @@ public:
     bool message(double time, const std::uint8_t* bytes, std::size_t length) override;
     bool advance(double time) override;
     void finish(double time) override;
+    void discard() override { file_.remove(); }
+    std::string name() const override { return file_.name(); }
 
 private:
     static constexpr int block = 1024; // frames rendered at once

@@ -1,6 +1,7 @@
 // The devices that write files: read back by midicsv, and measured.
 
-#include "midi/drivers/synthesizer.h"
+#include "midi/drivers/smf_recording.h"
+#include "midi/drivers/soundfont.h"
 #include "midi/drivers/wav_recording.h"
 #include "midi/midi_out.h"
 #include "midi/senders.h"
@@ -11,7 +12,6 @@
 #include "support/sound.h"
 #include "support/temporary_directory.h"
 
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <filesystem>
@@ -21,118 +21,151 @@
 
 namespace {
 
+namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using clock_type = std::chrono::steady_clock;
+using lines = std::vector<std::string>;
+using bytes = std::vector<std::uint8_t>;
 using test_support::matches;
 using test_support::read_file;
 using test_support::read_wav;
 using test_support::sound;
 
+const std::string play_notes = QUENVAREL_BIN "/../tests/play_notes";
+
+// The events of the file's track as midicsv writes them, which says nothing else about a sound file.
+lines events(const std::string& name) {
+    const test_support::process_result result = test_support::run({"midicsv", name});
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.err, "");
+    lines all;
+    std::istringstream in(result.out);
+    for (std::string line; std::getline(in, line);)
+        all.push_back(line);
+    const lines begin = {"0, 0, Header, 0, 1, 960", "1, 0, Start_track", "1, 0, Title_t, \"Quenvarel\"",
+                         "1, 0, Tempo, 500000"};
+    const bool is_whole = all.size() > 5 && std::equal(begin.begin(), begin.end(), all.begin()) &&
+                          all.back() == "0, 0, End_of_file" && all.end()[-2].ends_with(", End_track");
+    EXPECT_TRUE(is_whole) << result.out;
+    return is_whole ? lines(all.begin() + 4, all.end() - 1) : lines();
+}
+
 // Each test works in a directory of its own.
 class midi_files : public testing::Test {
 protected:
-    void SetUp() override { std::filesystem::current_path(directory.path()); }
-    void TearDown() override { std::filesystem::current_path(before); }
-
-    static bool open_quietly(midi::midi_out_t& port, const char* name) {
+    void SetUp() override { fs::current_path(directory.path()); }
+    void TearDown() override { fs::current_path(before); }
+    bool open(const char* name) {
         testing::internal::CaptureStdout();
         const bool opened = port.open(name);
         testing::internal::GetCapturedStdout();
         return opened;
     }
 
-    // The lines of the file's track as midicsv writes them, which says nothing else about a sound file.
-    static std::vector<std::string> midicsv(const std::string& name) {
-        const test_support::process_result result = test_support::run({"midicsv", name});
-        EXPECT_EQ(result.exit_code, 0);
-        EXPECT_EQ(result.err, "");
-        std::vector<std::string> lines;
-        std::istringstream in(result.out);
-        for (std::string line; std::getline(in, line);)
-            lines.push_back(line);
-        return lines;
-    }
-
     const test_support::no_jack_server quiet_machine;
-    const std::filesystem::path before = std::filesystem::current_path();
+    const fs::path before = fs::current_path();
     const test_support::temporary_directory directory;
+    midi::midi_out_t port{midi::system_outputs()};
 };
 
 TEST_F(midi_files, midi_file_holds_the_performance_in_real_time) {
-    midi::midi_out_t port(midi::system_outputs());
     const auto begin = clock_type::now();
-    ASSERT_TRUE(open_quietly(port, "MIDI file"));
+    ASSERT_TRUE(open("MIDI file"));
     std::vector<std::pair<clock_type::time_point, clock_type::time_point>> when;
-    const auto at = [&](milliseconds time, const std::function<bool()>& send) {
-        std::this_thread::sleep_until(begin + time);
+    const auto at = [&](int time, const std::function<bool()>& send) {
+        std::this_thread::sleep_until(begin + milliseconds(time));
         const auto earliest = clock_type::now();
         EXPECT_TRUE(send());
         when.emplace_back(earliest, clock_type::now());
     };
-    const std::uint8_t reset[] = {0x20, 1, 0, 0};
-    const std::uint8_t clock_byte[4] = {0xF8};
-    at(milliseconds(100), [&] { return midi::pgmchg(port, 1, 5); });
-    at(milliseconds(150), [&] { return midi::noteon(port, 1, 60, 127); });
-    at(milliseconds(500), [&] { return midi::noteoff(port, 1, 60); });
-    at(milliseconds(500),
-       [&] { return midi::rolandsysex(port, 0x41, 0x10, 0x16, 0x12, reset, sizeof reset); });
-    at(milliseconds(550), [&] { return port.putbuf(clock_byte, 1); });
-    std::this_thread::sleep_until(begin + milliseconds(900));
-    EXPECT_TRUE(port.close());
+    const std::uint8_t reset[] = {0x20, 1, 0, 0}, clock_byte[4] = {0xF8};
+    at(100, [&] { return midi::pgmchg(port, 1, 5); });
+    at(150, [&] { return midi::noteon(port, 1, 60, 127); });
+    at(500, [&] { return midi::noteoff(port, 1, 60); });
+    at(500, [&] { return midi::rolandsysex(port, 0x41, 0x10, 0x16, 0x12, reset, sizeof reset); });
+    at(550, [&] { return port.putbuf(clock_byte, 1); });
+    at(900, [&] { return port.close(); });
 
-    const std::vector<std::string> lines = midicsv("quenvarel.mid");
-    const char* expected[] = {
-        "^0, 0, Header, 0, 1, 960$",
-        "^1, 0, Start_track$",
-        "^1, 0, Title_t, \"Quenvarel\"$",
-        "^1, 0, Tempo, 500000$",
-        "^1, [0-9]+, Program_c, 1, 5$",
-        "^1, [0-9]+, Note_on_c, 1, 60, 127$",
-        "^1, [0-9]+, Note_on_c, 1, 60, 0$",
-        "^1, [0-9]+, System_exclusive, 10, 65, 16, 22, 18, 32, 1, 0, 0, 95, 247$",
-        "^1, [0-9]+, System_exclusive_packet, 1, 248$",
-        "^1, [0-9]+, End_track$",
-        "^0, 0, End_of_file$",
-    };
-    ASSERT_EQ(lines.size(), std::size(expected));
-    std::vector<double> seconds; // of each event of ours and of the end
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_TRUE(matches(lines[i], expected[i])) << lines[i];
-        if (i >= 4 && i < 10) seconds.push_back(std::stod(lines[i].substr(3)) / 1920);
+    const lines found = events("quenvarel.mid");
+    const char* expected[] = {"Program_c, 1, 5$",
+                              "Note_on_c, 1, 60, 127$",
+                              "Note_on_c, 1, 60, 0$",
+                              "System_exclusive, 10, 65, 16, 22, 18, 32, 1, 0, 0, 95, 247$",
+                              "System_exclusive_packet, 1, 248$",
+                              "End_track$"};
+    ASSERT_EQ(found.size(), std::size(expected));
+    double before_it = 0;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        EXPECT_TRUE(matches(found[i], std::string("^1, [0-9]+, ") + expected[i])) << found[i];
+        const double seconds = std::stod(found[i].substr(3)) / 1920;
+        // The distance between two events lies between the shortest and the longest that their calls allow.
+        constexpr double tick = 1.0 / 1920;
+        const auto earliest = i ? when[i - 1].second : begin + milliseconds(200),
+                   latest = i ? when[i - 1].first : begin;
+        EXPECT_GE(seconds - before_it, std::chrono::duration<double>(when[i].first - earliest).count() - tick)
+            << i;
+        EXPECT_LE(seconds - before_it, std::chrono::duration<double>(when[i].second - latest).count() + tick)
+            << i;
+        before_it = seconds;
     }
-    // The distance between two events lies between the shortest and the longest that their calls allow.
-    constexpr double tick = 1.0 / 1920;
-    for (std::size_t i = 1; i < when.size(); ++i) {
-        const auto least = std::chrono::duration<double>(when[i].first - when[i - 1].second).count();
-        const auto most = std::chrono::duration<double>(when[i].second - when[i - 1].first).count();
-        EXPECT_GE(seconds[i] - seconds[i - 1], least - tick);
-        EXPECT_LE(seconds[i] - seconds[i - 1], most + tick);
-    }
-    EXPECT_GE(seconds.back(), 0.89 - 0.2)
-        << "the end is where the port was closed, 0.9 s after it was about to open";
 }
 
-TEST_F(midi_files, existing_files_are_never_touched) {
+TEST_F(midi_files, midi_file_ends_its_notes_and_holds_any_silence) {
+    midi::smf_recording recording;
+    ASSERT_TRUE(recording.create());
+    const struct {
+        double time;
+        bytes message;
+    } sent[] = {{0, {0x90, 60, 100}},  {0, {0x91, 60, 100}}, {0, {0x90, 62, 100}},  {0, {0x90, 62, 90}},
+                {0.5, {0x80, 60, 64}}, {0.5, {0x90, 64, 1}}, {0.75, {0x90, 64, 0}}, {1, {0xB1, 122, 0}},
+                {1, {0xB0, 123, 0}},   {1, {0xB0, 123, 0}},  {1100, {0x90, 64, 1}}, {201100, {0x90, 64, 0}}};
+    for (const auto& [time, message] : sent)
+        EXPECT_TRUE(recording.message(time, message.data(), message.size()));
+    recording.finish(201101);
+    EXPECT_EQ(
+        events("quenvarel.mid"),
+        (lines{"1, 0, Note_on_c, 0, 60, 100", "1, 0, Note_on_c, 1, 60, 100", "1, 0, Note_on_c, 0, 62, 100",
+               "1, 0, Note_on_c, 0, 62, 90", "1, 960, Note_off_c, 0, 60, 64", "1, 960, Note_on_c, 0, 64, 1",
+               "1, 1440, Note_on_c, 0, 64, 0", "1, 1920, Control_c, 1, 122, 0",
+               // Twice struck, twice ended.
+               "1, 1920, Note_on_c, 0, 62, 0", "1, 1920, Note_on_c, 0, 62, 0",
+               "1, 1920, Control_c, 0, 123, 0", "1, 1920, Control_c, 0, 123, 0",
+               "1, 2112000, Note_on_c, 0, 64, 1",
+               // More than a file can say at once.
+               "1, 136329727, Text_t, \"\"", "1, 270547454, Text_t, \"\"",
+               "1, 386112000, Note_on_c, 0, 64, 0", "1, 386113920, End_track"}));
+}
+
+TEST_F(midi_files, files_are_only_made_for_messages_and_never_touched_again) {
     directory.write("quenvarel.mid", "keep me");
-    std::filesystem::create_symlink(directory.path() / "nowhere", directory.path() / "quenvarel-1.mid");
-    midi::midi_out_t port(midi::system_outputs());
-    ASSERT_TRUE(open_quietly(port, "MIDI file"));
+    fs::create_symlink(directory.path() / "nowhere", directory.path() / "quenvarel-1.mid");
+    for (const char* name : {"MIDI file", "FluidSynth to WAV"}) {
+        ASSERT_TRUE(open(name));
+        EXPECT_TRUE(port.close()) << "without a message";
+    }
+    ASSERT_TRUE(open("MIDI file"));
+    fs::rename("quenvarel-2.mid", "mine.mid");
+    directory.write("quenvarel-2.mid", "keep me, too");
     EXPECT_TRUE(port.close());
-    EXPECT_EQ(read_file("quenvarel.mid"), "keep me");
-    EXPECT_FALSE(std::filesystem::exists("nowhere"));
-    EXPECT_EQ(midicsv("quenvarel-2.mid").size(), 6u);
+    EXPECT_EQ(read_file("quenvarel.mid") + read_file("quenvarel-2.mid"), "keep mekeep me, too");
+    EXPECT_EQ(events("mine.mid").size(), 1u);
+    ASSERT_TRUE(open("MIDI file"));
+    EXPECT_TRUE(midi::noteon(port, 0, 60, 1));
+    EXPECT_TRUE(port.close());
+    EXPECT_EQ(events("quenvarel-3.mid").size(), 2u);
+    EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), 5);
 }
 
-TEST_F(midi_files, a_file_that_cannot_be_made_is_one_line) {
-    std::filesystem::remove(directory.path());
-    for (const char* name : {"MIDI file", "FluidSynth to WAV"}) {
-        midi::midi_out_t port(midi::system_outputs());
-        testing::internal::CaptureStderr();
-        EXPECT_FALSE(open_quietly(port, name));
-        const std::string err = testing::internal::GetCapturedStderr();
-        EXPECT_TRUE(matches(err, "^DeviceID=[0-9]+: can't open MIDI device\\.\n$")) << err;
-    }
-    std::filesystem::create_directory(directory.path());
+TEST_F(midi_files, a_file_that_cannot_be_made_is_one_line_and_leaves_none) {
+    for (const char* command : {"cd $(mktemp -d) && rmdir $PWD && exec", "trap '' XFSZ; ulimit -f 0; exec"})
+        for (const std::string device : {"MIDI file", "to WAV"}) {
+            const auto played = test_support::run(
+                {"sh", "-c", std::string(command) + " \"$@\"", "", play_notes, device, "1", "0"});
+            EXPECT_EQ(played.exit_code, 1);
+            EXPECT_TRUE(matches(played.err, "(^|\n)DeviceID=[0-9]+: can't open MIDI device\\.\n$"))
+                << played.err;
+            EXPECT_TRUE(fs::is_empty("."));
+        }
 }
 
 TEST_F(midi_files, files_are_whole_when_the_process_is_killed) {
@@ -141,40 +174,43 @@ TEST_F(midi_files, files_are_whole_when_the_process_is_killed) {
         std::function<bool()> has_written; // what must survive: the last note, a second of sound
     } cases[] = {
         {"MIDI file", [] { return read_file("quenvarel.mid").find("\x91\x3C\x64") != std::string::npos; }},
-        {"to WAV", [] { return std::filesystem::file_size("quenvarel.wav") > 44 + 44100 * 4; }},
+        {"to WAV", [] { return fs::file_size("quenvarel.wav") > 44 + 44100 * 4; }},
     };
     for (const auto& c : cases) {
-        test_support::process player({QUENVAREL_BIN "/../tests/play_notes", c.device, "100", "12"});
+        test_support::process player({play_notes, c.device, "100", "12"});
         ASSERT_TRUE(player.wait_for_out("played\n"));
         ASSERT_TRUE(test_support::jack_server::until(c.has_written)) << c.device;
         player.send_signal(SIGKILL);
         EXPECT_EQ(player.wait(), 128 + SIGKILL);
     }
-    const std::vector<std::string> lines = midicsv("quenvarel.mid");
-    ASSERT_EQ(lines.size(), 6u + 100);
-    EXPECT_NE(lines[lines.size() - 3].find("Note_on_c, 1, 60, 100"), std::string::npos);
-    EXPECT_NE(lines[lines.size() - 2].find("End_track"), std::string::npos);
+    const lines found = events("quenvarel.mid");
+    ASSERT_EQ(found.size(), 101u);
+    EXPECT_TRUE(found[99].ends_with("Note_on_c, 1, 60, 100"));
     const sound heard = read_wav("quenvarel.wav");
     EXPECT_GE(heard.seconds(), 0.5);
     EXPECT_GT(heard.level(0.2, 0.5), 0.001);
 }
 
 TEST_F(midi_files, files_are_whole_when_the_disk_is_full) {
-    for (const std::string device : {"MIDI file", "to WAV"}) {
+    for (const std::string file : {"quenvarel.mid", "quenvarel.wav"}) {
         // 40 blocks of 512 bytes is all that a file may grow to.
         const test_support::process_result played =
             test_support::run({"sh", "-c", "trap '' XFSZ; ulimit -f 40; exec \"$0\" \"$1\" 1000000 0",
-                               QUENVAREL_BIN "/../tests/play_notes", device});
+                               play_notes, file == "quenvarel.mid" ? "MIDI file" : "to WAV"});
         EXPECT_EQ(played.exit_code, 2 + 4) << "sending and closing both say that it went wrong";
-        EXPECT_EQ(played.err, "");
+        // The limit is also that of shared memory, of which PulseAudio's library may complain.
+        EXPECT_TRUE(played.err.ends_with(file + ": the recording cannot go on and ends here.\n"))
+            << played.err;
     }
-    EXPECT_GE(midicsv("quenvarel.mid").size(), 3000u);
+    EXPECT_GE(events("quenvarel.mid").size(), 3000u);
     EXPECT_GT(read_wav("quenvarel.wav").seconds(), 0.05);
 }
 
 TEST_F(midi_files, wav_holds_the_performance_in_real_time) {
-    midi::midi_out_t port(midi::system_outputs());
-    ASSERT_TRUE(open_quietly(port, "FluidSynth to WAV"));
+    ASSERT_TRUE(open("FluidSynth to WAV"));
+    testing::internal::CaptureStdout();
+    const std::uint8_t text[] = {0x20, 0, 0, 'H', 'e', 'l', 'l', 'o'};
+    EXPECT_TRUE(midi::rolandsysex(port, 0x41, 0x10, 0x16, 0x12, text, sizeof text));
     std::this_thread::sleep_for(milliseconds(400));
     const auto before_note = clock_type::now();
     EXPECT_TRUE(midi::noteon(port, 1, 69, 127));
@@ -182,6 +218,7 @@ TEST_F(midi_files, wav_holds_the_performance_in_real_time) {
     EXPECT_TRUE(midi::noteoff(port, 1, 69));
     const auto after_note = clock_type::now();
     EXPECT_TRUE(port.close());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Hello\n");
 
     const sound heard = read_wav("quenvarel.wav");
     EXPECT_EQ(heard.rate, 44100);
@@ -196,25 +233,49 @@ TEST_F(midi_files, wav_holds_the_performance_in_real_time) {
     EXPECT_LT(heard.level(heard.seconds() - 0.02, heard.seconds()), 0.0001) << "which dies away";
 }
 
-// The sound after a short note with the given reverb, rendered without waiting.
-sound tail_of(int mode, int time, int level, int send) {
-    const auto name = std::filesystem::path("quenvarel.wav");
-    std::filesystem::remove(name);
+// Rendered without waiting, two seconds of it.
+sound rendered(const std::vector<std::pair<double, bytes>>& messages) {
+    fs::remove("quenvarel.wav");
     midi::wav_recording recording;
     auto synth = midi::synthesizer::make(midi::wav_recording::sample_rate);
     EXPECT_TRUE(synth && recording.create(std::move(synth)));
-    const auto byte = [](int value) { return std::uint8_t(value & 0x7F); };
-    std::uint8_t reverb[] = {0xF0, 0x41,       0x10,       0x16,        0x12, 0x10, 0,
-                             1,    byte(mode), byte(time), byte(level), 0,    0xF7};
-    reverb[11] = byte(-(0x10 + 1 + mode + time + level));
-    const std::uint8_t controller[] = {0xB0, 91, byte(send)}, on[] = {0x90, 72, 127}, off[] = {0x90, 72, 0};
-    recording.message(0, reverb, sizeof reverb);
-    recording.message(0, controller, 3);
-    recording.message(0.1, on, 3);
-    recording.message(0.3, off, 3);
-    recording.advance(2);
+    for (const auto& [time, message] : messages)
+        recording.message(time, message.data(), message.size());
     recording.finish(2);
-    return read_wav(name.string());
+    return read_wav("quenvarel.wav");
+}
+
+TEST_F(midi_files, each_channel_message_is_heard_on_its_channel) {
+    const auto with = [](bytes message, int channel) {
+        message[0] = std::uint8_t(message[0] | channel);
+        return rendered({{0, {0xC3, 16}}, {0.1, {0x93, 69, 100}}, {0.5, message}, {0.6, {0x93, 72, 100}}})
+            .left;
+    };
+    const std::vector<double> without = with({0xB0, 7, 100}, 3);
+    for (const bytes& message : {bytes{0x80, 69, 64},
+                                 {0x90, 69, 0},
+                                 {0x90, 45, 100},
+                                 {0xB0, 7, 30},
+                                 {0xC0, 5},
+                                 {0xD0, 127},
+                                 {0xE0, 127, 127},
+                                 {0xE0, 127, 64}}) {
+        EXPECT_NE(with(message, 3), without) << std::hex << int(message[0]);
+        if (message[0] != 0x90 || message[2] == 0) {
+            EXPECT_EQ(with(message, 4), without) << std::hex << int(message[0]);
+        }
+    }
+    EXPECT_NE(with({0xFF}, 0), without);
+}
+
+// The sound after a short note with the given reverb.
+sound tail_of(int mode, int time, int level, int send) {
+    bytes reverb = {0xF0, 0x41, 0x10, 0x16, 0x12, 0x10, 0, 1};
+    for (const int value : {mode, time, level, -(0x10 + 1 + mode + time + level)})
+        reverb.push_back(std::uint8_t(value & 0x7F));
+    reverb.push_back(0xF7);
+    return rendered(
+        {{0, reverb}, {0, {0xB0, 91, std::uint8_t(send)}}, {0.1, {0x90, 72, 127}}, {0.3, {0x90, 72, 0}}});
 }
 
 double decibels(double ratio) {
@@ -225,10 +286,9 @@ TEST_F(midi_files, every_reverb_setting_is_heard) {
     const auto tail = [](int mode, int time, int level, int send) {
         return tail_of(mode, time, level, send).level(0.8, 1.5);
     };
-    EXPECT_GT(decibels(tail(0, 5, 7, 100) / tail(0, 5, 0, 100)), 9) << "level";
-    EXPECT_GT(decibels(tail(0, 7, 3, 100) / tail(0, 0, 3, 100)), 9) << "time";
     EXPECT_GT(decibels(tail(0, 5, 3, 127) / tail(0, 5, 3, 20)), 6) << "send";
     double quieter = tail(0, 5, 0, 100), shorter = tail(1, 0, 3, 100);
+    const double quietest = quieter, shortest = tail(0, 0, 3, 100);
     for (int step = 1; step < 8; ++step) {
         const double louder = tail(0, 5, step, 100), longer = tail(1, step, 3, 100);
         EXPECT_GT(decibels(louder / quieter), 0.7) << "level " << step;
@@ -236,6 +296,8 @@ TEST_F(midi_files, every_reverb_setting_is_heard) {
         quieter = louder;
         shorter = longer;
     }
+    EXPECT_GT(decibels(quieter / quietest), 9) << "level";
+    EXPECT_GT(decibels(tail(0, 7, 3, 100) / shortest), 9) << "time";
     // The modes differ in how loud their tail is, or in how wide.
     std::vector<std::pair<double, double>> modes;
     for (int mode = 0; mode < 4; ++mode) {
@@ -250,6 +312,23 @@ TEST_F(midi_files, every_reverb_setting_is_heard) {
             EXPECT_TRUE(std::abs(modes[other].first - modes[mode].first) > 2 ||
                         std::abs(modes[other].second - modes[mode].second) > 0.15)
                 << other << " and " << mode;
+    }
+}
+
+TEST_F(midi_files, the_default_soundfont_comes_first) {
+    const std::string any = midi::find_soundfont();
+    ASSERT_NE(any, "");
+    for (const char* name :
+         {"first/none.sf2", "first/readme.txt", "second/B.sf2", "second/default-GM.sf3", "second/A.sf2"}) {
+        fs::create_directories(fs::path(name).parent_path());
+        if (name[0] == 's')
+            fs::create_symlink(any, name);
+        else
+            directory.write(name, "no SoundFont");
+    }
+    for (const char* found : {"second/default-GM.sf3", "second/A.sf2", "second/B.sf2", ""}) {
+        EXPECT_EQ(midi::find_soundfont({"nowhere", "first", "second"}), found);
+        fs::remove(found);
     }
 }
 

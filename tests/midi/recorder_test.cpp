@@ -43,6 +43,8 @@ public:
         notes_.times.push_back(time);
         ++notes_.finished;
     }
+    void discard() override {}
+    std::string name() const override { return "notes"; }
 
 private:
     notes& notes_;

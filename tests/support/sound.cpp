@@ -59,10 +59,13 @@ sound read_wav(const std::string& name) {
         const std::uint32_t length = little_endian(bytes, at + 4, 4);
         if (length > end - at - 8) return {};
         if (bytes.compare(at, 4, "fmt ") == 0) {
-            const bool is_known =
-                little_endian(bytes, at + 10, 2) == 2 && little_endian(bytes, at + 22, 2) == 16;
-            if (!is_known) return {};
-            result.rate = little_endian(bytes, at + 12, 4);
+            const auto field = [&](std::size_t from, std::size_t count) {
+                return little_endian(bytes, at + from, count);
+            };
+            result.rate = field(12, 4);
+            // PCM, stereo, 16 bits.
+            if (field(8, 2) != 1 || field(10, 2) != 2 || field(22, 2) != 16) return {};
+            if (field(16, 4) != 4 * result.rate || field(20, 2) != 4) return {};
         } else if (bytes.compare(at, 4, "data") == 0) {
             for (std::size_t i = at + 8; i + 4 <= at + 8 + length; i += 4) {
                 result.left.push_back(std::int16_t(little_endian(bytes, i, 2)) / 32768.0);
