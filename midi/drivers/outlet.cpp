@@ -1,9 +1,9 @@
 #include "midi/drivers/outlet.h"
 
-#include "midi/drivers/jack_watch.h"
 #include "midi/drivers/quiet.h"
 
 #include <algorithm>
+#include <jack/jack.h>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -12,11 +12,22 @@ namespace midi {
 
 namespace {
 
-// Longer than any system leaves between two periods, drop-outs included.
-constexpr std::chrono::seconds patience{1};
+// Longer than any system leaves between two periods, drop-outs included. PulseAudio may take two seconds to
+// begin.
+constexpr std::chrono::seconds patience{1}, patience_at_first{3};
+constexpr int first_periods = 5;
 // FluidSynth's queue holds the events of some more messages. What nobody asks for in time is rendered for
 // nobody.
 constexpr int most_waiting = 200;
+
+// JACK does not resample. False when no server runs; FluidSynth would start one.
+bool ask_jack_for(double& rate) {
+    jack_client_t* const client = jack_client_open("quenvarel-rate", JackNoStartServer, nullptr);
+    if (!client) return false;
+    rate = jack_get_sample_rate(client);
+    jack_client_close(client);
+    return true;
+}
 
 } // namespace
 
@@ -66,13 +77,13 @@ void sound_source::render(const outlet& asking, int frames, float* left, float* 
 
 std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr<sound_source> source) {
     quiet_sound_libraries();
-    // FluidSynth would start a server.
-    if (std::string_view(system.name) == "jack" && !jack_server_runs()) return nullptr;
-    std::unique_ptr<outlet> made(new outlet(std::move(source)));
+    double rate = synthesizer::speaker_rate;
+    if (std::string_view(system.name) == "jack" && !ask_jack_for(rate)) return nullptr;
+    std::unique_ptr<outlet> made(new outlet(std::move(source), rate));
     made->settings_.reset(new_fluid_settings());
     fluid_settings_t* const settings = made->settings_.get();
     if (!settings) return nullptr;
-    fluid_settings_setnum(settings, "synth.sample-rate", synthesizer::speaker_rate);
+    fluid_settings_setnum(settings, "synth.sample-rate", rate);
     fluid_settings_setint(settings, "audio.jack.autoconnect", 1);
     fluid_settings_setstr(settings, "audio.jack.id", "quenvarel");
     fluid_settings_setstr(settings, "audio.driver", system.name);
@@ -86,19 +97,15 @@ outlet::~outlet() = default;
 
 int outlet::asked(void* self, int frames, int, float**, int, float** channels) {
     outlet& asking = *static_cast<outlet*>(self);
+    ++asking.periods_;
     asking.last_asked_ = clock::now().time_since_epoch();
     asking.source_->render(asking, frames, channels[0], channels[1]);
     return FLUID_OK;
 }
 
 bool outlet::plays() const {
-    return clock::now().time_since_epoch() - last_asked_.load() < patience;
-}
-
-double outlet::rate() const {
-    double rate = synthesizer::speaker_rate;
-    fluid_settings_getnum(settings_.get(), "synth.sample-rate", &rate);
-    return rate;
+    const auto limit = periods_ < first_periods ? patience_at_first : patience;
+    return clock::now().time_since_epoch() - last_asked_.load() < limit;
 }
 
 } // namespace midi

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <fluidsynth.h>
 #include <memory>
 #include <mutex>
@@ -59,15 +60,17 @@ public:
     // Whether the system has asked for sound lately.
     bool plays() const;
     // Frames in a second.
-    double rate() const;
+    double rate() const { return rate_; }
 
 private:
     using clock = std::chrono::steady_clock;
 
-    explicit outlet(std::shared_ptr<sound_source> source) : source_(std::move(source)) {}
+    outlet(std::shared_ptr<sound_source> source, double rate) : source_(std::move(source)), rate_(rate) {}
     static int asked(void* self, int frames, int, float**, int, float** channels);
 
-    std::shared_ptr<sound_source> source_;
+    const std::shared_ptr<sound_source> source_;
+    const double rate_;
+    std::atomic<std::uint64_t> periods_{0}; // asked for so far
     std::atomic<clock::duration> last_asked_{clock::now().time_since_epoch()};
     fluid_deleted<fluid_settings_t, delete_fluid_settings> settings_;
     fluid_deleted<fluid_audio_driver_t, delete_fluid_audio_driver> driver_;

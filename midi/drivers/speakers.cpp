@@ -170,7 +170,7 @@ private:
                 next_round = clock::now() + between_rounds;
             }
             for (way& each : ways_)
-                if (&each != current_) each.leave_late();
+                if (current_ && &each != current_) each.leave_late();
             lock.lock();
         }
     }
