@@ -36,43 +36,35 @@ std::vector<glm::mat4> glm_matrices() {
     return made;
 }
 
-template <class Matrix>
-void multiply(benchmark::State& state, const std::vector<Matrix>& m) {
+// Applies work to each matrix and the one at the same distance from the end.
+template <class Matrix, class Work>
+void each(benchmark::State& state, const std::vector<Matrix>& m, Work work) {
     std::vector<Matrix> results(count);
     for (auto _ : state) {
         for (std::size_t i = 0; i < count; ++i)
-            results[i] = m[i] * m[count - 1 - i];
+            results[i] = work(m[i], m[count - 1 - i]);
         benchmark::DoNotOptimize(results.data());
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * std::int64_t(count));
 }
+constexpr auto product = [](const auto& a, const auto& b) { return a * b; };
+constexpr auto inverted = [](const auto& a, const auto&) { return inverse(a); }; // found by argument
+
 void product_ours(benchmark::State& state) {
-    multiply(state, matrices());
+    each(state, matrices(), product);
 }
 BENCHMARK(product_ours);
 void product_glm(benchmark::State& state) {
-    multiply(state, glm_matrices());
+    each(state, glm_matrices(), product);
 }
 BENCHMARK(product_glm);
-
-template <class Matrix>
-void invert(benchmark::State& state, const std::vector<Matrix>& m) {
-    std::vector<Matrix> results(count);
-    for (auto _ : state) {
-        for (std::size_t i = 0; i < count; ++i)
-            results[i] = inverse(m[i]); // found by argument
-        benchmark::DoNotOptimize(results.data());
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * std::int64_t(count));
-}
 void inverse_ours(benchmark::State& state) {
-    invert(state, matrices());
+    each(state, matrices(), inverted);
 }
 BENCHMARK(inverse_ours);
 void inverse_glm(benchmark::State& state) {
-    invert(state, glm_matrices());
+    each(state, glm_matrices(), inverted);
 }
 BENCHMARK(inverse_glm);
 
