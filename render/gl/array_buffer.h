@@ -8,25 +8,25 @@
 
 namespace render {
 
-// A buffer of vertices that all have one layout: count() vertices of stride() floats, 4 bytes each. Copies
-// share the GL buffer, but each keeps its own count. Without a context nothing is made and every bool result
-// is false.
+// A buffer of vertices of one layout: count() vertices of stride() floats, 4 bytes each. Copies share the GL
+// buffer, but each keeps its own count. Without a context nothing is made and every bool result is false.
+// Errors of the GL are reported by the step checks.
 class array_buffer_t {
 public:
-    // Makes the store for count vertices (glBufferData, GL_DYNAMIC_DRAW; never less than it had before) and
-    // takes a share of the layout. When data is given, min(capacity, datasize) bytes of it are uploaded, or
-    // the whole capacity when datasize is 0. False, and nothing is changed, when the layout has more entries
-    // than GL_MAX_VERTEX_ATTRIBS. A size that the GL cannot give is its own error, see step_check().
+    // Makes the store for count vertices (glBufferData, GL_DYNAMIC_DRAW; never smaller than before) and takes
+    // a share of the layout. If data is given, uploads min(capacity, datasize) bytes of it, or the whole
+    // capacity if datasize is 0. False, without any change, if the layout has more entries than
+    // GL_MAX_VERTEX_ATTRIBS.
     bool allocate(std::uint64_t count, layout_ref layout, const void* data = nullptr,
                   std::uint64_t datasize = 0);
-    // Sets the number of vertices and keeps the contents. A store that has become too small is grown to four
-    // times the new count; a smaller count keeps the store. False before allocate().
+    // Sets the number of vertices and keeps the contents. A store that is too small grows to four times the
+    // new count; a smaller count keeps the store. False before allocate().
     bool resize(std::uint64_t count);
-    // Makes room for that many vertices, keeping the contents (through a temporary buffer and
-    // glCopyBufferSubData, OpenGL 3.1). Before there is a GL buffer the capacity is only recorded. True when
-    // the temporary buffer was obtained; false also when there was nothing to do.
+    // Makes room for that many vertices and keeps the contents (through a temporary buffer and
+    // glCopyBufferSubData, OpenGL 3.1). Before there is a GL buffer only the capacity is recorded. True if
+    // the temporary buffer was made; false also if there was nothing to do.
     bool grow(std::uint64_t vertices);
-    // True when count vertices fit into the store.
+    // Whether count vertices fit into the store.
     bool fits(std::uint64_t count) const;
     // Gives up this copy's share of the buffer and becomes empty.
     void release();
@@ -38,8 +38,8 @@ public:
     // Uploads vertices first .. first + count - 1; they must lie within the capacity.
     void upload_range(std::uint64_t first, std::uint64_t count, const void* data);
 
-    // The whole store for reading and writing, until unmap(). Null, after one line on standard error, when
-    // there is none or it cannot be mapped.
+    // Maps the whole store for reading and writing, until unmap(). Null, after a line on standard error, if
+    // there is no store or it cannot be mapped.
     float* map();
     void unmap();
 

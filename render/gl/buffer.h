@@ -8,7 +8,7 @@
 
 namespace render {
 
-// Access bits of MapBufferRange, equal to the GL's (GL_MAP_READ_BIT, GL_MAP_WRITE_BIT).
+// Access bits for MapBufferRange, equal to GL_MAP_READ_BIT and GL_MAP_WRITE_BIT.
 inline constexpr gl_uint map_read = 1, map_write = 2;
 
 // Owns one buffer name. Empty until create(). Not copyable; arrays share one through shared_buffer.
@@ -19,7 +19,7 @@ public:
     buffer_t(const buffer_t&) = delete;
     buffer_t& operator=(const buffer_t&) = delete;
 
-    // Generates the name on the first call (glGenBuffers) and records the binding target; a later call only
+    // Generates the name on the first call (glGenBuffers) and records the binding target. A later call only
     // replaces the target.
     void create(gl_enum target);
     // Deletes the name (glDeleteBuffers). Harmless when there is none.
@@ -33,9 +33,10 @@ public:
     void bind() const;
     void unbind() const;
 
-    // Maps length bytes from offset (glMapBufferRange, OpenGL 3.0). The buffer is not left bound; the mapping
-    // stays valid until unmap(). Null, after one line on standard error, when the GL refuses.
+    // Maps length bytes from offset (glMapBufferRange, OpenGL 3.0) and unbinds the buffer. The mapping is
+    // valid until unmap(). Null, after a line on standard error, if the GL refuses.
     void* MapBufferRange(std::size_t offset, std::size_t length, gl_uint access);
+    // Writes a line on standard error if the GL has lost the contents.
     void unmap();
 
 private:
@@ -44,7 +45,7 @@ private:
     bool allocated_ = false;
 };
 
-// The copies of an array share one buffer; the last of them deletes it.
+// Copies of an array share one buffer; the last copy deletes it.
 using shared_buffer = std::shared_ptr<buffer_t>;
 
 } // namespace render

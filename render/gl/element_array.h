@@ -14,9 +14,9 @@ namespace render {
 // count.
 class element_array_t {
 public:
-    // Makes the store for count indices (glBufferData, GL_DYNAMIC_DRAW; never less than it had before),
-    // unless the count is the one it has. GL errors are reported by the step checks, with the sizes when the
-    // GL refuses the store, and the result stays true. Without a context nothing is made: false.
+    // Makes the store for count indices (glBufferData, GL_DYNAMIC_DRAW; never smaller than before), unless it
+    // has that count already. The step checks report GL errors, with the sizes if the GL refuses the store;
+    // the result is still true. Without a context nothing is made: false.
     bool allocate(std::uint64_t count);
     // Gives up this copy's share of the buffer and becomes empty.
     void release();
@@ -24,15 +24,16 @@ public:
     // Uploads indices to the positions from first on; they must lie within the capacity.
     void upload(std::span<const std::uint32_t> indices, std::uint64_t first = 0);
 
-    // Draws all count() indices (glDrawElements) with the vertices of the vertex array. Only when allocated.
+    // Draws all count() indices (glDrawElements) with the vertices of the vertex array. Does nothing before
+    // allocate().
     void draw(const vertex_array_t& vertex_array, primitive mode) const;
 
-    // The whole store for reading and writing, until unmap(). Null, after one line on standard error, when
-    // there is none or it cannot be mapped.
+    // Maps the whole store for reading and writing, until unmap(). Null, after a line on standard error, if
+    // there is no store or it cannot be mapped.
     std::uint32_t* map();
     void unmap();
 
-    // Writes the indices of the store, see print_indices().
+    // Writes the indices in the store as print_indices() does.
     void print(std::ostream& out);
 
     gl_uint id() const { return buffer_ ? buffer_->id() : no_object; } // 1281 before allocate()
@@ -47,7 +48,7 @@ private:
     std::uint64_t count_ = 0;
 };
 
-// Writes indices separated by ", " and a newline; the restart index is written as -1.
+// Writes indices separated by ", ", then a newline. The restart index appears as -1.
 void print_indices(std::ostream& out, std::span<const std::uint32_t> indices);
 
 } // namespace render

@@ -1,5 +1,5 @@
 #pragma once
-// What a compiler or linker of the GL had to say. Private to this floor: it knows the loader.
+// The log of a GL compiler or linker. Private to this floor, because it includes the loader.
 
 #include <GL/glew.h>
 
@@ -7,10 +7,10 @@
 
 namespace render {
 
-// get and read are glGetShaderiv and glGetShaderInfoLog, or the same for programs.
+// get and read are glGetShaderiv and glGetShaderInfoLog, or their counterparts for programs.
 inline std::string info_log(GLuint name, void(GLAPIENTRY* get)(GLuint, GLenum, GLint*),
                             void(GLAPIENTRY* read)(GLuint, GLsizei, GLsizei*, GLchar*)) {
-    GLint length = 0; // counts a terminating zero, which is no part of the text
+    GLint length = 0; // with a terminating zero
     get(name, GL_INFO_LOG_LENGTH, &length);
     std::string log(std::size_t(length), '\0');
     GLsizei written = 0;

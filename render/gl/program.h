@@ -17,20 +17,20 @@ public:
     program_t(const program_t&) = delete;
     program_t& operator=(const program_t&) = delete;
 
-    // Makes the program object (glCreateProgram). False, and nothing is changed, when there already is one;
-    // false without a context.
+    // Makes the program object (glCreateProgram). False, without any change, if there already is one; false
+    // without a context.
     bool create();
-    // Only when the program exists.
+    // Do nothing before create().
     void attach(const shader_t& shader);
     void detach(const shader_t& shader);
-    // Links what is attached and keeps the linker's log. The link status; false before create().
+    // Links the attached shaders, keeps the linker's log and returns the link status; false before create().
     bool link();
-    // Makes it the current program, only when it exists; unuse() makes none current.
+    // Makes it the current program, if it exists. unuse(): no program is current.
     void use() const;
     static void unuse();
-    // The location of a uniform of the linked program. -1, after one line on standard error with the name,
-    // when the program has no such uniform or does not use it. A null name sets the error stream's bad bit in
-    // place of it.
+    // The location of a uniform of the linked program. -1, after a line with the name on standard error, if
+    // the program has no such uniform or does not use it. A null name sets the error stream's bad bit
+    // instead.
     gl_int location(const char* name) const;
     // Deletes the program (glDeleteProgram).
     void destroy() noexcept;

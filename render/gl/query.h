@@ -1,5 +1,5 @@
 #pragma once
-// Asking the GL how much of something it did.
+// Counters of the GL's work.
 
 #include "render/gl/types.h"
 
@@ -25,11 +25,11 @@ public:
     // Generates the name once (glGenQueries).
     void create();
     void destroy() noexcept;
-    // Counts from here to end() (glBeginQueryIndexed, OpenGL 4.0; before that only index 0 exists). Creates
-    // the object when needed.
+    // Counts until end() (glBeginQueryIndexed, OpenGL 4.0; before that there is only index 0). Creates the
+    // object if needed.
     void begin(query_target target, gl_uint index = 0);
     void end();
-    // The count, waiting for the GL to finish it (glGetQueryObjectui64v, OpenGL 3.3). 0 without a context.
+    // Waits for the count and returns it (glGetQueryObjectui64v, OpenGL 3.3). 0 without a context.
     std::uint64_t GetQuery();
 
 private:

@@ -1,5 +1,5 @@
 #pragma once
-// What a vertex is made of, and the GL object that remembers where its attributes lie.
+// The attributes of a vertex, and the GL object that stores where they lie.
 
 #include "render/gl/types.h"
 
@@ -10,7 +10,7 @@
 
 namespace render {
 
-// The vocabulary of vertex layouts.
+// The attributes that a layout can have.
 enum class attribute : std::uint32_t {
     position,   // x, y, z
     normal,     // any direction: x, y, z
@@ -19,8 +19,8 @@ enum class attribute : std::uint32_t {
     texcoord2,  // s, t
     point_size, // diameter in pixels
     id,         // one unsigned integer
-    vector3w,   // x, y, z, w; only counted, the GL refuses to bind it
-    matrix3w    // 16 values; only counted, the GL refuses to bind it
+    vector3w,   // x, y, z, w; counts in the stride, but the GL refuses to bind it
+    matrix3w    // 16 values; likewise
 };
 
 struct attribute_kind {
@@ -33,8 +33,8 @@ struct attribute_kind {
 // The kind's row of the table; a value above matrix3w gives the row of nothing.
 attribute_kind kind_of(attribute which);
 
-// The attributes of one vertex in the order in which they lie in memory. Immutable and shared: arrays hold it
-// through a layout_ref.
+// The attributes of a vertex, in the order in which they lie in memory. Immutable; arrays share it through a
+// layout_ref.
 class vertex_layout {
 public:
     virtual ~vertex_layout() = default;
@@ -61,13 +61,13 @@ public:
     // The name, or no_object (1281) before create().
     gl_uint id() const;
 
-    // Attaches the attributes of a layout, read from a buffer with the given stride in floats, at the
-    // locations first_location, first_location + 1, ... Does nothing before create() or for the buffer name
-    // 0. glEnableVertexAttribArray, glVertexAttribPointer; leaves buffer and vertex array 0 bound.
+    // Attaches the attributes of a layout to the locations first_location, first_location + 1, ... They are
+    // read from a buffer with the given stride in floats (glEnableVertexAttribArray, glVertexAttribPointer).
+    // Does nothing before create() or for the buffer name 0. Leaves buffer 0 and vertex array 0 bound.
     void bind_layout(const vertex_layout& layout, std::uint32_t stride, gl_uint buffer,
                      std::uint32_t first_location);
 
-    // Draws count vertices from the first one (glDrawArrays). Leaves vertex array 0 bound.
+    // Draws the first count vertices (glDrawArrays). Leaves vertex array 0 bound.
     void draw_arrays(primitive mode, std::uint64_t count) const;
 
 private:

@@ -5,7 +5,7 @@
 
 namespace render {
 
-inline constexpr double radians_per_degree = 0.017453292519943122; // a shade below pi / 180
+inline constexpr double radians_per_degree = 0.017453292519943122; // slightly below pi / 180
 inline constexpr double degrees_per_radian = 57.29577951308232;
 
 // m v: v as a column.
@@ -38,16 +38,15 @@ constexpr mtx3w transpose(const mtx3w& m) {
 // The adjugate divided by the determinant, which is not tested: a singular matrix gives infinities and NaN.
 mtx3w inverse(const mtx3w& m);
 
-// Turning by r.angle degrees about r.axis, which need not be of unit length.
+// The rotation by r.angle degrees about r.axis, which may have any length.
 mtx3w to_matrix(const rot3& r);
-// The turn that a rotation matrix makes. The identity gives angle 0 about (0, 0, 0); where the trace leaves
-// no angle the result is 0 degrees about (0, 0, 1).
+// The rotation that a matrix makes. The identity gives angle 0 about (0, 0, 0). If no angle has the matrix's
+// trace, the result is 0 degrees about (0, 0, 1).
 rot3 to_rotation(const mtx3w& m);
-// The turn from one unit direction to another; 0 degrees about (0, 0, 1) when their cross product vanishes.
+// The rotation from one unit direction to another; 0 degrees about (0, 0, 1) if their cross product is zero.
 rot3 rotation_between(const dir3& from, const dir3& to);
 
-// The matrix of a quaternion, with one element apart from the textbooks: m[0] is w² - x² - y² - z² (not +
-// x²).
+// The matrix of a quaternion. One element differs from the textbooks: m[0] is w² - x² - y² - z² (not + x²).
 constexpr mtx3w to_matrix(const qua& q) {
     const float ww = q.w * q.w, xx = q.x * q.x, yy = q.y * q.y, zz = q.z * q.z;
     return {{ww - xx - yy - zz, 2.0f * (q.x * q.y + q.w * q.z), 2.0f * (q.x * q.z - q.w * q.y), 0.0f,

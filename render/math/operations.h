@@ -1,6 +1,6 @@
 #pragma once
-// Vectors, quaternions, comparisons and grids. Everything returns a new value, in single precision after
-// every step. Nothing is checked: divisions by zero give infinities or NaN, which flow on.
+// Vectors, quaternions, comparisons and grids. Every function returns a new value and rounds to single
+// precision after every step. Nothing is checked: divisions by zero give infinities or NaN, which propagate.
 
 #include "render/math/types.h"
 
@@ -139,13 +139,14 @@ constexpr bool approx_greater_equal(float a, float b) {
 
 // ---- Grids of a scalar step or one per axis
 
-// The multiple of the step that is next toward zero.
+// The next multiple of the step toward zero.
 float truncate(float x, float step);
 pos3 truncate(const pos3& p, const dir3& step);
 inline pos3 truncate(const pos3& p, float step) {
     return truncate(p, dir3{step, step, step});
 }
-// That multiple, or one step more where x lies above it: for a positive step the next multiple not below x.
+// That multiple, or one step more if x lies above it: for a positive step the least multiple that is not
+// below x.
 float round_up(float x, float step);
 pos3 round_up(const pos3& p, const dir3& step);
 inline pos3 round_up(const pos3& p, float step) {

@@ -1,6 +1,6 @@
 #pragma once
-// The camera: from a lens to the extents of what it sees to the matrix that OpenGL applies. The camera looks
-// down -z.
+// The camera: from a lens to the extents of its view, and from these to the matrix for OpenGL. The camera
+// looks along -z.
 
 #include "render/math/types.h"
 
@@ -14,7 +14,8 @@ constexpr double aspect(double width, double height) {
 }
 // Field of view (radians, across the diagonal) of a lens of f mm.
 double field_of_view(double f);
-// half_frame_diagonal tan(fov / 2); not the inverse of field_of_view, which would divide by the tangent.
+// half_frame_diagonal tan(fov / 2). This is not the inverse of field_of_view, which would divide by the
+// tangent.
 double focal_length(double fov);
 
 // Extents at the near plane.
@@ -26,7 +27,7 @@ constexpr projection make_projection(double half_width, double znear, double zfa
     return {-half_width, half_width, -1.0, 1.0, znear, zfar};
 }
 
-// The view volume as the cube from -1 to 1, and the way back. Computed in double precision.
+// Map the view volume to the cube from -1 to 1, and back. Computed in double precision.
 mtx3w perspective_matrix(const projection& p);
 mtx3w inverse_perspective_matrix(const projection& p);
 mtx3w orthographic_matrix(const projection& p);

@@ -1,7 +1,7 @@
 #pragma once
 // The text form of every value type, for diagnostics: pos3(1.000000, -2.500000, 0.000000). Numbers are in
-// fixed notation with the stream's own precision, values inside values in their own full form. The stream's
-// flags are afterwards as they were.
+// fixed notation with the stream's own precision; values inside values have their own full form. The stream
+// keeps its flags.
 
 #include "render/math/types.h"
 
@@ -41,15 +41,15 @@ std::ostream& operator<<(std::ostream& os, const line2d& v);
 std::ostream& operator<<(std::ostream& os, const line3d& v);
 std::ostream& operator<<(std::ostream& os, const projection& v);
 
-// Byte colours: every byte is a '0' and then the character with the byte's code, so that 0x41 comes out as
-// 0A. On a stream that shows number bases the whole begins with "0x".
+// Byte colours: each byte is written as '0' and the character with the byte's code, so 0x41 becomes 0A. On a
+// stream that shows number bases the text begins with "0x".
 std::ostream& operator<<(std::ostream& os, const col3aub& v);
 std::ostream& operator<<(std::ostream& os, const col3ub& v);
 std::ostream& operator<<(std::ostream& os, const col1aub& v);
 std::ostream& operator<<(std::ostream& os, const col1ub& v);
 
-// Several lines, each flushed: the plane, the matrix, the edges, the corners and the three rows, whose bare
-// numbers are formatted as the stream is set.
+// Several lines, each flushed: the plane, the matrix, the edges, the corners and the three rows, whose
+// numbers follow the stream's format.
 std::ostream& operator<<(std::ostream& os, const frame_record& v);
 
 } // namespace render

@@ -1,7 +1,6 @@
 #pragma once
-// The value types of geometry, colour and texture coordinates. All are plain aggregates: value-initialise
-// them ({}) for zeros. Geometry is single precision; only the camera's extents are doubles. Angles are in
-// degrees.
+// The value types of geometry, colour and texture coordinates. All are plain aggregates; {} gives zeros.
+// Geometry is single precision; only the camera's extents are doubles. Angles are in degrees.
 
 #include <cstddef>
 #include <cstdint>
@@ -177,15 +176,14 @@ struct line3d { // a direction, the matrix into a frame along it and the matrix 
     friend bool operator==(const line3d&, const line3d&) = default;
 };
 
-// What the camera sees: extents at the near plane for a perspective view, of the whole volume for a parallel
-// one. (near and far alone are macros of the Windows headers.)
+// The camera's extents: at the near plane for a perspective view, of the whole volume for a parallel one.
+// (The Windows headers define near and far as macros.)
 struct projection {
     double left, right, bottom, top, znear, zfar;
     friend bool operator==(const projection&, const projection&) = default;
 };
 
-// How a lens sees: the field of view is in radians, across the diagonal of the view; aspect is width /
-// height.
+// A lens. The field of view is in radians, across the diagonal of the view; aspect is width / height.
 struct perspective {
     double fov = 1.5707963267948966;
     double aspect = 4.0 / 3.0;

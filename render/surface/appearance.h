@@ -1,33 +1,33 @@
 #pragma once
-// What a surface wears and what it mirrors, as the renderer knows them: things to bind to texture units and
-// the numbers that go with them.
+// A surface's textures and surroundings as the renderer sees them: what to bind to the texture units, and the
+// numbers that go with it.
 
 #include <array>
 
 namespace render {
 
-// The three pictures of a surface. The value is the GL texture unit that each is bound to.
+// The three textures of a surface. Each value is the GL texture unit that the texture is bound to.
 enum class texture_unit : unsigned { color = 0, bump = 1, specular = 2 };
 // The unit of the environment's cube map.
 inline constexpr unsigned environment_unit = 3;
 
-// The pictures of one surface. The renderer has made the unit active before it calls bind or unbind.
+// The textures of one surface. The renderer activates the unit before it calls bind or unbind.
 class appearance {
 public:
     virtual ~appearance() = default;
 
-    // True when the surface has this picture.
+    // Whether the surface has this texture.
     virtual bool has(texture_unit unit) = 0;
-    // Makes the picture current on the active unit, uploading it first where that has not been done.
+    // Binds the texture to the active unit and uploads it first if necessary.
     virtual void bind(texture_unit unit) = 0;
     virtual void unbind(texture_unit unit) = 0;
-    // Added to the texture coordinate where the bump picture is sampled.
+    // Added to the texture coordinate for the bump texture.
     virtual std::array<float, 2> bump_offset() = 0;
-    // True: the texture coordinate's v is the height on a sphere, and is turned into the angle of latitude.
+    // True: the texture coordinate's v is a height on a sphere; it is converted to the latitude.
     virtual bool mercator_sphere() = 0;
 };
 
-// What surrounds the scene. The same rules for bind and unbind.
+// The surroundings of the scene. The same rules hold for bind and unbind.
 class surroundings {
 public:
     virtual ~surroundings() = default;
@@ -35,10 +35,10 @@ public:
     virtual bool has_cube() = 0;
     virtual void bind_cube() = 0;
     virtual void unbind_cube() = 0;
-    // How much of the reflected and of the refracted picture is added to the surface: 0 none, 1 all.
+    // The share of the reflected and of the refracted picture that is added to the surface, 0 to 1.
     virtual float reflect_alpha() = 0;
     virtual float refract_alpha() = 0;
-    // Refractive index outside over inside, as the shading language's refract() takes it.
+    // The refractive index outside divided by that inside, for the shading language's refract().
     virtual float refract_factor() = 0;
 };
 

@@ -1,5 +1,5 @@
 #pragma once
-// The GPU store that receives the captured frames of one surface.
+// The GPU store for the captured frames of one surface.
 
 #include "render/gl/types.h"
 
@@ -19,17 +19,18 @@ public:
     feedbackbuffer& operator=(const feedbackbuffer&) = delete;
 
     // Makes the store anew for that many floats, contents undefined (glBufferData, GL_DYNAMIC_DRAW). The name
-    // is generated once; false when the GL gives none, or without a context.
+    // is generated once; false if the GL gives none, or without a context.
     bool allocate(std::uint64_t floats);
     void destroy() noexcept;
 
-    // The whole store for reading and writing, until unmap(). Null before allocate() or when the GL refuses.
+    // Maps the whole store for reading and writing, until unmap(). Null before allocate() or if the GL
+    // refuses.
     float* map();
     void unmap();
 
     void bind() const;
     void unbind() const;
-    // As a shader storage buffer (OpenGL 4.3), for programs that read the frames in place.
+    // Bind it as a shader storage buffer (OpenGL 4.3), for programs that read the frames in place.
     void bind_base(gl_uint index) const;
     void unbind_base(gl_uint index) const;
 

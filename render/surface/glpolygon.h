@@ -1,5 +1,5 @@
 #pragma once
-// Draws every surface of the scene, and computes their tangent frames on the GPU.
+// Draws the surfaces of the scene and computes their tangent frames on the GPU.
 
 #include "render/gl/program.h"
 #include "render/gl/shader.h"
@@ -19,28 +19,28 @@ class appearance;
 class drawable;
 class surroundings;
 
-// Owns the feedback program (tangent frames, captured) and the surface program (Phong lighting with colour,
-// bump and specular pictures and an environment map). Needs OpenGL 3.3. Construct it at any time, init() it
-// once when the context is there, and destroy it while the context still exists; without a context drawing
-// does nothing.
+// Owns the feedback program (captures tangent frames) and the surface program (Phong lighting with colour,
+// bump and specular textures and an environment map). Needs OpenGL 3.3. Construct it at any time, call init()
+// once when there is a context, and destroy it while the context still exists. Without a context drawing does
+// nothing.
 class glpolygon_t {
 public:
     // Builds both programs. A file feedback.vsd, feedback.fsd, shader.vsd or shader.fsd in the working
     // directory, or with the directory text directly in front of its name, replaces the built-in shader of
-    // that role. A shader that does not compile or a program that does not link ends the process with status
-    // 1 after its log on standard error. False, after a line on standard error, when the feedback capture
-    // cannot be allocated, or without a context.
+    // that role. If a shader does not compile or a program does not link, its log goes to standard error and
+    // the process ends with status 1. False, after a line on standard error, if the feedback capture cannot
+    // be allocated. False without a context.
     bool init(const std::string& directory);
 
-    // Computes the frames of a surface from the two pairs of directions at each of its vertices, and copies
-    // them into the array that it is drawn with. What the GL counted otherwise than expected is reported, and
-    // goes on.
+    // Computes the frames of a surface from the two pairs of directions at each vertex, and copies them into
+    // the array with which it is drawn. Unexpected counts of the GL are reported, but do not stop the pass.
     void update_frames(drawable& surface);
 
-    // Draws a surface, blended by its alpha. around: what surrounds the scene, or null; skybox: the shape is
-    // the box on which the surroundings are seen; Globalview: world to eye, of which only the turn matters;
-    // Modelview: object to eye; invModelview: its inverse; LightPosition: in eye space; Shininess: the Phong
-    // exponent. Leaves no program in use, blending off and texture unit 0 active.
+    // Draws a surface, blended by its alpha. around: the surroundings, or null; skybox: the shape is the box
+    // that shows the surroundings; Globalview: world to eye, of which only the rotation matters; Modelview:
+    // object to eye; invModelview: its inverse; LightPosition: in eye space; Shininess: the Phong exponent.
+    // Leaves no program in use, blending off and texture unit 0 active. A uniform that has its value already
+    // is not sent again, and surroundings that cannot be seen are not bound.
     void drawsolid(surroundings* around, bool skybox, appearance& surface, drawable& shape,
                    const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
                    const mtx3w& Projection, const pos3& LightPosition, float Shininess);
@@ -50,7 +50,7 @@ public:
                     const mtx3w& Globalview, const mtx3w& Modelview, const mtx3w& invModelview,
                     const mtx3w& Projection, const pos3& LightPosition, float Shininess);
 
-    // The number of uniforms of the surface program and, for each, its name in the order of the locations.
+    // The uniforms of the surface program: their number, and their names in the order of the locations.
     static constexpr std::size_t uniform_count = 17;
     static const std::array<const char*, uniform_count>& uniform_names();
     // The locations found by init(); -1 where the program has none.
@@ -59,7 +59,7 @@ public:
     gl_uint feedback_program() const { return feedback_.id(); }
 
 private:
-    struct pass; // what distinguishes the two ways of drawing
+    struct pass; // the differences between the two ways of drawing
     struct arguments;
     void draw(const pass& how, const arguments& what);
     void build_plain_program(std::string_view fragment_text);
@@ -89,11 +89,11 @@ private:
     transform_feedback_t capture_;
     shader_t surface_vertex_;
     shader_t surface_fragment_;
-    shader_t surface_geometry_; // never compiled: a place for a stage between the two
+    shader_t surface_geometry_; // never compiled: the place of a stage between the two
     lighting surface_;
 
-    // The surface program once more, for surfaces without surroundings and sphere: it computes the same, and
-    // leaves out what those would need. None where a file replaces one of the shaders.
+    // A second surface program, for surfaces that show no surroundings and are no spheres: the same result
+    // with less work. Not built if a file replaces one of the shaders.
     shader_t plain_fragment_;
     lighting plain_;
     bool mercator_ = false; // of the last surface
