@@ -100,6 +100,7 @@ public:
           knows_repetitions_(knows_repetitions) {
         watched_window = window;
         watcher = this;
+        seen_.reserve(1024); // the memory must not end while the connection is locked
         other_errors = XSetErrorHandler(on_error);
         tap_events(connection, [](const XEvent& event) { watcher->see(event); });
         XWindowAttributes attributes{};

@@ -6,7 +6,7 @@
 namespace gems {
 
 // From now on `see` is called with every event that the connection receives, before its owner handles it. It
-// must not use the connection. One connection at a time; null ends it.
+// must not use the connection, which is locked, nor end the program. One connection at a time; null ends it.
 void tap_events(Display* connection, void (*see)(const XEvent&));
 
 } // namespace gems

@@ -84,7 +84,7 @@ endfunction()
 function(quenvarel_add_test name command)
   cmake_parse_arguments(PARSE_ARGV 2 arg "DISPLAY;SERIAL" "TIMEOUT" "SOURCES;LINKS;ENV")
   if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 300)
+    set(arg_TIMEOUT 1800) # also on a machine with other work
   endif()
   if(QUENVAREL_SANITIZE)
     # intercept_tls_get_addr: the leak checker guesses the extent of a library's thread-local block from the bytes before

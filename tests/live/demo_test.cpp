@@ -19,7 +19,7 @@ TEST(demo, leaves_a_picture_a_sound_and_a_midi_file) {
     for (int round = 0; round < 2; ++round) {
         const process_result played =
             run({"env", "-u", "DISPLAY", QUENVAREL_DEMO_SCRIPT, QUENVAREL_BIN "/quenvarel", piece, results},
-                {}, std::chrono::seconds(120));
+                {}, 5 * generous);
         EXPECT_EQ(played.exit_code, 0) << played.err;
         EXPECT_EQ(played.out + played.err, "");
     }
@@ -43,6 +43,6 @@ TEST(demo, says_why_when_the_program_does_not_start) {
     const temporary_directory directory;
     const process_result played = run({"env", "-u", "DISPLAY", QUENVAREL_DEMO_SCRIPT, "/bin/false",
                                        directory.write("piece", "0 1 c\n"), directory.file("results")},
-                                      {}, std::chrono::seconds(120));
+                                      {}, 5 * generous);
     EXPECT_NE(played.exit_code, 0);
 }

@@ -152,7 +152,7 @@ TEST(live_player, alt_comes_up_while_shift_is_down) {
     if (under_test().windows) GTEST_SKIP() << "Windows has one name for it";
     player_under_test player;
     ASSERT_TRUE(player.open_window());
-    player.drive("keydown 64 keydown 50 keyup 64 keyup 50 sleep 0.2 mousemove 300 118 mousedown 1 mouseup 1 "
+    player.drive("keydown 64 keydown 50 keyup 64 keyup 50 mousemove 300 118 mousedown 1 mouseup 1 "
                  "keydown 64 mousedown 1 mousemove 400 120 mouseup 1 keyup 64");
     EXPECT_EQ(std::ranges::count(player.traced(), '\n'), 1)
         << "plays without Alt, turns with it the second time";
@@ -163,9 +163,9 @@ TEST(live_player, alt_comes_up_while_shift_is_down) {
 TEST(live_player, keys_come_up_while_altgr_is_down) {
     player_under_test player({}, "de");
     ASSERT_TRUE(player.open_window());
-    player.drive("keydown 60 keydown 55 keydown 54 sleep 0.3 keydown 108 keyup 60 sleep 0.3 keyup 55 sleep "
-                 "0.3 keyup 108 "
-                 "keydown 55 keyup 55 sleep 0.3 keyup 54");
+    player.drive("keydown 60 keydown 55 keydown 54 keydown 108 keyup 60 keyup 55 "
+                 "keyup 108 "
+                 "keydown 55 keyup 55 keyup 54");
     EXPECT_EQ(player.end(), 0);
     EXPECT_EQ(player.played(),
               "91 3b 7f; 91 32 7f; 91 30 7f; 91 3b 00; 91 32 00; 91 32 7f; 91 32 00; 91 30 00");
@@ -176,8 +176,6 @@ TEST(live_player, keys_that_are_down_are_released_when_the_focus_goes) {
     ASSERT_TRUE(player.open_window());
     player.drive("keydown z keydown c keydown 50");
     player.display().focus_elsewhere();
-    // Long enough for the loss to be noticed; the releases go to the other window.
-    std::this_thread::sleep_for(milliseconds(500));
     player.drive_on("keyup z keyup c keyup 50");
     player.display().focus(player.window());
     player.drive("key F4 keydown b keyup b");
@@ -200,7 +198,7 @@ TEST(live_player, notes_held_by_space_stay_when_the_focus_goes) {
         ASSERT_TRUE(player.open_window());
         player.drive("keydown space keydown z");
         player.display().focus_elsewhere();
-        player.drive_on(std::string("sleep 0.5 ") + c.elsewhere);
+        player.drive_on(c.elsewhere);
         player.display().focus(player.window());
         player.drive(c.back);
         EXPECT_EQ(player.end(), 0);

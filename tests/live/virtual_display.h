@@ -24,7 +24,7 @@ public:
     // As in DISPLAY.
     const std::string& name() const { return name_; }
     // The visible window with this title, waiting until there is one; 0 when none came.
-    window find_window(const std::string& title, std::chrono::milliseconds limit = std::chrono::seconds(30));
+    window find_window(const std::string& title, std::chrono::milliseconds limit = generous);
     bool has_window(const std::string& title) {
         return find_window(title, std::chrono::milliseconds(0)) != 0;
     }

@@ -10,6 +10,9 @@
 
 namespace test_support {
 
+// Nothing takes so long, however busy the machine is.
+constexpr std::chrono::milliseconds generous = std::chrono::seconds(120);
+
 struct process_options {
     std::map<std::string, std::string> environment; // added to this process's own
     std::string directory;                          // working directory; empty: this process's
@@ -34,10 +37,10 @@ public:
     void send_signal(int number);
     // Waits until the text has appeared on standard error (or output) after what earlier calls have matched;
     // false when the time is over or the stream ended without it.
-    bool wait_for_err(const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(20));
-    bool wait_for_out(const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(20));
+    bool wait_for_err(const std::string& text, std::chrono::milliseconds limit = generous);
+    bool wait_for_out(const std::string& text, std::chrono::milliseconds limit = generous);
     // The exit code as in process_result, or nothing when it still runs after the limit.
-    std::optional<int> wait(std::chrono::milliseconds limit = std::chrono::seconds(20));
+    std::optional<int> wait(std::chrono::milliseconds limit = generous);
     // Everything written so far.
     const std::string& out();
     const std::string& err();
@@ -59,6 +62,6 @@ private:
 
 // Runs a program to its end.
 process_result run(const std::vector<std::string>& arguments, const process_options& options = {},
-                   std::chrono::milliseconds limit = std::chrono::seconds(60));
+                   std::chrono::milliseconds limit = 3 * generous);
 
 } // namespace test_support
