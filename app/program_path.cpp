@@ -1,5 +1,6 @@
 #include "app/program_path.h"
 
+#include "libutils/executable_path.h"
 #include "libutils/file_path.h"
 
 #include <system_error>
@@ -37,7 +38,7 @@ std::string without_extension(const std::string& path) {
 std::string model_base_path(const std::string& program_path) {
     std::string typed = without_extension(program_path);
     if (has_models(typed)) return typed;
-    std::string running = without_extension(executable_path());
+    std::string running = without_extension(libutils::executable_path());
     if (has_models(running)) return running;
     const std::size_t name_at = file_name_at(running);
     std::string shared = running.substr(0, name_at) + "../share/quenvarel/" + running.substr(name_at);

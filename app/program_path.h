@@ -1,5 +1,5 @@
 #pragma once
-// Where the files that belong to the program lie: the keyboard models and shaders of someone's own.
+// Finds the files that belong to the program: the keyboard models and the user's own shaders.
 
 #include <string>
 
@@ -9,12 +9,9 @@ namespace quenvarel {
 // models: "bin/quenvarel" and "bin/quenvarel.exe" both give "bin/quenvarel.".
 std::string without_extension(const std::string& path);
 
-// The base of those of the following that name an existing model directory, in this order: the program path
-// as typed; the executable that really runs (a program found through PATH was typed without its directory);
-// the directory ../share/quenvarel beside it. When none exists, that of the program path.
+// The first of these that names an existing model directory: the program path as typed; the executable that
+// is running (a program found through PATH was typed without its directory); the directory ../share/quenvarel
+// beside it. When none exists, the program path.
 std::string model_base_path(const std::string& program_path);
-
-// The file that this process was started from; empty when the system does not tell.
-std::string executable_path();
 
 } // namespace quenvarel

@@ -1,5 +1,6 @@
 #include "midi/drivers/soundfont.h"
 
+#include "libutils/executable_path.h"
 #include "midi/drivers/quiet.h"
 
 #include <algorithm>
@@ -40,8 +41,8 @@ std::string find_soundfont(const std::vector<fs::path>& directories) {
 std::string find_soundfont() {
     std::vector<fs::path> directories;
     std::error_code error;
-    const fs::path program = fs::read_symlink("/proc/self/exe", error);
-    if (!error) {
+    const fs::path program = libutils::executable_path();
+    if (!program.empty()) {
         directories.push_back(program.parent_path() / "soundfonts");
         directories.push_back(program.parent_path().parent_path() / "share/quenvarel/soundfonts");
     }

@@ -1,5 +1,6 @@
 #include "app/program_path.h"
 
+#include "libutils/executable_path.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +38,7 @@ TEST(program_path, models_are_looked_for_as_typed_then_beside_the_program_then_w
     const std::string typed = place.file("play.exe");
     EXPECT_EQ(model_base_path(typed), place.file("play.")) << "nothing is there";
 
-    const std::filesystem::path program = executable_path();
+    const std::filesystem::path program = libutils::executable_path();
     ASSERT_TRUE(std::filesystem::exists(program));
     const std::filesystem::path stem = program.parent_path() / program.stem();
     const std::filesystem::path shared =

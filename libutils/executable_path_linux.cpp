@@ -1,9 +1,9 @@
-#include "app/program_path.h"
+#include "libutils/executable_path.h"
 
 #include <filesystem>
 #include <system_error>
 
-namespace quenvarel {
+namespace libutils {
 
 std::string executable_path() {
     std::error_code error;
@@ -11,4 +11,4 @@ std::string executable_path() {
     return error ? std::string() : path.string();
 }
 
-} // namespace quenvarel
+} // namespace libutils

@@ -1,8 +1,8 @@
-#include "app/program_path.h"
+#include "libutils/executable_path.h"
 
 #include <windows.h>
 
-namespace quenvarel {
+namespace libutils {
 
 std::string executable_path() {
     std::string path(MAX_PATH, '\0');
@@ -13,4 +13,4 @@ std::string executable_path() {
     }
 }
 
-} // namespace quenvarel
+} // namespace libutils

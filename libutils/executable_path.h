@@ -1,0 +1,11 @@
+#pragma once
+// Where the running program lies.
+
+#include <string>
+
+namespace libutils {
+
+// The file that this process was started from; empty when the system does not tell.
+std::string executable_path();
+
+} // namespace libutils
