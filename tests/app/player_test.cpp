@@ -4,6 +4,9 @@
 
 #include "app/gluty.h"
 #include "app/home_view.h"
+#include "app/special_keys.h"
+#include "support/allocations.h"
+#include "support/counting_service.h"
 
 #include <gtest/gtest.h>
 
@@ -258,12 +261,51 @@ TEST(player, a_program_path_that_is_missing) {
     quenvarel::midi_port = nullptr;
 }
 
-// Last: the request stays with the one registry of the process.
-TEST(player, zz_escape_leaves_the_loop_and_holds) {
+// Counts how often something is written.
+struct write_counter : std::streambuf {
+    std::streamsize xsputn(const char*, std::streamsize count) override { return ++writes, count; }
+    int_type overflow(int_type c) override { return ++writes, c; }
+    int writes = 0;
+};
+
+TEST(player, playing_allocates_nothing_and_writes_each_line_at_once) {
+    test_support::counting_service service;
+    midi::midi_out_t port(service);
+    {
+        const test_support::capture out(std::cout);
+        port.open(0u);
+    }
+    quenvarel::midi_port = &port;
+    quenvarel::Quenvarel player("nowhere/quenvarel", 0, 0, 36, 127, false);
+    write_counter counter;
+    std::streambuf* const before = std::cerr.rdbuf(&counter);
+    const std::size_t allocated = test_support::allocations();
+    for (int c = 1; c < 256; ++c) {
+        if (c == 27) continue;
+        player.keyboard(static_cast<unsigned char>(c), 0, 0);
+        player.keyboardup(static_cast<unsigned char>(c), 0, 0);
+    }
+    for (const int key : {gems::key_f4, gems::key_page_up, gems::key_end, gems::key_insert}) {
+        player.special(key, 0, 0);
+        player.specialup(key, 0, 0);
+    }
+    const std::size_t after = test_support::allocations();
+    player.special(gems::key_f1, 0, 0);
+    std::cerr.rdbuf(before);
+    EXPECT_EQ(after, allocated);
+    EXPECT_GT(test_support::allocations(), after) << "a long message is counted";
+    // One line for each key down, one for Space up and one for F1.
+    EXPECT_EQ(counter.writes, 254 + 4 + 1 + 1);
+    quenvarel::midi_port = nullptr;
+}
+
+TEST(player, escape_leaves_the_loop_and_holds) {
     player_driver driver;
     EXPECT_FALSE(gems::registry->leaving());
     driver.play("+z +Escape -z -Escape");
     EXPECT_TRUE(gems::registry->leaving());
+    gems::registry->mainloop(); // which it leaves at once, and which may then be entered again
+    EXPECT_FALSE(gems::registry->leaving());
     EXPECT_EQ(driver.sent(), "91 2d 7f");
     EXPECT_EQ(driver.traced(), "key: 0x7a, 'z', note: 45\nkeep: 0x1b, '\x1b'\n");
 }

@@ -62,23 +62,23 @@ TEST(Damage, CoversWhatWasAddedInPartsThatDoNotOverlap) {
     const auto below = [&](unsigned n) { return static_cast<int>(random() % n); };
     for (int round = 0; round < 200; ++round) {
         damage changed;
-        std::vector<pixel_rect> added;
+        std::vector<render::pixel_rect> added;
         for (int i = below(30); i >= 0; --i) {
             const int left = below(790), bottom = below(180);
             added.push_back({left, bottom, left + below(12), bottom + below(20)});
             changed.add(added.back());
         }
         ASSERT_LE(changed.parts().size(), 8u);
-        for (const pixel_rect& a : added) {
+        for (const render::pixel_rect& a : added) {
             if (a.empty()) continue;
             int holders = 0;
-            for (const pixel_rect& part : changed.parts())
-                holders += intersection(a, part) == a;
+            for (const render::pixel_rect& part : changed.parts())
+                holders += render::intersection(a, part) == a;
             EXPECT_EQ(holders, 1);
         }
-        for (const pixel_rect& a : changed.parts())
-            for (const pixel_rect& b : changed.parts())
-                EXPECT_TRUE(&a == &b || intersection(a, b).empty());
+        for (const render::pixel_rect& a : changed.parts())
+            for (const render::pixel_rect& b : changed.parts())
+                EXPECT_TRUE(&a == &b || render::intersection(a, b).empty());
     }
     damage few;
     few.add({0, 0, 10, 10});

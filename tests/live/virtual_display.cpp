@@ -140,6 +140,17 @@ void virtual_display::focus_elsewhere() {
     XSync(connection_, False);
 }
 
+void virtual_display::grab_keyboard() {
+    XGrabKeyboard(connection_, DefaultRootWindow(connection_), False, GrabModeAsync, GrabModeAsync,
+                  CurrentTime);
+    XSync(connection_, False);
+}
+
+void virtual_display::ungrab_keyboard() {
+    XUngrabKeyboard(connection_, CurrentTime);
+    XSync(connection_, False);
+}
+
 void virtual_display::request_close(window w) {
     send_protocol(w, "WM_DELETE_WINDOW");
 }

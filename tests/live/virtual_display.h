@@ -38,6 +38,9 @@ public:
     bool focus(window w);
     // Gives the keyboard to a window of ours.
     void focus_elsewhere();
+    // Takes the keyboard away from all windows, and gives it back.
+    void grab_keyboard();
+    void ungrab_keyboard();
     // What a window manager sends when its close button is pressed.
     void request_close(window w);
     // Runs an xdotool command line; its own delays between keys are off.
