@@ -22,16 +22,6 @@ constexpr float degrees_across_window = 180.0f;
 
 constexpr int left_button = 0, middle_button = 1;
 
-struct axes {
-    dir3 right, up, back;
-};
-
-axes axes_of(const camera_t& camera) {
-    const dir3 back = render::normalise(camera.eye - camera.target);
-    const dir3 right = render::normalise(render::cross(dir3{0, 1, 0}, back));
-    return {right, render::cross(back, right), back};
-}
-
 camera_t turn(const camera_t& camera, const pos3& about, float degrees, const dir3& axis) {
     const mtx3w rotation = render::to_matrix(render::rot3{degrees, axis});
     const auto turned = [&](const pos3& p) {
@@ -44,17 +34,14 @@ camera_t turn(const camera_t& camera, const pos3& about, float degrees, const di
 
 } // namespace
 
-mtx3w inverse_view_matrix(const camera_t& camera) {
-    const auto [right, up, back] = axes_of(camera);
-    return {{right.x, right.y, right.z, 0, up.x, up.y, up.z, 0, back.x, back.y, back.z, 0, camera.eye.x,
-             camera.eye.y, camera.eye.z, 1}};
+mtx3w view_matrix(const camera_t& camera) {
+    return render::look_at(camera.eye, camera.target);
 }
 
-mtx3w view_matrix(const camera_t& camera) {
-    const auto [right, up, back] = axes_of(camera);
-    const pos3& eye = camera.eye;
-    return {{right.x, up.x, back.x, 0, right.y, up.y, back.y, 0, right.z, up.z, back.z, 0,
-             -render::dot(right, eye), -render::dot(up, eye), -render::dot(back, eye), 1}};
+mtx3w inverse_view_matrix(const camera_t& camera) {
+    const mtx3w v = view_matrix(camera);
+    return {{v[0], v[4], v[8], 0, v[1], v[5], v[9], 0, v[2], v[6], v[10], 0, camera.eye.x, camera.eye.y,
+             camera.eye.z, 1}};
 }
 
 pos3 point_at(float x, float y, float depth, const pixel_space& space) {
@@ -67,7 +54,8 @@ pos3 point_at(float x, float y, float depth, const pixel_space& space) {
 
 camera_t orbit(const camera_t& camera, const pos3& about, float yaw, float pitch) {
     const camera_t yawed = turn(camera, about, yaw, {0, 1, 0});
-    const auto [right, up, back] = axes_of(yawed);
+    const mtx3w view = view_matrix(yawed);
+    const dir3 right = {view[0], view[4], view[8]}, back = {view[2], view[6], view[10]};
     const float height =
         static_cast<float>(std::asin(std::clamp(back.y, -1.0f, 1.0f)) * render::degrees_per_radian);
     const float rise = std::clamp(height + pitch, -steepest, steepest) - height;

@@ -1,7 +1,7 @@
 #pragma once
-// Which parts of a picture no longer show what they should.
+// The parts of a picture that are out of date.
 
-#include "app/pixel_rect.h"
+#include "render/math/pixel_rect.h"
 
 #include <array>
 #include <cstddef>
@@ -13,24 +13,24 @@ namespace quenvarel {
 // Allocates nothing.
 class damage {
 public:
-    void add(pixel_rect part) {
+    void add(render::pixel_rect part) {
         if (part.empty()) return;
         for (std::size_t i = 0; i < count_;) {
-            if (count_ < parts_.size() && intersection(part, parts_[i]).empty()) {
+            if (count_ < parts_.size() && render::intersection(part, parts_[i]).empty()) {
                 ++i;
                 continue;
             }
-            part = enclosing(part, parts_[i]);
+            part = render::enclosing(part, parts_[i]);
             parts_[i] = parts_[--count_];
             i = 0; // it has grown
         }
         parts_[count_++] = part;
     }
     void clear() { count_ = 0; }
-    std::span<const pixel_rect> parts() const { return {parts_.data(), count_}; }
+    std::span<const render::pixel_rect> parts() const { return {parts_.data(), count_}; }
 
 private:
-    std::array<pixel_rect, 8> parts_;
+    std::array<render::pixel_rect, 8> parts_;
     std::size_t count_ = 0;
 };
 

@@ -1,6 +1,5 @@
 #pragma once
-// Objects that receive a window's events. Nobody but the registry and main knows the window library
-// underneath.
+// Objects that receive the events of a window. Only the registry and main know the window library below.
 
 #include "app/held_keys.h"
 
@@ -44,8 +43,8 @@ public:
     virtual void specialup(int /*key*/, int /*x*/, int /*y*/) {}
     // Direction +1 is away from the user.
     virtual void mousewheel(int /*wheel*/, int /*direction*/, int /*x*/, int /*y*/) {}
-    // The keyboard went to another window. Keys that were down have come up before this, but for those that
-    // stay down: they come up when they are found to be up once the keyboard is back.
+    // The window has lost the keyboard. Before this, keys that were down have come up, except those that stay
+    // down: they come up once the window has the keyboard again and finds them up.
     virtual void focuslost() {}
     virtual bool staysdown(unsigned char /*key*/) { return false; }
     // The window is about to go. Its GL context is current for the last time.

@@ -1,7 +1,7 @@
 #pragma once
-// Which keys of a keyboard are down, and as what each went down. The window library tells only characters,
-// and those change with the modifiers: a key that went down as 'a' comes up as 'A' when Shift was pressed in
-// between, and two keys may give the same character. So keys are known by their places on the keyboard.
+// The keys that are down, and what each gave when it went down. The window library reports characters, which
+// do not identify a key: one that went down as 'a' comes up as 'A' if Shift was pressed in between, and two
+// keys may give the same character. So keys are identified by their places on the keyboard.
 
 #include <array>
 #include <bitset>
@@ -23,7 +23,7 @@ class held_keys {
 public:
     held_keys() { as_.fill(up); }
 
-    // A key goes down and gives this. False when it was down already: the system repeats it.
+    // A key goes down and gives this. False when it was down already: this is auto-repeat.
     bool press(std::optional<unsigned> place, unsigned gives) {
         std::uint16_t* const key = find(place, gives);
         if (key && *key != up) return false;
@@ -37,7 +37,7 @@ public:
         raise(as_[place % key_places], [&](unsigned as) { gave = as; });
         return gave;
     }
-    // The same when it gives this now. Where its place is unknown, that is all there is to go by.
+    // The same for a key that gives this now, which identifies it where its place is unknown.
     std::optional<unsigned> release(std::optional<unsigned> place, unsigned gives) {
         std::optional<unsigned> gave;
         if (place && as_[*place % key_places] != up) return release(*place);
@@ -45,16 +45,16 @@ public:
         return gave || place ? gave : gives;
     }
 
-    // The keyboard goes to another window. Calls `release` with what the keys that are down gave, but for
-    // those for which `stays` is true.
+    // The window loses the keyboard. Calls `release` with what each key that is down gave, unless `stays` is
+    // true for it.
     template <class Stays, class Release>
     void leave(Stays stays, Release release) {
         for (std::uint16_t& key : as_)
             if (key != up && (key == silent || !stays(key))) raise(key, release);
     }
 
-    // It comes back with these keys down. Calls `release` for those that have come up meanwhile. The others
-    // that are down give nothing until they are pressed again.
+    // The window gets it back, with these keys down. Calls `release` for those that have come up meanwhile.
+    // Keys that went down meanwhile give nothing until they are pressed again.
     template <class Release>
     void come_back(const key_set& down, Release release) {
         for (std::size_t at = 0; at < as_.size(); ++at)

@@ -1,5 +1,5 @@
 #pragma once
-// Which surface lies under a pixel, by cutting its triangles against the planes around what the pixel shows.
+// Finds the surface under a pixel by clipping its triangles against the planes around that pixel.
 
 #include "pmt3d/surface/polygon.h"
 #include "render/math/types.h"
@@ -18,8 +18,8 @@ using side_planes = std::array<render::surface, 4>;
 // a unit to each side of its number. With a perspective projection nothing behind the eye is between them.
 side_planes planes_around_pixel(int x, int y, int width, int height, const render::mtx3w& projection);
 
-// Cuts off what of a convex polygon lies on the negative side of a plane; `polygon` becomes the rest, empty
-// when there is none. Corners that are no numbers lie outside.
+// Clips a convex polygon: what lies on the negative side of the plane goes. `polygon` is empty when nothing
+// is left. Corners that are NaN lie outside.
 void clip(std::vector<render::pos3>& polygon, const render::surface& plane);
 
 // The nearest point of a surface between the planes, as its distance from the eye along the line of sight;

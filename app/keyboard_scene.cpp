@@ -3,7 +3,7 @@
 #include "app/closed_surface.h"
 #include "app/key_picking.h"
 #include "libgr/texture/texture_table.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/text_reader.h"
 #include "render/math/matrix.h"
@@ -36,7 +36,7 @@ mtx3w translation(const pos3& by, float sign) {
     return mtx3w::translation(sign * by.x, sign * by.y, sign * by.z);
 }
 
-// Through anything else its inside shows.
+// Anything else shows its inside.
 bool is_opaque(const pmt3d::polygon_t& surface, const libgr::texture_t& texture) {
     if (const libgr::texture_record* color = texture.record(render::texture_unit::color)) {
         const auto format = color->image().descriptor.format;
@@ -69,22 +69,14 @@ bool keyboard_scene::load(std::string directory, const std::function<bool()>& st
     return true;
 }
 
-bool keyboard_scene::LoadShape(slot& key, const std::string& name) try {
+bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
     pmt3d::line_reader in;
-    if (!in.open(name)) {
-        libutils::error_report();
-        std::cerr << name << ": file open error." << std::endl;
-        return false;
-    }
-    int blocks = 0;
-    while (in.next()) {
-        if (in.line().starts_with(pmt3d::polygon_header)) {
-            if (!pmt3d::read_polygon_block(name, key.texture, key.surface, in, std::cerr)) return false;
-            ++blocks;
-        } else if (!pmt3d::is_blank_or_comment(in.line())) {
-            pmt3d::report(std::cerr, "unknown line: ", in.line());
-        }
-    }
+    if (!in.open(name)) return libutils::report(name, ": file open error.");
+    const std::uint64_t blocks = pmt3d::read_blocks(in, std::cerr, [&]() -> std::optional<bool> {
+        if (!in.line().starts_with(pmt3d::polygon_header)) return std::nullopt;
+        return pmt3d::read_polygon_block(name, key.texture, key.surface, in, std::cerr);
+    });
+    if (blocks == 0) return false;
     // The box of no vertex stays as it is: inside out.
     constexpr float infinite = std::numeric_limits<float>::infinity();
     box3 bounds = {{infinite, infinite, infinite}, {-infinite, -infinite, -infinite}};
@@ -92,11 +84,7 @@ bool keyboard_scene::LoadShape(slot& key, const std::string& name) try {
     key.bounds.reset();
     if (bounds.min.x <= bounds.max.x) key.bounds = bounds;
     key.hides_its_back = is_opaque(key.surface, key.texture) && is_closed(key.surface);
-    return blocks > 0;
-} catch (const pmt3d::file_cut_short& cut) {
-    libutils::error_report();
-    std::cout << cut.what() << std::endl;
-    return false;
+    return true;
 }
 
 void keyboard_scene::clear() {
@@ -143,7 +131,7 @@ void keyboard_scene::update_all(const mtx3w& view, const mtx3w& normal) {
         place(key, view, normal);
 }
 
-pixel_rect keyboard_scene::covered(const slot& key, const viewport& view) {
+render::pixel_rect keyboard_scene::covered(const slot& key, const viewport& view) {
     if (!key.bounds) return {};
     const mtx3w to_clip = view.projection * key.model;
     const auto& [min, max] = *key.bounds;
@@ -163,23 +151,23 @@ pixel_rect keyboard_scene::covered(const slot& key, const viewport& view) {
         return static_cast<int>(
             std::floor((std::clamp(value, -2.0f, 2.0f) + 1) / 2 * static_cast<float>(size)));
     };
-    return intersection({pixel(left, view.width) - margin, pixel(bottom, view.height) - margin,
-                         pixel(right, view.width) + 1 + margin, pixel(top, view.height) + 1 + margin},
-                        view.whole());
+    return render::intersection({pixel(left, view.width) - margin, pixel(bottom, view.height) - margin,
+                                 pixel(right, view.width) + 1 + margin, pixel(top, view.height) + 1 + margin},
+                                view.whole());
 }
 
-pixel_rect keyboard_scene::covered(int key, const viewport& view) const {
+render::pixel_rect keyboard_scene::covered(int key, const viewport& view) const {
     return covered(slots_[index(key)], view);
 }
 
-pixel_rect keyboard_scene::draw(const painter& with, const std::optional<pixel_rect>& part) {
+render::pixel_rect keyboard_scene::draw(const painter& with, const std::optional<render::pixel_rect>& part) {
     const viewport& view = with.view;
-    pixel_rect drawn;
+    render::pixel_rect drawn;
     for (slot& key : slots_) {
         if (!key.bounds) continue;
-        const pixel_rect seen = intersection(part.value_or(view.whole()), covered(key, view));
+        const render::pixel_rect seen = render::intersection(part.value_or(view.whole()), covered(key, view));
         if (seen.empty()) continue;
-        drawn = enclosing(drawn, seen);
+        drawn = render::enclosing(drawn, seen);
         if (key.hides_its_back) glEnable(GL_CULL_FACE);
         const auto draw = [&](render::appearance& appearance) {
             with.renderer.drawsolid(&environment_, environment_is_skybox_, appearance, key.surface,

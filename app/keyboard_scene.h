@@ -3,10 +3,10 @@
 // at rest or pressed down. Needs no GL context except where it says so.
 
 #include "app/key_glow.h"
-#include "app/pixel_rect.h"
 #include "libgr/texture/environment.h"
 #include "libgr/texture/surface_texture.h"
 #include "pmt3d/surface/polygon.h"
+#include "render/math/pixel_rect.h"
 #include "render/math/types.h"
 
 #include <array>
@@ -25,7 +25,7 @@ struct viewport {
     render::mtx3w projection; // eye space to clip space
     int width, height;        // of the window in pixels
 
-    pixel_rect whole() const { return {0, 0, width, height}; }
+    render::pixel_rect whole() const { return {0, 0, width, height}; }
 };
 
 // What a picture of the keys is drawn with.
@@ -72,11 +72,11 @@ public:
 
     // Draws all keys in ascending order with the current context. With a part only those keys that may show
     // there. Returns the smallest rectangle of the part, or of the window, that holds everything drawn.
-    pixel_rect draw(const painter& with, const std::optional<pixel_rect>& part = {});
+    render::pixel_rect draw(const painter& with, const std::optional<render::pixel_rect>& part = {});
 
     // The pixels within the window that a key may cover, edges smoothed; empty when it has no surface or is
     // not in sight.
-    pixel_rect covered(int key, const viewport& view) const;
+    render::pixel_rect covered(int key, const viewport& view) const;
 
     // Calls the action with the number of the nearest key at a pixel, counted from the lower left; of two
     // that are equally near the lower number wins. False, without a call, when there is none. The key
@@ -100,7 +100,7 @@ private:
     };
     static std::size_t index(int key) { return static_cast<unsigned>(key) & 127; }
     static bool LoadShape(slot& key, const std::string& name);
-    static pixel_rect covered(const slot& key, const viewport& view);
+    static render::pixel_rect covered(const slot& key, const viewport& view);
     void place(slot& key, const render::mtx3w& view, const render::mtx3w& normal) const;
 
     std::array<slot, key_count> slots_;

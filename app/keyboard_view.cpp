@@ -20,10 +20,6 @@ std::size_t index(int key) {
 
 constexpr int wanted_samples = 4; // for each pixel
 
-constexpr render::pixel_rectangle rectangle(const pixel_rect& r) {
-    return {r.left, r.bottom, r.width(), r.height()};
-}
-
 } // namespace
 
 void keyboard_view::open(const std::string& base_path, const std::string& key_directory,
@@ -100,18 +96,18 @@ void keyboard_view::draw(clock::time_point when) {
     if (!renderer_) return;
     fade(when);
     const render::context_stays stays;
-    if (!frame_.allocated()) damage_.add(port_.whole()); // the window forgets
+    if (!frame_.allocated()) damage_.add(port_.whole()); // without a framebuffer nothing survives the swap
     frame_.bind();
     glViewport(0, 0, port_.width, port_.height);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_SCISSOR_TEST);
     glClearColor(background.r, background.g, background.b, 1.0f);
-    for (const pixel_rect& part : damage_.parts()) {
+    for (const render::pixel_rect& part : damage_.parts()) {
         glScissor(part.left, part.bottom, part.width(), part.height());
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        const pixel_rect drawn = scene_.draw({*renderer_, port_, light, shininess, glow_}, part);
-        if (drawn != part) frame_.fill(rectangle(part), background);
-        frame_.resolve(rectangle(drawn));
+        const render::pixel_rect drawn = scene_.draw({*renderer_, port_, light, shininess, glow_}, part);
+        if (drawn != part) frame_.fill(part, background);
+        frame_.resolve(drawn);
     }
     glDisable(GL_SCISSOR_TEST);
     damage_.clear();

@@ -4,8 +4,8 @@
 #include "app/interrupt.h"
 #include "app/options.h"
 #include "app/quenvarel.h"
-#include "libutils/error_report.h"
 #include "libutils/out_of_memory.h"
+#include "libutils/report.h"
 #include "midi/midi_out.h"
 #include "midi/port_choice.h"
 #include "midi/system.h"
@@ -46,23 +46,17 @@ void leave() {
     if (gems::registry) gems::registry->leavemainloop();
 }
 
-bool complain(const char* what, const char* text) {
-    libutils::error_report();
-    std::cerr << what << text << std::endl;
-    return false;
-}
-
 bool open_port(const char* device) {
     delete quenvarel::midi_port;
     quenvarel::midi_port = midi::midi_out_t::create(midi::system_outputs()).release();
-    if (!quenvarel::midi_port) return complain("", "midi_out_t allocate failed.");
+    if (!quenvarel::midi_port) return libutils::report("midi_out_t allocate failed.");
 
     const midi::device_argument_t chosen = midi::parsedevice(device);
     const bool opened = chosen.has_name
                             ? quenvarel::midi_port->open(device)
                             : quenvarel::midi_port->open(static_cast<std::uint32_t>(chosen.number));
     if (opened) return true;
-    complain(device, ": midiout open() failed.");
+    libutils::report(device, ": midiout open() failed.");
     midi::listdevices(std::cout, midi::system_outputs());
     return false;
 }
@@ -71,7 +65,7 @@ bool open_port(const char* device) {
 [[noreturn]] void on_window_error(const char* format, va_list arguments) {
     char text[512];
     std::vsnprintf(text, sizeof text, format, arguments);
-    complain("", text);
+    libutils::report(text);
     std::exit(1);
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-// From keys and mouse to notes: what sounds, who holds it, and how every note comes to its end.
+// Turns keys and mouse into notes: what sounds, what holds it, and how every note ends.
 
 #include "app/sound.h"
 
@@ -27,25 +27,25 @@ protected:
     ~keyboard_picture() = default;
 };
 
-// Sends on the given port, which must be open as long as the player is used; the results of sending are
-// ignored. Nothing here allocates.
+// Sends on the given port, which must stay open while the player is used. Ignores the results of sending.
+// Allocates nothing.
 class note_player {
 public:
     note_player(midi::midi_out_t& out, sound_t& sound, keyboard_picture& picture);
 
-    // A character of the key map with the offset that it stands for. Each press starts its note, whatever
-    // already sounds. A release ends the note that the offset means at that moment; while notes are held it
-    // does nothing.
+    // A key goes down, with its character and its offset in the key map. Each press starts its note, whatever
+    // already sounds.
     void key_down(unsigned char key, int offset);
+    // A key comes up. This ends the note that the offset means now, unless notes are sustained.
     void key_up(int offset);
-    // From now on notes sound on after their keys are released.
+    // Sustains notes after their keys are released.
     void hold(unsigned char key);
-    // Ends all notes.
+    // Ends all notes and the sustain.
     void release_held();
     // One step, around from 127 to 0.
     void change_velocity(int step);
 
-    // The mouse plays one note at a time. Given is the key under the pointer; where there is none, the note
+    // The mouse plays one note at a time, that of the key under the pointer. Where there is no key the note
     // stops.
     void mouse_down(std::optional<int> key);
     void mouse_moved(std::optional<int> key);

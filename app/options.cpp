@@ -1,12 +1,11 @@
 #include "app/options.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <limits>
 
 namespace quenvarel {
@@ -58,8 +57,7 @@ options_result read_options(int argc, const char* const* argv, options_t& option
         if (at + 1 == argc) break;
         const std::uint32_t value = to_number(argv[at + 1]);
         if (value > option->most) {
-            libutils::error_report();
-            std::cerr << value << option->complaint << std::endl;
+            libutils::report(value, option->complaint);
             return options_result::refused;
         }
         options.*option->value = value;

@@ -1,5 +1,5 @@
 #pragma once
-// What the next note sounds like.
+// The settings of the next note.
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 #pragma once
-// The lines on standard error that tell what the player changes.
+// The lines on standard error that tell what the player does.
 
 #include <charconv>
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace quenvarel {
 
-// One line, composed in place and written in one piece, with its newline, when the object goes. Allocates
-// nothing. What does not fit is cut off; no line of the player comes near that.
+// One line, written in one piece, with its newline, when the object is destroyed. Allocates nothing. A line
+// that is too long is cut off; no line of the player comes near that.
 class trace {
 public:
     trace() = default;

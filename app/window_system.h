@@ -1,7 +1,7 @@
 #pragma once
-// What an instrument needs of its window beyond what GLUT offers: to know which key an event is about, to
-// notice that the keyboard goes elsewhere and comes back, not to wait for the display, and no menu under the
-// Alt key.
+// What an instrument needs of its window and GLUT does not offer: which key an event is about, when the
+// window loses the keyboard and gets it back, swaps that do not wait for the display, and no menu on the Alt
+// key.
 
 #include "app/held_keys.h"
 
@@ -24,11 +24,11 @@ public:
     static std::unique_ptr<window_system> of_current_window();
     virtual ~window_system() = default;
 
-    // Asked in every key event of GLUT's, with what the key gives: its place on the keyboard. Nothing when
-    // that is unknown.
+    // To be called in every key event, with what the key gives. Returns the place of the key on the keyboard;
+    // nothing when that is unknown.
     virtual std::optional<unsigned> place_of_key(unsigned gives, bool pressed) = 0;
 
-    // What came before the event that place_of_key was asked about last, or before end_of_round, in order.
+    // What happened before the last call of place_of_key or end_of_round, in order.
     virtual std::optional<keyboard_news> next_news() = 0;
     // GLUT has handled all events that it had.
     virtual void end_of_round() {}

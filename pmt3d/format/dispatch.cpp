@@ -28,7 +28,7 @@ format format_of(const std::string& name) {
 // The blocks of a file, into the list and, where there is one, the environment. Their number; 0 when one
 // failed.
 std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items, const std::string& name,
-                          const load_context& context) try {
+                          const load_context& context) {
     using kind_t = model_item_t::kind_t;
     line_reader in;
     if (!in.open(name)) {
@@ -36,31 +36,20 @@ std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items
         return 0;
     }
     in.set_progress(context.progress);
-    std::uint64_t blocks = 0;
     vertex_limit vertices(in.size(), context.allowed_vertices);
-    while (in.next()) {
+    return read_blocks(in, context.error, [&]() -> std::optional<bool> {
         const std::string_view line = in.line();
-        bool read = true;
-        if (environment && line.starts_with(environment_header)) {
-            read = read_environment_block(*environment, name, in, context.error);
-        } else if (line.starts_with(nurbs_header)) {
+        if (environment && line.starts_with(environment_header))
+            return read_environment_block(*environment, name, in, context.error);
+        if (line.starts_with(nurbs_header)) {
             model_item_t& item = items.emplace_back(kind_t::nurbs);
-            read = read_nurbs_block(name, item.nurbs, item.texture, item.polygon, context.frames,
+            return read_nurbs_block(name, item.nurbs, item.texture, item.polygon, context.frames,
                                     items.size(), vertices, in, context.error);
-        } else if (line.starts_with(polygon_header)) {
-            model_item_t& item = items.emplace_back(kind_t::polygon);
-            read = read_polygon_block(name, item.texture, item.polygon, in, context.error);
-        } else {
-            if (!is_blank_or_comment(line)) report(context.error, "unknown line: ", line);
-            continue;
         }
-        if (!read) return 0;
-        ++blocks;
-    }
-    return blocks;
-} catch (const file_cut_short& cut) {
-    report(context.error, cut.what(), {});
-    return 0;
+        if (!line.starts_with(polygon_header)) return std::nullopt;
+        model_item_t& item = items.emplace_back(kind_t::polygon);
+        return read_polygon_block(name, item.texture, item.polygon, in, context.error);
+    });
 }
 
 // Names the surface after the file and writes it.

@@ -17,6 +17,11 @@ namespace pmt3d {
 
 namespace {
 
+// The lines that are passed over everywhere: comments, and those that hold nothing or just a '\r'.
+bool is_blank_or_comment(std::string_view line) {
+    return line.empty() || line[0] == '#' || line == "\r";
+}
+
 constexpr float color_step = 0.003921569f;         // 1 / 255
 constexpr float radians_per_degree = 0.017453292f; // in single precision
 constexpr render::col3a default_color = {0.5f, 0.5f, 0.5f, 1.0f};
@@ -475,8 +480,21 @@ private:
 
 } // namespace
 
-bool is_blank_or_comment(std::string_view line) {
-    return line.empty() || line[0] == '#' || line == "\r";
+std::uint64_t read_blocks(line_reader& in, std::ostream& error,
+                          const std::function<std::optional<bool>()>& read_block) try {
+    std::uint64_t blocks = 0;
+    while (in.next()) {
+        const std::optional<bool> read = read_block();
+        if (read == false) return 0;
+        if (read)
+            ++blocks;
+        else if (!is_blank_or_comment(in.line()))
+            report(error, "unknown line: ", in.line());
+    }
+    return blocks;
+} catch (const file_cut_short& cut) {
+    report(error, cut.what(), {});
+    return 0;
 }
 
 void report(std::ostream& error, std::string_view message, std::string_view line) {

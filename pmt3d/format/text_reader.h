@@ -4,7 +4,10 @@
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/surface/frames.h"
 
+#include <cstdint>
+#include <functional>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,6 +35,12 @@ inline constexpr std::string_view environment_header = "begin environment";
 // Counts in a header are believed as far as the file could hold them: a count of more than 65536 that the
 // bytes left cannot be enough for fails like an allocation.
 
+// Reads the blocks of a file. Calls `read_block` at every line that may begin one; it returns whether it
+// could read the block, or nothing where none begins. Such a line is reported unless it is blank or a
+// comment. The number of blocks; 0 when one could not be read.
+std::uint64_t read_blocks(line_reader& in, std::ostream& error,
+                          const std::function<std::optional<bool>()>& read_block);
+
 // A complete surface: false when its header is wrong, when it is not ended by "end", or when it lacks
 // vertices, elements or frames. On success its pictures are opened and its polygon ids built.
 bool read_polygon_block(const std::string& name, libgr::texture_t& texture, polygon_t& polygon,
@@ -47,9 +56,6 @@ bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t&
 // False when it is another block, or when the cube map's pictures cannot be had.
 bool read_environment_block(libgr::environment_t& environment, const std::string& name, line_reader& in,
                             std::ostream& error);
-
-// True for the lines that are passed over everywhere: comments, and lines that hold nothing or just a '\r'.
-bool is_blank_or_comment(std::string_view line);
 
 // Writes one diagnostic line.
 void report(std::ostream& error, std::string_view message, std::string_view line);

@@ -102,23 +102,23 @@ void framebuffer_t::unbind() {
     if (has_context()) glBindFramebuffer(GL_FRAMEBUFFER, 0);
 }
 
-void framebuffer_t::resolve(const pixel_rectangle& area) const {
+void framebuffer_t::resolve(const pixel_rect& area) const {
     if (samples_ == 0 || !has_context()) return;
-    const int left = std::max(area.x, 0), right = std::min(area.x + area.width, width_);
-    const int bottom = std::max(area.y, 0), top = std::min(area.y + area.height, height_);
-    if (left >= right || bottom >= top) return;
-    copy(drawn_.framebuffer, resolved_.framebuffer, left, bottom, right, top, GL_COLOR_BUFFER_BIT);
+    const pixel_rect part = intersection(area, {0, 0, width_, height_});
+    if (part.empty()) return;
+    copy(drawn_.framebuffer, resolved_.framebuffer, part.left, part.bottom, part.right, part.top,
+         GL_COLOR_BUFFER_BIT);
     bind();
 }
 
-void framebuffer_t::fill(const pixel_rectangle& area, const col3& color) const {
+void framebuffer_t::fill(const pixel_rect& area, const col3& color) const {
     if (samples_ == 0 || !has_context()) return;
     GLint other[4];
     glGetIntegerv(GL_SCISSOR_BOX, other);
     const bool scissored = glIsEnabled(GL_SCISSOR_TEST);
     glBindFramebuffer(GL_FRAMEBUFFER, resolved_.framebuffer);
     glEnable(GL_SCISSOR_TEST);
-    glScissor(area.x, area.y, std::max(area.width, 0), std::max(area.height, 0));
+    glScissor(area.left, area.bottom, area.width(), area.height());
     glClearColor(color.r, color.g, color.b, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
     glScissor(other[0], other[1], other[2], other[3]);

@@ -2,14 +2,10 @@
 // A picture that is kept between redraws, with smooth edges.
 
 #include "render/gl/types.h"
+#include "render/math/pixel_rect.h"
 #include "render/math/types.h"
 
 namespace render {
-
-// Pixels counted from the lower left corner.
-struct pixel_rectangle {
-    int x, y, width, height;
-};
 
 // A framebuffer with colour and depth of several samples a pixel, and beside it the finished picture. What
 // has been drawn is resolved into the picture rectangle by rectangle, so a redraw may leave out (by a
@@ -37,10 +33,10 @@ public:
     static void unbind(); // into the window
 
     // Resolves the samples of a rectangle into the picture.
-    void resolve(const pixel_rectangle& area) const;
+    void resolve(const pixel_rect& area) const;
     // Gives a rectangle of the picture one colour, which is cheaper than resolving samples that all have it.
     // Does nothing without samples: what was drawn is the picture.
-    void fill(const pixel_rectangle& area, const col3& color) const;
+    void fill(const pixel_rect& area, const col3& color) const;
     // Copies the picture to the window, or to the framebuffer of that name. Drawing goes into the window from
     // here on.
     void present(gl_uint framebuffer = 0) const;

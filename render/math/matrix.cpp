@@ -40,6 +40,15 @@ mtx3w inverse(const mtx3w& m) {
     return inverted;
 }
 
+mtx3w look_at(const pos3& eye, const pos3& target) {
+    const dir3 back = normalise(eye - target);
+    dir3 right = normalise(cross(dir3{0, 1, 0}, back));
+    if (length(right) < 0.5f) right = {1, 0, 0};
+    const dir3 up = cross(back, right);
+    return {{right.x, up.x, back.x, 0, right.y, up.y, back.y, 0, right.z, up.z, back.z, 0, -dot(right, eye),
+             -dot(up, eye), -dot(back, eye), 1}};
+}
+
 mtx3w to_matrix(const rot3& r) {
     const double theta = r.angle * radians_per_degree;
     const float c = float(std::cos(theta)), s = float(std::sin(theta));

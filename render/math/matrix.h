@@ -38,6 +38,10 @@ constexpr mtx3w transpose(const mtx3w& m) {
 // The adjugate divided by the determinant, which is not tested: a singular matrix gives infinities and NaN.
 mtx3w inverse(const mtx3w& m);
 
+// From world to eye space, for an eye that looks at a target with the y axis up; from straight above or below
+// it the x axis is to the right.
+mtx3w look_at(const pos3& eye, const pos3& target);
+
 // The rotation by r.angle degrees about r.axis, which may have any length.
 mtx3w to_matrix(const rot3& r);
 // The rotation that a matrix makes. The identity gives angle 0 about (0, 0, 0). If no angle has the matrix's

@@ -67,15 +67,6 @@ struct camera {
     pos3 light; // in eye space
 };
 
-mtx3w look_at(const pos3& eye, const pos3& target) {
-    const dir3 back = render::normalise(eye - target);
-    dir3 right = render::normalise(render::cross(dir3{0, 1, 0}, back));
-    if (render::length(right) < 0.5f) right = {1, 0, 0}; // straight from above or below
-    const dir3 up = render::cross(back, right);
-    return {{right.x, up.x, back.x, 0, right.y, up.y, back.y, 0, right.z, up.z, back.z, 0,
-             -render::dot(right, eye), -render::dot(up, eye), -render::dot(back, eye), 1}};
-}
-
 // The place nearest to the model, in the coordinates of a view, from which all of it is seen along the view's
 // axis; with `straight`, the nearest one on that axis.
 pos3 fitting_place(const pmt3d::model_t& model, const mtx3w& view, float half_width, float half_height,
@@ -119,7 +110,7 @@ std::optional<camera> camera_for(const options& o, const pmt3d::model_t& model, 
     else {
         constexpr float margin = 1.08f;
         const dir3 direction = render::normalise(dir3{0.35f, 0.5f, 1.0f});
-        const mtx3w view = look_at(target, target - direction);
+        const mtx3w view = render::look_at(target, target - direction);
         const pos3 place =
             fitting_place(model, view, float(unit.right), float(unit.top), o.target.has_value());
         target =
@@ -131,7 +122,7 @@ std::optional<camera> camera_for(const options& o, const pmt3d::model_t& model, 
     const float distance = render::length(eye - center);
     lens.zfar = distance + 1.01f * radius;
     lens.znear = std::max(double(distance - 1.01f * radius), lens.zfar * 1e-4);
-    return camera{look_at(eye, target),
+    return camera{render::look_at(eye, target),
                   render::perspective_matrix(render::to_projection(lens)),
                   {-0.5f * away, 0.6f * away, 0.3f * away}};
 }
@@ -228,7 +219,8 @@ const subcommand render_picture = {
     "by 600 pixels\n"
     "unless said otherwise. Without --target the middle of the model is looked at, without --eye from in "
     "front and above,\n"
-    "from where all of it is seen. The light is above the viewer's left shoulder. OUT may end in .bmp, .tga, .jpg "
+    "from where all of it is seen. The light is above the viewer's left shoulder. OUT may end in .bmp, .tga, "
+    ".jpg "
     "or .jpeg as "
     "well.\n\n"
     "Needs OpenGL 3.3. On Linux no display is needed where the driver can draw off screen, as Mesa's can "

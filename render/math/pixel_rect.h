@@ -1,9 +1,9 @@
 #pragma once
-// Rectangles of whole pixels, counted from the window's lower left corner.
+// Rectangles of whole pixels, counted from the lower left corner.
 
 #include <algorithm>
 
-namespace quenvarel {
+namespace render {
 
 // From left and bottom up to, but without, right and top. Empty unless left < right and bottom < top.
 struct pixel_rect {
@@ -28,4 +28,4 @@ inline pixel_rect enclosing(const pixel_rect& a, const pixel_rect& b) {
             std::max(a.top, b.top)};
 }
 
-} // namespace quenvarel
+} // namespace render
