@@ -1,5 +1,5 @@
-// Any bytes from a MIDI cable: what is taken for a message is one, and the input port hands on each of them
-// whole, in order, whatever else comes between.
+// Any bytes from a MIDI cable, in two pieces: only well-formed messages are accepted, they do not depend on
+// where the pieces meet, and the input port hands on each of them whole and in order.
 
 #include "fuzz/target.h"
 #include "midi/message.h"
@@ -31,7 +31,7 @@ public:
         return midi::no_error;
     }
     void deliver(const std::uint8_t* bytes, std::size_t count) {
-        midi::each_message(bytes, count, [&](const std::uint8_t* message, std::size_t length) {
+        reader_.read(bytes, count, [&](const std::uint8_t* message, std::size_t length) {
             demand(length > 0 && message[0] >= 0x80, "a message begins with a status");
             const bool sysex = message[0] == midi::sysex_begin;
             demand(sysex ? length >= 2 && message[length - 1] == midi::sysex_end
@@ -75,6 +75,7 @@ private:
         cable& of;
     };
 
+    midi::message_reader reader_;
     midi::input_sink_t* sink_ = nullptr;
     midi::input_buffer_t* queued_ = nullptr;
 };
@@ -105,12 +106,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     cable service;
     midi::midi_in_t port(service, &listener);
     demand(port.open(0u), "the port opens");
-    // The first byte says where the cable's bytes are cut in two: a message is never split between them.
+    // The first byte says where the cable's bytes are cut in two.
     const std::size_t rest = size ? size - 1 : 0;
     const std::size_t cut = size ? std::min<std::size_t>(data[0], rest) : 0;
     service.deliver(data + (size != 0), cut);
     service.deliver(data + (size != 0) + cut, rest - cut);
     demand(received == service.sent, "what comes in is handed on");
+    bytes_t whole;
+    midi::each_message(data + (size != 0), rest, [&](const std::uint8_t* message, std::size_t length) {
+        whole.insert(whole.end(), message, message + length);
+    });
+    demand(received == whole, "where the pieces meet does not matter");
     demand(port.close() && messages.text().empty(), "the port closes without a word");
     return 0;
 }

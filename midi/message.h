@@ -3,10 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace midi {
 
 constexpr std::uint8_t sysex_begin = 0xF0, sysex_end = 0xF7, first_realtime = 0xF8;
+constexpr std::size_t longest_sysex = std::size_t{1} << 20;
 
 // How many bytes a message with this status has, the status included; 0 where the length is not fixed
 // (system exclusive), the status is not defined, or the byte is no status.
@@ -25,6 +27,8 @@ constexpr std::size_t message_length(std::uint8_t status) {
     case 0xF4:
     case 0xF5:
     case sysex_end:
+    case 0xF9:
+    case 0xFD:
         return 0;
     default:
         return 1;
@@ -64,35 +68,78 @@ constexpr std::uint32_t pack(const std::uint8_t* bytes, std::size_t length) {
     return message;
 }
 
-// Calls take(bytes, length) for every complete message in a string of bytes, which may use running status.
-// Bytes that belong to no message, and a system exclusive message broken off by another status, are left out.
+// Takes the messages out of bytes that come in pieces of any length, as from a cable. Running status is
+// understood. Realtime bytes may stand anywhere, also inside another message, which stays whole.
+class message_reader {
+public:
+    // Makes room for the longest message, so that reading allocates nothing.
+    void reserve() { sysex_.reserve(longest_sysex); }
+
+    // Calls take(bytes, length) for each message as soon as it is complete. Returns false when bytes were
+    // left out: undefined ones, those of no message, and a system exclusive message that another status
+    // breaks off or that is too long.
+    template <class Take>
+    bool read(const std::uint8_t* bytes, std::size_t length, Take take) {
+        bool all = true;
+        for (const std::uint8_t* const end = bytes + length; bytes != end; ++bytes) {
+            if (*bytes < first_realtime)
+                all = add(*bytes) && all;
+            else if (message_length(*bytes))
+                take(bytes, std::size_t{1});
+            else
+                all = false;
+            if (!sysex_.empty() && sysex_.back() == sysex_end) {
+                take(static_cast<const std::uint8_t*>(sysex_.data()), sysex_.size());
+                sysex_.clear();
+            } else if (expected_ && have_ == expected_) {
+                take(static_cast<const std::uint8_t*>(message_), expected_);
+                have_ = 1;
+                if (message_[0] >= 0xF0) expected_ = 0; // only channel messages have running status
+            }
+        }
+        return all;
+    }
+
+    // Drops an unfinished message. Returns false when it was a system exclusive one.
+    bool forget() {
+        expected_ = 0;
+        const bool nothing = sysex_.empty();
+        sysex_.clear();
+        return nothing;
+    }
+
+private:
+    // Anything but a realtime byte. False when something is left out.
+    bool add(std::uint8_t byte) {
+        if (!sysex_.empty() && (byte < 0x80 || byte == sysex_end)) {
+            if (sysex_.size() == longest_sysex) return forget();
+            sysex_.push_back(byte);
+            return true;
+        }
+        if (byte < 0x80) {
+            if (expected_) message_[have_++] = byte;
+            return expected_ != 0;
+        }
+        const bool nothing_lost = forget();
+        if (byte == sysex_begin) {
+            sysex_.push_back(byte);
+            return nothing_lost;
+        }
+        message_[0] = byte;
+        have_ = 1;
+        expected_ = message_length(byte);
+        return nothing_lost && expected_ != 0;
+    }
+
+    std::vector<std::uint8_t> sysex_; // an unfinished one
+    std::uint8_t message_[3] = {};
+    std::size_t expected_ = 0, have_ = 0; // bytes of message_
+};
+
+// Calls take(bytes, length) for every complete message in a string of bytes.
 template <class Take>
 void each_message(const std::uint8_t* bytes, std::size_t length, Take take) {
-    std::uint8_t message[3] = {};
-    std::size_t expected = 0, have = 0; // of the message that is being collected
-    for (std::size_t i = 0; i < length; ++i) {
-        if (bytes[i] >= first_realtime) {
-            take(bytes + i, std::size_t{1});
-        } else if (bytes[i] == sysex_begin) {
-            std::size_t end = i + 1;
-            while (end < length && bytes[end] < 0x80)
-                ++end;
-            if (end < length && bytes[end] == sysex_end) take(bytes + i, end + 1 - i);
-            expected = 0;
-            i = end - (end < length && bytes[end] != sysex_end);
-        } else if (bytes[i] >= 0x80) {
-            message[0] = bytes[i];
-            expected = message_length(bytes[i]);
-            have = 1;
-        } else if (expected) {
-            message[have++] = bytes[i];
-        }
-        if (expected && have == expected) {
-            take(static_cast<const std::uint8_t*>(message), expected);
-            have = 1;
-            if (message[0] >= 0xF0) expected = 0; // only channel messages have running status
-        }
-    }
+    message_reader().read(bytes, length, take);
 }
 
 } // namespace midi
