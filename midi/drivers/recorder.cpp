@@ -1,7 +1,6 @@
 #include "midi/drivers/recorder.h"
 
 #include "libutils/report.h"
-#include "midi/message.h"
 
 #include <algorithm>
 #include <new>
@@ -33,7 +32,7 @@ result_t recorder::short_message(std::uint32_t message) {
 
 result_t recorder::long_message(const std::uint8_t* bytes, std::size_t length) {
     result_t result = no_error;
-    each_message(bytes, length, [&](const std::uint8_t* message, std::size_t count) {
+    pieces_.read(bytes, length, [&](const std::uint8_t* message, std::size_t count) {
         const result_t taken = put(message, count);
         if (result == no_error) result = taken;
     });

@@ -3,6 +3,7 @@
 // so that rendering and writing never hold up the player.
 
 #include "midi/driver.h"
+#include "midi/message.h"
 
 #include <atomic>
 #include <chrono>
@@ -38,8 +39,9 @@ public:
     explicit recorder(std::unique_ptr<recording_t> recording);
     ~recorder() override;
 
-    // Fails for what is no complete message, after the recording has failed, and when thousands of messages
-    // wait. When the recording fails, that is one line on standard error; its file stays as it is.
+    // A long message may come in several pieces. Fails for what is no complete message, after the recording
+    // has failed, and when thousands of messages wait. When the recording fails, that is one line on standard
+    // error; its file stays as it is.
     result_t short_message(std::uint32_t message) override;
     result_t long_message(const std::uint8_t* bytes, std::size_t length) override;
     // Returns when everything has been recorded.
@@ -63,6 +65,7 @@ private:
         return std::chrono::duration<double>(time - begin_).count();
     }
 
+    message_reader pieces_; // of long messages
     std::unique_ptr<recording_t> recording_;
     const clock::time_point begin_ = clock::now();
     std::vector<entry> ring_; // the waiting ones begin at first_; the thread reads them unlocked

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <future>
 #include <mutex>
 #include <string>
@@ -33,7 +34,15 @@ template <class Function>
 auto elsewhere(Function function) {
     std::packaged_task<decltype(function())()> task(std::move(function));
     auto result = task.get_future();
-    std::thread(std::move(task)).detach();
+    std::thread([run = std::move(task)]() mutable {
+        // Some libraries write to a server that has gone; their own threads, begun here, do not end us
+        // either.
+        sigset_t broken_pipe;
+        sigemptyset(&broken_pipe);
+        sigaddset(&broken_pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
+        run();
+    }).detach();
     return result;
 }
 
@@ -123,7 +132,7 @@ public:
     }
 
     result_t long_message(const std::uint8_t* bytes, std::size_t length) override {
-        each_message(bytes, length, [this](const std::uint8_t* message, std::size_t count) {
+        pieces_.read(bytes, length, [this](const std::uint8_t* message, std::size_t count) {
             source_->message(message, count);
         });
         return no_error;
@@ -176,6 +185,7 @@ private:
     }
 
     using clock = std::chrono::steady_clock;
+    message_reader pieces_; // of long messages
     std::shared_ptr<sound_source> source_;
     std::vector<way> ways_;
     way* current_ = nullptr; // the one that is heard; of the keeper while it runs

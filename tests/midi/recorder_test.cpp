@@ -1,12 +1,13 @@
 #include "midi/drivers/recorder.h"
 #include "midi/message.h"
 #include "support/allocations.h"
+#include "support/capture.h"
 #include "support/recording_service.h"
 
 #include <algorithm>
-#include <chrono>
 #include <future>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <new>
 #include <thread>
 
@@ -18,7 +19,7 @@ using test_support::hex;
 struct notes {
     std::vector<std::string> messages;
     std::vector<double> times;
-    int finished = 0;
+    std::string end;
     std::size_t fails_at = std::size_t(-1);
     bool throws = false;           // when it fails
     std::shared_future<void> gate; // waited for at the first message, when valid
@@ -29,11 +30,10 @@ public:
     explicit noting_recording(notes& kept) : notes_(kept) {}
     bool message(double time, const std::uint8_t* bytes, std::size_t length) override {
         if (notes_.gate.valid()) notes_.gate.wait();
-        notes_.times.push_back(time);
         notes_.messages.push_back(hex(bytes, length));
         const bool fails = notes_.messages.size() == notes_.fails_at;
         if (fails && notes_.throws) throw std::bad_alloc();
-        return !fails;
+        return advance(time) && !fails;
     }
     bool advance(double time) override {
         notes_.times.push_back(time);
@@ -41,84 +41,88 @@ public:
     }
     void finish(double time) override {
         notes_.times.push_back(time);
-        ++notes_.finished;
+        notes_.end += "finished";
     }
-    void discard() override {}
+    void discard() override { notes_.end += "discarded"; }
     std::string name() const override { return "notes"; }
 
 private:
     notes& notes_;
 };
 
-std::uint32_t note_on(int note) {
-    const std::uint8_t bytes[] = {0x90, std::uint8_t(note), 100};
-    return midi::pack(bytes, 3);
-}
-
-TEST(recorder, records_everything_in_order) {
+struct recorder : testing::Test {
     notes kept;
-    midi::recorder recorder(std::make_unique<noting_recording>(kept));
-    const std::uint8_t sysex[] = {0xF0, 1, 2, 3, 4, 0xF7};
-    EXPECT_EQ(recorder.short_message(note_on(60)), midi::no_error);
-    EXPECT_EQ(recorder.long_message(sysex, sizeof sysex), midi::no_error);
-    EXPECT_NE(recorder.short_message(0x3C), midi::no_error) << "not a message";
+    midi::result_t play(midi::recorder& device, int note) {
+        const std::uint8_t bytes[] = {0x90, std::uint8_t(note), 100};
+        return device.short_message(midi::pack(bytes, 3));
+    }
+};
+
+TEST_F(recorder, records_everything_in_order_and_drops_nothing_but_emptiness) {
+    midi::recorder(std::make_unique<noting_recording>(kept)).close();
+    EXPECT_EQ(kept.end, "discarded");
+    kept = {};
+    midi::recorder device(std::make_unique<noting_recording>(kept));
+    // A long message comes in pieces with realtime bytes in them.
+    const std::uint8_t sysex[] = {0xF0, 1, 2, 0xF8, 3, 4, 5, 6, 7, 8, 0xF7};
+    EXPECT_EQ(play(device, 60), midi::no_error);
+    EXPECT_EQ(device.long_message(sysex, 6), midi::no_error);
+    EXPECT_EQ(device.long_message(sysex + 6, 5), midi::no_error);
+    EXPECT_NE(device.short_message(0x3C), midi::no_error) << "not a message";
     for (int i = 0; i < 10000; ++i) // more than wait at once
-        ASSERT_EQ(recorder.short_message(note_on(i & 127)), midi::no_error);
-    EXPECT_EQ(recorder.close(), midi::no_error);
-    EXPECT_EQ(recorder.close(), midi::no_error);
-    ASSERT_EQ(kept.messages.size(), 10002u);
-    EXPECT_EQ(kept.messages[0], "90 3c 64");
-    EXPECT_EQ(kept.messages[1], "f0 01 02 03 04 f7");
+        ASSERT_EQ(play(device, i & 127), midi::no_error);
+    EXPECT_EQ(device.close(), midi::no_error);
+    EXPECT_EQ(device.close(), midi::no_error);
+    std::vector<std::string> expected = {"90 3c 64", "f8", "f0 01 02 03 04 05 06 07 08 f7"};
     for (int i = 0; i < 10000; ++i) {
         const std::uint8_t bytes[] = {0x90, std::uint8_t(i & 127), 100};
-        ASSERT_EQ(kept.messages[std::size_t(i) + 2], hex(bytes, 3));
+        expected.push_back(hex(bytes, 3));
     }
+    EXPECT_TRUE(kept.messages == expected);
     EXPECT_TRUE(std::is_sorted(kept.times.begin(), kept.times.end()));
-    EXPECT_EQ(kept.finished, 1);
+    EXPECT_EQ(kept.end, "finished");
 }
 
-TEST(recorder, takes_short_messages_without_allocating) {
-    notes kept;
-    midi::recorder recorder(std::make_unique<noting_recording>(kept));
+TEST_F(recorder, takes_short_messages_without_allocating) {
+    midi::recorder device(std::make_unique<noting_recording>(kept));
     const std::size_t before = test_support::allocations();
     for (int note = 0; note < 128; ++note)
-        recorder.short_message(note_on(note));
+        play(device, note);
     EXPECT_EQ(test_support::allocations(), before);
-    recorder.close();
+    device.close();
     EXPECT_EQ(kept.messages.size(), 128u);
 }
 
-TEST(recorder, refuses_messages_after_its_recording_failed) {
+TEST_F(recorder, refuses_messages_after_its_recording_failed) {
     for (const bool throws : {false, true}) {
-        notes kept;
-        kept.fails_at = 2;
-        kept.throws = throws;
-        midi::recorder recorder(std::make_unique<noting_recording>(kept));
+        kept = {.messages = {}, .times = {}, .end = {}, .fails_at = 2, .throws = throws, .gate = {}};
+        const test_support::capture err(std::cerr);
+        midi::recorder device(std::make_unique<noting_recording>(kept));
         midi::result_t result = midi::no_error;
         // The failure shows when the thread has come to it.
-        for (int i = 0; i < 2000 && result == midi::no_error; ++i) {
-            result = recorder.short_message(note_on(60));
+        for (int i = 0; i < 20000 && result == midi::no_error; ++i) {
+            result = play(device, 60);
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         EXPECT_NE(result, midi::no_error);
-        EXPECT_NE(recorder.close(), midi::no_error);
+        EXPECT_NE(device.close(), midi::no_error);
         EXPECT_EQ(kept.messages.size(), 2u);
-        EXPECT_EQ(kept.finished, 1) << "a failed recording is still brought to its end";
+        EXPECT_EQ(kept.end, "finished") << "a failed recording is still brought to its end";
+        EXPECT_EQ(err.text(), "notes: the recording cannot go on and ends here.\n");
     }
 }
 
-TEST(recorder, a_recording_that_hangs_does_not_hang_the_player) {
-    notes kept;
+TEST_F(recorder, a_recording_that_hangs_does_not_hang_the_player) {
     std::promise<void> open_gate;
     kept.gate = open_gate.get_future().share();
-    midi::recorder recorder(std::make_unique<noting_recording>(kept));
+    midi::recorder device(std::make_unique<noting_recording>(kept));
     std::size_t taken = 0;
-    while (taken < 100000 && recorder.short_message(note_on(60)) == midi::no_error)
+    while (taken < 100000 && play(device, 60) == midi::no_error)
         ++taken;
     EXPECT_GE(taken, 4096u);
     EXPECT_LT(taken, 100000u);
     open_gate.set_value();
-    EXPECT_EQ(recorder.close(), midi::no_error);
+    EXPECT_EQ(device.close(), midi::no_error);
     EXPECT_EQ(kept.messages.size(), taken) << "what was taken is recorded";
 }
 
