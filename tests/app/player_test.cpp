@@ -6,7 +6,7 @@
 #include "app/home_view.h"
 #include "app/special_keys.h"
 #include "support/allocations.h"
-#include "support/counting_service.h"
+#include "support/listening_service.h"
 
 #include <gtest/gtest.h>
 
@@ -269,7 +269,7 @@ struct write_counter : std::streambuf {
 };
 
 TEST(player, playing_allocates_nothing_and_writes_each_line_at_once) {
-    test_support::counting_service service;
+    test_support::listening_service service;
     midi::midi_out_t port(service);
     {
         const test_support::capture out(std::cout);

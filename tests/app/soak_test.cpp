@@ -7,6 +7,7 @@
 #include "midi/midi_out.h"
 #include "pmt3d/format/dispatch.h"
 #include "support/gl_context.h"
+#include "support/listening_service.h"
 
 #include <GL/glew.h>
 #include <gtest/gtest.h>
@@ -37,44 +38,6 @@ int times() {
 class silence : public std::streambuf {
     int_type overflow(int_type c) override { return traits_type::not_eof(c); }
     std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
-};
-
-// An output that knows what sounds, and allocates nothing for it.
-class listening_service : public midi::output_service_t {
-public:
-    std::array<std::array<bool, 128>, 16> sounding{}; // a note-on whose note-off has not come
-    std::uint64_t notes_on = 0, notes_off = 0, all_off = 0;
-
-    std::uint32_t device_count() override { return 1; }
-    midi::result_t device_name(std::uint32_t, std::string& name) override {
-        name = "Listener";
-        return midi::no_error;
-    }
-    midi::result_t open(std::uint32_t, std::unique_ptr<midi::output_device_t>& opened) override {
-        struct device_t : midi::output_device_t {
-            explicit device_t(listening_service& s) : service(s) {}
-            midi::result_t short_message(std::uint32_t message) override {
-                const unsigned status = message & 0xF0, channel = message & 0x0F;
-                const unsigned first = message >> 8 & 0x7F, second = message >> 16 & 0x7F;
-                if (status == 0x90 && second > 0) {
-                    service.sounding[channel][first] = true;
-                    ++service.notes_on;
-                } else if (status == 0x90) {
-                    service.sounding[channel][first] = false;
-                    ++service.notes_off;
-                } else if (status == 0xB0 && first == 123) {
-                    service.sounding[channel] = {};
-                    ++service.all_off;
-                }
-                return midi::no_error;
-            }
-            midi::result_t long_message(const std::uint8_t*, std::size_t) override { return midi::no_error; }
-            midi::result_t close() override { return midi::no_error; }
-            listening_service& service;
-        };
-        opened = std::make_unique<device_t>(*this);
-        return midi::no_error;
-    }
 };
 
 struct usage {
@@ -178,7 +141,7 @@ protected:
 
     silence nothing_;
     std::streambuf *before_err_ = nullptr, *before_out_ = nullptr;
-    listening_service service_;
+    test_support::listening_service service_;
     midi::midi_out_t port_{service_};
     std::optional<quenvarel::Quenvarel> player_;
     std::mt19937 random_{20240229};
