@@ -1,7 +1,7 @@
 #include "stand_in.h"
 
+#include <algorithm>
 #include <map>
-#include <mutex>
 #include <sstream>
 
 namespace winmm_stand_in {
@@ -15,29 +15,12 @@ std::string variable(const char* name, const char* otherwise) {
     return {value, length};
 }
 
-namespace {
-
 std::vector<std::string> split(const std::string& text, char separator) {
     std::vector<std::string> parts;
     std::istringstream rest(text);
     for (std::string part; std::getline(rest, part, separator);)
         if (!part.empty()) parts.push_back(part);
     return parts;
-}
-
-} // namespace
-
-const settings& configured() {
-    static const settings read = [] {
-        settings s;
-        s.outputs = split(variable("QUENVAREL_WINMM_OUTPUTS", "Stand-in Synth"), ';');
-        s.inputs = split(variable("QUENVAREL_WINMM_INPUTS", "Stand-in Keys"), ';');
-        const std::string busy = variable("QUENVAREL_WINMM_BUSY", "0");
-        if (busy != "forever") s.busy = std::chrono::milliseconds(std::stol(busy));
-        s.input = split(variable("QUENVAREL_WINMM_INPUT", ""), ' ');
-        return s;
-    }();
-    return read;
 }
 
 void note(const std::string& line) {
@@ -67,10 +50,8 @@ static std::optional<unsigned long> rule_for(const char* name, const std::string
     for (const std::string& rule : split(variable(name, ""), ';')) {
         const std::size_t equals = rule.find('=');
         const std::string which = rule.substr(0, equals);
-        bool meant = which == function || which == function + "#" + std::to_string(count);
-        if (which.starts_with(function + "#") && which.ends_with('+'))
-            meant = count >= std::stoul(which.substr(function.size() + 1));
-        if (meant) return std::stoul(rule.substr(equals + 1));
+        if (which == function || which == function + "#" + std::to_string(count))
+            return std::stoul(rule.substr(equals + 1));
     }
     return std::nullopt;
 }
@@ -86,6 +67,38 @@ std::optional<MMRESULT> begin_call(const std::string& function) {
     if (const auto milliseconds = rule_for("QUENVAREL_WINMM_SLOW", function, count)) Sleep(*milliseconds);
     const auto code = rule_for("QUENVAREL_WINMM_FAIL", function, count);
     return code ? std::optional(MMRESULT(*code)) : std::nullopt;
+}
+
+bool half::has(const MIDIHDR* header) const {
+    return std::find(buffers.begin(), buffers.end(), header) != buffers.end();
+}
+
+UINT half::count() const {
+    note(name + "GetNumDevs -> " + std::to_string(devices.size()));
+    return UINT(devices.size());
+}
+
+MMRESULT half::prepare(const void* handle, MIDIHDR* header, const std::string& arguments) {
+    return on(handle, "PrepareHeader", arguments, [&](auto&) -> MMRESULT {
+        header->dwFlags |= MHDR_PREPARED;
+        return MMSYSERR_NOERROR;
+    });
+}
+
+MMRESULT half::unprepare(const void* handle, MIDIHDR* header) {
+    return on(handle, "UnprepareHeader", "", [&](auto&) -> MMRESULT {
+        if (has(header)) return MIDIERR_STILLPLAYING;
+        header->dwFlags &= ~DWORD(MHDR_PREPARED);
+        return MMSYSERR_NOERROR;
+    });
+}
+
+MMRESULT half::take(MIDIHDR* header) {
+    if (!(header->dwFlags & MHDR_PREPARED)) return MIDIERR_UNPREPARED;
+    if (has(header)) return MIDIERR_STILLPLAYING;
+    header->dwFlags = (header->dwFlags | MHDR_INQUEUE) & ~DWORD(MHDR_DONE);
+    buffers.push_back(header);
+    return MMSYSERR_NOERROR;
 }
 
 } // namespace winmm_stand_in

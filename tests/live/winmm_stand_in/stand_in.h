@@ -5,22 +5,20 @@
 //
 // Environment (lists are separated by ';'):
 //   QUENVAREL_WINMM_LOG      file to which each call is appended as one line: the function, its arguments, "
-//   -> "
-//                            and the result in decimal. Bytes are in hex. Handles are left out.
+//   -> " and
+//                            the result in decimal. Bytes are in hex. Handles are left out.
 //   QUENVAREL_WINMM_OUTPUTS  names of the output devices; unset: one, "Stand-in Synth"; empty: none
 //   QUENVAREL_WINMM_INPUTS   the same for the input devices; unset: one, "Stand-in Keys"
-//   QUENVAREL_WINMM_FAIL     calls that fail: function=code, function#n=code only the n-th call of it,
-//   counted
-//                            from 1, or function#n+=code the n-th and all after it
-//   QUENVAREL_WINMM_SLOW     calls that take their time: the same with milliseconds in place of the code
-//   QUENVAREL_WINMM_BUSY     milliseconds for which an output device keeps the buffer of a long message, or
-//                            "forever"
-//   QUENVAREL_WINMM_INPUT    what an input device delivers from its start on, as words: bytes in hex are a
-//                            message, a long one if they begin with f0; +n waits n milliseconds; more:bytes
-//                            is a message that came while the receiver was behind; error:bytes an invalid one
+//   QUENVAREL_WINMM_FAIL     calls that fail: function=code, or function#n=code only the n-th call of it,
+//   from 1 on QUENVAREL_WINMM_SLOW     calls that take their time: the same with milliseconds in place of the
+//   code QUENVAREL_WINMM_BUSY     milliseconds for which an output device keeps the buffer of a long message,
+//   or "forever" QUENVAREL_WINMM_INPUT    what an input device delivers from its start on, as words: bytes in
+//   hex are a message, a
+//                            long one if they begin with f0; more:bytes is one that came while the receiver
+//                            was behind; error:bytes an invalid one
 //   QUENVAREL_WINMM_CONSOLE  file in which lines appear for what happens to the program's console: the
-//   event's
-//                            number in decimal, such as 0 for Ctrl-C and 2 when the console is closed
+//   event's number
+//                            in decimal, such as 0 for Ctrl-C and 2 when the console is closed
 
 // The functions are defined here, not imported.
 #define _WINMM_
@@ -29,25 +27,22 @@
 #include <mmsystem.h>
 
 #include <chrono>
+#include <deque>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace winmm_stand_in {
 
-struct settings {
-    std::vector<std::string> outputs, inputs;
-    std::optional<std::chrono::milliseconds> busy; // none: forever
-    std::vector<std::string> input;                // the words
-};
-const settings& configured();
-
 // The environment variable.
 std::string variable(const char* name, const char* otherwise);
-
+// The parts that are not empty.
+std::vector<std::string> split(const std::string& text, char separator);
+std::string hex(const void* bytes, std::size_t count);
 // Appends a line to the log.
 void note(const std::string& line);
-std::string hex(const void* bytes, std::size_t count);
 
 // Counts a call of the function and waits as long as it is to take. The code with which it is to fail, or
 // none.
@@ -62,13 +57,66 @@ MMRESULT call(const std::string& function, const std::string& arguments, Action 
     return result;
 }
 
-// Fills the name field of a capabilities record.
-template <class Capabilities>
-MMRESULT describe(const std::vector<std::string>& names, UINT_PTR device, Capabilities* to) {
-    if (device >= names.size()) return MMSYSERR_BADDEVICEID;
-    *to = {};
-    names[device].copy(to->szPname, sizeof to->szPname - 1);
-    return MMSYSERR_NOERROR;
-}
+// What input and output have in common: a list of devices, one of which can be open and has buffers.
+struct half {
+    half(std::string half_name, const char* list, const char* otherwise)
+        : name(std::move(half_name)),
+          devices(split(variable(list, otherwise), ';')) {}
+
+    const std::string name; // "midiIn"
+    const std::vector<std::string> devices;
+    std::mutex guard;
+    bool opened = false;
+    std::deque<MIDIHDR*> buffers;
+
+    bool has(const MIDIHDR* header) const;
+    UINT count() const;
+    template <class Capabilities>
+    MMRESULT describe(UINT_PTR device, Capabilities* to, UINT size) const {
+        return call(name + "GetDevCapsA", std::to_string(device), [&]() -> MMRESULT {
+            if (size != sizeof *to) return MMSYSERR_INVALPARAM;
+            if (device >= devices.size()) return MMSYSERR_BADDEVICEID;
+            *to = {};
+            devices[device].copy(to->szPname, sizeof to->szPname - 1);
+            return MMSYSERR_NOERROR;
+        });
+    }
+    // then() is done at the end of a call that succeeds.
+    template <class Handle, class Then>
+    MMRESULT open(Handle* handle, UINT device, const std::string& arguments, Then then) {
+        return call(name + "Open", std::to_string(device) + arguments, [&]() -> MMRESULT {
+            {
+                const std::lock_guard lock(guard);
+                if (device >= devices.size()) return MMSYSERR_BADDEVICEID;
+                if (std::exchange(opened, true)) return MMSYSERR_ALLOCATED;
+            }
+            *handle = reinterpret_cast<Handle>(this);
+            then();
+            return MMSYSERR_NOERROR;
+        });
+    }
+    // A call on the open device, under the lock.
+    template <class Action>
+    MMRESULT on(const void* handle, const char* function, const std::string& arguments, Action action) {
+        return call(name + function, arguments, [&]() -> MMRESULT {
+            std::unique_lock lock(guard);
+            return opened && handle == this ? action(lock) : MMRESULT(MMSYSERR_INVALHANDLE);
+        });
+    }
+    MMRESULT prepare(const void* handle, MIDIHDR* header, const std::string& arguments);
+    MMRESULT unprepare(const void* handle, MIDIHDR* header);
+    // Gives a prepared buffer to the device.
+    MMRESULT take(MIDIHDR* header);
+    template <class Then>
+    MMRESULT close(const void* handle, Then then) {
+        return on(handle, "Close", "", [&](auto& lock) -> MMRESULT {
+            if (!buffers.empty()) return MIDIERR_STILLPLAYING;
+            opened = false;
+            lock.unlock();
+            then();
+            return MMSYSERR_NOERROR;
+        });
+    }
+};
 
 } // namespace winmm_stand_in
