@@ -2,8 +2,8 @@
 
 #include "libgr/image/autoformat.h"
 #include "libgr/image/image.h"
-#include "libutils/error_report.h"
 #include "libutils/file_path.h"
+#include "libutils/report.h"
 #include "models/key_layout.h"
 #include "models/key_shape.h"
 #include "models/materials.h"
@@ -11,7 +11,6 @@
 #include "pmt3d/format/model.h"
 
 #include <algorithm>
-#include <iostream>
 #include <utility>
 
 namespace models {
@@ -82,11 +81,7 @@ bool write_key(const std::string& directory, int note) {
 bool write_keyboard(const std::string& directory) {
     std::error_code failure;
     std::filesystem::create_directories(libutils::file_path(directory), failure);
-    if (failure) {
-        libutils::error_report();
-        std::cerr << directory << ": " << failure.message() << std::endl;
-        return false;
-    }
+    if (failure) return libutils::report(directory, ": ", failure.message());
     const std::string prefix = directory + '/';
     if (!write_material(prefix, ivory_files, make_ivory()) ||
         !write_material(prefix, black_files, make_satin_black()))

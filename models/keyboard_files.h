@@ -1,5 +1,5 @@
 #pragma once
-// The files of the keyboard: a model for every key, and the pictures that they share.
+// The files of the keyboard: a model for each key, and the textures that they share.
 
 #include <string>
 

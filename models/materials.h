@@ -1,7 +1,7 @@
 #pragma once
-// The pictures that the keys wear: polished ivory and satin black. All tile in both directions. In the usual
-// view a texel is about a third of a pixel wide, so that the pictures need no smaller levels, whose making
-// takes the software renderer longer than all the rest of the start.
+// The key textures: polished ivory and satin black. All tile in both directions. In the home view a texel is
+// about a third of a pixel wide, so the textures need no mipmaps, which would take the software renderer
+// longer than the rest of the start.
 
 #include <cstdint>
 #include <vector>

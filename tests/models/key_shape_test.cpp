@@ -62,35 +62,26 @@ TEST(Strips, KeepEveryTriangleAndItsWinding) {
     EXPECT_TRUE(make_strips({}).empty());
 }
 
-TEST(KeyLayout, FillsSeventyFiveUnitsWithoutOverlapOrHole) {
+TEST(KeyLayout, FillsSeventyFiveUnitsWithBlackKeysInTwosAndThrees) {
+    // How far the middle of a black key lies to the right of the line between its white neighbours.
+    const std::map<int, float> offsets{{1, -0.10f}, {3, 0.10f}, {6, -0.15f}, {8, 0.0f}, {10, 0.15f}};
     float front = -37.5f, back = -37.5f;
-    int white = 0;
     for (int note = 0; note < key_count; ++note) {
         const key_place place = place_of(note);
         EXPECT_NEAR(place.tail_left, back, 1e-4f) << note; // behind, whites and blacks alternate
         back = place.tail_right;
-        if (place.black) continue;
-        ++white;
+        const auto offset = offsets.find(note % 12);
+        ASSERT_EQ(place.black, offset != offsets.end()) << note;
+        if (place.black) {
+            EXPECT_NEAR((place.left + place.right) / 2 - front, offset->second, 0.01f) << note;
+            continue;
+        }
         EXPECT_NEAR(place.left, front, 1e-4f) << note;
         EXPECT_NEAR(place.right - place.left, 1, 1e-4f) << note;
         front = place.right;
     }
-    EXPECT_EQ(white, white_key_count);
     EXPECT_NEAR(front, 37.5f, 1e-4f);
     EXPECT_NEAR(back, 37.5f, 1e-4f); // the last G has no cut-out on its right
-}
-
-TEST(KeyLayout, BlackKeysLieTwoAndThreeAndOffTheLines) {
-    // How far the middle of a black key lies to the right of the line between its white neighbours.
-    const std::map<int, float> offsets{{1, -0.10f}, {3, 0.10f}, {6, -0.15f}, {8, 0.0f}, {10, 0.15f}};
-    for (int note = 0; note < key_count; ++note) {
-        const auto expected = offsets.find(note % 12);
-        const key_place place = place_of(note);
-        ASSERT_EQ(place.black, expected != offsets.end()) << note;
-        if (!place.black) continue;
-        const float middle = (place.left + place.right) / 2;
-        EXPECT_NEAR(middle - place_of(note - 1).right, expected->second, 0.01f) << note;
-    }
 }
 
 TEST(KeyShape, IsASolidWithinItsPlace) {
@@ -132,6 +123,14 @@ TEST(KeyShape, IsASolidWithinItsPlace) {
                 const render::dir3& normal = mesh.vertices[corner].normal;
                 if (std::abs(normal.y + 0.84f) < 0.04f || across.y < -0.5f * render::length(across)) continue;
                 EXPECT_GT(render::dot(normal, across) / render::length(across), 0.3f);
+            }
+            // On top, the textures run as the tangents do: s to the right, t away from the player.
+            for (int k = 0; k < 3; ++k) {
+                const key_vertex &from = mesh.vertices[t[k]], &to = mesh.vertices[t[(k + 1) % 3]];
+                if (from.normal.y < 0.9f || to.normal.y < 0.9f) continue;
+                const render::dir3 way = to.position - from.position;
+                EXPECT_NEAR(to.texcoord.s - from.texcoord.s, render::dot(way, from.tangent) / 2, 0.05f);
+                EXPECT_NEAR(to.texcoord.t - from.texcoord.t, render::dot(way, from.binormal) / 8, 0.05f);
             }
             volume += render::dot(across, render::dir3{a.x - place.left, a.y, a.z}) / 6;
             for (int k = 0; k < 3; ++k)
