@@ -1,7 +1,9 @@
 #include "libutils/alloc_mmap_win.h"
 
-#include "libutils/report.h"
+#include "libutils/error_report.h"
 #include "libutils/system_error.h"
+
+#include <iostream>
 
 namespace libutils {
 
@@ -14,7 +16,8 @@ void* nothing() {
 }
 
 [[noreturn]] void end(const char* name, const char* message, int code) {
-    report(name ? name : "", message);
+    error_report();
+    std::cerr << (name ? name : "") << message << std::endl;
     error_exit("alloc_mmap_win::allocate()", code);
 }
 

@@ -1,7 +1,9 @@
 #include "libutils/expression.h"
 
+#include "libutils/error_report.h"
 #include "libutils/number.h"
-#include "libutils/report.h"
+
+#include <iostream>
 
 namespace libutils {
 
@@ -183,7 +185,11 @@ private:
     // Always false.
     bool report(const char* message) {
         mistaken_ = true;
-        return !quiet_ && libutils::report(message);
+        if (!quiet_) {
+            error_report();
+            std::cerr << message << '\n';
+        }
+        return false;
     }
 
     token_reader reader_;
@@ -201,7 +207,9 @@ const char* find_end(const char* text) {
             return reader.position();
         case kind::invalid: {
             const char c = *reader.position();
-            report(int(static_cast<signed char>(c)), " \n", c, ": warning: invalid char detect.");
+            error_report();
+            std::cerr << int(static_cast<signed char>(c)) << " \n"
+                      << c << ": warning: invalid char detect.\n";
             return reader.position();
         }
         default:

@@ -47,9 +47,12 @@ struct input_buffer_t {
     std::uint32_t recorded; // bytes received so far
 };
 
+// What a device that is open has lost: nothing, the device itself, or the service that it is reached through.
+enum class input_absence : std::uint8_t { none, device, service };
+
 enum class input_event {
-    open,
-    close,
+    open,      // also when the device is back
+    close,     // parameter 1: an input_absence; a device that has gone away stays open and may come back
     data,      // parameter 1: the packed short message, parameter 2: milliseconds since start
     more_data, // as data, when the receiver falls behind
     long_data, // parameter 1: address of the input_buffer_t, parameter 2: milliseconds since start

@@ -1,6 +1,6 @@
 #include "midi/midi_in.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "midi/port_choice.h"
 
 #include <iostream>
@@ -12,9 +12,7 @@ namespace {
 // True for success; otherwise one line with the service's code.
 bool succeeded(result_t result, const char* text) {
     if (result == no_error) return true;
-    libutils::error_report();
-    std::cerr << result << text << std::endl;
-    return false;
+    return libutils::report(result, text);
 }
 
 constexpr const char* cannot_prepare = ": can't prepare MIDI in.";
@@ -29,11 +27,8 @@ bool midi_in_t::open_chosen(Key key) {
     number_ = chosen->number;
     name_ = chosen->name;
     std::cout << "select read device: " << number_ << ": " << name_ << std::endl;
-    if (service_.open(number_, *this, device_) != no_error) {
-        libutils::error_report();
-        std::cerr << "DeviceID=" << number_ << ": can't open MIDI device." << std::endl;
-        return false;
-    }
+    if (service_.open(number_, *this, device_) != no_error)
+        return libutils::report("DeviceID=", number_, ": can't open MIDI device.");
     stopping_ = false;
     opened_ = start();
     if (!opened_) {

@@ -2,7 +2,7 @@
 
 #include "midi/drivers/fluidsynth_outputs.h"
 #include "midi/drivers/joined.h"
-#include "midi/drivers/rtmidi.h"
+#include "midi/drivers/ports.h"
 #include "midi/drivers/smf.h"
 
 namespace midi {
@@ -12,7 +12,7 @@ namespace midi {
 output_service_t& system_outputs() {
     static joined_outputs& all = *[] {
         auto* joined = new joined_outputs;
-        joined->add(std::make_unique<rtmidi_outputs>());
+        joined->add(std::make_unique<port_outputs>());
         joined->add(std::make_unique<fluidsynth_outputs>());
         joined->add(std::make_unique<smf_outputs>());
         return joined;
@@ -21,7 +21,7 @@ output_service_t& system_outputs() {
 }
 
 input_service_t& system_inputs() {
-    static input_service_t& all = *new rtmidi_inputs;
+    static input_service_t& all = *new port_inputs;
     return all;
 }
 

@@ -1,10 +1,15 @@
 #include "pmt3d/format/file_saver.h"
 
-#include "libutils/report.h"
+#include "libutils/error_report.h"
+
+#include <iostream>
 
 namespace pmt3d {
 
-using libutils::report;
+static void report(const std::string& name, const char* what) {
+    libutils::error_report();
+    std::cerr << name << what << '\n';
+}
 
 file_saver::file_saver(const std::string& name) : name_(name), file_(name) {
     if (!is_open()) report(name_, ": file open error.");
@@ -12,7 +17,9 @@ file_saver::file_saver(const std::string& name) : name_(name), file_(name) {
 
 bool file_saver::commit() {
     const bool opened = is_open();
-    return file_.commit() || (opened && report(name_, ": file write error."));
+    if (file_.commit()) return true;
+    if (opened) report(name_, ": file write error.");
+    return false;
 }
 
 } // namespace pmt3d

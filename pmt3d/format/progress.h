@@ -1,5 +1,5 @@
 #pragma once
-// The progress of a long load or save.
+// How far a long load or save has come.
 
 #include <cstdint>
 #include <functional>

@@ -1,40 +1,33 @@
 // The ports against a real JACK server, with jack_midi_dump and jack_rec as receivers that are not ours.
 
+#include "midi/drivers/ports.h"
 #include "midi/midi_out.h"
 #include "midi/port_choice.h"
 #include "midi/senders.h"
 #include "midi/system.h"
+#include "support/capture.h"
 #include "support/jack_server.h"
 #include "support/pattern.h"
 #include "support/sound.h"
 #include "support/temporary_directory.h"
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 namespace {
 
 using test_support::jack_server;
 using test_support::process;
-
-// Opens by name and throws the line about the choice away.
-bool open_quietly(midi::midi_out_t& port, const char* name) {
-    testing::internal::CaptureStdout();
-    const bool opened = port.open(name);
-    testing::internal::GetCapturedStdout();
-    return opened;
-}
-
-std::string devices() {
-    std::ostringstream out;
-    midi::listdevices(out, midi::system_outputs());
-    return out.str();
-}
+using lines = std::vector<std::string>;
 
 // The bytes of each message in what jack_midi_dump wrote: "  60352: 91 45 7f note on ...".
-std::vector<std::string> dumped(const std::string& text) {
-    std::vector<std::string> messages;
+lines dumped(const std::string& text) {
+    lines messages;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
         std::istringstream words(line.substr(std::min(line.find(':') + 1, line.size())));
@@ -46,143 +39,203 @@ std::vector<std::string> dumped(const std::string& text) {
     return messages;
 }
 
-TEST(midi_jack, another_program_receives_the_bytes) {
-    const jack_server jack;
-    ASSERT_TRUE(jack.runs());
-    process dump({"jack_midi_dump", "-a"});
-    ASSERT_TRUE(jack_server::until_port("midi-monitor:input"));
-    const std::string listed = devices();
-    EXPECT_EQ(listed.find("\noutput devices:\n0: midi-monitor:input\n"), 0u) << listed;
-    EXPECT_TRUE(test_support::matches(
-        listed, ": Virtual port\n[0-9]+: FluidSynth\n[0-9]+: FluidSynth to WAV\n[0-9]+: MIDI file\n$"))
-        << listed;
+// A JACK server of its own, and a port of ours. What is written to the standard streams is kept.
+class midi_jack : public testing::Test {
+protected:
+    // jack_midi_dump, once its port is there.
+    static std::unique_ptr<process> monitor(const std::string& its_port = "midi-monitor:input") {
+        auto dump = std::make_unique<process>(lines{"jack_midi_dump", "-a"});
+        EXPECT_TRUE(jack_server::until_port(its_port));
+        return dump;
+    }
+    static void stop(process& program) {
+        program.send_signal(SIGINT);
+        program.wait();
+    }
+    // As a server that lives ends a client: its connection with this process is cut.
+    static void throw_out() {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            const int descriptor = std::stoi(entry.path().filename());
+            sockaddr_un peer{};
+            socklen_t size = sizeof peer;
+            if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+                std::string(peer.sun_path).find("jack_") != std::string::npos)
+                shutdown(descriptor, SHUT_RDWR);
+        }
+    }
+    bool plays(int note) { return midi::noteon(port, 1, note, 100); }
+    bool plays_soon(int note) {
+        return jack_server::until([&] { return plays(note); });
+    }
 
-    midi::midi_out_t port(midi::system_outputs());
-    ASSERT_TRUE(open_quietly(port, "monitor"));
-    std::vector<std::string> sent;
-    const auto expect = [&](bool result, const char* bytes) {
-        EXPECT_TRUE(result) << bytes;
-        sent.push_back(bytes);
+    jack_server jack;
+    test_support::capture out{std::cout}, err{std::cerr};
+    midi::midi_out_t port{midi::system_outputs()};
+};
+
+TEST_F(midi_jack, another_program_receives_the_bytes) {
+    auto dump = monitor();
+    std::ostringstream listed;
+    EXPECT_TRUE(midi::listdevices(listed, midi::system_outputs()));
+    EXPECT_TRUE(test_support::matches(listed.str(),
+                                      "^\noutput devices:\n0: midi-monitor:input\n[^$]*: Virtual port\n"
+                                      "[0-9]+: FluidSynth\n[0-9]+: FluidSynth to WAV\n[0-9]+: MIDI file\n$"))
+        << listed.str();
+    ASSERT_TRUE(port.open("monitor"));
+    EXPECT_EQ(jack.clients("quenvarel"), 1) << "one client for an instrument";
+    const struct {
+        std::vector<std::uint8_t> bytes; // four are a short message, more a long one
+        std::size_t length;
+        bool sent;
+        lines received;
+    } cases[] = {
+        {{0x91, 60, 127, 0}, 3, true, {"91 3c 7f"}},
+        {{0xC1, 5, 0, 0}, 2, true, {"c1 05"}},
+        {{0xF8, 0, 0, 0}, 1, true, {"f8"}},
+        {{0xF0, 1, 2, 0xF7}, 4, true, {"f0 01 02 f7"}},
+        {{0x91, 200, 127, 0}, 3, false, {}}, // no message
+        {{0xF9, 0, 0, 0}, 1, false, {}},     // undefined
+        {{0xF0, 1, 0xF8, 2, 0xF9, 3, 0xF7}, 7, true, {"f8", "f0 01 02 03 f7"}},
+        {{0xF0, 1, 2, 3, 4}, 5, true, {}}, // a piece
+        {{0xFE, 0, 0, 0}, 1, true, {"fe"}},
+        {{5, 6, 7, 8, 0xF7}, 5, true, {"f0 01 02 03 04 05 06 07 08 f7"}},
+        {{0xF0, 1, 2, 3, 4}, 5, true, {}}, // never ended
+        {{0xEF, 0, 0x40, 0}, 3, true, {"ef 00 40"}},
+        {{5, 6, 7, 8, 0xF7}, 5, true, {}},
+        {{0xB1, 0x7B, 0, 0}, 3, true, {"b1 7b 00"}},
     };
-    using namespace midi;
-    expect(noteon(port, 1, 60, 127), "91 3c 7f");
-    expect(noteoff(port, 1, 60), "91 3c 00");
-    expect(pgmchg(port, 17, 5), "c1 05");
-    expect(pitchbend(port, 15, 0, 0x40), "ef 00 40");
-    const std::uint8_t reverb[] = {0x10, 0, 1, 1, 2, 3};
-    expect(rolandsysex(port, 0x41, 0x10, 0x16, 0x12, reverb, sizeof reverb),
-           "f0 41 10 16 12 10 00 01 01 02 03 69 f7");
-    const std::uint8_t two[] = {1, 2};
-    expect(sysex(port, two, 2), "f0 01 02 f7");
-    const std::vector<std::uint8_t> many(1000, 0x55);
-    EXPECT_TRUE(sysex(port, many.data(), many.size()));
-    std::string long_message = "f0";
-    for (int i = 0; i < 1000; ++i)
-        long_message += " 55";
-    sent.push_back(long_message + " f7");
-    EXPECT_FALSE(noteon(port, 1, 200, 127)) << "what is no message does not reach JACK";
-    expect(allnotesoff(port, 1), "b1 7b 00");
-
-    ASSERT_TRUE(dump.wait_for_out(": b1 7b 00"));
+    lines expected;
+    for (const auto& c : cases) {
+        EXPECT_EQ(port.putbuf(c.bytes.data(), c.length), c.sent);
+        expected.insert(expected.end(), c.received.begin(), c.received.end());
+    }
     EXPECT_TRUE(port.close());
-    EXPECT_EQ(dumped(dump.out()), sent);
-    dump.send_signal(SIGINT);
-    dump.wait();
+    ASSERT_TRUE(dump->wait_for_out(": b1 7b 00")) << "nothing is cut off at the end";
+    EXPECT_EQ(dumped(dump->out()), expected);
+    EXPECT_EQ(jack.clients("quenvarel"), 0);
+    stop(*dump);
 }
 
-TEST(midi_jack, others_connect_to_the_virtual_port) {
-    const jack_server jack;
-    ASSERT_TRUE(jack.runs());
-    midi::midi_out_t port(midi::system_outputs());
-    ASSERT_TRUE(open_quietly(port, "Virtual port"));
-    process dump({"jack_midi_dump"});
-    ASSERT_TRUE(jack_server::until_port("midi-monitor:input"));
+TEST_F(midi_jack, others_connect_to_the_virtual_port) {
+    ASSERT_TRUE(port.open("Virtual port"));
+    EXPECT_TRUE(plays(60)) << "nobody has to listen";
+    auto dump = monitor();
     ASSERT_EQ(test_support::run({"jack_connect", "quenvarel:out", "midi-monitor:input"}).exit_code, 0);
-    EXPECT_TRUE(midi::noteon(port, 2, 61, 1));
-    EXPECT_TRUE(dump.wait_for_out(": 92 3d 01"));
-    EXPECT_TRUE(port.close());
-    EXPECT_EQ(test_support::run({"jack_lsp"}).out.find("quenvarel"), std::string::npos) << "the port goes";
-    dump.send_signal(SIGINT);
-    dump.wait();
+    EXPECT_TRUE(plays(61));
+    EXPECT_TRUE(dump->wait_for_out(": 91 3d 64"));
+    stop(*dump);
 }
 
-TEST(midi_jack, a_server_that_vanishes_takes_nobody_with_it) {
-    for (const char* name : {"midi-monitor", "Virtual port", "FluidSynth"}) {
-        jack_server jack;
-        ASSERT_TRUE(jack.runs());
-        process dump({"jack_midi_dump"});
-        ASSERT_TRUE(jack_server::until_port("midi-monitor:input"));
-        midi::midi_out_t port(midi::system_outputs());
-        ASSERT_TRUE(open_quietly(port, name));
-        EXPECT_TRUE(midi::noteon(port, 0, 60, 100));
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        jack.stop();
+TEST_F(midi_jack, a_port_that_comes_back_is_connected_again) {
+    auto dump = monitor();
+    ASSERT_TRUE(port.open("midi-monitor"));
+    EXPECT_TRUE(plays(60));
+    EXPECT_TRUE(dump->wait_for_out(": 91 3c 64"));
+    stop(*dump);
+    EXPECT_TRUE(jack_server::until([&] { return !midi::noteoff(port, 1, 60); })) << "nobody hears it";
+    dump = monitor();
+    EXPECT_TRUE(plays_soon(62));
+    EXPECT_TRUE(dump->wait_for_out(": 91 3e 64"));
+    EXPECT_EQ(dumped(dump->out()).front(), "b1 40 00") << "what was not heard is made up for";
+    EXPECT_EQ(dumped(dump->out()).at(1), "b1 7b 00");
+
+    // What somebody disconnects stays so.
+    EXPECT_EQ(test_support::run({"jack_disconnect", "quenvarel:out", "midi-monitor:input"}).exit_code, 0);
+    auto another = monitor("midi-monitor-01:input");
+    EXPECT_FALSE(plays(63));
+    stop(*another);
+    stop(*dump);
+}
+
+TEST_F(midi_jack, a_client_that_is_thrown_out_joins_again) {
+    auto dump = monitor();
+    ASSERT_TRUE(port.open("midi-monitor"));
+    throw_out();
+    EXPECT_TRUE(jack_server::until([&] { return !plays(60); }));
+    EXPECT_TRUE(plays_soon(61));
+    EXPECT_TRUE(dump->wait_for_out(": 91 3d 64"));
+    stop(*dump);
+}
+
+TEST_F(midi_jack, whatever_becomes_of_the_server_playing_and_leaving_go_on) {
+    const struct {
+        const char* device;
+        int fault;
+        bool still_plays; // into nothing
+    } cases[] = {
+        {"midi-monitor", SIGTERM, false}, {"Virtual port", SIGTERM, false}, {"FluidSynth", SIGTERM, true},
+        {"midi-monitor", SIGSTOP, false}, {"Virtual port", SIGSTOP, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.device) + " " + std::to_string(c.fault));
+        auto dump = monitor();
+        ASSERT_TRUE(port.open(c.device));
+        EXPECT_TRUE(plays(60));
+        out.take();
+        if (c.fault == SIGSTOP)
+            jack.freeze();
+        else
+            jack.stop(c.fault);
+        const auto begin = std::chrono::steady_clock::now();
         // Far more than any buffer holds.
         for (int i = 0; i < 20000; ++i)
-            midi::noteon(port, 0, i & 127, 100);
-        const std::uint8_t data[] = {1, 2, 3, 4};
-        EXPECT_TRUE(midi::sysex(port, data, 4));
-        EXPECT_EQ(midi::noteon(port, 0, 60, 0), std::string("FluidSynth") == name) << name;
+            plays(i & 127);
+        EXPECT_EQ(plays(60), c.still_plays);
         port.close();
-        EXPECT_FALSE(port.isopen());
-        EXPECT_FALSE(port.open("midi-monitor")) << "and it is no longer listed";
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "midi-monitor: device name not found.\n") << name;
-    }
-}
-
-TEST(midi_jack, a_server_that_is_started_again_is_played_on) {
-    jack_server jack;
-    ASSERT_TRUE(jack.runs());
-    const auto dump_of_messages = [] {
-        auto dump = std::make_unique<process>(std::vector<std::string>{"jack_midi_dump"});
-        EXPECT_TRUE(jack_server::until_port("midi-monitor:input"));
-        return dump;
-    };
-    auto dump = dump_of_messages();
-    midi::midi_out_t port(midi::system_outputs());
-    ASSERT_TRUE(open_quietly(port, "midi-monitor"));
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    for (const bool receiver_comes_late : {false, true}) {
-        EXPECT_TRUE(jack_server::until([&] { return midi::noteon(port, 0, 60, 100); }));
-        EXPECT_TRUE(dump->wait_for_out(": 90 3c 64"));
-        jack.stop(SIGKILL);
-        dump->send_signal(SIGKILL);
-        EXPECT_TRUE(jack_server::until([&] { return !midi::noteon(port, 0, 61, 100); }));
-        jack.start();
-        if (receiver_comes_late) {
-            EXPECT_TRUE(jack_server::until([&] { return midi::noteon(port, 0, 61, 100); }));
-            EXPECT_EQ(test_support::run({"jack_lsp"}).out, "quenvarel:out\n");
+        EXPECT_FALSE(port.open("midi-monitor"));
+        EXPECT_FALSE(port.open("midi-monitor"));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(6));
+        EXPECT_EQ(out.text(), "");
+        const std::string not_found = "midi-monitor: device name not found.\n";
+        EXPECT_EQ(err.take(),
+                  c.fault == SIGSTOP
+                      ? "JACK's server does not answer; its ports are left out.\n" + not_found + not_found
+                      : not_found + not_found);
+        jack.thaw();
+        if (c.fault != SIGSTOP) {
+            dump->send_signal(SIGKILL);
+            jack.start();
+            continue;
         }
-        dump = dump_of_messages();
-        EXPECT_TRUE(jack_server::until([&] {
-            return midi::noteon(port, 0, 62, 100) && dump->out().find(": 90 3e 64") != std::string::npos;
-        })) << receiver_comes_late;
+        EXPECT_TRUE(jack_server::until([&] { return port.open(c.device); })) << "and it goes on";
+        EXPECT_TRUE(plays_soon(61));
+        EXPECT_TRUE(port.close());
+        err.take();
+        stop(*dump);
     }
-    EXPECT_TRUE(port.close());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(midi_jack, a_server_that_stands_still_does_not_stop_the_player) {
-    jack_server jack;
-    ASSERT_TRUE(jack.runs());
-    midi::midi_out_t port(midi::system_outputs());
-    ASSERT_TRUE(open_quietly(port, "Virtual port"));
-    jack.freeze();
-    // Far more than any buffer holds.
-    int taken = 0;
-    for (int i = 0; i < 20000; ++i)
-        taken += midi::noteon(port, 0, i & 127, 100);
-    EXPECT_LT(taken, 20000);
-    jack.thaw();
-    EXPECT_TRUE(jack_server::until([&] { return midi::noteon(port, 0, 60, 0); })) << "and it goes on";
+TEST_F(midi_jack, ports_find_their_own_way_when_the_server_is_started_again) {
+    midi::port_outputs outputs;
+    midi::midi_out_t second{outputs};
+    auto dump = monitor(), dump2 = monitor("midi-monitor-01:input");
+    ASSERT_TRUE(port.open("midi-monitor:"));
+    ASSERT_TRUE(second.open("midi-monitor-01:"));
+    for (const bool late : {false, true}) {
+        jack.stop(SIGKILL);
+        for (process* receiver : {dump.get(), dump2.get()})
+            receiver->send_signal(SIGKILL);
+        EXPECT_TRUE(jack_server::until([&] { return !plays(61); }));
+        jack.start();
+        if (late) {
+            EXPECT_TRUE(jack_server::until_port("quenvarel-01:out"));
+            EXPECT_FALSE(plays(61)) << "nobody hears it";
+        }
+        dump = monitor();
+        dump2 = monitor("midi-monitor-01:input");
+        EXPECT_TRUE(plays_soon(62));
+        EXPECT_TRUE(jack_server::until([&] { return midi::noteon(second, 2, 62, 100); }));
+        EXPECT_TRUE(dump->wait_for_out(": 91 3e 64"));
+        EXPECT_TRUE(dump2->wait_for_out(": 92 3e 64"));
+        EXPECT_EQ(dump->out().find(": 92"), std::string::npos);
+        EXPECT_EQ(dump2->out().find(": 91"), std::string::npos);
+    }
+    EXPECT_TRUE(second.close());
     EXPECT_TRUE(port.close());
+    EXPECT_EQ(err.text(), "");
 }
 
-TEST(midi_jack, the_synthesizer_is_heard_also_when_the_server_was_started_again) {
+TEST(midi_jack_synthesizer, the_synthesizer_is_heard_also_when_the_server_was_started_again) {
     const test_support::temporary_directory directory;
     jack_server jack(2);
     ASSERT_TRUE(jack.runs());

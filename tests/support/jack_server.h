@@ -60,6 +60,14 @@ public:
         runs_ = false;
     }
 
+    // How many of its clients have names that begin so.
+    int clients(const std::string& name) const {
+        int count = 0;
+        for (const auto& file : std::filesystem::directory_iterator("/dev/shm"))
+            count += file.path().filename().string().find(name_ + "_" + name) != std::string::npos;
+        return count;
+    }
+
     // Waits until the condition holds; false after ten seconds.
     template <class Condition>
     static bool until(Condition condition) {

@@ -1,5 +1,5 @@
 #pragma once
-// Passes messages from the receiving thread, which must never wait, to the printing thread.
+// Carries messages from the thread that receives them, which must never wait, to the one that prints them.
 
 #include <array>
 #include <atomic>
@@ -20,10 +20,11 @@ class event_queue {
 public:
     explicit event_queue(std::size_t capacity) : events_(capacity) {}
 
-    // Cuts off bytes that do not fit into an event. When the queue is full, the event is lost and counted.
+    // Bytes beyond an event's room are cut off. Without room in the queue the event is lost, which is
+    // counted.
     void put(std::uint32_t milliseconds, const std::uint8_t* bytes, std::size_t length);
     bool take(event& taken);
-    // The number of events lost since the last call.
+    // How many were lost since the last call.
     std::size_t take_lost() { return lost_.exchange(0); }
 
 private:

@@ -1,4 +1,4 @@
-// pmt3d convert IN OUT: converts between the model formats.
+// pmt3d convert IN OUT: from one model format to another.
 
 #include "libgr/texture/texture_table.h"
 #include "libutils/file_path.h"
@@ -17,14 +17,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The folder that relative picture names of a model file start from.
+// The folder that pictures named in a model file are looked for in.
 fs::path folder_of(const std::string& model_file) {
     std::error_code error;
     const fs::path folder = libutils::file_path(model_file).parent_path();
     return fs::weakly_canonical(folder.empty() ? "." : folder, error);
 }
 
-// Changes relative picture names so that they are found from another folder.
+// Lets the model find its pictures from another folder.
 void move_pictures(pmt3d::model_t& model, const fs::path& from, const fs::path& to) {
     if (from == to) return;
     const std::string model_file = libutils::file_name(from / "model");
