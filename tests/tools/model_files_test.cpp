@@ -319,6 +319,7 @@ TEST_F(model_files, failures_say_what_is_wrong) {
         {{"render", in, file("o.png"), "--target", "1,2,x"}, 2, "--target takes three numbers"},
         {{"render", in, file("o.png"), "--eye", "1,2,3", "--target", "1,2,3"}, 2, "must not be the same"},
         {{"render", in, file("o.png"), "--size", "4000000000x2"}, 1, "pictures can be at most"},
+        {{"render", in, file("o.png"), "--size", "2x4000000000"}, 1, "pictures can be at most"},
         {{"render", in, file("o.png"), "--eye", "-0.333333313,1,0.25"},
          1,
          "--eye is the point"}, // its middle

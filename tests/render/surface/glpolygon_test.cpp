@@ -156,6 +156,7 @@ TEST_F(Renderer, BindsForTheDrawAndLeavesNothing) {
         EXPECT_EQ(state(GL_CURRENT_PROGRAM), 0);
         EXPECT_FALSE(glIsEnabled(GL_BLEND));
         EXPECT_EQ(state(GL_ACTIVE_TEXTURE), GL_TEXTURE0);
+        EXPECT_EQ(state(GL_VERTEX_ARRAY_BINDING), 0);
         for (const unsigned texture : {0u, 1u, 2u})
             EXPECT_EQ(bound_to(GL_TEXTURE_BINDING_2D, texture), 0u);
         EXPECT_EQ(bound_to(GL_TEXTURE_BINDING_CUBE_MAP, 3), 0u);
@@ -261,7 +262,12 @@ TEST_F(Renderer, FramePassAveragesAndCopies) {
         const auto directions = some_directions(count);
         surface.set_directions(directions, count * frame_floats);
         const render_target target(8, 8);
-        renderer_.update_frames(surface);
+        {
+            const watched<&__glewDeleteQueries> queries(false);
+            renderer_.update_frames(surface);
+            EXPECT_EQ(queries.calls(), 2);
+        }
+        EXPECT_TRUE(!GLEW_VERSION_4_0 || state(GL_TRANSFORM_FEEDBACK_BINDING) == 0);
         EXPECT_EQ(take_err(), "");
         EXPECT_EQ(target.read().at(4, 4), (std::array{0, 0, 0, 0})) << "the points must not be seen";
         EXPECT_EQ(state(GL_CURRENT_PROGRAM), 0);
