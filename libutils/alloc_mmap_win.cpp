@@ -1,9 +1,7 @@
 #include "libutils/alloc_mmap_win.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "libutils/system_error.h"
-
-#include <iostream>
 
 namespace libutils {
 
@@ -16,8 +14,7 @@ void* nothing() {
 }
 
 [[noreturn]] void end(const char* name, const char* message, int code) {
-    error_report();
-    std::cerr << (name ? name : "") << message << std::endl;
+    report(name ? name : "", message);
     error_exit("alloc_mmap_win::allocate()", code);
 }
 

@@ -47,8 +47,8 @@ public:
     void deallocate(void* view);
 
     bool is_file() const { return file_.is_open(); } // that the storage lies in
-    // False when not all of a file could be read: it has been cut short since it was mapped, or its disk has
-    // failed. What could not be read is zeros. To be asked after reading.
+    // False when the file has been truncated since it was mapped, or its disk has failed. The unreadable
+    // bytes are zeros. Ask after reading.
     bool is_whole() const;
 
 private:

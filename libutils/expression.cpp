@@ -1,9 +1,7 @@
 #include "libutils/expression.h"
 
-#include "libutils/error_report.h"
 #include "libutils/number.h"
-
-#include <iostream>
+#include "libutils/report.h"
 
 namespace libutils {
 
@@ -185,11 +183,7 @@ private:
     // Always false.
     bool report(const char* message) {
         mistaken_ = true;
-        if (!quiet_) {
-            error_report();
-            std::cerr << message << '\n';
-        }
-        return false;
+        return !quiet_ && libutils::report(message);
     }
 
     token_reader reader_;
@@ -207,9 +201,7 @@ const char* find_end(const char* text) {
             return reader.position();
         case kind::invalid: {
             const char c = *reader.position();
-            error_report();
-            std::cerr << int(static_cast<signed char>(c)) << " \n"
-                      << c << ": warning: invalid char detect.\n";
+            report(int(static_cast<signed char>(c)), " \n", c, ": warning: invalid char detect.");
             return reader.position();
         }
         default:

@@ -1,5 +1,5 @@
 #pragma once
-// Small arithmetic expressions in the numeric fields of model files: numbers, + - * / and parentheses.
+// Evaluates the numeric fields of model files: numbers, + - * / and parentheses.
 
 namespace libutils {
 

@@ -1,31 +1,30 @@
 #pragma once
-// Views of files that other programs may cut short, or that a failing disk no longer gives.
+// Keeps the process alive when a mapped file is truncated or its disk fails.
 
 #include <atomic>
 #include <cstdint>
 
 namespace libutils::mapping {
 
-// A view of a file while it is watched: what cannot be read of it becomes zeros instead of ending the
-// process. Stays where it is in memory, as it is listed.
+// A view of a file. While it is watched, unreadable bytes become zeros instead of ending the process. It must
+// not move in memory, because it is in a list.
 struct file_view {
     char* begin = nullptr; // null: nothing is watched
     std::uint64_t size = 0;
-    std::atomic<bool> has_hole{false}; // zeros have come in the place of the file's bytes
+    std::atomic<bool> has_hole{false}; // some of the bytes have become zeros
     file_view* next = nullptr;
 };
 
-// Begin and end of the watch over `size` bytes from `begin`. Views that are not watched may be given back
-// too.
+// Begins and ends watching `size` bytes from `begin`. Ending without a beginning does nothing.
 void watch(file_view& view, void* begin, std::uint64_t size);
 void unwatch(file_view& view);
 
-// ---- For the systems' own parts
+// ---- For the implementations of each system
 
-// The watched view that the address lies in; null when it is in none. Waits for nothing but another thread's
-// watch() or unwatch(), so that whoever is told of a fault may call it.
+// The watched view that contains the address, or null. Waits only for watch() and unwatch() in other threads,
+// so fault handlers may call it.
 file_view* watched_view_at(const void* address);
-// Lets the process be told of such faults from now on. Called once.
+// Installs the handler of such faults. Called once.
 void expect_holes();
 
 } // namespace libutils::mapping

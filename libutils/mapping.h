@@ -1,6 +1,6 @@
 #pragma once
-// The system's file mapping, as far as alloc_mmap_win needs it; mapping_win32.cpp and mapping_posix.cpp
-// implement it. Every function that fails leaves the reason in system_error::last().
+// The system's file mapping for alloc_mmap_win; mapping_win32.cpp and mapping_posix.cpp implement it. Every
+// function that fails leaves the reason in system_error::last().
 
 #include <cstdint>
 
@@ -26,9 +26,9 @@ struct object {
 // No mapping of more bytes is tried: beyond what any x86-64 system hands to a process.
 inline constexpr std::uint64_t address_space = std::uint64_t(1) << 47;
 
-// Opens an existing file. On Windows nobody else may use it; somebody who does is waited for, up to half a
-// second. Elsewhere there are advisory locks, as far as the file system knows them: a writer needs one of its
-// own, a reader shares one with others and does without where somebody else has it.
+// Opens an existing file. On Windows without sharing, after waiting up to half a second for others to close
+// it. Elsewhere with an advisory lock, if the file system has them: a writer needs an exclusive one; a reader
+// takes a shared one if it can.
 file open(const char* name, protection mode);
 void close(file& opened);
 // The size of the file at this moment; 0 when it cannot be asked.
@@ -45,8 +45,8 @@ void destroy(object& made);
 void* map(const object& from, const file& over, access mode, std::uint64_t offset, std::uint64_t size);
 void unmap(void* view, std::uint64_t size);
 
-// Says that all of a view of memory will be written soon, so that the system can hand it out in large pieces.
-// A hint, which changes nothing but the time that the first writes take.
+// Tells the system that all of a view of memory will be written soon, so that it can provide large pages.
+// Only affects how long the first writes take.
 void expect_filling(void* view, std::uint64_t size);
 
 // Gives a writable memory object and its one view another size, keeping the leading contents and adding

@@ -1,12 +1,12 @@
 #pragma once
-// The end of a program that gets no memory.
+// Ends a program that runs out of memory.
 
 namespace libutils {
 
-// From now on an allocation through operator new that cannot be had in this thread, main()'s, ends the
-// process as a normal exit with status 1, so that at-exit functions still run, after the line "out of
-// memory." on standard error. What fails while those run, or in another thread, throws as usual. Large arrays
-// are not concerned: they are mapped, and whoever wants them is told that there is no room.
+// From now on, a failing operator new in this thread, main()'s, ends the process: it writes the line "out of
+// memory." to standard error and exits with status 1, so that at-exit functions still run. Failures during
+// those functions, or in another thread, throw as usual. Large arrays are not affected: they are mapped, and
+// their allocation returns false.
 void end_when_out_of_memory() noexcept;
 
 } // namespace libutils

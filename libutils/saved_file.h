@@ -1,5 +1,5 @@
 #pragma once
-// Saving a file so that a failure leaves the old one whole.
+// Saves a file so that a failure leaves the old one intact.
 
 #include <cstdint>
 #include <cstdio>
@@ -9,13 +9,12 @@
 
 namespace libutils {
 
-// A file being saved. The bytes go to a new file beside the one named, ".saving" and a number behind its
-// name; commit() puts it in the old one's place with the old one's permissions, and until then, or when
-// anything fails, the old file is untouched and nothing is left beside it. When several processes save the
-// same file at once, each save is whole and the last one stays. What a killed save leaves behind is removed
-// by the next save of that file. Symbolic links are followed. What is there but is no ordinary file (a pipe,
-// a device) is written directly. An old file that may not be written is not replaced. Nothing is reported:
-// every failure is a false result.
+// A file being saved. The bytes go to a new file in the same folder, whose name has ".saving" and a number
+// added. commit() replaces the old file with it and keeps the permissions; until then, or when anything
+// fails, the old file is untouched and the new one is removed. When several processes save the same file at
+// once, each save is complete and the last one stays. The next save of a file removes what a killed save has
+// left. Symbolic links are followed. Pipes and devices are written directly. A file without write permission
+// is not replaced. Nothing is reported: every failure is a false result.
 class saved_file {
 public:
     explicit saved_file(const std::string& name);

@@ -11,7 +11,7 @@ int last() noexcept;
 std::string text(int code);
 // A message box with an OK button; one line on standard error where there is no such thing.
 void show(const char* text, const char* caption);
-// Ends the process without running anything else of it.
+// Ends the process without running any more of its code.
 [[noreturn]] void end_process(int code) noexcept;
 
 } // namespace libutils::system_error

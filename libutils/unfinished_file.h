@@ -1,6 +1,6 @@
 #pragma once
-// The file that a save fills before it takes its place. As long as its process holds it, no other process
-// takes it for one that a killed save has left behind.
+// The file that a save writes before it replaces the old one. While its process holds it, other processes do
+// not mistake it for a leftover of a killed save.
 
 #include <cstdint>
 #include <cstdio>
@@ -12,16 +12,16 @@ namespace libutils::unfinished_file {
 // Creates a file that does not exist yet, and holds it. Null when that fails: it exists, or the folder cannot
 // be written.
 std::FILE* create(const std::filesystem::path& name, std::intptr_t& hold);
-// Ends the hold, which outlasts the stream: a file that has been closed still has to be renamed or removed.
+// Ends the hold. It outlasts the stream, because a closed file still has to be renamed or removed.
 void let_go(std::intptr_t hold);
-// Removes the files with these names that no process holds: the path's and a number behind it.
+// Removes the files named like the path and a number that no process holds.
 void remove_abandoned(const std::filesystem::path& unnumbered);
 
-// Opens what is no ordinary file, to be written in place.
+// Opens a pipe or a device for writing.
 std::FILE* open_in_place(const std::filesystem::path& name);
 // Whether this process may write an existing file.
 bool may_write(const std::filesystem::path& name);
-// Gives the file the other one's name, in whose place it comes.
+// Renames the file, replacing the other one.
 bool replace(const std::filesystem::path& from, const std::filesystem::path& to);
 
 // Whether the name is that beginning and a number.

@@ -1,5 +1,5 @@
 #pragma once
-// Triangles of their own, as STL files hold them, into a polygon surface.
+// Puts separate triangles, as STL files hold them, into a polygon surface.
 
 #include "pmt3d/surface/polygon.h"
 

@@ -1,15 +1,10 @@
 #include "pmt3d/format/file_saver.h"
 
-#include "libutils/error_report.h"
-
-#include <iostream>
+#include "libutils/report.h"
 
 namespace pmt3d {
 
-static void report(const std::string& name, const char* what) {
-    libutils::error_report();
-    std::cerr << name << what << '\n';
-}
+using libutils::report;
 
 file_saver::file_saver(const std::string& name) : name_(name), file_(name) {
     if (!is_open()) report(name_, ": file open error.");
@@ -17,9 +12,7 @@ file_saver::file_saver(const std::string& name) : name_(name), file_(name) {
 
 bool file_saver::commit() {
     const bool opened = is_open();
-    if (file_.commit()) return true;
-    if (opened) report(name_, ": file write error.");
-    return false;
+    return file_.commit() || (opened && report(name_, ": file write error."));
 }
 
 } // namespace pmt3d

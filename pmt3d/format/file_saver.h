@@ -1,5 +1,5 @@
 #pragma once
-// A model file being saved, with the reports of its failures.
+// Saves a model file and reports failures.
 
 #include "libutils/saved_file.h"
 
@@ -8,8 +8,8 @@
 
 namespace pmt3d {
 
-// libutils::saved_file that says in one line on standard error what went wrong: ": file open error." or ":
-// file write error." behind the name.
+// A libutils::saved_file that reports failures in one line on standard error: the name, then ": file open
+// error." or ": file write error.".
 class file_saver {
 public:
     explicit file_saver(const std::string& name);

@@ -1,5 +1,5 @@
 #pragma once
-// How far a long load or save has come.
+// The progress of a long load or save.
 
 #include <cstdint>
 #include <functional>

@@ -1,5 +1,5 @@
 #pragma once
-// How a binary STL file is laid out, and how it is told from text.
+// The layout of binary STL files, and how they differ from text.
 
 #include <cstdint>
 #include <cstring>
@@ -19,8 +19,8 @@ inline std::uint32_t stl_triangle_count(std::string_view bytes) {
     return count;
 }
 
-// Some programs write "solid" into binary headers as well. Their size gives them away; text of that size
-// would have to hold facets.
+// Some programs begin binary headers with "solid" as well. The size identifies them; text of that size would
+// contain facets.
 inline bool is_text_stl(std::string_view bytes) {
     if (!bytes.starts_with(stl_text_start)) return false;
     if (bytes.size() < stl_prefix) return true;

@@ -1,15 +1,14 @@
 #include "pmt3d/format/stl.h"
 
-#include "libutils/error_report.h"
 #include "libutils/number.h"
 #include "pmt3d/format/facet_filler.h"
 #include "pmt3d/format/fields.h"
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/stl_form.h"
+#include "pmt3d/format/text_reader.h"
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 
 namespace pmt3d {
 
@@ -17,9 +16,8 @@ namespace {
 
 constexpr std::string_view facet_key = "facet normal ", loop_key = "outer loop", vertex_key = "vertex ";
 
-bool fail(std::ostream& error, const std::string& name, const char* why) {
-    libutils::error_report();
-    error << name << why << '\n';
+bool fail(std::ostream& error, const std::string& name, std::string_view why) {
+    report(error, name, why);
     return false;
 }
 
@@ -128,9 +126,7 @@ private:
 
     bool fail_here() {
         in_.check_whole();
-        libutils::error_report();
-        error_ << "num: " << in_.number() << '\n';
-        return false;
+        return fail(error_, "num: ", std::to_string(in_.number()));
     }
 
     line_reader& in_;

@@ -2,28 +2,31 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <memory>
+#include <bit>
 
 namespace {
 
 // The bytes 01 02 03 ... read as numbers, through the base class as the readers do.
 TEST(byteorder, reads_numbers_in_the_order_of_the_file) {
-    const unsigned char bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-    std::uint16_t v16;
-    std::uint32_t v32;
-    std::uint64_t v64;
-    std::memcpy(&v16, bytes, sizeof v16);
-    std::memcpy(&v32, bytes, sizeof v32);
-    std::memcpy(&v64, bytes, sizeof v64);
-    const std::unique_ptr<libutils::byteorder> intel = std::make_unique<libutils::intel_byteorder>();
-    EXPECT_EQ(intel->to_host16(v16), 0x0201);
-    EXPECT_EQ(intel->to_host32(v32), 0x04030201u);
-    EXPECT_EQ(intel->to_host64(v64), 0x0807060504030201u);
-    const std::unique_ptr<libutils::byteorder> motorola = std::make_unique<libutils::motorola_byteorder>();
-    EXPECT_EQ(motorola->to_host16(v16), 0x0102);
-    EXPECT_EQ(motorola->to_host32(v32), 0x01020304u);
-    EXPECT_EQ(motorola->to_host64(v64), 0x0102030405060708u);
+    const libutils::intel_byteorder intel;
+    const libutils::motorola_byteorder motorola;
+    const auto read = [](const libutils::byteorder& order) {
+        using bytes = unsigned char;
+        struct {
+            bytes b[2];
+        } v16 = {{1, 2}};
+        struct {
+            bytes b[4];
+        } v32 = {{1, 2, 3, 4}};
+        struct {
+            bytes b[8];
+        } v64 = {{1, 2, 3, 4, 5, 6, 7, 8}};
+        return std::tuple(order.to_host16(std::bit_cast<std::uint16_t>(v16)),
+                          order.to_host32(std::bit_cast<std::uint32_t>(v32)),
+                          order.to_host64(std::bit_cast<std::uint64_t>(v64)));
+    };
+    EXPECT_EQ(read(intel), std::tuple(0x0201, 0x04030201u, 0x0807060504030201u));
+    EXPECT_EQ(read(motorola), std::tuple(0x0102, 0x01020304u, 0x0102030405060708u));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -25,83 +26,61 @@ void expect(const expectation& e) {
     const char* end = nullptr;
     test_support::capture messages(std::cerr);
     const double value = evaluate(e.text, &end);
-    EXPECT_TRUE(value == e.value || (std::isnan(value) && std::isnan(e.value)))
-        << '"' << e.text << "\" is " << value << ", not " << e.value;
+    EXPECT_TRUE(value == e.value || (std::isnan(value) && std::isnan(e.value))) << e.text << ": " << value;
     EXPECT_EQ(std::size_t(end - e.text), e.end) << e.text;
     EXPECT_EQ(messages.text(), e.messages) << e.text;
 }
 
-TEST(evaluate, values_and_ends) {
-    const expectation cases[] = {
-        {"", 0, 0},
-        {",1", 0, 0},
-        {"\r\n", 0, 0},
-        {" \t", 0, 2},
-        {"1, 2", 1, 1},
-        {"  12 \t\r\n", 12, 6},
-        {"1.5e1", 15, 5},
-        {"1e-2e", 0.01f, 4, "101 \ne: warning: invalid char detect.\n"},
-        {"0x1F,", 31, 4},
-        {"0.1", 0.1f, 3},
-        {"16777217", 16777216, 8},
-        {"1 2 3", 6, 5},
-        {"1+2*3", 7, 5},
-        {"2*(3+4)", 14, 7},
-        {"8/2*2", 8, 5},
-        {"8-2-3", 3, 5},
-        {"2*-3", -6, 4},
-        {"2*-(1+2)", -6, 8},
-        {"-5", -5, 2},
-        {"-(1+2)", -3, 6},
-        {"(-(2))*((3))", -6, 12},
-        {"2+-3", 5, 4},
-        {"2-+3", 5, 4},
-        {"2--3", 5, 4},
-        {"-2*3", -6, 4},
-        {"7)8", 7, 3},
-        {"7)8,9", 7, 3},
-        {"(1+2", 3, 4},
-        {"()", 0, 2},
-        {"()5", 5, 3},
-        {"1/0", inf, 3},
-        {"-1/0", -inf, 4},
-        {"0/0", std::nan(""), 3},
-        {"1e39", inf, 4},
-        {"1/3", 1.0f / 3.0f, 3},
-        {"0.1+0.2", 0.1f + 0.2f, 7},
-        {"16777216+1+1", 16777216, 12}, // single precision after every operation
-    };
+TEST(evaluate, values) {
+    // Each takes all of its text.
+    std::istringstream table("1.5e1=15|0.1=0.1|16777217=16777216|1 2 "
+                             "3=6|1+2*3=7|2*(3+4)=14|8/2*2=8|8-2-3=3|2*-3=-6|2*-(1+2)=-6|-5=-5|"
+                             "-(1+2)=-3|(-(2))*((3))=-6|2+-3=5|2-+3=5|2--3=5|-2*3=-6|7)8=7|(1+2=3|()=0|()5=5|"
+                             "1/0=inf|-1/0=-inf|0/0=nan|"
+                             "1e39=inf|1/3=0.333333343|0.1+0.2=0.300000012|16777216+1+1=16777216| \t=0|=0");
+    for (std::string row; std::getline(table, row, '|');) {
+        const std::string text = row.substr(0, row.find('='));
+        expect({text.c_str(), std::strtof(row.c_str() + text.size() + 1, nullptr), text.size()});
+    }
+}
+
+TEST(evaluate, ends) {
+    const expectation cases[] = {{",1", 0, 0},
+                                 {"\r\n", 0, 0},
+                                 {"1, 2", 1, 1},
+                                 {"  12 \t\r\n", 12, 6},
+                                 {"0x1F,", 31, 4},
+                                 {"7)8,9", 7, 3},
+                                 {"1e-2e", 0.01f, 4, "101 \ne: warning: invalid char detect.\n"}};
     for (const expectation& e : cases)
         expect(e);
 }
 
 TEST(evaluate, mistakes) {
-    const expectation cases[] = {
-        {"*3", 0, 2, "beginning '*' detect.\n"},
-        {"/3", 0, 2, "beginning '/' detect.\n"},
-        {"*", 0, 1, "beginning '*' detect.\n"},
-        {"4*", 4, 2, "last '*' detect.\n"},
-        {"4/", 4, 2, "last '/' detect.\n"},
-        {"4/,", 4, 2, "last '/' detect.\n"},
-        {"4*-", 4, 3, "last '-' detect.\n"},
-        {"4/-*2", 4, 5, "-: right operand is not a value.\n"},
-        {"2*+3", 2, 4, "*: right operand is not a value.\n"},
-        {"2/+3", 2, 4, "*: right operand is not a value.\n"},
-        {"2*/3", 2, 4, "*: right operand is not a value.\n"},
-        {"1+2*)9", 3, 6, "*: right operand is not a value.\n"},
-        {"3+", 3, 2, "last '+' detect.\n"},
-        {"3-", 3, 2, "last '-' detect.\n"},
-        {"-", 0, 1, "last '-' detect.\n"},
-        {"1+(2-)", 3, 6, "last '-' detect.\n"},
-        {"2+*3", 2, 4, "last '+' detect.\n"},        // the sign itself is multiplied
-        {"2*(*3)", 3, 6, "beginning '*' detect.\n"}, // the outer level goes on behind the inner mistake
-        {"(2*)+5", 7, 6, "*: right operand is not a value.\n"},
-        {".5", 0, 0, "46 \n.: warning: invalid char detect.\n"},
-        {"1+2x3", 3, 3, "120 \nx: warning: invalid char detect.\n"},
-        {"2*x", 2, 2, "120 \nx: warning: invalid char detect.\nlast '*' detect.\n"},
-        {"3\n", 3, 1, "10 \n\n: warning: invalid char detect.\n"},
-        {"1\xE4", 1, 1, "-28 \n\xE4: warning: invalid char detect.\n"},
-    };
+    const expectation cases[] = {{"*3", 0, 2, "beginning '*' detect.\n"},
+                                 {"/3", 0, 2, "beginning '/' detect.\n"},
+                                 {"*", 0, 1, "beginning '*' detect.\n"},
+                                 {"4*", 4, 2, "last '*' detect.\n"},
+                                 {"4/", 4, 2, "last '/' detect.\n"},
+                                 {"4/,", 4, 2, "last '/' detect.\n"},
+                                 {"4*-", 4, 3, "last '-' detect.\n"},
+                                 {"4/-*2", 4, 5, "-: right operand is not a value.\n"},
+                                 {"2*+3", 2, 4, "*: right operand is not a value.\n"},
+                                 {"2/+3", 2, 4, "*: right operand is not a value.\n"},
+                                 {"2*/3", 2, 4, "*: right operand is not a value.\n"},
+                                 {"1+2*)9", 3, 6, "*: right operand is not a value.\n"},
+                                 {"3+", 3, 2, "last '+' detect.\n"},
+                                 {"3-", 3, 2, "last '-' detect.\n"},
+                                 {"-", 0, 1, "last '-' detect.\n"},
+                                 {"1+(2-)", 3, 6, "last '-' detect.\n"},
+                                 {"2+*3", 2, 4, "last '+' detect.\n"},
+                                 {"2*(*3)", 3, 6, "beginning '*' detect.\n"},
+                                 {"(2*)+5", 7, 6, "*: right operand is not a value.\n"},
+                                 {".5", 0, 0, "46 \n.: warning: invalid char detect.\n"},
+                                 {"1+2x3", 3, 3, "120 \nx: warning: invalid char detect.\n"},
+                                 {"2*x", 2, 2, "120 \nx: warning: invalid char detect.\nlast '*' detect.\n"},
+                                 {"3\n", 3, 1, "10 \n\n: warning: invalid char detect.\n"},
+                                 {"1\xE4", 1, 1, "-28 \n\xE4: warning: invalid char detect.\n"}};
     for (const expectation& e : cases)
         expect(e);
 }
@@ -118,27 +97,19 @@ TEST(evaluate, nesting_is_bounded) {
 }
 
 TEST(evaluate, a_million_characters) {
-    std::string sum = "1";
-    while (sum.size() < 1000000)
-        sum += "+1*(2-1)";
-    expect({sum.c_str(), 1 + (sum.size() - 1) / 8.0, sum.size()});
-    const std::string pairs = [] {
-        std::string s;
-        for (int i = 0; i < 500000; ++i)
-            s += "()";
-        return s;
-    }();
-    expect({pairs.c_str(), 0, pairs.size()});
-    const std::string signs(1000000, '-');
-    expect({signs.c_str(), 0, signs.size()});
-    const std::string digits(1000000, '9');
-    expect({digits.c_str(), inf, digits.size()});
-    const std::string closing(1000000, ')');
-    expect({closing.c_str(), 0, closing.size()});
-}
-
-TEST(evaluate, the_end_need_not_be_asked_for) {
-    EXPECT_EQ(evaluate("6*7"), 42);
+    const auto repeated = [](std::string_view piece) {
+        std::string text;
+        while (text.size() < 1000000)
+            text += piece;
+        return text;
+    };
+    const std::string sum = repeated("1*(2-1)+") + '1';
+    expect({sum.c_str(), 125001, sum.size()});
+    for (const auto& [piece, value] : {std::pair("()", 0.0), {"-", 0.0}, {"9", inf}, {")", 0.0}}) {
+        const std::string text = repeated(piece);
+        expect({text.c_str(), value, text.size()});
+    }
+    EXPECT_EQ(evaluate("6*7"), 42) << "without asking for the end";
     EXPECT_EQ(evaluate("42"), 42);
 }
 

@@ -26,12 +26,25 @@ protected:
         return directory_.write(name, text);
     }
     std::string file(const std::string& name) { return directory_.file(name); }
+    // The words of a line; "@x" is the file x.
+    std::vector<std::string> words(const std::string& line) {
+        std::istringstream in(line);
+        std::vector<std::string> all;
+        for (std::string word; in >> word;)
+            all.push_back(word[0] == '@' ? file(word.substr(1)) : word);
+        return all;
+    }
     // A run that must succeed without a word on standard error.
     std::string quietly(const std::vector<std::string>& words) {
         const process_result r = pmt3d(words);
         EXPECT_EQ(r.exit_code, 0) << words[0];
         EXPECT_EQ(r.err, "") << words[0];
         return r.out;
+    }
+    // With the number of triangles.
+    std::string bounds(const std::string& name) {
+        const std::string info = quietly({"info", name});
+        return info.substr(info.find("triangles"), info.find("item 1") - info.find("triangles"));
     }
     test_support::temporary_directory directory_;
 };
@@ -93,35 +106,36 @@ TEST_F(model_files, dump) {
                                              "begin nurbs_surface,1,1,2,1\nresolution 1,1\nknot1 0\nknot1 1\n"
                                              "knot1 0\nknot1 1\nweight 1\nweight 1\nposition 1,2,3\n"
                                              "position 4,5,6\nknot2 0\nknot2 0.5\nknot2 1\nend\n");
-    std::string quoted = name;
-    for (std::size_t at = 0; (at = quoted.find('"', at)) != quoted.npos; at += 2)
-        quoted.insert(at, 1, '\\');
-    const std::string options =
-        "\"aniso\":1,\"refractfactor\":0,\"bumpofs\":true,\"bump2mono\":false,\"mipmap\":true,"
-        "\"nearlinear\":true,\"maglinear\":true,\"mercatorsphere\":";
-    const std::string pictures =
-        "\"texture\":{\"texture\":\"\",\"bumpmap\":\"\",\"specular\":\"\"," + options;
-    EXPECT_EQ(
-        quietly({"dump", name}),
-        "{\"items\":[{\"kind\":0," + pictures + "true},\"polygon\":{\"name\":\"" + quoted +
-            "\",\"vertices\":[[-1,0,0,1,0,0,\"inf\",0,0],[0.333333343,0,0,1,0,0,\"inf\",0,0],"
-            "[0,2,0.5,1,0,0,\"inf\",0,0]],\"frames\":[[1,0,0,0,1,0,0,0,1],[1,0,0,0,1,0,0,0,1],"
-            "[1,0,0,0,1,0,0,0,1]],\"elements\":[0,1,2,4294967295]}},"
-            "{\"kind\":1," +
-            pictures + "false},\"polygon\":{\"name\":\"" + quoted +
-            "\",\"vertices\":[[1,2,3,0.5,0.5,0.5,1,0,0]],\"frames\":[[0,0,0,0,0,0,0,0,0]],\"elements\":[]},"
-            "\"nurbs\":{\"name\":\"" +
-            quoted +
-            "\",\"m\":1,\"k1\":1,\"n\":2,\"k2\":1,\"resolution\":[1,1],\"knots1\":[[0,1],[0,1]],"
-            "\"knots2\":[[0,0.5,1]],\"weights\":[[1],[1]],"
-            "\"points\":[[1,2,3,0.5,0.5,0.5,1],[4,5,6,0.5,0.5,0.5,1]]}}],"
-            "\"environment\":{\"cubetex\":\"\",\"reflectalpha\":0,\"refractalpha\":0,\"refractfactor\":0."
-            "100000001}}\n");
-    // Names need not be UTF-8.
+    const auto replace_all = [](std::string& text, std::string_view from, std::string_view to) {
+        for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
+            text.replace(at, from.size(), to);
+    };
+    std::string quoted = name, expected = R"({"items":[
+{"kind":0,"texture":{OPTIONStrue},"polygon":{"name":"NAME",
+"vertices":[[-1,0,0,1,0,0,"inf",0,0],[0.333333343,0,0,1,0,0,"inf",0,0],[0,2,0.5,1,0,0,"inf",0,0]],
+"frames":[[1,0,0,0,1,0,0,0,1],[1,0,0,0,1,0,0,0,1],[1,0,0,0,1,0,0,0,1]],"elements":[0,1,2,4294967295]}},
+{"kind":1,"texture":{OPTIONSfalse},"polygon":{"name":"NAME",
+"vertices":[[1,2,3,0.5,0.5,0.5,1,0,0]],"frames":[[0,0,0,0,0,0,0,0,0]],"elements":[]},
+"nurbs":{"name":"NAME","m":1,"k1":1,"n":2,"k2":1,"resolution":[1,1],"knots1":[[0,1],[0,1]],"knots2":[[0,0.5,1]],
+"weights":[[1],[1]],"points":[[1,2,3,0.5,0.5,0.5,1],[4,5,6,0.5,0.5,0.5,1]]}}],
+"environment":{"cubetex":"","reflectalpha":0,"refractalpha":0,"refractfactor":0.100000001}})";
+    replace_all(quoted, "\"", "\\\"");
+    replace_all(expected, "\n", "");
+    replace_all(expected, "NAME", quoted);
+    replace_all(expected, "OPTIONS",
+                R"("texture":"","bumpmap":"","specular":"","aniso":1,"refractfactor":0,"bumpofs":true,)"
+                R"("bump2mono":false,"mipmap":true,"nearlinear":true,"maglinear":true,"mercatorsphere":)");
+    EXPECT_EQ(quietly({"dump", name}), expected + '\n');
+    // Names need not be UTF-8: a lone byte, a surrogate, forms that are too long, and what is beyond the last
+    // code.
     const std::string text =
-        pmt3d({"dump", file("x.pmt", "begin polygon_surface,0,0\ntexture \xC3\xA9\xFF\t\xED\xA0\x80\nend\n")})
+        pmt3d({"dump", file("x.pmt", "begin polygon_surface,0,0\ntexture \xC3\xA9\xFF\t\xED\xA0\x80|"
+                                     "\xC0\xAF|\xE0\x9F\xBF|\xF0\x8F\xBF\xBF|\xF4\x90\x80\x80|"
+                                     "\xF0\x9F\x98\x80|\xE2\x82\nend\n")})
             .out;
-    EXPECT_NE(text.find("\"\xC3\xA9\\ufffd\\u0009\\ufffd\\ufffd\\ufffd\""), std::string::npos) << text;
+    std::string bad = "\xC3\xA9#\\u0009###|##|###|####|####|\xF0\x9F\x98\x80|##";
+    replace_all(bad, "#", "\\ufffd");
+    EXPECT_NE(text.find('"' + bad + '"'), std::string::npos) << text;
 }
 
 TEST_F(model_files, check) {
@@ -146,10 +160,6 @@ TEST_F(model_files, convert_there_and_back) {
     EXPECT_EQ(quietly({"convert", "--text", file("a.stl"), file("b.stl")}), "");
     EXPECT_EQ(read_file(file("b.stl")).substr(0, 8), "solid /t");
     EXPECT_EQ(quietly({"convert", file("b.stl"), file("c.pmt")}), "");
-    const auto bounds = [&](const std::string& name) {
-        const std::string info = quietly({"info", name});
-        return info.substr(info.find("triangles"), info.find("item 1") - info.find("triangles"));
-    };
     EXPECT_EQ(bounds(file("a.stl")), bounds(pmt)); // floats bit by bit
     EXPECT_EQ(bounds(file("c.pmt")), bounds(file("b.stl")));
     // A file onto itself.
@@ -168,68 +178,61 @@ TEST_F(model_files, convert_there_and_back) {
 }
 
 TEST_F(model_files, a_model_that_moves_finds_its_pictures) {
-    std::filesystem::create_directories(directory_.path() / "in/pictures");
-    std::filesystem::create_directories(directory_.path() / "out/deep");
+    for (const char* folder : {"in/pictures", "out/deep"})
+        std::filesystem::create_directories(directory_.path() / folder);
     std::filesystem::create_directory_symlink("out/deep", directory_.path() / "link");
-    const std::string absolute = file("somewhere/a.png"), in = file("in/m.pmt", "");
-    const auto surface = [](const std::string& color, const std::string& bump, const std::string& specular) {
-        std::string text = triangle;
-        return text.insert(text.find("position"),
-                           "texture " + color + "\nbumpmap " + bump + "\nspecular " + specular + '\n');
-    };
-    directory_.write("in/m.pmt", surface("pictures/a b.png", absolute, "../c.png"));
-    for (const auto& [out, color, specular] :
-         {std::tuple("out/deep/m.pmt", "../../in/pictures/a b.png", "../../c.png"),
-          {"link/m.pmt", "../../in/pictures/a b.png", "../../c.png"},
-          {"m.pmt", "in/pictures/a b.png", "c.png"},
-          {"in/same.pmt", "pictures/a b.png", "../c.png"}}) {
-        const process_result r = pmt3d({"convert", in, file(out)});
+    for (const char* face : {"posx", "negx", "posy", "negy", "posz", "negz"}) // of one pixel
+        directory_.write(std::string("in/sky_") + face + ".tga",
+                         {"\0\0\2\0\0\0\0\0\0\0\0\0\1\0\1\0\x18\0\1\2\3", 21});
+    const std::string absolute = file("somewhere/a.png");
+    std::string text = "begin environment\ncubetex sky.tga\nend\n" + triangle;
+    text.insert(text.find("position"),
+                "texture pictures/a b.png\nbumpmap " + absolute + "\nspecular ../c.png\n");
+    directory_.write("in/m.pmt", text);
+    const struct {
+        const char *out, *in, *above; // the folders from there
+    } cases[] = {{"out/deep/m.pmt", "../../in/", "../../"},
+                 {"link/m.pmt", "../../in/", "../../"},
+                 {"m.pmt", "in/", ""},
+                 {"in/same.pmt", "", "../"}};
+    for (const auto& [out, in, above] : cases) {
+        const process_result r = pmt3d({"convert", file("in/m.pmt"), file(out)});
         EXPECT_EQ(r.exit_code, 0);
         EXPECT_NE(r.err.find("a b.png: color autoloadformat failed.\n"), std::string::npos)
             << "it is missing";
-        std::string text = read_file(file(out));
-        std::erase(text, '\r');
-        for (const std::string& line : {"\ntexture " + std::string(color), "\nbumpmap " + absolute,
-                                        "\nspecular " + std::string(specular)})
-            EXPECT_NE(text.find(line + '\n'), std::string::npos) << line << " is not in " << text;
+        std::string saved = read_file(file(out));
+        std::erase(saved, '\r');
+        for (const std::string& line :
+             {"\ncubetex " + std::string(in) + "sky.tga", "\ntexture " + std::string(in) + "pictures/a b.png",
+              "\nbumpmap " + absolute, "\nspecular " + std::string(above) + "c.png"})
+            EXPECT_NE(saved.find(line + '\n'), std::string::npos) << line << " is not in " << saved;
     }
 }
 
 TEST_F(model_files, admesh_reads_what_is_written_and_the_other_way_round) {
-    const std::string pmt = file("in.pmt", vase()), info = quietly({"info", pmt});
-    const std::string triangles =
-        info.substr(info.find("triangles"), info.find("item 1") - info.find("triangles"));
+    const std::string triangles = bounds(file("in.pmt", vase()));
     for (const bool text : {false, true}) {
-        std::vector<std::string> words = {"convert", pmt, file("ours.stl")};
-        if (text) words.push_back("--text");
-        quietly(words);
+        quietly(words(std::string("convert @in.pmt @ours.stl") + (text ? " --text" : "")));
         const process_result r =
             test_support::run({"admesh", "--no-check", "--write-binary-stl=" + file("binary.stl"),
                                "--write-ascii-stl=" + file("text.stl"), file("ours.stl")});
-        ASSERT_EQ(r.exit_code, 0) << r.err;
-        EXPECT_NE(r.out.find(text ? "ASCII STL file" : "Binary STL file"), std::string::npos) << r.out;
-        EXPECT_NE(r.out.find("Number of facets                 :  4096 "), std::string::npos) << r.out;
-        EXPECT_NE(r.out.find("Min X = -0.995154, Max X =  0.995154"), std::string::npos) << r.out;
-        for (const char* theirs : {"binary.stl", "text.stl"}) {
-            const std::string back = quietly({"info", file(theirs)});
-            if (text) // six digits
-                EXPECT_EQ(back.substr(0, 25), "items: 1\ntriangles: 4096\n");
-            else
-                EXPECT_EQ(back.substr(back.find("triangles"), triangles.size()), triangles) << theirs;
-        }
+        for (const char* part :
+             {text ? "ASCII STL file" : "Binary STL file", "Number of facets                 :  4096 ",
+              "Min X = -0.995154, Max X =  0.995154"})
+            EXPECT_NE(r.out.find(part), std::string::npos) << r.out << r.err;
+        if (text) continue; // six digits
+        EXPECT_EQ(bounds(file("binary.stl")), triangles);
+        EXPECT_EQ(bounds(file("text.stl")), triangles);
     }
 }
 
 TEST_F(model_files, render_needs_no_display_and_shows_no_seam) {
     const auto picture_of = [&](const std::string& text) {
-        const std::vector<std::string> words = {"render",         file("vase.pmt", text),
-                                                file("vase.png"), "--size",
-                                                "240x200",        "--eye",
-                                                "5,3,0.5",        "--target",
-                                                "0,1.1,0"};
+        file("vase.pmt", text);
         test_support::process_options options;
         if (!windows_player()) options.environment = {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}};
-        const process_result r = pmt3d(words, options);
+        const process_result r =
+            pmt3d(words("render @vase.pmt @vase.png --size 240x200 --eye 5,3,0.5 --target 0,1.1,0"), options);
         EXPECT_EQ(r.exit_code, 0);
         EXPECT_EQ(r.err, "");
         return test_support::load_png(file("vase.png"));
@@ -237,16 +240,13 @@ TEST_F(model_files, render_needs_no_display_and_shows_no_seam) {
     // Drawn by whatever renderer is here: edges may differ by a pixel, areas by rounding.
     const test_support::picture seen = picture_of(vase());
     EXPECT_TRUE(test_support::looks_like(seen, "vase", 0.5, 60));
-    // Nothing tells on which side the seam is.
     const test_support::picture hidden = picture_of(vase(-1));
-    ASSERT_EQ(seen.rgba.size(), hidden.rgba.size());
-    int worst = 0;
-    for (std::size_t i = 0; i < seen.rgba.size(); ++i)
-        worst = std::max(worst, std::abs(seen.rgba[i] - hidden.rgba[i]));
-    EXPECT_LE(worst, 4);
-    for (const char* name : {"vase.bmp", "vase.tga", "vase.jpg"}) {
-        quietly({"render", file("vase.pmt"), file(name), "--size", "12x10"});
-        EXPECT_EQ(quietly({"image", "info", file(name)}).substr(0, 12), "size: 12x10\n");
+    EXPECT_TRUE(std::equal(seen.rgba.begin(), seen.rgba.end(), hidden.rgba.begin(), hidden.rgba.end(),
+                           [](int a, int b) { return std::abs(a - b) <= 4; }))
+        << "it shows on which side the seam is";
+    for (const std::string name : {"vase.bmp", "vase.tga", "vase.jpg"}) {
+        quietly(words("render @vase.pmt --size 12x10 @" + name));
+        EXPECT_EQ(quietly(words("image info @" + name)).substr(0, 12), "size: 12x10\n");
     }
 }
 
@@ -255,15 +255,12 @@ TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
     std::string text = "begin polygon_surface,4,4\n";
     for (const char* corner : {"90,7,-9", "90,7,9", "99,7,-9", "99,7,9"})
         text += std::string("position ") + corner + "\ntangent 1,0,0\nbinormal 0,0,-1\nnormal 0,1,0\n";
-    const std::string floor = file("floor.pmt", text + "element 0\nelement 1\nelement 2\nelement 3\nend\n");
-    for (const auto& [width, height] : {std::pair(300, 100), {100, 300}}) {
-        quietly({"render", floor, file("floor.png"), "--size",
-                 std::to_string(width) + 'x' + std::to_string(height)});
+    file("floor.pmt", text + "element 0\nelement 1\nelement 2\nelement 3\nend\n");
+    for (const auto& [width, height, size] : {std::tuple(300, 100, "300x100"), {100, 300, "100x300"}}) {
+        quietly(words("render @floor.pmt @floor.png --size " + std::string(size)));
         const test_support::picture seen = test_support::load_png(file("floor.png"));
-        ASSERT_EQ(seen.width, width);
-        ASSERT_EQ(seen.height, height);
-        int left = width, right = width, top = height,
-            bottom = height; // pixels of background before each border
+        ASSERT_EQ(std::pair(seen.width, seen.height), std::pair(width, height));
+        int left = width, right = width, top = height, bottom = height; // background before each border
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 if (seen.at(x, y) == seen.at(0, 0)) continue;
@@ -281,56 +278,50 @@ TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
 }
 
 TEST_F(model_files, failures_say_what_is_wrong) {
-    const std::string fine =
-        "begin nurbs_surface,1,1,1,1\nresolution 1500,1500\nknot1 0\nknot1 1\nknot2 0\nknot2 1\n"
-        "weight 1\nposition 1,2,3\nend\n";
-    const std::string in = file("in.pmt", triangle),
-                      empty = file("empty.pmt", "begin polygon_surface,0,0\nend\n"),
-                      huge = file("huge.pmt", "begin polygon_surface,1,1\nposition 1/0,0,0\nelement 0\n"
-                                              "tangent 1,0,0\nbinormal 0,1,0\nnormal 0,0,1\nend\n");
-    struct {
-        std::vector<std::string> words;
+    file("in.pmt", triangle);
+    file("void.pmt", "");
+    file("empty.pmt", "begin polygon_surface,0,0\nend\n");
+    file("huge.pmt", "begin polygon_surface,1,1\nposition 1/0,0,0\nelement 0\n"
+                     "tangent 1,0,0\nbinormal 0,1,0\nnormal 0,0,1\nend\n");
+    file("fine.pmt", "begin nurbs_surface,1,1,1,1\nresolution 1500,1500\nknot1 0\nknot1 1\nknot2 0\nknot2 1\n"
+                     "weight 1\nposition 1,2,3\nend\n");
+    const struct {
+        const char* words;
         int code;
         std::string err; // in it
-    } const cases[] = {
-        {{"info"}, 2, "usage: pmt3d info FILE\n"},
-        {{"info", in, in}, 2, "usage: pmt3d info FILE\n"},
-        {{"info", file("none.stl")},
-         1,
-         "none.stl: file open error.\npmt3d: " + file("none.stl") + ": not loaded.\n"},
-        {{"check", file("fine.pmt", fine)},
-         1,
-         "2250000 vertices: 2097588 are left of the 2097588 that this file"},
-        {{"--vertices", "2250000", "check", file("fine.pmt")}, 0, ""},
-        {{"--vertices", "-1", "check", in}, 2, "--vertices takes a whole number"},
-        {{"info", file("x.obj")}, 1, "file extension not recognized.\n"},
-        {{"dump", file("void.pmt", "")}, 1, "void.pmt: not loaded.\n"},
-        {{"check"}, 2, "usage: pmt3d check FILE..."},
-        {{"convert", in}, 2, "usage: pmt3d convert"},
-        {{"convert", "--txet", in, file("o.stl")}, 2, "there is no option --txet."},
-        {{"convert", "--text", in, file("o.pmt")}, 2, "--text is for an OUT that ends in .stl."},
-        {{"convert", in, file("none/o.stl")}, 1, "none/o.stl: file open error.\n"},
-        {{"convert", in, file("o.obj")}, 1, "file extension not recognized.\n"},
-        {{"render", in}, 2, "usage: pmt3d render"},
-        {{"render", in, file("o.png"), "--size", "10"}, 2, "--size takes"},
-        {{"render", in, file("o.png"), "--size", "0x10"}, 2, "--size takes"},
-        {{"render", in, file("o.png"), "--size"}, 2, "--size takes"},
-        {{"render", in, file("o.png"), "--eye", "1,2"}, 2, "--eye takes three numbers"},
-        {{"render", in, file("o.png"), "--target", "1,2,x"}, 2, "--target takes three numbers"},
-        {{"render", in, file("o.png"), "--eye", "1,2,3", "--target", "1,2,3"}, 2, "must not be the same"},
-        {{"render", in, file("o.png"), "--size", "4000000000x2"}, 1, "pictures can be at most"},
-        {{"render", in, file("o.png"), "--size", "2x4000000000"}, 1, "pictures can be at most"},
-        {{"render", in, file("o.png"), "--eye", "-0.333333313,1,0.25"},
-         1,
-         "--eye is the point"}, // its middle
-        {{"render", empty, file("o.png")}, 1, "empty.pmt has nothing to draw."},
-        {{"render", huge, file("o.png")}, 1, "huge.pmt is too large to be seen."},
-        {{"render", in, file("o.gif")}, 1, "o.gif"},
+    } cases[] = {
+        {"info", 2, "usage: pmt3d info FILE\n"},
+        {"info @in.pmt @in.pmt", 2, "usage: pmt3d info FILE\n"},
+        {"info @none.stl", 1, "none.stl: file open error.\npmt3d: " + file("none.stl") + ": not loaded.\n"},
+        {"check @fine.pmt", 1, "2250000 vertices: 2097588 are left of the 2097588 that this file"},
+        {"--vertices 2250000 check @fine.pmt", 0, ""},
+        {"--vertices -1 check @in.pmt", 2, "--vertices takes a whole number"},
+        {"info @x.obj", 1, "file extension not recognized.\n"},
+        {"dump @void.pmt", 1, "void.pmt: not loaded.\n"},
+        {"check", 2, "usage: pmt3d check FILE..."},
+        {"convert @in.pmt", 2, "usage: pmt3d convert"},
+        {"convert --txet @in.pmt @o.stl", 2, "there is no option --txet."},
+        {"convert --text @in.pmt @o.pmt", 2, "--text is for an OUT that ends in .stl."},
+        {"convert @in.pmt @none/o.stl", 1, "none/o.stl: file open error.\n"},
+        {"convert @in.pmt @o.obj", 1, "file extension not recognized.\n"},
+        {"render @in.pmt", 2, "usage: pmt3d render"},
+        {"render @in.pmt @o.png --size 10", 2, "--size takes"},
+        {"render @in.pmt @o.png --size 0x10", 2, "--size takes"},
+        {"render @in.pmt @o.png --size", 2, "--size takes"},
+        {"render @in.pmt @o.png --eye 1,2", 2, "--eye takes three numbers"},
+        {"render @in.pmt @o.png --target 1,2,x", 2, "--target takes three numbers"},
+        {"render @in.pmt @o.png --eye 1,2,3 --target 1,2,3", 2, "must not be the same"},
+        {"render @in.pmt @o.png --size 4000000000x2", 1, "pictures can be at most"},
+        {"render @in.pmt @o.png --size 2x4000000000", 1, "pictures can be at most"},
+        {"render @in.pmt @o.png --eye -0.333333313,1,0.25", 1, "--eye is the point"}, // its middle
+        {"render @empty.pmt @o.png", 1, "empty.pmt has nothing to draw."},
+        {"render @huge.pmt @o.png", 1, "huge.pmt is too large to be seen."},
+        {"render @in.pmt @o.gif", 1, "o.gif"},
     };
-    for (const auto& [words, code, err] : cases) {
-        const process_result r = pmt3d(words);
-        EXPECT_EQ(r.exit_code, code) << words[0] << ' ' << err;
-        EXPECT_NE(r.err.find(err), std::string::npos) << r.err;
+    for (const auto& c : cases) {
+        const process_result r = pmt3d(words(c.words));
+        EXPECT_EQ(r.exit_code, c.code) << c.words;
+        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
         EXPECT_EQ(r.out, "");
     }
 }

@@ -1,5 +1,5 @@
 #pragma once
-// Carries messages from the thread that receives them, which must never wait, to the one that prints them.
+// Passes messages from the receiving thread, which must never wait, to the printing thread.
 
 #include <array>
 #include <atomic>
@@ -20,11 +20,10 @@ class event_queue {
 public:
     explicit event_queue(std::size_t capacity) : events_(capacity) {}
 
-    // Bytes beyond an event's room are cut off. Without room in the queue the event is lost, which is
-    // counted.
+    // Cuts off bytes that do not fit into an event. When the queue is full, the event is lost and counted.
     void put(std::uint32_t milliseconds, const std::uint8_t* bytes, std::size_t length);
     bool take(event& taken);
-    // How many were lost since the last call.
+    // The number of events lost since the last call.
     std::size_t take_lost() { return lost_.exchange(0); }
 
 private:

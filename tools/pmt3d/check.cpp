@@ -1,4 +1,4 @@
-// pmt3d check FILE...: are these model files in order?
+// pmt3d check FILE...: checks model files.
 
 #include "model_file.h"
 #include "subcommand.h"
@@ -12,7 +12,7 @@ namespace tool {
 
 namespace {
 
-// Pictures that cannot be had are reported while loading, but do not stop it.
+// Loading reports pictures that cannot be loaded, but continues.
 bool has_pictures(const libgr::texture_t& texture) {
     const std::pair<const std::string&, render::texture_unit> pictures[] = {
         {texture.texture, render::texture_unit::color},
@@ -43,9 +43,9 @@ const subcommand check = {
     "check",
     "FILE...",
     "load model files and report what is wrong with them",
-    "Prints only diagnostics, on standard error. The exit status is 1 when a file, or a picture that one of "
-    "its surfaces\n"
-    "names, cannot be loaded. Needs no display.\n",
+    R"(Prints only diagnostics, on standard error. The exit status is 1 when a file, or a picture that one of its surfaces
+names, cannot be loaded. Needs no display.
+)",
     run,
 };
 

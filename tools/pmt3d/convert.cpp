@@ -1,4 +1,4 @@
-// pmt3d convert IN OUT: from one model format to another.
+// pmt3d convert IN OUT: converts between the model formats.
 
 #include "libgr/texture/texture_table.h"
 #include "libutils/file_path.h"
@@ -17,14 +17,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The folder that pictures named in a model file are looked for in.
+// The folder that relative picture names of a model file start from.
 fs::path folder_of(const std::string& model_file) {
     std::error_code error;
     const fs::path folder = libutils::file_path(model_file).parent_path();
     return fs::weakly_canonical(folder.empty() ? "." : folder, error);
 }
 
-// Lets the model find its pictures from another folder.
+// Changes relative picture names so that they are found from another folder.
 void move_pictures(pmt3d::model_t& model, const fs::path& from, const fs::path& to) {
     if (from == to) return;
     const std::string model_file = libutils::file_name(from / "model");

@@ -124,13 +124,11 @@ const subcommand dump = {
     "dump",
     "FILE",
     "print a model file as JSON",
-    "One line with everything that the model holds once it is loaded: for every item its kind (0 polygon, 1 "
-    "NURBS), the\n"
-    "pictures and their options, vertices (x y z r g b a u v), frames (tangent, binormal, normal) and "
-    "elements, and for\n"
-    "NURBS surfaces the net that these were made of; then the environment. Numbers have nine significant "
-    "digits; those\n"
-    "that JSON cannot hold are the strings \"nan\", \"inf\" and \"-inf\".\n",
+    R"(One line with everything that the model holds once it is loaded: for every item its kind (0 polygon, 1 NURBS), the
+pictures and their options, vertices (x y z r g b a u v), frames (tangent, binormal, normal) and elements, and for
+NURBS surfaces the net that these were made of; then the environment. Numbers have nine significant digits; those
+that JSON cannot hold are the strings "nan", "inf" and "-inf".
+)",
     run,
 };
 

@@ -1,4 +1,4 @@
-// pmt3d eval TEXT: what a numeric field of a model file is worth.
+// pmt3d eval TEXT: evaluates a numeric field of a model file.
 
 #include "libutils/expression.h"
 #include "libutils/number.h"
@@ -29,12 +29,11 @@ int run(arguments words) {
 const subcommand eval = {
     "eval",
     "TEXT",
-    "evaluate an expression as the numeric fields of model files are",
-    "Prints the value with nine significant digits and the position in TEXT where the field ends, counted "
-    "from 0.\n"
-    "Mistakes in the expression are reported on standard error; the value is then what was computed before "
-    "them.\n"
-    "Example: pmt3d eval '2*(3+4), 5' prints 14 7\n",
+    "evaluate an expression like a numeric field of a model file",
+    R"(Prints the value with nine significant digits and the position in TEXT where the field ends, counted from 0.
+Mistakes in the expression are reported on standard error; the value is then what was computed before them.
+Example: pmt3d eval '2*(3+4), 5' prints 14 7
+)",
     run,
 };
 

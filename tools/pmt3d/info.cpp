@@ -1,4 +1,4 @@
-// pmt3d info FILE: what is in a model file.
+// pmt3d info FILE: summarises a model file.
 
 #include "libutils/number.h"
 #include "model_file.h"
@@ -67,11 +67,11 @@ int run(arguments words) {
 const subcommand info = {
     "info",
     "FILE",
-    "tell what is in a model file",
-    "For the whole file: the number of items and triangles, and the bounds of all surfaces (minimum x y z, "
-    "maximum x y z; \"none\"\nwithout any). Then for each item its kind, name, vertices, elements and the "
-    "pictures that "
-    "it names. NURBS surfaces\nare counted as they are tessellated. FILE ends in .pmt or .stl.\n",
+    "summarise a model file",
+    R"(For the whole file: the number of items and triangles, and the bounds of all surfaces (minimum x y z, maximum x y z; "none"
+without any). Then for each item its kind, name, vertices, elements and the pictures that it names. NURBS surfaces
+are counted as they are tessellated. FILE ends in .pmt or .stl.
+)",
     run,
 };
 

@@ -63,8 +63,7 @@ int run(arguments words) {
     const auto found = std::find_if(std::begin(subcommands), std::end(subcommands),
                                     [name](const subcommand* s) { return s->name == name; });
     if (found == std::end(subcommands)) {
-        libutils::error_report();
-        std::cerr << "pmt3d: there is no subcommand \"" << name << "\"; pmt3d --help lists them.\n";
+        libutils::report("pmt3d: there is no subcommand \"", name, "\"; pmt3d --help lists them.");
         return wrong_usage;
     }
     const subcommand& command = **found;
@@ -83,7 +82,6 @@ int main(int argc, char** argv) {
     const int code = run(arguments(argv, std::size_t(argc)).subspan(argc > 0 ? 1 : 0));
     // Results that nobody received are no success.
     if (std::cout.flush()) return code;
-    libutils::error_report();
-    std::cerr << "pmt3d: writing to standard output failed.\n";
+    libutils::report("pmt3d: writing to standard output failed.");
     return code == success ? failure : code;
 }

@@ -1,5 +1,5 @@
 #pragma once
-// What the subcommands that take model files have in common.
+// Shared by the subcommands that read model files.
 
 #include "pmt3d/format/dispatch.h"
 #include "render/math/types.h"
@@ -17,7 +17,7 @@ bool load_model(pmt3d::model_t& model, const char* name, const pmt3d::progress_t
 // Lets the files that are loaded from now on have so many vertices of NURBS surfaces.
 void allow_vertices(std::uint64_t vertices);
 
-// Of all vertices that surfaces draw; nothing when there are none.
+// The bounds of all surfaces that have something to draw; nothing when there are none.
 std::optional<render::box3> bounds(const pmt3d::model_t& model);
 
 } // namespace tool

@@ -18,7 +18,7 @@ static bool is_watched() {
 #endif
 }
 
-// The end of a name that is too long for a line, from where a character begins.
+// The end of a name that is too long for the line, cut at the start of a character.
 static std::string shortened(const std::string& name) {
     constexpr std::size_t longest = 20;
     if (name.size() <= longest) return name;

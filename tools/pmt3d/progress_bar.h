@@ -1,5 +1,5 @@
 #pragma once
-// How far long work has come, for somebody who watches.
+// Shows the progress of long operations on a terminal.
 
 #include "pmt3d/format/progress.h"
 
@@ -10,8 +10,8 @@
 
 namespace tool {
 
-// A line on standard error that is drawn over and over, gives way to whatever else is written there, and is
-// gone in the end. Only when standard error is a terminal, and only once the work has taken half a second.
+// A line on standard error that is redrawn, makes way for other output, and disappears at the end. It appears
+// only on a terminal, and only when the work has taken half a second.
 class progress_bar : private std::streambuf {
 public:
     // "reading", "chair.pmt".
@@ -20,13 +20,13 @@ public:
     progress_bar(const progress_bar&) = delete;
     progress_bar& operator=(const progress_bar&) = delete;
 
-    // Empty where nobody watches. Must not outlive the bar.
+    // Empty unless standard error is a terminal. Must not outlive the bar.
     pmt3d::progress_t callback();
 
 private:
     void show(std::uint64_t done, std::uint64_t total);
     void wipe();
-    // std::cerr writes to these while the bar may be there.
+    // Receive what is written to std::cerr while the bar may be visible.
     int_type overflow(int_type c) override;
     std::streamsize xsputn(const char* text, std::streamsize size) override;
     int sync() override;

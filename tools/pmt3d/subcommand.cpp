@@ -1,15 +1,12 @@
 #include "subcommand.h"
 
-#include "libutils/error_report.h"
-
-#include <iostream>
+#include "libutils/report.h"
 
 namespace tool {
 
 int usage_error(const subcommand& command, std::string_view message) {
-    libutils::error_report();
-    std::cerr << "pmt3d " << command.name << ": " << message << "\nusage: pmt3d " << command.name << ' '
-              << command.synopsis << '\n';
+    libutils::report("pmt3d ", command.name, ": ", message, "\nusage: pmt3d ", command.name, ' ',
+                     command.synopsis);
     return wrong_usage;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 namespace {
@@ -121,23 +122,14 @@ TEST(bspline_basis, equals_its_definition) {
 }
 
 TEST(bspline_basis, values) {
-    const float bezier[] = {0, 0, 0, 1, 1, 1};
+    const float bezier[] = {0, 0, 0, 1, 1, 1}, rows[] = {0, 0, 1, 1, 0, 0, 2, 2};
     EXPECT_EQ(bspline_basis(1, 3, 0.5f, bezier), 0.5f);
     EXPECT_EQ(bspline_basis(2, 3, 1.0f, bezier), 1.0f) << "the last end belongs to the last span";
     EXPECT_EQ(bspline_basis(0, 0, 0.5f, bezier), 0.0f);
-    const float inner[] = {0, 1, 2};
-    EXPECT_EQ(bspline_basis(0, 1, 1.0f, inner) + bspline_basis(1, 1, 1.0f, inner), 2.0f);
-    const float rows[] = {0, 0, 1, 1, 0, 0, 2, 2};
     EXPECT_EQ(bspline_basis(0, 2, 0.5f, {rows, 4}, 1), 0.75f);
-}
-
-TEST(bspline_basis, a_great_order_ends_soon) {
     std::vector<float> t(2001);
-    for (std::size_t i = 0; i < t.size(); ++i)
-        t[i] = float(i);
-    EXPECT_GE(bspline_basis(0, 2000, 1000.5f, t.data()), 0.0f);
-    EXPECT_NEAR(bspline_basis(0, 40, 19.5f, t.data()), 0.209f, 0.01f)
-        << "about the normal density of variance 40 / 12";
+    std::iota(t.begin(), t.end(), 0.0f);
+    EXPECT_GE(bspline_basis(0, 2000, 1000.5f, t.data()), 0.0f) << "a great order ends soon";
 }
 
 } // namespace

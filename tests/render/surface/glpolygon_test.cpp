@@ -86,45 +86,32 @@ TEST_F(Renderer, FilesReplaceBuiltinShaders) {
 
 // ---- What ends the process. Every case runs in a process of its own, where standard error is not captured.
 
-struct fatal_case {
-    const char* file;
-    const char* text;
-    const char* message; // regular expression of standard error
-};
-
-class FatalShaders : public testing::TestWithParam<fatal_case> {};
-
-TEST_P(FatalShaders, EndTheProcess) {
+TEST(FatalShaders, EndTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const temporary_directory files;
-    files.write(GetParam().file, GetParam().text);
-    EXPECT_EXIT(
-        {
+    constexpr const char* broken = "#version 330\nvoid main() { nonsense = 1; }\n";
+    const struct {
+        const char *file, *text, *message; // regular expression of standard error
+    } cases[] = {{"feedback.vsd", broken, "feedback.vsd: feedback vertex shader init failed.\n.*nonsense"},
+                 {"feedback.fsd", broken, "feedback.fsd: feedback fragment shader init failed.\n.*nonsense"},
+                 {"shader.vsd", broken, "shader.vsd: vertex shader init failed.\n.*nonsense"},
+                 {"shader.fsd", broken, "shader.fsd: fragment shader init failed.\n.*nonsense"},
+                 // Nothing of what is to be captured exists.
+                 {"feedback.vsd", "#version 330\nvoid main() { gl_Position = vec4(0.0); }\n",
+                  "^feedback program link failed.\n.+"},
+                 {"shader.fsd",
+                  "#version 330\nin vertex_t { vec2 other; } Vertex;\nout vec4 c;\nvoid main() { c = "
+                  "Vertex.other.xyxy; }\n",
+                  "^program link failed.\n.+"}};
+    for (const auto& one : cases) {
+        const temporary_directory files;
+        files.write(one.file, one.text);
+        const auto run = [&] {
             make_context_current();
-            glpolygon_t renderer;
-            renderer.init(files.path().string() + "/");
-        },
-        testing::ExitedWithCode(1), GetParam().message);
+            glpolygon_t().init(files.path().string() + "/");
+        };
+        EXPECT_EXIT(run(), testing::ExitedWithCode(1), one.message);
+    }
 }
-
-constexpr const char* compile_failed = "#version 330\nvoid main() { nonsense = 1; }\n";
-INSTANTIATE_TEST_SUITE_P(
-    All, FatalShaders,
-    testing::Values(
-        fatal_case{"feedback.vsd", compile_failed,
-                   "feedback.vsd: feedback vertex shader init failed.\n.*nonsense"},
-        fatal_case{"feedback.fsd", compile_failed,
-                   "feedback.fsd: feedback fragment shader init failed.\n.*nonsense"},
-        fatal_case{"shader.vsd", compile_failed, "shader.vsd: vertex shader init failed.\n.*nonsense"},
-        fatal_case{"shader.fsd", compile_failed, "shader.fsd: fragment shader init failed.\n.*nonsense"},
-        // Nothing of what is to be captured exists.
-        fatal_case{"feedback.vsd", "#version 330\nvoid main() { gl_Position = vec4(0.0); }\n",
-                   "^feedback program link failed.\n.+"},
-        fatal_case{"shader.fsd",
-                   "#version 330\nin vertex_t { vec2 other; } Vertex;\nout vec4 c;\nvoid main() { c = "
-                   "Vertex.other.xyxy; }\n",
-                   "^program link failed.\n.+"}),
-    [](const auto& one) { return "case" + std::to_string(one.index); });
 
 // ---- Drawing
 

@@ -155,7 +155,8 @@ TEST_F(Programs, MorphingBlendsTwoSurfaces) {
             surrounding(lit, norm, around, view);
         if (!sure) continue;
         ++compared;
-        expect_near(flat(program.pixel(lit_layout, flat(a, b))), flat(expected), ("morphing " + std::to_string(round)).c_str(), 0.02f);
+        expect_near(flat(program.pixel(lit_layout, flat(a, b))), flat(expected),
+                    ("morphing " + std::to_string(round)).c_str(), 0.02f);
     }
     EXPECT_GT(compared, 10);
 }
