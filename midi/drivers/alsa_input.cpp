@@ -28,7 +28,7 @@ public:
         sink.receive(input_event::open, 0, 0);
         if (!peer.empty())
             input->watch_ =
-                alsa_watch::start(jack_direction::from_port, own_port, peer,
+                alsa_watch::start(peer_direction::from_peer, own_port, peer,
                                   [self = input.get()](input_absence absence) { self->tell(absence); });
         opened = std::move(input);
         return no_error;

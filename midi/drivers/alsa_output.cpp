@@ -19,7 +19,7 @@ public:
         const result_t result = output->client_->open(peer, own_port);
         if (result != no_error) return result;
         if (!peer.empty())
-            output->watch_ = alsa_watch::start(jack_direction::to_port, own_port, peer, [](input_absence) {});
+            output->watch_ = alsa_watch::start(peer_direction::to_peer, own_port, peer, [](input_absence) {});
         opened = std::move(output);
         return no_error;
     }
@@ -44,8 +44,8 @@ private:
 
 } // namespace
 
-std::optional<std::vector<std::string>> alsa_ports(jack_direction direction) {
-    if (direction == jack_direction::to_port) {
+std::optional<std::vector<std::string>> alsa_ports(peer_direction direction) {
+    if (direction == peer_direction::to_peer) {
         const auto client = alsa_client<RtMidiOut>::make();
         return client ? std::optional(client->port_names()) : std::nullopt;
     }

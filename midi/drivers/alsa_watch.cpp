@@ -47,7 +47,7 @@ std::string without_alsa_address(const std::string& name) {
     return name.substr(0, space);
 }
 
-std::unique_ptr<alsa_watch> alsa_watch::start(jack_direction peers, const char* port, const std::string& peer,
+std::unique_ptr<alsa_watch> alsa_watch::start(peer_direction peers, const char* port, const std::string& peer,
                                               std::function<void(input_absence)> changed) {
     quiet_sound_libraries();
     std::unique_ptr<alsa_watch> watch(new alsa_watch);
@@ -93,7 +93,7 @@ void alsa_watch::run() {
 void alsa_watch::look_around() {
     const auto peer = find_port(client_, [this](const auto* client, const auto* port) {
         const unsigned wanted =
-            peers_ == jack_direction::to_port ? SND_SEQ_PORT_CAP_SUBS_WRITE : SND_SEQ_PORT_CAP_SUBS_READ;
+            peers_ == peer_direction::to_peer ? SND_SEQ_PORT_CAP_SUBS_WRITE : SND_SEQ_PORT_CAP_SUBS_READ;
         return name_of(client, port) == peer_ && snd_seq_port_info_get_capability(port) & wanted;
     });
     const bool is_there = peer && (is_there_ || connect(*peer));
@@ -108,7 +108,7 @@ bool alsa_watch::connect(const snd_seq_addr_t& peer) {
     if (!own) return false;
     snd_seq_port_subscribe_t* subscription;
     snd_seq_port_subscribe_alloca(&subscription);
-    const bool to_peer = peers_ == jack_direction::to_port;
+    const bool to_peer = peers_ == peer_direction::to_peer;
     snd_seq_port_subscribe_set_sender(subscription, to_peer ? &*own : &peer);
     snd_seq_port_subscribe_set_dest(subscription, to_peer ? &peer : &*own);
     const int result = snd_seq_subscribe_port(client_, subscription);

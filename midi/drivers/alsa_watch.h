@@ -2,7 +2,7 @@
 // Connects a port of ours with a port of ALSA's sequencer again when that one has gone and come back.
 
 #include "midi/driver.h"
-#include "midi/drivers/jack_watch.h"
+#include "midi/drivers/jack_list.h"
 
 #include <atomic>
 #include <functional>
@@ -24,7 +24,7 @@ class alsa_watch {
 public:
     // Null when there is no sequencer. The port is the one of this process that has the given name, and is
     // connected with the peer already. The function is called on the watch's thread.
-    static std::unique_ptr<alsa_watch> start(jack_direction peers, const char* port, const std::string& peer,
+    static std::unique_ptr<alsa_watch> start(peer_direction peers, const char* port, const std::string& peer,
                                              std::function<void(input_absence)> changed);
     ~alsa_watch();
     alsa_watch(const alsa_watch&) = delete;
@@ -41,7 +41,7 @@ private:
 
     snd_seq_t* client_ = nullptr;
     int stop_[2] = {-1, -1}; // a pipe: closed at its writing end when the thread is to end
-    jack_direction peers_ = jack_direction::to_port;
+    peer_direction peers_ = peer_direction::to_peer;
     std::string port_, peer_;
     std::function<void(input_absence)> changed_;
     std::atomic<bool> is_there_{true};

@@ -22,7 +22,7 @@ protected:
 class in_port : public jack_port {
 public:
     in_port(std::string peer, receiver_t& receiver)
-        : jack_port(jack_direction::from_port, std::move(peer)),
+        : jack_port(peer_direction::from_peer, std::move(peer)),
           receiver_(&receiver) {}
 
     // Owner. The receiver is not called any more.

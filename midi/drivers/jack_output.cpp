@@ -19,7 +19,7 @@ namespace {
 class out_port : public jack_port {
 public:
     explicit out_port(std::string peer)
-        : jack_port(jack_direction::to_port, std::move(peer)),
+        : jack_port(peer_direction::to_peer, std::move(peer)),
           waiting_(jack_ringbuffer_create(capacity)) {}
     ~out_port() override { jack_ringbuffer_free(waiting_); }
 

@@ -36,7 +36,8 @@ jack_port* port(void* self) {
 bool jack_port::open() {
     open_ = true;
     const auto opened = ask_jack(
-        [self = shared_from_this()] { return self->join() && (self->is_virtual() || self->connected_); });
+        [self = shared_from_this()] { return self->join() && (self->is_virtual() || self->connected_); },
+        patience_with_a_living_server);
     if (!opened || !*opened) leave();
     tells_ = open_.load();
     return open_;
@@ -132,7 +133,7 @@ bool jack_port::join() {
         },
         this);
     jack_set_process_callback(client, process, this);
-    const bool out = peers_ == jack_direction::to_port;
+    const bool out = peers_ == peer_direction::to_peer;
     port_ = jack_port_register(client, out ? "out" : "in", JACK_DEFAULT_MIDI_TYPE,
                                out ? JackPortIsOutput : JackPortIsInput, 0);
     const std::uint32_t before = cycles_;
@@ -164,7 +165,7 @@ void jack_port::look_for_peer() {
 
 bool jack_port::connects() {
     const char* const own = jack_port_name(port_);
-    const bool out = peers_ == jack_direction::to_port;
+    const bool out = peers_ == peer_direction::to_peer;
     const int result = jack_connect(session_->client(), out ? own : peer_.c_str(), out ? peer_.c_str() : own);
     if (result != 0 && result != EEXIST) return false; // a client that is not active yet, perhaps
     // It is used from one of the next cycles on.

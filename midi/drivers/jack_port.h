@@ -9,7 +9,8 @@
 // thread.
 
 #include "midi/driver.h"
-#include "midi/drivers/jack_watch.h"
+#include "midi/drivers/jack_list.h"
+#include "midi/drivers/jack_session.h"
 
 #include <atomic>
 #include <chrono>
@@ -36,7 +37,7 @@ public:
 protected:
     // The direction is that of what the port is connected with; an empty name leaves it to others to connect
     // it.
-    jack_port(jack_direction peers, std::string peer) : peers_(peers), peer_(std::move(peer)) {}
+    jack_port(peer_direction peers, std::string peer) : peers_(peers), peer_(std::move(peer)) {}
 
     using clock = std::chrono::steady_clock;
 
@@ -77,7 +78,7 @@ private:
     void tell(input_absence absence);
     bool connects();
 
-    const jack_direction peers_;
+    const peer_direction peers_;
     const std::string peer_;
     std::unique_ptr<jack_session> session_;
     _jack_port* port_ = nullptr;

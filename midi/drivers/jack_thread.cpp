@@ -40,7 +40,7 @@ public:
     bool wait(const std::shared_ptr<task>& awaited, milliseconds limit, when_late late) {
         std::unique_lock lock(mutex_);
         // In small steps, which get longer on a busy machine as its answers do.
-        constexpr milliseconds step{10};
+        constexpr milliseconds step{5};
         for (milliseconds waited{0}; !awaited->ended; waited += step) {
             if (waited >= limit && limit >= jack_patience) stands_still_ = busy_;
             if (waited >= limit || stands_still_) {

@@ -10,8 +10,9 @@
 
 namespace midi {
 
-// How long a call may take. At rest one takes some 20 ms.
-constexpr std::chrono::milliseconds jack_patience{600};
+// How long a call may take; at rest one takes some 20 ms. Once the server has answered, more is worth waiting
+// for.
+constexpr std::chrono::milliseconds jack_patience{600}, patience_with_a_living_server{3000};
 
 // What becomes of a call that nobody waits for any longer before it has begun.
 enum class when_late { never_run, run_later };
@@ -28,11 +29,11 @@ void post_to_jack_thread(std::function<void()> call,
 // What the function returns on JACK's thread; nothing when it has not ended in time. What it returns later is
 // destroyed on that thread.
 template <class Function>
-auto ask_jack(Function function) {
+auto ask_jack(Function function, std::chrono::milliseconds limit = jack_patience) {
     using answer_t = std::optional<decltype(function())>;
     const auto answer = std::make_shared<answer_t>();
     const bool ended =
-        run_on_jack_thread([answer, function] { *answer = function(); }, jack_patience, when_late::never_run);
+        run_on_jack_thread([answer, function] { *answer = function(); }, limit, when_late::never_run);
     return ended ? std::move(*answer) : answer_t();
 }
 

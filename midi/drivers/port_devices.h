@@ -3,7 +3,7 @@
 // inputs that deliver as the Windows services do.
 
 #include "midi/driver.h"
-#include "midi/drivers/jack_watch.h"
+#include "midi/drivers/jack_list.h"
 #include "midi/message.h"
 
 #include <atomic>
@@ -79,7 +79,7 @@ private:
 };
 
 // The names of ALSA's ports; nothing when its sequencer is not there.
-std::optional<std::vector<std::string>> alsa_ports(jack_direction direction);
+std::optional<std::vector<std::string>> alsa_ports(peer_direction direction);
 
 // An empty name opens a port that others connect to.
 result_t open_jack_output(const std::string& peer, std::unique_ptr<output_device_t>& opened);

@@ -1,15 +1,15 @@
 #include "midi/drivers/ports.h"
 
-#include "midi/drivers/jack_watch.h"
+#include "midi/drivers/jack_list.h"
 #include "midi/drivers/port_devices.h"
 
 namespace midi {
 
 namespace {
 
-std::vector<listed_port> list(jack_direction direction) {
+std::vector<listed_port> list(peer_direction direction) {
     std::vector<listed_port> ports;
-    const auto jack = jack_midi_ports(direction), alsa = alsa_ports(direction);
+    const auto jack = jack_ports(direction), alsa = alsa_ports(direction);
     if (jack)
         for (const std::string& name : *jack)
             ports.push_back({port_system::jack, name});
@@ -29,7 +29,7 @@ result_t find_name(const std::vector<listed_port>& ports, std::uint32_t device, 
 } // namespace
 
 std::uint32_t port_outputs::device_count() {
-    ports_ = list(jack_direction::to_port);
+    ports_ = list(peer_direction::to_peer);
     return static_cast<std::uint32_t>(ports_.size());
 }
 
@@ -45,7 +45,7 @@ result_t port_outputs::open(std::uint32_t device, std::unique_ptr<output_device_
 }
 
 std::uint32_t port_inputs::device_count() {
-    ports_ = list(jack_direction::from_port);
+    ports_ = list(peer_direction::from_peer);
     return static_cast<std::uint32_t>(ports_.size());
 }
 
