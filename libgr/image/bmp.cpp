@@ -34,16 +34,10 @@ std::int32_t signed32(std::int32_t stored) {
 
 struct depth {
     std::uint16_t bit_count;
-    std::uint32_t with_colors, without_colors; // pixel formats
-    std::uint32_t bits;
+    pixel_descriptor pixels; // luminance becomes colour numbers where there are colours
 };
 constexpr depth depths[] = {
-    {1, pixel_format::color_index, pixel_format::luminance, bits_class::bits_1},
-    {4, pixel_format::color_index, pixel_format::luminance, bits_class::bits_4},
-    {8, pixel_format::color_index, pixel_format::luminance, bits_class::bits_8},
-    {24, pixel_format::bgr, pixel_format::bgr, bits_class::bits_8},
-    {32, pixel_format::bgra, pixel_format::bgra, bits_class::bits_8},
-};
+    {1, kinds::grey1}, {4, kinds::grey4}, {8, kinds::grey8}, {24, kinds::bgr8}, {32, kinds::bgra8}};
 
 } // namespace
 
@@ -91,8 +85,9 @@ bool load_bmp(image2d& image, const std::string& name, const read_options& optio
         return d.bit_count == order.to_host16(info.biBitCount);
     });
     if (found == std::end(depths)) return report(name, ": bmp bit count not supported.");
-    made.descriptor = {file.palette.empty() ? found->without_colors : found->with_colors,
-                       sample_type::unsigned_integer, found->bits};
+    made.descriptor = found->pixels;
+    if (!file.palette.empty() && made.descriptor.format == pixel_format::luminance)
+        made.descriptor.format = pixel_format::color_index;
     std::uint64_t bytes = 0;
     if (__builtin_mul_overflow(made.stride(), std::uint64_t(made.height), &bytes) ||
         bytes > file.pixels.size())
@@ -118,8 +113,9 @@ bool load_bmp(image2d& image, const std::string& name, const read_options& optio
 bool save_bmp(const image2d& image, const std::string& name, bool with_greys) {
     const auto [format, type, bits] = image.descriptor;
     const auto* found =
-        std::find_if(std::begin(depths), std::end(depths),
-                     [f = format, b = bits](const depth& d) { return d.without_colors == f && d.bits == b; });
+        std::find_if(std::begin(depths), std::end(depths), [f = format, b = bits](const depth& d) {
+            return d.pixels.format == f && d.pixels.bits == b;
+        });
     if (found == std::end(depths) || format == pixel_format::bgra || type == sample_type::floating ||
         !rows_can_be_written(image))
         return report("convert(to bmp): not supported format.");

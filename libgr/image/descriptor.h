@@ -67,6 +67,31 @@ struct pixel_descriptor {
     friend bool operator==(const pixel_descriptor&, const pixel_descriptor&) = default;
 };
 
+// The kinds that most files and textures have, by channels and bits of a sample.
+namespace kinds {
+constexpr pixel_descriptor unsigned_samples(std::uint32_t format, std::uint32_t bits = bits_class::bits_8) {
+    return {format, sample_type::unsigned_integer, bits};
+}
+inline constexpr pixel_descriptor grey1 = unsigned_samples(pixel_format::luminance, bits_class::bits_1);
+inline constexpr pixel_descriptor grey2 = unsigned_samples(pixel_format::luminance, bits_class::bits_2);
+inline constexpr pixel_descriptor grey4 = unsigned_samples(pixel_format::luminance, bits_class::bits_4);
+inline constexpr pixel_descriptor grey8 = unsigned_samples(pixel_format::luminance);
+inline constexpr pixel_descriptor grey16 = unsigned_samples(pixel_format::luminance, bits_class::bits_16);
+inline constexpr pixel_descriptor grey_alpha8 = unsigned_samples(pixel_format::luminance_alpha);
+inline constexpr pixel_descriptor grey_alpha16 =
+    unsigned_samples(pixel_format::luminance_alpha, bits_class::bits_16);
+inline constexpr pixel_descriptor rgb8 = unsigned_samples(pixel_format::rgb);
+inline constexpr pixel_descriptor rgb16 = unsigned_samples(pixel_format::rgb, bits_class::bits_16);
+inline constexpr pixel_descriptor rgba8 = unsigned_samples(pixel_format::rgba);
+inline constexpr pixel_descriptor rgba16 = unsigned_samples(pixel_format::rgba, bits_class::bits_16);
+inline constexpr pixel_descriptor bgr8 = unsigned_samples(pixel_format::bgr);
+inline constexpr pixel_descriptor bgra8 = unsigned_samples(pixel_format::bgra);
+inline constexpr pixel_descriptor bgra5551 = unsigned_samples(pixel_format::bgra, bits_class::packed_1_5_5_5);
+inline constexpr pixel_descriptor ycbcr8 = unsigned_samples(pixel_format::ycbcr);
+inline constexpr pixel_descriptor signed_rgb8 = {pixel_format::rgb, sample_type::signed_integer,
+                                                 bits_class::bits_8};
+} // namespace kinds
+
 // Channels of a pixel, 1 to 4. An unknown format is a programming error: the process ends with a message, as
 // it does for an unknown bits class below.
 std::uint32_t components(std::uint32_t format);

@@ -19,11 +19,10 @@ namespace {
 struct color_space {
     J_COLOR_SPACE jpeg;
     int components;
-    std::uint32_t format;
+    pixel_descriptor descriptor;
 };
-constexpr color_space color_spaces[] = {{JCS_RGB, 3, pixel_format::rgb},
-                                        {JCS_YCbCr, 3, pixel_format::ycbcr},
-                                        {JCS_GRAYSCALE, 1, pixel_format::luminance}};
+constexpr color_space color_spaces[] = {
+    {JCS_RGB, 3, kinds::rgb8}, {JCS_YCbCr, 3, kinds::ycbcr8}, {JCS_GRAYSCALE, 1, kinds::grey8}};
 
 // The density of the pixels, the only thing in a JFIF marker that re-encoding would lose.
 void keep_density(jpeg_compress_struct& info, const jpeg_markers& markers) {
@@ -66,7 +65,7 @@ bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr) {
                 return c.jpeg == info.out_color_space && c.components == info.num_components;
             });
         if (found == std::end(color_spaces)) reader.errors.leave();
-        made.descriptor = {found->format, sample_type::unsigned_integer, bits_class::bits_8};
+        made.descriptor = found->descriptor;
         made.width = info.image_width;
         made.height = info.image_height;
         const std::uint64_t coefficients = several_scans ? reader.blocks() * sizeof(JBLOCK) : 0;
@@ -95,11 +94,8 @@ bool decode_jpeg(image2d& image, jpeg_file& file, bool keep_ycbcr) {
 }
 
 bool encode_jpeg(jpeg_file& file, const image2d& image, int quality, bool baseline) {
-    const auto* space =
-        std::find_if(std::begin(color_spaces), std::end(color_spaces), [&](const color_space& c) {
-            return image.descriptor ==
-                   pixel_descriptor{c.format, sample_type::unsigned_integer, bits_class::bits_8};
-        });
+    const auto* space = std::find_if(std::begin(color_spaces), std::end(color_spaces),
+                                     [&](const color_space& c) { return image.descriptor == c.descriptor; });
     if (space == std::end(color_spaces) || !rows_can_be_written(image))
         return report("convert(to jpeg): not supported format.");
     jpeg_writer writer;

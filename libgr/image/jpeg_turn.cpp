@@ -240,7 +240,7 @@ bool turn_jpeg(jpeg_file& file, int quarter_turns) {
         writer.write_markers(markers, jpeg_writer::colors::as_they_were);
         jpeg_finish_compress(&writer.info);
     });
-    if (!written || writer.errors.num_warnings > 0) return report(file.name, ": jpeg transform fail, stop.");
+    if (!written) return report(file.name, ": jpeg transform fail, stop.");
     file.bytes = writer.take_bytes();
     file.markers = std::move(markers);
     return true;

@@ -20,10 +20,6 @@ bool start(image2d& made, const image2d& source, const pixel_descriptor& descrip
     return made.allocate();
 }
 
-constexpr pixel_descriptor bytes_of(std::uint32_t format) {
-    return {format, sample_type::unsigned_integer, bits_class::bits_8};
-}
-
 } // namespace
 
 bool rgb2grey(image2d& made, const image2d& source) {
@@ -32,7 +28,7 @@ bool rgb2grey(image2d& made, const image2d& source) {
     if (type != sample_type::unsigned_integer) return report(type, ": image type is not UINT.");
     if (bits != bits_class::bits_8) return report(bits, ": image bits is not 8.");
     image2d grey;
-    if (!source.holds_pixels() || !start(grey, source, bytes_of(pixel_format::luminance)))
+    if (!source.holds_pixels() || !start(grey, source, kinds::grey8))
         return report("rgb2grey(): allocate() fail.");
     const auto row = row_kernels::best().grey;
     for (std::uint32_t y = 0; y < source.height; ++y)
@@ -60,9 +56,7 @@ bool normalmap(image2d& made, const image2d& source) {
     }
     image2d map;
     map.store = source.store;
-    constexpr pixel_descriptor signed_bytes = {pixel_format::rgb, sample_type::signed_integer,
-                                               bits_class::bits_8};
-    if (!source.holds_pixels() || !start(map, source, signed_bytes)) {
+    if (!source.holds_pixels() || !start(map, source, kinds::signed_rgb8)) {
         report("normalmap allocate() fail.");
         made = source;
         return false;
@@ -110,8 +104,7 @@ bool expand_color_index(image2d& made, const image2d& source, bool greys) {
     if (source.descriptor.format != pixel_format::color_index || bits < 1 || bits > 8)
         return report("expand_color_index(): not supported format.");
     image2d expanded;
-    const std::uint32_t format = greys ? pixel_format::luminance : pixel_format::rgb;
-    if (!source.holds_pixels() || !start(expanded, source, bytes_of(format)))
+    if (!source.holds_pixels() || !start(expanded, source, greys ? kinds::grey8 : kinds::rgb8))
         return report("expand_color_index(): allocate() fail.");
 
     std::array<std::array<unsigned char, 3>, 256> colors{};
@@ -127,7 +120,7 @@ bool expand_color_index(image2d& made, const image2d& source, bool greys) {
         std::uint64_t bit = std::uint64_t(source.skip_pixels) * bits % 8;
         for (std::uint32_t x = 0; x < source.width; ++x, bit += bits) {
             const std::uint32_t number = from[bit / 8] >> (8 - bits - bit % 8) & mask;
-            to = std::copy_n(colors[number].begin(), components(format), to);
+            to = std::copy_n(colors[number].begin(), components(expanded.descriptor.format), to);
         }
     }
     made = std::move(expanded);

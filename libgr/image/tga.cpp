@@ -76,12 +76,10 @@ std::string to_bytes(const header& h) {
 
 struct pixel_kind {
     std::uint8_t depth;
-    std::uint32_t format, bits;
+    pixel_descriptor pixels;
 };
-constexpr pixel_kind pixel_kinds[] = {{8, pixel_format::luminance, bits_class::bits_8},
-                                      {16, pixel_format::bgra, bits_class::packed_1_5_5_5},
-                                      {24, pixel_format::bgr, bits_class::bits_8},
-                                      {32, pixel_format::bgra, bits_class::bits_8}};
+constexpr pixel_kind pixel_kinds[] = {
+    {8, kinds::grey8}, {16, kinds::bgra5551}, {24, kinds::bgr8}, {32, kinds::bgra8}};
 
 // Red, green and blue of a colour-map entry.
 std::array<unsigned char, 3> color_of(const unsigned char* entry, std::uint8_t bits) {
@@ -126,7 +124,7 @@ bool load_tga(image2d& image, const std::string& name, const read_options& optio
     const auto* kind = std::find_if(std::begin(pixel_kinds), std::end(pixel_kinds),
                                     [&](const pixel_kind& k) { return k.depth == h.depth; });
     if (kind == std::end(pixel_kinds)) return report(name, ": tga pixel depth not supported.");
-    made.descriptor = {kind->format, sample_type::unsigned_integer, kind->bits};
+    made.descriptor = kind->pixels;
     if (h.width == 0 || h.height == 0) return report(name, ": tga picture has no pixels.");
     const bool has_map = h.map_type != 0;
     const bool uses_map = has_map && h.image_type == color_mapped;
@@ -152,7 +150,7 @@ bool load_tga(image2d& image, const std::string& name, const read_options& optio
         if (!read_colors(made, h, bytes.data() + map_at)) return report(name, ": file load failed.");
         made.descriptor.format = pixel_format::color_index;
         if (made.colors.all_grey() && !expand_color_index(made, made, true)) return false;
-    } else if (options.as_meant && kind->format == pixel_format::bgra &&
+    } else if (options.as_meant && kind->pixels.format == pixel_format::bgra &&
                (!(h.flags & alpha_bits) || !shows_anything(made)) && !drop_alpha(made)) {
         return false;
     }
@@ -169,8 +167,9 @@ bool save_tga(const image2d& image, const std::string& name) {
                                  : format == pixel_format::rgb ? std::uint32_t(pixel_format::bgr)
                                                                : std::uint32_t(pixel_format::bgra);
     const auto* kind =
-        std::find_if(std::begin(pixel_kinds), std::end(pixel_kinds),
-                     [&, b = bits](const pixel_kind& k) { return k.format == stored && k.bits == b; });
+        std::find_if(std::begin(pixel_kinds), std::end(pixel_kinds), [&, b = bits](const pixel_kind& k) {
+            return k.pixels.format == stored && k.pixels.bits == b;
+        });
     if (kind == std::end(pixel_kinds) || type == sample_type::floating || !rows_can_be_written(image))
         return report("convert(to tga): not supported format.");
     if (image.width > 0xffff || image.height > 0xffff) return report("convert(to tga): picture too large.");

@@ -74,7 +74,7 @@ bool make_default_faces(grTextureCubeMap& cube) {
     constexpr std::uint32_t size = 32;
     for (std::size_t face = 0; face < cube.images.size(); ++face) {
         image2d& image = cube.images[face];
-        image.descriptor = {pixel_format::rgb, sample_type::unsigned_integer, bits_class::bits_8};
+        image.descriptor = kinds::rgb8;
         image.width = image.height = size;
         if (!image.allocate()) return false;
         for (std::uint32_t y = 0; y < size; ++y) {

@@ -53,11 +53,6 @@ record_ref one_pixel(texture_table& table, const char* name, const pixel_descrip
     return has_picture(*record) ? record : nullptr;
 }
 
-constexpr pixel_descriptor rgba_bytes = {pixel_format::rgba, sample_type::unsigned_integer,
-                                         bits_class::bits_8};
-constexpr pixel_descriptor signed_rgb_bytes = {pixel_format::rgb, sample_type::signed_integer,
-                                               bits_class::bits_8};
-
 // What the shader takes for a normal, out of the bump picture of a file: derived pictures are entries of
 // their own behind the file's, each with one more ending to its name.
 record_ref derive_bump(texture_table& table, record_ref record, std::string name, bool bump2mono) {
@@ -119,7 +114,7 @@ void texture_t::open(const std::string& name) {
     };
 
     if (texture.empty()) {
-        wear_plain(texture_unit::color, one_pixel(table, "default color", rgba_bytes, {255, 255, 255, 255},
+        wear_plain(texture_unit::color, one_pixel(table, "default color", kinds::rgba8, {255, 255, 255, 255},
                                                   "(color)texobj.img2d.allocate() failed."));
     } else {
         wear(texture_unit::color,
@@ -128,7 +123,7 @@ void texture_t::open(const std::string& name) {
     render::step_check("texture_t::open(5)");
 
     if (bumpmap.empty()) {
-        wear_plain(texture_unit::bump, one_pixel(table, "default bump", signed_rgb_bytes, {0, 0, 127, 0},
+        wear_plain(texture_unit::bump, one_pixel(table, "default bump", kinds::signed_rgb8, {0, 0, 127, 0},
                                                  "(bump)texobj.img2d.allocate() fail."));
     } else {
         const std::string path = picture_path(name, bumpmap);
@@ -145,7 +140,7 @@ void texture_t::open(const std::string& name) {
     if (specular.empty()) {
         // A highlight of half the light, opaque also on a translucent surface.
         wear_plain(texture_unit::specular,
-                   one_pixel(table, "default specular", rgba_bytes, {128, 128, 128, 255},
+                   one_pixel(table, "default specular", kinds::rgba8, {128, 128, 128, 255},
                              "(spec)texobj.img2d.allocate() failed."));
     } else {
         wear(texture_unit::specular,

@@ -2,6 +2,7 @@
 // Pictures and picture files made by the tests themselves.
 
 #include "libgr/image/image.h"
+#include "support/capture.h"
 
 #include <cstdint>
 #include <random>
@@ -36,6 +37,14 @@ inline std::vector<int> bytes(const libgr::image2d& image) {
         if (bits % 8) all.back() &= 0xFF00 >> bits % 8;
     }
     return all;
+}
+
+// What is written to standard error meanwhile.
+template <class Work>
+std::string said(const Work& work) {
+    const test_support::capture err(std::cerr);
+    work();
+    return err.text();
 }
 
 // Numbers with the low bytes first.

@@ -11,20 +11,15 @@ TEST(descriptor, bits_per_pixel) {
         std::uint32_t format, bits, expected;
     } const cases[] = {
         {pixel_format::luminance, bits_class::bits_1, 1},
-        {pixel_format::luminance, bits_class::bits_12, 12},
         {pixel_format::luminance_alpha, bits_class::bits_4, 8},
-        {pixel_format::red_green, bits_class::bits_16, 32},
         {pixel_format::rgb, bits_class::bits_8, 24},
         {pixel_format::bgra, bits_class::bits_64, 256},
         {pixel_format::depth_stencil, bits_class::bits_24, 48},
-        {pixel_format::ycbcr, bits_class::bits_2, 6},
         {pixel_format::special_4, bits_class::bits_32, 128},
         {pixel_format::special_2, bits_class::bits_8, 16},
-        {pixel_format::rgb, bits_class::packed_3_3_2, 8},
         {pixel_format::bgr, bits_class::packed_5_6_5, 16},
         {pixel_format::bgra, bits_class::packed_1_5_5_5, 16},
         {pixel_format::rgba, bits_class::packed_2_10_10_10, 32},
-        {pixel_format::luminance_alpha, bits_class::packed_6_2, 8},
         {pixel_format::luminance_alpha, bits_class::packed_12_4, 16},
         {pixel_format::rgba, bits_class::none, 0},
     };
@@ -40,37 +35,34 @@ TEST(descriptor_death, numbers_outside_the_tables_stop_the_program) {
 
 TEST(image2d, rows_take_whole_bytes_and_the_alignment) {
     struct {
-        std::uint32_t format, bits, width, row_length, alignment;
+        pixel_descriptor descriptor;
+        std::uint32_t width, row_length, alignment;
         std::uint64_t stride;
     } const cases[] = {
-        {pixel_format::luminance, bits_class::bits_1, 1, 0, 0, 4},
-        {pixel_format::luminance, bits_class::bits_1, 33, 0, 0, 8},
-        {pixel_format::luminance, bits_class::bits_1, 33, 0, 1, 5},
-        {pixel_format::luminance, bits_class::bits_12, 3, 0, 1, 5},
-        {pixel_format::rgb, bits_class::bits_8, 5, 0, 0, 16},
-        {pixel_format::rgb, bits_class::bits_8, 5, 7, 0, 24},
-        {pixel_format::rgb, bits_class::bits_8, 5, 0, 8, 16},
-        {pixel_format::rgb, bits_class::bits_8, 0, 0, 0, 0},
-        {pixel_format::rgba, bits_class::bits_64, 0xffffffff, 0, 0, 0xffffffffull * 32},
+        {kinds::grey1, 1, 0, 0, 4},
+        {kinds::grey1, 33, 0, 0, 8},
+        {kinds::grey1, 33, 0, 1, 5},
+        {kinds::unsigned_samples(pixel_format::luminance, bits_class::bits_12), 3, 0, 1, 5},
+        {kinds::rgb8, 5, 7, 0, 24},
+        {kinds::rgb8, 5, 0, 8, 16},
+        {kinds::rgb8, 0, 0, 0, 0},
+        {kinds::rgba16, 0xffffffff, 0, 0, 0xffffffffull * 8},
     };
     for (const auto& c : cases) {
         image2d image;
-        image.descriptor = {c.format, sample_type::unsigned_integer, c.bits};
+        image.descriptor = c.descriptor;
         image.width = c.width;
         image.row_length = c.row_length;
         if (c.alignment) image.store = std::make_shared<pixel_store>(pixel_store{0, c.alignment});
-        EXPECT_EQ(image.stride(), c.stride) << c.format << ' ' << c.bits << ' ' << c.width;
+        EXPECT_EQ(image.stride(), c.stride) << c.width << ' ' << c.row_length << ' ' << c.alignment;
     }
 }
 
-TEST(image2d, storage_covers_the_skipped_rows_and_a_pixel_lies_behind_the_skips) {
+TEST(images, storage_covers_what_is_skipped_and_pixels_lie_behind_it) {
     image2d image;
-    image.descriptor = {pixel_format::rgb, sample_type::unsigned_integer, bits_class::bits_8};
-    image.width = 3;
-    image.height = 2;
-    image.row_length = 10;
-    image.skip_pixels = 4;
-    image.skip_rows = 5;
+    image.descriptor = kinds::rgb8;
+    image.width = 3, image.height = 2;
+    image.row_length = 10, image.skip_pixels = 4, image.skip_rows = 5;
     EXPECT_FALSE(image.holds_pixels());
     ASSERT_TRUE(image.allocate());
     EXPECT_TRUE(image.holds_pixels());
@@ -78,23 +70,31 @@ TEST(image2d, storage_covers_the_skipped_rows_and_a_pixel_lies_behind_the_skips)
     EXPECT_EQ(image.pixel(2, 1) - image.pixels.data(), 6 * 32 + 6 * 3);
     image.height = 3;
     EXPECT_FALSE(image.holds_pixels());
-}
 
-TEST(image2d, a_size_that_no_storage_can_have_fails) {
-    image2d image;
-    image.descriptor.format = pixel_format::rgba;
-    image.descriptor.bits = bits_class::bits_64;
+    image3d stack;
+    stack.width = 3, stack.height = 2, stack.depth = 4, stack.skip_rows = 1;
+    ASSERT_TRUE(stack.allocate());
+    EXPECT_EQ(stack.pixels.size(), 4u * 3 * 4);
+    EXPECT_EQ(stack.pixel(2, 1, 3) - stack.pixels.data(), 3 * 12 + 2 * 4 + 2);
+    image1d line;
+    line.width = 5;
+    ASSERT_TRUE(line.allocate());
+    EXPECT_EQ(line.pixels.size(), 8u);
+    EXPECT_EQ(line.pixel(4) - line.pixels.data(), 4);
+
+    // A size that no storage can have.
+    image.descriptor = {pixel_format::rgba, 1, bits_class::bits_64};
+    image.row_length = 0;
     image.width = image.height = image.skip_rows = 0xffffffff;
     EXPECT_FALSE(image.allocate());
     EXPECT_FALSE(image.holds_pixels());
-    image3d stack;
     stack.width = stack.height = stack.depth = stack.skip_rows = 0xffffffff;
     EXPECT_FALSE(stack.allocate());
     image.width = image.skip_rows = 0;
     EXPECT_TRUE(image.allocate()) << "a picture without pixels is legal";
 }
 
-TEST(image2d, assignment_shares_pixels_and_colours) {
+TEST(images, assignment_shares_pixels_and_colours) {
     image2d a, b;
     a.width = a.height = 2;
     a.skip_rows = 1;
@@ -104,28 +104,10 @@ TEST(image2d, assignment_shares_pixels_and_colours) {
     b = a;
     *b.pixel(1, 1) = 9;
     EXPECT_EQ(*a.pixel(1, 1), 9);
-    EXPECT_EQ(a.pixels.use_count(), 2u);
     EXPECT_EQ(b.skip_rows, 1u);
-    EXPECT_EQ(b.colors.count, 2u);
     EXPECT_EQ(b.colors.red.data(), a.colors.red.data());
     EXPECT_EQ(b.colors.red[1], 0xffff);
     EXPECT_EQ(b.colors.green[1], 0x0101);
-}
-
-TEST(image3d, slices_follow_each_other) {
-    image3d image;
-    image.width = 3;
-    image.height = 2;
-    image.depth = 4;
-    image.skip_rows = 1;
-    ASSERT_TRUE(image.allocate());
-    EXPECT_EQ(image.pixels.size(), 4u * 3 * 4);
-    EXPECT_EQ(image.pixel(2, 1, 3) - image.pixels.data(), 3 * 12 + 2 * 4 + 2);
-    image1d line;
-    line.width = 5;
-    ASSERT_TRUE(line.allocate());
-    EXPECT_EQ(line.pixels.size(), 8u);
-    EXPECT_EQ(line.pixel(4) - line.pixels.data(), 4);
 }
 
 } // namespace
