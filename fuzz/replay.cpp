@@ -1,5 +1,6 @@
 // Runs a fuzz target without a fuzzer: on the files named on the command line, or on its seeds, each also cut
-// off anywhere, and on every input that once broke a promise. A broken promise aborts the process.
+// off anywhere and with bytes set to extremes, and on every input that once broke a promise. A broken promise
+// aborts the process.
 
 #include "fuzz/target.h"
 #include "libutils/error_report.h"
@@ -32,6 +33,19 @@ void run_cut_off(std::string_view bytes) {
     const std::size_t step = bytes.size() / most_cuts + 1;
     for (std::size_t size = 0; size < bytes.size(); size += step)
         run(bytes.substr(0, size));
+}
+
+void run_changed(std::string bytes) {
+    constexpr std::size_t most_places = 200;
+    const std::size_t step = bytes.size() / most_places + 1;
+    for (std::size_t at = 0; at < bytes.size(); at += step) {
+        const char original = bytes[at];
+        for (const int extreme : {0x00, 0x80, 0xFF}) {
+            bytes[at] = char(extreme);
+            run(bytes);
+        }
+        bytes[at] = original;
+    }
 }
 
 std::vector<fs::path> files_in(const fs::path& folder) {
@@ -67,6 +81,7 @@ int main(int argc, char** argv) {
     for (const fs::path& seed : seeds) {
         run_file(seed);
         run_cut_off(test_support::read_file(seed));
+        run_changed(test_support::read_file(seed));
     }
     for (const fs::path& found : files_in(QUENVAREL_FUZZ_REGRESSIONS))
         run_file(found);
