@@ -1,5 +1,6 @@
 #pragma once
-// Picture files by the extension of their names: ".jpg", ".bmp", ".png" and ".tga", in any case.
+// Reads and writes picture files. The extension names the format: ".jpg", ".bmp", ".png" or ".tga", in any
+// case.
 
 #include "libgr/image/image.h"
 #include "libgr/image/read_options.h"
@@ -8,24 +9,24 @@
 
 namespace libgr {
 
-// Reads a picture. Colour numbers are resolved, so that no caller ever sees a picture of them. False, after
-// one line on standard error, for another extension ("autoloadformat load fail, fname=" and the name) and
-// when the file is not a whole picture that its reader understands; the image is then as it was.
+// Reads a picture and replaces colour numbers by their colours. False, after one line on standard error, for
+// another extension ("autoloadformat load fail, fname=" and the name) and for a file that is damaged or of an
+// unsupported kind; the image is then unchanged.
 bool autoloadformat(image2d& image, const std::string& name);
 
 // Writes a picture, JPEG with quality 95. False, after one line, for another extension ("autosaveformat load
-// fail, fname=" and the name), for a picture that the format does not take, and when the file cannot be
-// written; a file of that name is then as it was.
+// fail, fname=" and the name), for a picture that the format cannot hold, and when the file cannot be
+// written; an existing file is then unchanged.
 bool autosaveformat(const image2d& image, const std::string& name);
 
 // What autosaveformat uses for JPEG files.
 inline constexpr int autosave_jpeg_quality = 95;
 
-// The format that a name's extension stands for.
+// The format that the extension of a name means.
 enum class file_format { unknown, jpeg, bmp, png, tga };
 file_format format_of(const std::string& name);
 
-// The same for a file of that format, whatever its name. The messages about an extension go with `unknown`.
+// Reads and writes a file of a given format under any name. `unknown` is reported as a wrong extension.
 bool load_as(file_format format, image2d& image, const std::string& name, const read_options& options = {});
 bool save_as(file_format format, const image2d& image, const std::string& name);
 

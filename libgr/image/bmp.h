@@ -1,10 +1,10 @@
 #pragma once
 // Windows bitmaps.
 //
-// Read: uncompressed, bottom-up, 1, 4 and 8 bits (colour numbers, or luminance when no colours are stored),
-// 24 bits (BGR) and 32 bits (BGRA), with an information header of 40 bytes or one of its extensions. The
-// pixels stay where they are: the picture is a view into the mapped file. Written: luminance of 1, 4 and 8
-// bits, with or without a table of its greys, and BGR of 8-bit samples.
+// Read: uncompressed bottom-up files of 1, 4 and 8 bits (colour numbers, or luminance without a colour
+// table), 24 bits (BGR) and 32 bits (BGRA), with an information header of 40 bytes or one of its extensions.
+// Pixels are not copied: the picture is a view into the mapped file. Written: luminance of 1, 4 and 8 bits,
+// with or without a table of its greys, and BGR of 8-bit samples.
 
 #include "libgr/image/image.h"
 #include "libgr/image/read_options.h"
@@ -62,8 +62,8 @@ struct bmp_file {
 
 // False, after one line on standard error, when the file is not such a bitmap, or not a whole one.
 bool load_bmp(image2d& image, const std::string& name, const read_options& options = {});
-// Other programs need the table of greys; with it, luminance comes back as colour numbers. False, after one
-// line, when the picture is of another kind or the file cannot be saved, which then is as it was.
+// Other programs need the table of greys; with it, luminance is read back as colour numbers. False, after one
+// line, for other kinds of pictures and when the file cannot be saved; an existing file is then unchanged.
 bool save_bmp(const image2d& image, const std::string& name, bool with_greys = false);
 
 } // namespace libgr

@@ -1,7 +1,7 @@
 #pragma once
-// Pictures in another form. Each function makes a new picture and leaves its source as it was; both may be
-// the same object. A picture that has the wanted form already is shared. False, after one line on standard
-// error, for a combination that is not provided.
+// Converts pictures. Each function makes a new picture and does not change its source; both may be the same
+// object. A picture that needs no conversion is shared. False, after one line on standard error, for
+// conversions that are not provided.
 //
 // Samples keep their share of the full range: narrower ones are spread evenly (v * maximum / old maximum),
 // wider ones are cut to their high bits.
@@ -30,8 +30,8 @@ bool shows_anything(const image2d& image);
 // The colours of such a picture, as BGR of 8-bit samples.
 bool drop_alpha(image2d& image);
 
-// Writes row y as 8-bit RGB, 3 * width bytes, whatever the picture's form, as long as the functions above
-// provide it. False, with nothing written or reported, when they do not.
+// Writes row y as 8-bit RGB, 3 * width bytes, of any picture that the functions above can convert. False,
+// with nothing written or reported, for others.
 bool read_rgb_row(unsigned char* rgb, const image2d& image, std::uint32_t y);
 
 } // namespace libgr

@@ -1,5 +1,5 @@
 #pragma once
-// The way out of the C coders, which report a fatal error by never returning. Private to libgr/image.
+// Leaves a C library from its error handler, which must not return. Private to libgr/image.
 
 #include <csetjmp>
 
@@ -7,8 +7,8 @@ namespace libgr {
 
 class escape {
 public:
-    // Runs the work and returns true, or false when leave() ended it. What the work leaves behind by leave()
-    // is not destroyed: it must hold nothing but plain data of its own across the calls that may leave.
+    // Runs the work. False when leave() ended it. Its local objects are then not destroyed: across calls that
+    // may leave, it may only hold plain data.
     template <class Work>
     [[gnu::noinline]] bool run(const Work& work) {
         if (setjmp(here_) != 0) return false;

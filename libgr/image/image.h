@@ -1,5 +1,5 @@
 #pragma once
-// Pictures: pixels in shared storage, and what is needed to find and understand them.
+// Pictures: pixels in shared storage, with their size, layout and meaning.
 
 #include "libgr/image/descriptor.h"
 #include "libutils/ofsvector.h"

@@ -1,5 +1,5 @@
 #pragma once
-// A picture file as the readers take it: mapped, whole, read only.
+// Maps a picture file for its reader: whole and read only.
 
 #include "libgr/image/image.h"
 

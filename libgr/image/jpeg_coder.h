@@ -1,6 +1,6 @@
 #pragma once
-// What decoding, encoding and turning share: libjpeg objects that fail instead of ending the process, that
-// read from memory and write to memory, and that a file cannot keep busy for ever. Private to libgr/image.
+// libjpeg for decoding, encoding and turning: errors return instead of ending the process, files are read
+// from and written to memory, and no file keeps the decoder busy for ever. Private to libgr/image.
 
 #include "libgr/image/escape.h"
 #include "libgr/image/jpeg_marker.h"
@@ -34,8 +34,8 @@ public:
         return created_ && errors.way_out.run(work);
     }
 
-    // To be called while running: keeps the markers, reads up to the first scan, and refuses what so few
-    // bytes cannot be: a picture of more blocks than the bytes can tell of.
+    // Call it within run(). Keeps the markers, reads up to the first scan, and refuses a picture of more
+    // blocks than so few bytes can hold.
     void read_header();
     // Of all components together, once the header is read.
     std::uint64_t blocks() const;

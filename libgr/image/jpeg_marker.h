@@ -1,5 +1,5 @@
 #pragma once
-// The notes that a JPEG file carries beside its picture.
+// The comments and application data of a JPEG file.
 
 #include "libgr/image/image.h"
 

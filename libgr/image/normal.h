@@ -27,7 +27,7 @@ inline float height_of(int sample) {
 }
 
 // The normal where the height grows by so much to the next pixel to the right and upwards. Each difference d
-// is taken for the sine of a slope, so that its other component is sqrt(1 - d * d); the two slopes are added
+// is the sine of a slope, whose other component is sqrt(1 - d * d); the two slopes are added
 // and brought to unit length.
 inline exact_normal normal_of_differences(float right, float up) {
     const float z = std::sqrt(1.0f - right * right) + std::sqrt(1.0f - up * up);

@@ -1,7 +1,6 @@
 #pragma once
-// Operations on the pixels of a picture. Each makes a new picture and leaves its source as it was; both may
-// be the same object. False, after one line on standard error, when the source is not what the operation is
-// for.
+// Operations on the pixels of a picture. Each makes a new picture and does not change its source; both may be
+// the same object. False, after one line on standard error, for a source of another kind.
 
 #include "libgr/image/image.h"
 
@@ -14,9 +13,9 @@ bool rgb2grey(image2d& made, const image2d& source);
 // Surface normals out of an 8-bit unsigned luminance picture of heights: RGB of signed bytes, 127 being 1. A
 // height of 255 is one pixel's width. The normal at a pixel follows the differences to the next pixel to the
 // right and to the next one above, around the edges; a height that rises to the right makes red positive, one
-// that rises upwards green. A flat map is (0, 0, 127) everywhere. An RGB picture of bytes is taken for a
-// finished normal map: `made` shares it, and the result is true. What cannot be used is shared as well, but
-// the result is false, so that a caller can go on with it.
+// that rises upwards green. A flat map is (0, 0, 127) everywhere. An RGB picture of bytes is a
+// finished normal map: `made` shares it, and the result is true. Any other picture is shared as well, but the
+// result is false, so that a caller can go on with it.
 bool normalmap(image2d& made, const image2d& source);
 
 // A picture of half the width and height, an odd last column and row dropped, for 8-bit samples. Which four

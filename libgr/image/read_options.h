@@ -1,5 +1,5 @@
 #pragma once
-// What the readers of picture files may spend, and how they take what a file leaves open.
+// How much memory reading a picture may take, and what doubtful parts of a file mean.
 
 #include <cstdint>
 #include <string>
@@ -7,8 +7,8 @@
 namespace libgr {
 
 struct read_options {
-    // Memory for the pixels and for what decoding them needs beside. By default that of the largest texture:
-    // 16384 by 16384 pixels of four bytes.
+    // Memory for the pixels and for decoding them. The default is the size of the largest texture: 16384 by
+    // 16384 pixels of four bytes.
     std::uint64_t most_bytes = std::uint64_t(1) << 30;
     // BMP and TGA as their authors mean them: a fourth channel that the header calls no alpha, or that is
     // zero everywhere, is dropped, and numbers of greys become luminance.

@@ -6,7 +6,7 @@
 
 namespace libgr::row_kernels {
 
-// `pixels` counts what is written. Rows may begin at any address; none overlaps another.
+// `pixels` counts the written pixels. Rows may begin at any address; none overlaps another.
 struct set {
     // Truncated red * 0.299 + green * 0.587 + blue * 0.114 in single precision, from RGB.
     void (*grey)(unsigned char* to, const unsigned char* rgb, std::size_t pixels);

@@ -16,8 +16,8 @@ namespace libgr {
 
 // False, after one line on standard error, when the file is not such a picture, or not a whole one.
 bool load_tga(image2d& image, const std::string& name, const read_options& options = {});
-// False, after one line, when the picture is of another kind or the file cannot be saved, which then is as it
-// was.
+// False, after one line, for other kinds of pictures and when the file cannot be saved; an existing file is
+// then unchanged.
 bool save_tga(const image2d& image, const std::string& name);
 
 } // namespace libgr

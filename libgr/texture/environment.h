@@ -20,7 +20,7 @@ public:
     // extension, in that order, each upright as the usual cube map tools write it (its top row is the top of
     // the side faces). name: the model file, which relative names start from. Without a cube map name: six
     // plain faces like a soft studio light, grey and brightest above. False, after a line on standard error,
-    // when a face cannot be had or is no square of the first one's size; the environment then stays as it
+    // when a face cannot be loaded or is no square of the first one's size; the environment then stays as it
     // was. With a context the faces are uploaded now, otherwise at the first bind.
     bool initex(const std::string& name);
 

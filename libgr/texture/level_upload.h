@@ -1,5 +1,5 @@
 #pragma once
-// One upload of one kind of texture, level by level. Private to libgr/texture.
+// Uploads pictures as levels of a texture. Private to libgr/texture.
 
 #include "libgr/texture/picture_view.h"
 #include "libgr/texture/texturable.h"

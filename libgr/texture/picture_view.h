@@ -1,6 +1,5 @@
 #pragma once
-// Pictures as the GL reads them: one view for those of one, two and three dimensions. Private to
-// libgr/texture.
+// A picture of one, two or three dimensions as the GL reads it. Private to libgr/texture.
 
 #include "libgr/image/image.h"
 #include "libgr/texture/transfer_table.h"

@@ -1,5 +1,5 @@
 #pragma once
-// What one surface wears: a colour, a bump and a specular picture.
+// The textures of one surface: colour, bump and specular.
 
 #include "libgr/options/options.h"
 #include "render/surface/appearance.h"
@@ -23,9 +23,9 @@ class texture_t : public texture_options, public render::appearance {
 public:
     // Finds or loads the three pictures, derives what the shaders need from the bump picture, and sets
     // filters and offsets by the options. name: the model file; names that do not begin with "/" (or a drive
-    // letter, or two backslashes) are relative to its directory. A picture that cannot be had is reported on
-    // standard error, and its unit stays as it was. With a context the pictures are uploaded now, otherwise
-    // at the first bind.
+    // letter, or two backslashes) are relative to its directory. A picture that cannot be loaded is
+    // reported on standard error, and its unit stays as it was. With a context the pictures are uploaded now,
+    // otherwise at the first bind.
     void open(const std::string& name);
 
     bool has(render::texture_unit unit) override;
@@ -34,7 +34,7 @@ public:
     std::array<float, 2> bump_offset() override { return bump_offset_; }
     bool mercator_sphere() override { return mercatorsphere; }
 
-    // The picture of a unit in the texture table; null before open() or when it could not be had.
+    // The picture of a unit in the texture table; null before open() and after a failure.
     const texture_record* record(render::texture_unit unit) const { return units_[unsigned(unit)].get(); }
 
 private:

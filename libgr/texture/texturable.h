@@ -1,6 +1,5 @@
 #pragma once
-// What can be put into a GL texture or be one: the roots of the texture classes, and how their kinds are
-// numbered.
+// The roots of the texture classes, and the numbers of their kinds.
 
 #include "render/gl/types.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// Every picture that surfaces wear, once: by name, with the GL texture made of it.
+// Holds every picture of the surfaces once, by name, with its GL texture.
 
 #include "libgr/image/image.h"
 #include "libgr/texture/parameters.h"
@@ -44,8 +44,8 @@ struct cube_record {
     tex_parameter_cubemap parameters;
 };
 
-// Entries stay as long as the table lives, also those of files that could not be read: these keep an empty
-// picture and are not tried again.
+// Entries stay as long as the table lives. A file that could not be read keeps an empty picture and is not
+// tried again.
 class texture_table {
 public:
     // The table of the textures and environments that exist at present; a new one when there are none.
@@ -68,7 +68,7 @@ private:
 };
 
 // The path of a picture that a model file names. An absolute name (beginning with "/", with a drive letter
-// and a separator, or with two backslashes) is taken as it is, any other is put behind the directory of the
+// and a separator, or with two backslashes) is used unchanged, any other is appended to the directory of the
 // model file (what ends in its last separator). Without a model file that is reported with NAME ": base
 // filename." and the name is left to the working directory.
 std::string picture_path(const std::string& model_file, const std::string& name);

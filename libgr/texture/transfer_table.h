@@ -1,5 +1,5 @@
 #pragma once
-// How OpenGL takes the pixels of a descriptor: the table behind every upload. Needs no context.
+// The GL formats for each pixel descriptor. Needs no context.
 
 #include "libgr/image/descriptor.h"
 #include "render/gl/types.h"
