@@ -1,5 +1,6 @@
 #include "midi/drivers/outlet.h"
 
+#include "midi/drivers/jack_session.h"
 #include "midi/drivers/quiet.h"
 
 #include <algorithm>
@@ -22,10 +23,9 @@ constexpr int most_waiting = 200;
 
 // JACK does not resample. False when no server runs; FluidSynth would start one.
 bool ask_jack_for(double& rate) {
-    jack_client_t* const client = jack_client_open("quenvarel-rate", JackNoStartServer, nullptr);
-    if (!client) return false;
-    rate = jack_get_sample_rate(client);
-    jack_client_close(client);
+    const auto session = jack_session::open("quenvarel-rate");
+    if (!session) return false;
+    rate = jack_get_sample_rate(session->client());
     return true;
 }
 
@@ -99,7 +99,7 @@ int outlet::asked(void* self, int frames, int, float**, int, float** channels) {
     outlet& asking = *static_cast<outlet*>(self);
     ++asking.periods_;
     asking.last_asked_ = clock::now().time_since_epoch();
-    asking.source_->render(asking, frames, channels[0], channels[1]);
+    uninterrupted([&] { asking.source_->render(asking, frames, channels[0], channels[1]); });
     return FLUID_OK;
 }
 

@@ -1,6 +1,7 @@
 #include "midi/drivers/speakers.h"
 
 #include "libutils/report.h"
+#include "midi/drivers/jack_thread.h"
 #include "midi/drivers/outlet.h"
 #include "midi/message.h"
 
@@ -10,6 +11,7 @@
 #include <future>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -29,21 +31,38 @@ constexpr sound_system systems[] = {
     {"alsa", 128, 3},
 };
 
-// Runs a function where nobody waits for it. A result that nobody fetches is destroyed there.
+bool is_jack(const sound_system& system) {
+    return std::string_view(system.name) == "jack";
+}
+
+// Some libraries write to a server that has gone. In this thread, and in those that it begins, that does no
+// harm.
+void ignore_broken_pipes() {
+    sigset_t broken_pipe;
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
+}
+
+// Calls a sound system where nobody waits for it. A result that nobody fetches is destroyed there.
 template <class Function>
-auto elsewhere(Function function) {
-    std::packaged_task<decltype(function())()> task(std::move(function));
-    auto result = task.get_future();
-    std::thread([run = std::move(task)]() mutable {
-        // Some libraries write to a server that has gone; their own threads, begun here, do not end us
-        // either.
-        sigset_t broken_pipe;
-        sigemptyset(&broken_pipe);
-        sigaddset(&broken_pipe, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
-        run();
-    }).detach();
+auto elsewhere(const sound_system& system, Function function) {
+    const auto task = std::make_shared<std::packaged_task<decltype(function())()>>(std::move(function));
+    const auto run = [task] {
+        ignore_broken_pipes();
+        (*task)();
+    };
+    auto result = task->get_future();
+    if (is_jack(system))
+        post_to_jack_thread(run);
+    else
+        std::thread(run).detach();
     return result;
+}
+
+// False at once when JACK's server is known to stand still.
+bool answers(const sound_system& system) {
+    return !is_jack(system) || ask_jack([] { return true; });
 }
 
 template <class Result>
@@ -63,9 +82,11 @@ public:
     template <class Condition>
     bool open(Condition gives_up) {
         if (is_pending(leaving_)) return false;
+        stands_still_ = !opening_.valid() && !answers(system_);
+        if (stands_still_) return false;
         if (!opening_.valid()) {
-            opening_ =
-                elsewhere([system = system_, source = source_] { return outlet::open(system, source); });
+            opening_ = elsewhere(
+                system_, [system = system_, source = source_] { return outlet::open(system, source); });
             const auto end = std::chrono::steady_clock::now() + patience;
             while (is_pending(opening_, step) && std::chrono::steady_clock::now() < end && !gives_up()) {
             }
@@ -79,10 +100,10 @@ public:
     // A system that answers lets go of us in time.
     void leave() {
         if (!outlet_) return;
-        const bool answers = outlet_->plays();
+        const bool played = outlet_->plays();
         source_->shut_out(outlet_.get());
-        leaving_ = elsewhere([left = std::move(outlet_)]() mutable { left.reset(); });
-        if (answers) is_pending(leaving_, to_let_go);
+        leaving_ = elsewhere(system_, [left = std::move(outlet_)]() mutable { left.reset(); });
+        if (played) is_pending(leaving_, to_let_go);
     }
     // What was opened too late to be of use is left.
     void leave_late() {
@@ -90,12 +111,13 @@ public:
         outlet_ = opening_.get();
         leave();
     }
-    bool is_awaited() const { return is_pending(opening_) || is_pending(leaving_); }
+    bool is_awaited() const { return stands_still_ || is_pending(opening_) || is_pending(leaving_); }
     const char* name() const { return system_.name; }
 
 private:
     sound_system system_;
     std::shared_ptr<sound_source> source_;
+    bool stands_still_ = false; // when last tried
     std::unique_ptr<outlet> outlet_;
     std::future<std::unique_ptr<outlet>> opening_;
     std::future<void> leaving_;
