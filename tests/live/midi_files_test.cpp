@@ -116,9 +116,10 @@ TEST_F(midi_files, midi_file_ends_its_notes_and_holds_any_silence) {
     const struct {
         double time;
         bytes message;
-    } sent[] = {{0, {0x90, 60, 100}},  {0, {0x91, 60, 100}}, {0, {0x90, 62, 100}},  {0, {0x90, 62, 90}},
-                {0.5, {0x80, 60, 64}}, {0.5, {0x90, 64, 1}}, {0.75, {0x90, 64, 0}}, {1, {0xB1, 122, 0}},
-                {1, {0xB0, 123, 0}},   {1, {0xB0, 123, 0}},  {1100, {0x90, 64, 1}}, {201100, {0x90, 64, 0}}};
+    } sent[] = {{0, {0x90, 60, 100}},   {0, {0x91, 60, 100}}, {0, {0x90, 62, 100}},  {0, {0x90, 62, 90}},
+                {0.5, {0x80, 60, 64}},  {0.5, {0x90, 64, 1}}, {0.75, {0x90, 64, 0}}, {1, {0xB1, 122, 0}},
+                {1, {0xB1, 123, 0}},    {1, {0xB0, 123, 0}},  {1, {0xB0, 123, 0}},   {1100, {0x90, 64, 1}},
+                {201100, {0x90, 64, 0}}};
     for (const auto& [time, message] : sent)
         EXPECT_TRUE(recording.message(time, message.data(), message.size()));
     recording.finish(201101);
@@ -127,6 +128,7 @@ TEST_F(midi_files, midi_file_ends_its_notes_and_holds_any_silence) {
         (lines{"1, 0, Note_on_c, 0, 60, 100", "1, 0, Note_on_c, 1, 60, 100", "1, 0, Note_on_c, 0, 62, 100",
                "1, 0, Note_on_c, 0, 62, 90", "1, 960, Note_off_c, 0, 60, 64", "1, 960, Note_on_c, 0, 64, 1",
                "1, 1440, Note_on_c, 0, 64, 0", "1, 1920, Control_c, 1, 122, 0",
+               "1, 1920, Note_on_c, 1, 60, 0", "1, 1920, Control_c, 1, 123, 0",
                // Twice struck, twice ended.
                "1, 1920, Note_on_c, 0, 62, 0", "1, 1920, Note_on_c, 0, 62, 0",
                "1, 1920, Control_c, 0, 123, 0", "1, 1920, Control_c, 0, 123, 0",

@@ -66,11 +66,12 @@ TEST(roland_module, ignores_what_is_not_for_it) {
     const bytes good = roland({0x10, 0, 1, 1, 1, 1});
     midi::roland_module module;
     // One byte of the message changed: another maker, device, model, command, a wrong checksum, no end.
-    for (std::size_t i = 0; i < good.size(); ++i) {
-        bytes bad = good;
-        bad[i] ^= 1;
-        EXPECT_EQ(module.receive(bad.data(), bad.size()), change::none) << i;
-    }
+    for (const std::uint8_t bit : {1, 64})
+        for (std::size_t i = 0; i < good.size(); ++i) {
+            bytes bad = good;
+            bad[i] ^= bit;
+            EXPECT_EQ(module.receive(bad.data(), bad.size()), change::none) << i;
+        }
     for (std::size_t length = 0; length < good.size(); ++length) {
         const bytes cut(good.begin(), good.begin() + std::ptrdiff_t(length));
         EXPECT_EQ(module.receive(cut.data(), cut.size()), change::none) << length;
