@@ -16,19 +16,17 @@ TEST(message, packed_messages_are_complete_or_refused) {
     } cases[] = {
         {0x007F3C91, "91 3c 7f"},
         {0x000005C1, "c1 05"},
-        {0x000040D1, "d1 40"},
-        {0x007F7FEF, "ef 7f 7f"},
         {0x000000F8, "f8"},
-        {0x000000FF, "ff"},
         {0x000000F6, "f6"},
-        {0x000001F3, "f3 01"},
         {0x000201F2, "f2 01 02"},
+        {0x000040D1, "d1 40"},
+        {0x000001F3, "f3 01"},
         {0x0000F7F0, "f0 f7"},
+        {0x0000803C, ""},
+        {0x00803C91, ""},
         {0xF70201F0, "f0 01 02 f7"},
         {0x00F701F0, "f0 01 f7"},
-        {0x0000803C, ""},
         {0x007F8091, ""},
-        {0x00803C91, ""},
         {0x000080C1, ""},
         {0x030201F0, ""},
         {0xF78001F0, ""},
@@ -36,7 +34,6 @@ TEST(message, packed_messages_are_complete_or_refused) {
         {0x000000F9, ""},
         {0x000000FD, ""},
         {0x000000F7, ""},
-        {0x00000000, ""},
     };
     for (const auto& c : cases) {
         const midi::short_bytes_t unpacked = midi::unpack(c.packed);
