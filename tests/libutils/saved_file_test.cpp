@@ -87,14 +87,16 @@ TEST(saved_file, several_save_the_same_file_at_once) {
 TEST(saved_file, removes_what_killed_saves_left_behind) {
     temporary_directory directory;
     const std::string name = directory.file("model.pmt");
+    const std::string begun(100'000, 'x');
     libutils::saved_file going_on(name);
+    EXPECT_TRUE(going_on.write(begun));
     for (const char* other : {".saving7", ".saving30", ".saving1x", ".saving", "x.saving1"})
         directory.write("model.pmt" + std::string(other), "of a killed save, or not");
     libutils::saved_file next(name);
     EXPECT_TRUE(next.commit());
     EXPECT_EQ(files_in(directory), 5) << "the file, the one that is still being saved and three of others";
     EXPECT_TRUE(going_on.write("last") && going_on.commit());
-    EXPECT_EQ(read_file(name), "last");
+    EXPECT_EQ(read_file(name), begun + "last");
     EXPECT_EQ(files_in(directory), 4);
 }
 
