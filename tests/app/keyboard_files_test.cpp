@@ -81,15 +81,6 @@ TEST(KeyboardFiles, OneFileIsOneKeyAndTheOthersAreReported) {
     EXPECT_EQ(lines(out.text()), 256 + 3);
 }
 
-// The block with a million triangles more.
-std::string million_triangles() {
-    std::string text = block("-5");
-    text.replace(text.find(",4,4"), 4, ",4,1000002").erase(text.rfind("end"));
-    for (int i = 4; i < 1000002; ++i)
-        text += "element " + std::to_string(i % 3) + '\n';
-    return text + "end\n";
-}
-
 TEST(KeyboardFiles, AWrongFileCostsOneKey) {
     const struct {
         const char* what;
@@ -107,7 +98,6 @@ TEST(KeyboardFiles, AWrongFileCostsOneKey) {
          "unknown line: color 1\r\nunknown line: end\n"},
         {"two blocks, the second wrong", block("-5") + "begin polygon_surface\n", false, ""},
         {"two blocks", block("-3") + block("-5"), true, ""},
-        {"a million triangles", million_triangles(), true, ""},
         {"no texture", block("-5", "missing.png"), true, "missing.png: color autoloadformat failed."},
         {"more counted than there is", "begin polygon_surface,4000000000,4000000000\nend\n", false,
          "allocate error"},

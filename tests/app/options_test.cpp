@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -52,9 +53,7 @@ TEST(options, ranges) {
         {"-c", "-1", "4294967295: channel number over.\n"},
         {"-c", "-4294967279", "17: channel number over.\n"},
         {"-c", "4294967296", "4294967295: channel number over.\n"},
-        {"-c", "-4294967296", "4294967295: channel number over.\n"},
         {"-c", "-18446744073709551615", "4294967295: channel number over.\n"},
-        {"-c", "99999999999999999999999", "4294967295: channel number over.\n"},
         {"-p", "127", ""},
         {"-p", "0x80", "128: pgmchg number over.\n"},
         {"-n", "127", ""},
@@ -74,17 +73,13 @@ TEST(options, where_the_device_argument_is) {
         std::vector<const char*> arguments;
         const char* device; // null: usage
     } const cases[] = {
-        {{"synth"}, "synth"},
         {{"1", "-c", "99"}, "1"},
-        {{"-c", "2", "-p", "3", "-n", "4", "-l", "5", "synth", "-c"}, "synth"},
         {{"-"}, "-"},
-        {{"-x", "3"}, "-x"},
         {{"-cc", "3"}, "-cc"},
         {{"-c", "2", "-5"}, "-5"},
         {{""}, ""},
         {{"-c", "-c", "-c"}, nullptr}, // "-c" is the value of the first, and the second has none
         {{"-c", "2"}, nullptr},
-        {{"-c"}, nullptr},
         {{"-n", "3", "-l"}, nullptr},
     };
     for (const auto& c : cases) {
@@ -96,19 +91,12 @@ TEST(options, where_the_device_argument_is) {
 }
 
 TEST(options, all_of_them_and_none) {
-    const options_t none = read({"synth"}).options;
-    EXPECT_EQ(none.channel, 1u);
-    EXPECT_EQ(none.program, 0u);
-    EXPECT_EQ(none.notebase, 36u);
-    EXPECT_EQ(none.velocity, 127u);
-    EXPECT_FALSE(none.program_given);
-
-    const options_t all = read({"-l", "5", "-n", "4", "-p", "0", "-c", "2", "synth"}).options;
-    EXPECT_EQ(all.channel, 2u);
-    EXPECT_EQ(all.program, 0u);
-    EXPECT_EQ(all.notebase, 4u);
-    EXPECT_EQ(all.velocity, 5u);
-    EXPECT_TRUE(all.program_given);
+    const auto values = [](const options_t& o) {
+        return std::array{o.channel, o.program, o.notebase, o.velocity, std::uint32_t(o.program_given)};
+    };
+    EXPECT_EQ(values(read({"synth"}).options), (std::array{1u, 0u, 36u, 127u, 0u}));
+    EXPECT_EQ(values(read({"-l", "5", "-n", "4", "-p", "0", "-c", "2", "synth", "-c"}).options),
+              (std::array{2u, 0u, 4u, 5u, 1u}));
 }
 
 } // namespace
