@@ -198,7 +198,9 @@ TEST(player, the_end_stops_what_sounds_and_resets_the_display) {
     driver.end();
     EXPECT_EQ(driver.sent(), std::string("91 30 00; 92 03 00; 92 34 00; ") + display_reset);
 
-    player_driver silent;
+    player_driver silent({.velocity = 0});
+    silent.play("+z");
+    silent.sent();
     silent.end();
     EXPECT_EQ(silent.sent(), display_reset);
 }
