@@ -1,3 +1,4 @@
+#include "libutils/refvector2.h"
 #include "libutils/saved_file.h"
 
 #include "support/temporary_directory.h"
@@ -46,6 +47,8 @@ TEST(saved_file, appears_whole_and_only_when_committed) {
     EXPECT_TRUE(file.commit());
     EXPECT_EQ(read(), std::string("new\0\r\n", 6));
     EXPECT_EQ(files_in(directory), 1);
+    libutils::refvector2<char> writer;
+    EXPECT_TRUE(writer.try_allocate(0, name.c_str(), 1)) << "nobody holds it any more";
 }
 
 TEST(saved_file, refuses_what_cannot_be_written) {
