@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
-#include <limits>
 
 namespace quenvarel {
 
@@ -74,15 +73,12 @@ bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
     if (!in.open(name)) return libutils::report(name, ": file open error.");
     const std::uint64_t blocks = pmt3d::read_blocks(in, std::cerr, [&]() -> std::optional<bool> {
         if (!in.line().starts_with(pmt3d::polygon_header)) return std::nullopt;
-        return pmt3d::read_polygon_block(name, key.texture, key.surface, in, std::cerr);
+        if (!pmt3d::read_polygon_block(name, key.texture, key.surface, in, std::cerr)) return false;
+        key.texture.open(name);
+        return true;
     });
     if (blocks == 0) return false;
-    // The box of no vertex stays as it is: inside out.
-    constexpr float infinite = std::numeric_limits<float>::infinity();
-    box3 bounds = {{infinite, infinite, infinite}, {-infinite, -infinite, -infinite}};
-    key.surface.getbound(bounds.min, bounds.max);
-    key.bounds.reset();
-    if (bounds.min.x <= bounds.max.x) key.bounds = bounds;
+    key.bounds = key.surface.bounds();
     key.hides_its_back = is_opaque(key.surface, key.texture) && is_closed(key.surface);
     return true;
 }
@@ -90,6 +86,7 @@ bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
 void keyboard_scene::clear() {
     for (slot& key : slots_) {
         key.surface.clear();
+        key.mirror.release();
         key.texture = {};
         key.bounds.reset();
     }
@@ -170,7 +167,7 @@ render::pixel_rect keyboard_scene::draw(const painter& with, const std::optional
         drawn = render::enclosing(drawn, seen);
         if (key.hides_its_back) glEnable(GL_CULL_FACE);
         const auto draw = [&](render::appearance& appearance) {
-            with.renderer.drawsolid(&environment_, environment_is_skybox_, appearance, key.surface,
+            with.renderer.drawsolid(&environment_, environment_is_skybox_, appearance, key.mirror,
                                     mtx3w::identity(), key.model, key.normal, view.projection, with.light,
                                     with.shininess);
         };

@@ -5,6 +5,7 @@
 #include "app/key_glow.h"
 #include "libgr/texture/environment.h"
 #include "libgr/texture/surface_texture.h"
+#include "pmt3d/mirror/polygon_mirror.h"
 #include "pmt3d/surface/polygon.h"
 #include "render/math/pixel_rect.h"
 #include "render/math/types.h"
@@ -94,6 +95,7 @@ private:
         render::mtx3w normal = render::mtx3w::identity();
         libgr::texture_t texture;
         pmt3d::polygon_t surface;
+        pmt3d::polygon_mirror mirror{surface};
         // Of the surface, kept when it is loaded.
         std::optional<render::box3> bounds; // nothing without a triangle
         bool hides_its_back = false;

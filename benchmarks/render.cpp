@@ -5,7 +5,7 @@
 #include "goals.h"
 #include "libgr/texture/environment.h"
 #include "libgr/texture/surface_texture.h"
-#include "pmt3d/surface/polygon.h"
+#include "pmt3d/mirror/polygon_mirror.h"
 #include "render/gl/framebuffer.h"
 #include "render/math/matrix.h"
 #include "render/math/projection.h"
@@ -29,6 +29,7 @@ constexpr int columns = 31, rows = 11; // 600 triangles
 struct scene {
     render::glpolygon_t renderer;
     std::deque<pmt3d::polygon_t> shapes;
+    std::deque<pmt3d::polygon_mirror> mirrors;
     libgr::texture_t dress;
     libgr::environment_t around;
     render::framebuffer_t target;
@@ -47,6 +48,7 @@ struct scene {
             render::perspective_matrix(render::to_projection({1.5, double(width) / height, 0.1, 100}));
         for (int i = 0; i < surfaces; ++i) {
             fill(shapes.emplace_back());
+            mirrors.emplace_back(shapes.back());
             const float x = (float(i) - 63.5f) * 0.6f;
             placed.push_back(render::mtx3w::translation(x, 0, -40) *
                              render::to_matrix(render::rot3{30, {1, 0, 0}}));
@@ -86,7 +88,7 @@ struct scene {
     }
     void draw() {
         for (int i = 0; i < surfaces; ++i) {
-            renderer.drawsolid(&around, false, dress, shapes[std::size_t(i)], render::mtx3w::identity(),
+            renderer.drawsolid(&around, false, dress, mirrors[std::size_t(i)], render::mtx3w::identity(),
                                placed[std::size_t(i)], inverses[std::size_t(i)], projection, {-25, 25, 50},
                                10);
         }
@@ -109,7 +111,7 @@ struct scene {
         for (std::size_t i = 0; i < std::size_t(surfaces); ++i) {
             glUniformMatrix4fv(modelview, 1, GL_TRUE, placed[i].m);
             glUniformMatrix4fv(inverse_modelview, 1, GL_TRUE, inverses[i].m);
-            shapes[i].draw();
+            mirrors[i].draw();
         }
         glDisable(GL_BLEND);
         glUseProgram(0);

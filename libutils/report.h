@@ -8,16 +8,22 @@
 
 namespace libutils {
 
-// Calls error_report(), then writes the parts and a line end to standard error in one piece, so that lines of
+// Calls error_report(), then writes the parts and a line end to the stream in one piece, so that lines of
 // several threads or processes do not mix. Numbers are decimal. Always returns false, so that a function can
 // report its failure and return it in one statement.
 template <class... Parts>
-bool report(const Parts&... parts) {
+bool report_to(std::ostream& os, const Parts&... parts) {
     error_report();
     std::ostringstream line;
     (line << ... << parts) << '\n';
-    std::cerr << line.view() << std::flush;
+    os << line.view() << std::flush;
     return false;
+}
+
+// The same on standard error.
+template <class... Parts>
+bool report(const Parts&... parts) {
+    return report_to(std::cerr, parts...);
 }
 
 } // namespace libutils

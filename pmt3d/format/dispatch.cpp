@@ -1,15 +1,12 @@
 #include "pmt3d/format/dispatch.h"
 
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "pmt3d/format/file_saver.h"
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/stl.h"
 #include "pmt3d/format/text_reader.h"
 #include "pmt3d/format/text_writer.h"
 #include "pmt3d/format/vertex_limit.h"
-
-#include <algorithm>
-#include <iostream>
 
 namespace pmt3d {
 
@@ -20,36 +17,42 @@ enum class format { stl, text, unknown };
 format format_of(const std::string& name) {
     if (name.ends_with(".stl")) return format::stl;
     if (name.ends_with(".pmt")) return format::text;
-    libutils::error_report();
-    std::cerr << "file extension not recognized.\n";
+    libutils::report("file extension not recognized.");
     return format::unknown;
+}
+
+bool open_pictures(const model_item_t& item, const load_context& context) {
+    if (context.pictures) context.pictures->open_surface(item.texture);
+    return true;
+}
+
+bool open_pictures(const libgr::environment_options& environment, const load_context& context) {
+    return !context.pictures || context.pictures->open_environment(environment) ||
+           libutils::report_to(context.error, "environment.initex() failed.");
 }
 
 // The blocks of a file, into the list and, where there is one, the environment. Their number; 0 when one
 // failed.
-std::uint64_t load_blocks(libgr::environment_t* environment, surface_list& items, const std::string& name,
-                          const load_context& context) {
-    using kind_t = model_item_t::kind_t;
-    line_reader in;
-    if (!in.open(name)) {
-        report(context.error, name, ": file open error.");
-        return 0;
+std::uint64_t load_blocks(libgr::environment_options* environment, surface_list& items,
+                          const std::string& name, const load_context& context) {
+    if (line_reader in; in.open(name)) {
+        in.set_progress(context.progress);
+        vertex_limit vertices(in.size(), context.allowed_vertices);
+        return read_blocks(in, context.error, [&]() -> std::optional<bool> {
+            const std::string_view line = in.line();
+            if (environment && line.starts_with(environment_header))
+                return read_environment_block(*environment, in, context.error) &&
+                       open_pictures(*environment, context);
+            const auto kind = surface_kind(line);
+            if (!kind) return std::nullopt;
+            model_item_t& item = items.emplace_back(*kind);
+            return read_surface_block(name, item, items.size(), context.frames, vertices, in,
+                                      context.error) &&
+                   open_pictures(item, context);
+        });
     }
-    in.set_progress(context.progress);
-    vertex_limit vertices(in.size(), context.allowed_vertices);
-    return read_blocks(in, context.error, [&]() -> std::optional<bool> {
-        const std::string_view line = in.line();
-        if (environment && line.starts_with(environment_header))
-            return read_environment_block(*environment, name, in, context.error);
-        if (line.starts_with(nurbs_header)) {
-            model_item_t& item = items.emplace_back(kind_t::nurbs);
-            return read_nurbs_block(name, item.nurbs, item.texture, item.polygon, context.frames,
-                                    items.size(), vertices, in, context.error);
-        }
-        if (!line.starts_with(polygon_header)) return std::nullopt;
-        model_item_t& item = items.emplace_back(kind_t::polygon);
-        return read_polygon_block(name, item.texture, item.polygon, in, context.error);
-    });
+    libutils::report_to(context.error, name, ": file open error.");
+    return 0;
 }
 
 // Names the surface after the file and writes it.
@@ -57,7 +60,7 @@ void save_item(model_item_t& item, const std::string& name, line_writer& out) {
     item.polygon.set_name(name);
     if (item.kind == model_item_t::kind_t::nurbs) {
         item.nurbs.set_name(name);
-        write_nurbs(item.nurbs, out);
+        write_nurbs(item.texture, item.nurbs, out);
     } else
         write_polygon(item.texture, item.polygon, out);
 }
@@ -97,9 +100,10 @@ bool save_lines(const std::string& name, const progress_t& progress, std::uint64
 } // namespace
 
 bool load(model_t& model, const std::string& name, const load_context& context) {
+    if (context.pictures) context.pictures->begin(name);
     switch (format_of(name)) {
     case format::stl:
-        return load_stl(model.items, name, context);
+        return load_stl(model.items, name, context) && open_pictures(model.items.back(), context);
     case format::text:
         return load_text(model, name, context);
     default:
@@ -137,8 +141,8 @@ bool load_text(model_t& model, const std::string& name, const load_context& cont
     return load_blocks(&model.environment, model.items, name, context) > 0;
 }
 
-std::uint64_t load_text(surface_list& items, const std::string& name, const load_context& context) {
-    report(context.error, "load filename: ", name);
+std::uint64_t load_surface_list(surface_list& items, const std::string& name, const load_context& context) {
+    libutils::report_to(context.error, "load filename: " + name);
     return load_blocks(nullptr, items, name, context);
 }
 

@@ -3,7 +3,9 @@
 // triangles.
 
 #include "pmt3d/format/model.h"
+#include "pmt3d/format/picture_opener.h"
 #include "pmt3d/format/progress.h"
+#include "pmt3d/surface/frames.h"
 
 #include <cstdint>
 #include <iosfwd>
@@ -17,6 +19,7 @@ struct load_context {
     frame_update frames{}; // for NURBS surfaces; empty: on the CPU
     progress_t progress{};
     std::uint64_t allowed_vertices = 0; // of NURBS surfaces, where a file asks for more than vertex_limit.h
+    picture_opener* pictures = nullptr; // null: pictures are not looked at
 };
 
 // Loading appends to the model; what was read before a failure stays in it, the item that failed included.
@@ -34,7 +37,7 @@ bool save(model_item_t& item, const std::string& name, const progress_t& progres
 // True when the file holds at least one block and every block could be read.
 bool load_text(model_t& model, const std::string& name, const load_context& context);
 // Surfaces only; an environment's lines are reported as unknown. The number of blocks, 0 when one failed.
-std::uint64_t load_text(surface_list& items, const std::string& name, const load_context& context);
+std::uint64_t load_surface_list(surface_list& items, const std::string& name, const load_context& context);
 bool save_text(model_t& model, const std::string& name, const progress_t& progress = {});
 bool save_text(surface_list& items, const std::string& name, const progress_t& progress = {});
 bool save_text(model_item_t& item, const std::string& name, const progress_t& progress = {});

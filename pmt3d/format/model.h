@@ -1,8 +1,7 @@
 #pragma once
-// A model: what surrounds it, and its surfaces with their pictures.
+// A model: what surrounds it, and its surfaces with the names of their pictures. Plain values.
 
-#include "libgr/texture/environment.h"
-#include "libgr/texture/surface_texture.h"
+#include "libgr/options/options.h"
 #include "pmt3d/surface/nurbs.h"
 #include "pmt3d/surface/polygon.h"
 
@@ -12,25 +11,22 @@
 
 namespace pmt3d {
 
-// One surface. A complete value: copies have arrays of their own.
 struct model_item_t {
     enum class kind_t : std::uint32_t { polygon = 0, nurbs = 1 };
 
     explicit model_item_t(kind_t k = kind_t::polygon) : kind(k) {}
-    model_item_t(const model_item_t& other) : model_item_t() { *this = other; }
-    model_item_t& operator=(const model_item_t&) = default;
 
     kind_t kind;
-    libgr::texture_t texture;
+    libgr::texture_options texture;
     polygon_t polygon; // the surface, or what the NURBS surface is tessellated into
-    nurbs_t nurbs{texture, polygon};
+    nurbs_t nurbs;
 };
 
 // In the order of the file. Items keep their place in memory.
 using surface_list = std::list<model_item_t>;
 
 struct model_t {
-    libgr::environment_t environment;
+    libgr::environment_options environment;
     surface_list items;
 };
 

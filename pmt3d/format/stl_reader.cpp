@@ -1,11 +1,11 @@
 #include "pmt3d/format/stl.h"
 
 #include "libutils/number.h"
+#include "libutils/report.h"
 #include "pmt3d/format/facet_filler.h"
 #include "pmt3d/format/fields.h"
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/stl_form.h"
-#include "pmt3d/format/text_reader.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,8 +17,7 @@ namespace {
 constexpr std::string_view facet_key = "facet normal ", loop_key = "outer loop", vertex_key = "vertex ";
 
 bool fail(std::ostream& error, const std::string& name, std::string_view why) {
-    report(error, name, why);
-    return false;
+    return libutils::report_to(error, name, why);
 }
 
 bool read_binary(polygon_t& polygon, std::string_view bytes, const std::string& name,
@@ -156,7 +155,6 @@ bool load_stl(surface_list& items, const std::string& name, const load_context& 
                                          : read_binary(item.polygon, bytes, name, context);
     in.check_whole();
     if (!done) return false;
-    item.texture.open(name);
     item.polygon.rebuildpolyids(name);
     return true;
 } catch (const file_cut_short& cut) {

@@ -1,8 +1,6 @@
 #include "pmt3d/format/text_reader.h"
 
-#include "libgr/texture/environment.h"
-#include "libgr/texture/surface_texture.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
 #include "pmt3d/format/fields.h"
 #include "pmt3d/format/vertex_limit.h"
 #include "pmt3d/surface/nurbs.h"
@@ -140,13 +138,11 @@ constexpr key_text environment_keys[] = {
 // One diagnostic, with the number of the current line in front.
 template <class... Parts>
 void complain(std::ostream& error, const line_reader& in, const Parts&... parts) {
-    libutils::error_report();
-    error << in.number();
-    (error << ... << parts) << '\n';
+    libutils::report_to(error, in.number(), parts...);
 }
 
 void complain_line(std::ostream& error, const line_reader& in, std::string_view message) {
-    report(error, std::to_string(in.number()).append(message), in.line());
+    report_line(error, std::to_string(in.number()).append(message), in.line());
 }
 
 // What stands behind the first blank; an empty stretch at the line's end when there is none.
@@ -489,24 +485,22 @@ std::uint64_t read_blocks(line_reader& in, std::ostream& error,
         if (read)
             ++blocks;
         else if (!is_blank_or_comment(in.line()))
-            report(error, "unknown line: ", in.line());
+            report_line(error, "unknown line: ", in.line());
     }
     return blocks;
 } catch (const file_cut_short& cut) {
-    report(error, cut.what(), {});
+    libutils::report_to(error, cut.what());
     return 0;
 }
 
-void report(std::ostream& error, std::string_view message, std::string_view line) {
+void report_line(std::ostream& error, std::string_view message, std::string_view line) {
     constexpr std::size_t longest = 1000; // nobody reads more
-    libutils::error_report();
-    error << message << line.substr(0, longest) << (line.size() > longest ? "...\n" : "\n");
+    libutils::report_to(error, message, line.substr(0, longest), line.size() > longest ? "..." : "");
 }
 
-bool read_polygon_block(const std::string& name, libgr::texture_t& texture, polygon_t& polygon,
+bool read_polygon_block(const std::string& name, libgr::texture_options& texture, polygon_t& polygon,
                         line_reader& in, std::ostream& error) {
     if (!polygon_block(polygon, in, texture, error).read()) return false;
-    texture.open(name);
     polygon.rebuildpolyids(name);
     return true;
 }
@@ -514,30 +508,27 @@ bool read_polygon_block(const std::string& name, libgr::texture_t& texture, poly
 // Tells why a tessellation is refused that asks for more than the limit.
 static void explain_refusal(std::uint64_t line, std::uint64_t number, std::uint64_t vertices,
                             const vertex_limit& limit, std::ostream& error) {
-    libutils::error_report();
-    error << line << ": surface " << number << " asks for " << vertices << " vertices: ";
     if (vertices > nurbs_t::most_vertices)
-        error << "a surface has at most " << nurbs_t::most_vertices << ".\n";
+        libutils::report_to(error, line, ": surface ", number, " asks for ", vertices,
+                            " vertices: a surface has at most ", nurbs_t::most_vertices, '.');
     else
-        error << limit.left() << " are left of the " << limit.most()
-              << " that this file may have (pmt3d --vertices N allows N).\n";
+        libutils::report_to(error, line, ": surface ", number, " asks for ", vertices,
+                            " vertices: ", limit.left(), " are left of the ", limit.most(),
+                            " that this file may have (pmt3d --vertices N allows N).");
 }
 
-bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
-                      const frame_update& frames, std::uint64_t number, vertex_limit& limit, line_reader& in,
-                      std::ostream& error) {
+bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_options& texture,
+                      polygon_t& polygon, const frame_update& frames, std::uint64_t number,
+                      vertex_limit& limit, line_reader& in, std::ostream& error) {
     const std::uint64_t first_line = in.number();
     nurbs_block block(nurbs, in, texture, error);
     if (!block.read()) return false;
     const std::uint64_t vertices = std::uint64_t(nurbs.resolution_u()) * nurbs.resolution_v();
     if (vertices > limit.left()) explain_refusal(first_line, number, vertices, limit, error);
-    if (!nurbs.afterload(name) || !nurbs.MakeVertices5(limit.left())) {
-        libutils::error_report();
-        error << "nurbs.makeVertices() error.\n";
-        return false;
-    }
+    if (!nurbs.afterload(name) || !nurbs.MakeVertices5(polygon, limit.left()))
+        return libutils::report_to(error, "nurbs.makeVertices() error.");
     limit.take(vertices);
-    nurbs.updateVertices();
+    nurbs.updateVertices(polygon);
     if (frames)
         frames(polygon);
     else
@@ -545,13 +536,24 @@ bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t&
     return block.complete();
 }
 
-bool read_environment_block(libgr::environment_t& environment, const std::string& name, line_reader& in,
-                            std::ostream& error) {
-    if (!in.line().starts_with(environment_header)) {
-        libutils::error_report();
-        error << "not 'begin environment'.\n";
-        return false;
-    }
+std::optional<model_item_t::kind_t> surface_kind(std::string_view line) {
+    if (line.starts_with(nurbs_header)) return model_item_t::kind_t::nurbs;
+    if (line.starts_with(polygon_header)) return model_item_t::kind_t::polygon;
+    return {};
+}
+
+bool read_surface_block(const std::string& name, model_item_t& item, std::uint64_t number,
+                        const frame_update& frames, vertex_limit& limit, line_reader& in,
+                        std::ostream& error) {
+    if (item.kind == model_item_t::kind_t::nurbs)
+        return read_nurbs_block(name, item.nurbs, item.texture, item.polygon, frames, number, limit, in,
+                                error);
+    return read_polygon_block(name, item.texture, item.polygon, in, error);
+}
+
+bool read_environment_block(libgr::environment_options& environment, line_reader& in, std::ostream& error) {
+    if (!in.line().starts_with(environment_header))
+        return libutils::report_to(error, "not 'begin environment'.");
     while (in.next()) {
         const std::string_view line = in.line();
         const key_text* k = find_key(line, environment_keys);
@@ -578,10 +580,7 @@ bool read_environment_block(libgr::environment_t& environment, const std::string
             break;
         }
     }
-    if (environment.initex(name)) return true;
-    libutils::error_report();
-    error << "environment.initex() failed.\n";
-    return false;
+    return true;
 }
 
 } // namespace pmt3d

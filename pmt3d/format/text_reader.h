@@ -2,6 +2,7 @@
 // The blocks of the model text format.
 
 #include "pmt3d/format/line_reader.h"
+#include "pmt3d/format/model.h"
 #include "pmt3d/surface/frames.h"
 
 #include <cstdint>
@@ -11,15 +12,8 @@
 #include <string>
 #include <string_view>
 
-namespace libgr {
-class environment_t;
-class texture_t;
-} // namespace libgr
-
 namespace pmt3d {
 
-class nurbs_t;
-class polygon_t;
 class vertex_limit;
 
 // What the first line of each kind of block begins with.
@@ -28,9 +22,9 @@ inline constexpr std::string_view nurbs_header = "begin nurbs_surface";
 inline constexpr std::string_view environment_header = "begin environment";
 
 // Every block reader is called with the block's header as the current line of `in`, and leaves `in` at the
-// line that ends the block or at which it gave up. name: the file, which becomes the surface's name and from
-// which relative picture names start. Diagnostics are lines on `error`, most with the line's number in front.
-// What was read before a failure stays.
+// line that ends the block or at which it gave up. name: the file, which becomes the surface's name.
+// Diagnostics are lines on `error`, most with the line's number in front. What was read before a failure
+// stays.
 //
 // Counts in a header are believed as far as the file could hold them: a count of more than 65536 that the
 // bytes left cannot be enough for fails like an allocation.
@@ -42,22 +36,28 @@ std::uint64_t read_blocks(line_reader& in, std::ostream& error,
                           const std::function<std::optional<bool>()>& read_block);
 
 // A complete surface: false when its header is wrong, when it is not ended by "end", or when it lacks
-// vertices, elements or frames. On success its pictures are opened and its polygon ids built.
-bool read_polygon_block(const std::string& name, libgr::texture_t& texture, polygon_t& polygon,
+// vertices, elements or frames. On success its polygon ids are built.
+bool read_polygon_block(const std::string& name, libgr::texture_options& texture, polygon_t& polygon,
                         line_reader& in, std::ostream& error);
 
 // A surface and its tessellation. False when its header is wrong, when it has more knots, weights or points
-// than it announced or, ended by "end", fewer, or when it cannot be tessellated, into at most so many
-// vertices. frames: how its frames are computed; empty: on the CPU.
-bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_t& texture, polygon_t& polygon,
-                      const frame_update& frames, std::uint64_t number, vertex_limit& limit, line_reader& in,
-                      std::ostream& error);
+// than it announced or, ended by "end", fewer, or when it cannot be tessellated within the limit. frames: how
+// its frames are computed; empty: on the CPU. number: of the surface in its file, from 1.
+bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_options& texture,
+                      polygon_t& polygon, const frame_update& frames, std::uint64_t number,
+                      vertex_limit& limit, line_reader& in, std::ostream& error);
 
-// False when it is another block, or when the cube map's pictures cannot be had.
-bool read_environment_block(libgr::environment_t& environment, const std::string& name, line_reader& in,
-                            std::ostream& error);
+// The kind of surface whose block a line begins; nothing for other lines.
+std::optional<model_item_t::kind_t> surface_kind(std::string_view line);
+// The block of a surface of the item's kind.
+bool read_surface_block(const std::string& name, model_item_t& item, std::uint64_t number,
+                        const frame_update& frames, vertex_limit& limit, line_reader& in,
+                        std::ostream& error);
 
-// Writes one diagnostic line.
-void report(std::ostream& error, std::string_view message, std::string_view line);
+// False when it is another block.
+bool read_environment_block(libgr::environment_options& environment, line_reader& in, std::ostream& error);
+
+// Writes one diagnostic line, of a long one the beginning.
+void report_line(std::ostream& error, std::string_view message, std::string_view line);
 
 } // namespace pmt3d

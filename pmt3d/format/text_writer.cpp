@@ -1,7 +1,5 @@
 #include "pmt3d/format/text_writer.h"
 
-#include "libgr/texture/environment.h"
-#include "libgr/texture/surface_texture.h"
 #include "pmt3d/surface/nurbs.h"
 #include "pmt3d/surface/polygon.h"
 
@@ -102,13 +100,13 @@ bool write_polygon(const libgr::texture_options& texture, const polygon_t& polyg
     return out.good();
 }
 
-bool write_nurbs(const nurbs_t& nurbs, line_writer& out) {
+bool write_nurbs(const libgr::texture_options& texture, const nurbs_t& nurbs, line_writer& out) {
     const std::uint64_t m = nurbs.m(), k1 = nurbs.k1(), n = nurbs.n(), k2 = nurbs.k2();
     if (m == 0 || k1 == 0 || n == 0 || k2 == 0) return false;
     out.text("begin nurbs_surface,").integer(m).text(",").integer(k1);
     out.text(",").integer(n).text(",").integer(k2).end_line();
     out.text("resolution ").integer(nurbs.resolution_u()).text(",").integer(nurbs.resolution_v()).end_line();
-    write_texture(nurbs.texture(), out);
+    write_texture(texture, out);
     color_writer colors;
     for (std::uint64_t row = 0; row < n; ++row) {
         for (const float knot : nurbs.knots1().subspan(row * (m + k1), m + k1))

@@ -2,12 +2,8 @@
 // Surfaces and environments in the model text format, such that text_reader.h reads them back: exactly, but
 // for colours (steps of 1/255) and floats (six significant digits).
 
+#include "libgr/options/options.h"
 #include "pmt3d/format/line_writer.h"
-
-namespace libgr {
-struct environment_options;
-struct texture_options;
-} // namespace libgr
 
 namespace pmt3d {
 
@@ -18,8 +14,7 @@ class polygon_t;
 // Infinite values and NaN, and picture names with a line end in them, are refused by the line writer.
 void write_texture(const libgr::texture_options& texture, line_writer& out);
 bool write_polygon(const libgr::texture_options& texture, const polygon_t& polygon, line_writer& out);
-// With the options of the texture record that the surface refers to.
-bool write_nurbs(const nurbs_t& nurbs, line_writer& out);
+bool write_nurbs(const libgr::texture_options& texture, const nurbs_t& nurbs, line_writer& out);
 // Nothing without a cube map name; true in any case.
 bool write_environment(const libgr::environment_options& environment, line_writer& out);
 

@@ -1,8 +1,6 @@
 #include "pmt3d/surface/frames.h"
 
-#include "render/gl/step_check.h"
 #include "render/math/operations.h"
-#include "render/surface/glpolygon.h"
 
 namespace pmt3d {
 
@@ -19,17 +17,6 @@ void average_frames(std::span<const differences_t> steps, std::span<frame_t> fra
 
 void average_frames(polygon_t& surface) {
     average_frames(surface.wknmls(), surface.edit_normals());
-}
-
-frame_update renderer_frames(render::glpolygon_t& renderer) {
-    return [&renderer](polygon_t& surface) {
-        if (!render::has_context()) {
-            average_frames(surface);
-            return;
-        }
-        renderer.update_frames(surface);
-        surface.fetch_frames();
-    };
 }
 
 } // namespace pmt3d

@@ -6,10 +6,6 @@
 #include <functional>
 #include <span>
 
-namespace render {
-class glpolygon_t;
-}
-
 namespace pmt3d {
 
 // Turns a surface's wknmls() into its normals(). Whoever loads a NURBS surface hands one over.
@@ -22,9 +18,5 @@ void average_frames(std::span<const differences_t> steps, std::span<frame_t> fra
 
 // The same for a surface, on the CPU.
 void average_frames(polygon_t& surface);
-
-// By the renderer's feedback pass, which must be initialised and outlive the result; the frames are brought
-// back into the surface. The two ways agree to rounding. Without a context: on the CPU.
-frame_update renderer_frames(render::glpolygon_t& renderer);
 
 } // namespace pmt3d

@@ -1,17 +1,26 @@
 #include "pmt3d/surface/modeling.h"
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 namespace pmt3d {
 
 static constexpr std::uint64_t work_floats = 10;
 
+void revision_t::change() {
+    static std::atomic<std::uint64_t> last = 0;
+    value_ = ++last;
+}
+
 modeling_t& modeling_t::operator=(const modeling_t& other) {
     if (this == &other) return *this;
     modeling_t::clear();
     name_ = other.name_;
-    if (size_points(other.mark_bits_.size())) mark_bits_ = other.mark_bits_;
+    if (size_points(other.mark_bits_.size())) {
+        mark_bits_ = other.mark_bits_;
+        marks_revision_ = other.marks_revision_;
+    }
     return *this;
 }
 
@@ -20,8 +29,7 @@ void modeling_t::clear() {
     marks_.release();
     mark_bits_.clear();
     work_.release();
-    mark_array_.release();
-    marks_changed_ = true;
+    marks_revision_.change();
 }
 
 bool modeling_t::size_points(std::uint64_t count, bool keep) {
@@ -29,14 +37,14 @@ bool modeling_t::size_points(std::uint64_t count, bool keep) {
     marks_written_ = false;
     if (!keep) mark_bits_.clear();
     mark_bits_.resize(count);
-    marks_changed_ = true;
+    marks_revision_.change();
     return work_.allocate(count * work_floats, nullptr, 1, 0, keep);
 }
 
 void modeling_t::clearmarks() {
     mark_bits_.assign(mark_bits_.size(), false);
     marks_written_ = false;
-    marks_changed_ = true;
+    marks_revision_.change();
 }
 
 static float size_of(bool mark) {
@@ -54,20 +62,8 @@ bool modeling_t::set_mark(std::uint64_t index, bool mark) {
     mark_bits_[index] = mark;
     const float size = size_of(mark);
     if (marks_written_) marks_[index] = size;
-    // One value is sent at once; before the first draw there is nothing to send it to.
-    if (!marks_changed_) mark_array_.upload_one(index, &size);
+    marks_revision_.change();
     return true;
-}
-
-render::array_buffer_t& modeling_t::mark_array() {
-    if (marks_changed_) {
-        static const render::layout_ref layout = render::make_layout({render::attribute::point_size});
-        const std::span<const float> sizes = mark_sizes();
-        if (mark_array_.allocate(sizes.size(), layout) && !sizes.empty())
-            mark_array_.upload_range(0, sizes.size(), sizes.data());
-        marks_changed_ = false;
-    }
-    return mark_array_;
 }
 
 } // namespace pmt3d

@@ -2,7 +2,6 @@
 // What all surfaces of a model have in common: a name, marked points and a work vector.
 
 #include "libutils/refvector2.h"
-#include "render/gl/array_buffer.h"
 #include "render/math/types.h"
 
 #include <cstdint>
@@ -29,9 +28,20 @@ struct basic_array_view {
 using array_view = basic_array_view<float>;
 using const_array_view = basic_array_view<const float>;
 
+// Stands for the contents of an array: two that are equal stand for the same ones. Copies of the array keep
+// it, so that whoever has a copy of its own elsewhere can tell whether that is still good.
+class revision_t {
+public:
+    revision_t() { change(); }
+    void change();
+    friend bool operator==(const revision_t&, const revision_t&) = default;
+
+private:
+    std::uint64_t value_;
+};
+
 // The base of the surfaces. Marks show points larger when the surface is drawn as points: each point has a
-// size, 3.0 unmarked and 5.0 marked, and a bit that says the same. The GL's copy of the sizes is made on the
-// first draw.
+// size, 3.0 unmarked and 5.0 marked, and a bit that says the same.
 class modeling_t {
 public:
     static constexpr float unmarked_size = 3.0f, marked_size = 5.0f; // pixels
@@ -46,8 +56,6 @@ public:
     // change of that array.
     virtual const_array_view getarray(std::uint32_t index) const = 0;
     virtual array_view getarray(std::uint32_t index) = 0;
-    // Draws the points that can be marked, as GL_POINTS with attributes 0 Position, 1 Color, 2 PointSize.
-    virtual void draw_points() = 0;
     // The corners of the surface's bounding box.
     virtual void getbound(render::pos3& min, render::pos3& max) const = 0;
     // Back to the state after construction.
@@ -64,6 +72,7 @@ public:
     void clearmarks();
     bool marked(std::uint64_t index) const { return index < mark_bits_.size() && mark_bits_[index]; }
     std::span<const float> mark_sizes() const;
+    const revision_t& marks_revision() const { return marks_revision_; }
 
     // Scratch space of 10 floats a point, for whoever works on the surface.
     std::span<float> work() { return {work_.data(), work_.size()}; }
@@ -76,8 +85,6 @@ protected:
     // Sizes marks and work vector for that many points; all marks are cleared, or, with `keep`, those that
     // were there are kept. False when there is no room; the old ones are kept then.
     bool size_points(std::uint64_t count, bool keep = false);
-    // The sizes as a GL array, up to date. With a context only.
-    render::array_buffer_t& mark_array();
 
 private:
     bool set_mark(std::uint64_t index, bool mark);
@@ -88,8 +95,7 @@ private:
     mutable libutils::refvector2<float> marks_;
     mutable bool marks_written_ = false;
     libutils::refvector2<float> work_;
-    render::array_buffer_t mark_array_;
-    bool marks_changed_ = true;
+    revision_t marks_revision_;
 };
 
 } // namespace pmt3d

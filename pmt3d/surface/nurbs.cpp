@@ -1,33 +1,18 @@
 #include "pmt3d/surface/nurbs.h"
 
-#include "libgr/texture/surface_texture.h"
-#include "libutils/error_report.h"
+#include "libutils/report.h"
+#include "libutils/step.h"
 #include "pmt3d/surface/nurbs_tessellation.h"
-#include "render/gl/step_check.h"
-#include "render/gl/vertex_array.h"
+#include "render/math/operations.h"
 
 #include <algorithm>
-#include <iostream>
+#include <optional>
 #include <utility>
 
 namespace pmt3d {
 
-using render::step_check;
-
-static bool fail(const char* message) {
-    libutils::error_report();
-    std::cerr << message << '\n';
-    return false;
-}
-
-// The control points in the GL: positions at location 0, colours at 1, mark sizes at 2.
-struct nurbs_t::mirror_t {
-    render::array_buffer_t points;
-    render::vertex_array_t layout;
-};
-
-nurbs_t::nurbs_t(libgr::texture_t& texture, polygon_t& polygon) : texture_(&texture), polygon_(&polygon) {}
-nurbs_t::~nurbs_t() = default;
+using libutils::report;
+using libutils::step;
 
 nurbs_t& nurbs_t::operator=(const nurbs_t& other) {
     if (this == &other) return *this;
@@ -47,7 +32,7 @@ nurbs_t& nurbs_t::operator=(const nurbs_t& other) {
     return *this;
 }
 
-// a (b + c) elements of the given number of bytes, unless that is more than any table can be.
+// The size of a table of a rows of b + c numbers, unless that is more than any table can have.
 static bool table_size(std::uint64_t a, std::uint64_t b, std::uint64_t c, std::uint64_t& size) {
     constexpr std::uint64_t most = std::uint64_t(1) << 40;
     if (a > most || b > most || c > most || (b + c) > most / a) return false;
@@ -73,56 +58,53 @@ bool nurbs_t::allocate(std::uint64_t m, std::uint64_t k1, std::uint64_t n, std::
     n_ = n;
     k2_ = k2;
     drawn_points_.release();
-    mirror_.reset();
+    points_revision_.change();
     return true;
 }
 
 bool nurbs_t::MakeCtlpts() {
-    step_check("nurbs_t::MakeCtlpts(0)");
+    step("nurbs_t::MakeCtlpts(0)");
     if (!drawn_points_.allocate(points_.size())) return false;
     std::copy(points_.begin(), points_.end(), drawn_points_.begin());
-    step_check("nurbs_t::MakeCtlpts(1)");
+    step("nurbs_t::MakeCtlpts(1)");
     if (!size_points(points_.size())) return false;
-    mirror_.reset();
-    step_check("nurbs_t::MakeCtlpts(2)");
+    points_revision_.change();
+    step("nurbs_t::MakeCtlpts(2)");
     return true;
 }
 
 bool nurbs_t::afterload(const std::string& name) {
-    step_check("nurbs_t::afterload(1)");
-    if (!MakeCtlpts()) return fail("makeCtlpts() error.");
-    step_check("nurbs_t::afterload(2)");
+    step("nurbs_t::afterload(1)");
+    if (!MakeCtlpts()) return report("makeCtlpts() error.");
+    step("nurbs_t::afterload(2)");
     set_name(name);
     clearmarks();
-    step_check("nurbs_t::afterload(3)");
-    mirror_.reset(); // the layout is made on the first draw
-    step_check("nurbs_t::afterload(4)");
+    step("nurbs_t::afterload(3)");
+    step("nurbs_t::afterload(4)");
     return true;
 }
 
-bool nurbs_t::MakeVertices5(std::uint64_t most) {
+bool nurbs_t::MakeVertices5(polygon_t& polygon, std::uint64_t most) const {
     const std::uint32_t ru = resolution_u_, rv = resolution_v_;
     if (m_ == 0 || ru == 0 || rv == 0 || std::uint64_t(ru) * rv > std::min(most, most_vertices) ||
-        !polygon_->allocate(std::uint64_t(ru) * rv, grid_element_count(ru, rv)))
-        return fail("polygon.allocate() fail.");
-    texture_->open(name());
-    polygon_->rebuildpolyids(name());
-    grid_elements(ru, rv, polygon_->edit_elements());
-    step_check("MakeVertices5");
+        !polygon.allocate(std::uint64_t(ru) * rv, grid_element_count(ru, rv)))
+        return report("polygon.allocate() fail.");
+    polygon.rebuildpolyids(name());
+    grid_elements(ru, rv, polygon.edit_elements());
+    step("MakeVertices5");
     return true;
 }
 
-void nurbs_t::updateVertices() {
-    // Only what MakeVertices5() has sized can be filled.
-    if (polygon_->vertex_count() != std::uint64_t(resolution_u_) * resolution_v_ || m_ == 0) return;
-    step_check("nurbs_t::updateVertices() mapping.");
-    evaluate_grid(net(), resolution_u_, resolution_v_, polygon_->edit_vertices());
-    updateNormals();
+void nurbs_t::updateVertices(polygon_t& polygon) const {
+    if (polygon.vertex_count() != std::uint64_t(resolution_u_) * resolution_v_ || m_ == 0) return;
+    step("nurbs_t::updateVertices() mapping.");
+    evaluate_grid(net(), resolution_u_, resolution_v_, polygon.edit_vertices());
+    updateNormals(polygon);
 }
 
-void nurbs_t::updateNormals() {
-    if (polygon_->vertex_count() != std::uint64_t(resolution_u_) * resolution_v_) return;
-    grid_steps(polygon_->vertices(), resolution_u_, resolution_v_, polygon_->edit_wknmls());
+void nurbs_t::updateNormals(polygon_t& polygon) const {
+    if (polygon.vertex_count() != std::uint64_t(resolution_u_) * resolution_v_) return;
+    grid_steps(polygon.vertices(), resolution_u_, resolution_v_, polygon.edit_wknmls());
 }
 
 nurbs_net nurbs_t::net() const {
@@ -149,32 +131,16 @@ const_array_view nurbs_t::getarray(std::uint32_t index) const {
 
 array_view nurbs_t::getarray(std::uint32_t index) {
     if (index != 0) return {};
-    mirror_.reset();
+    points_revision_.change();
     return {reinterpret_cast<float*>(drawn_points_.data()), drawn_points_.size(), 7};
 }
 
-void nurbs_t::draw_points() {
-    using enum render::attribute;
-    if (!render::has_context() || drawn_points_.empty()) return;
-    if (!mirror_) {
-        static const render::layout_ref layout = render::make_layout({position, rgba});
-        mirror_ = std::make_unique<mirror_t>();
-        if (!mirror_->points.allocate(drawn_points_.size(), layout, drawn_points_.data())) return;
-        mirror_->layout.create();
-        mirror_->points.bind_layout_to(mirror_->layout, 0);
-        mark_array().bind_layout_to(mirror_->layout, 2);
-    }
-    mark_array();
-    mirror_->layout.draw_arrays(render::primitive::points, drawn_points_.size());
-}
-
 void nurbs_t::getbound(render::pos3& min, render::pos3& max) const {
-    min = max = points_.empty() ? render::pos3{} : points_[0].position;
-    for (const control_point_t& point : points()) {
-        const render::pos3& p = point.position;
-        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
-        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
-    }
+    std::optional<render::box3> box;
+    for (const control_point_t& point : points())
+        render::enclose(box, point.position);
+    min = box ? box->min : render::pos3{};
+    max = box ? box->max : render::pos3{};
 }
 
 void nurbs_t::clear() {
@@ -185,7 +151,7 @@ void nurbs_t::clear() {
     points_.release();
     drawn_points_.release();
     resolution_u_ = resolution_v_ = default_resolution;
-    mirror_.reset();
+    points_revision_.change();
     modeling_t::clear();
 }
 

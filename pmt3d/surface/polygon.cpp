@@ -1,49 +1,33 @@
 #include "pmt3d/surface/polygon.h"
 
-#include "libutils/error_report.h"
-#include "render/gl/element_array.h"
-#include "render/gl/step_check.h"
-#include "render/gl/vertex_array.h"
+#include "libutils/report.h"
+#include "libutils/step.h"
 #include "render/math/operations.h"
-#include "render/surface/feedback_buffer.h"
-
-#include <GL/glew.h>
 
 #include <algorithm>
-#include <cstring>
-#include <iostream>
 #include <iterator>
 #include <utility>
 #include <vector>
 
 namespace pmt3d {
 
-using render::step_check;
+using libutils::report;
+using libutils::step;
 
 static constexpr std::uint64_t frame_work_floats = 9;
 static constexpr std::uint64_t most_elements = 0xFFFFFFFF; // positions in the list are 32 bits wide
-
-static bool fail(const char* message) {
-    libutils::error_report();
-    std::cerr << message << '\n';
-    return false;
-}
 
 // Three for every polygon id; also what 3 n - 6 would give from 2 elements on.
 static std::uint64_t selected_elements(std::uint64_t elements) {
     return elements < 3 ? 0 : 3 * elements - 6;
 }
 
-polygon_t::polygon_t() = default;
-polygon_t::~polygon_t() = default;
-
-polygon_t::polygon_t(const polygon_t& other) : modeling_t(), render::drawable() {
+polygon_t::polygon_t(const polygon_t& other) : modeling_t() {
     *this = other;
 }
 
 polygon_t& polygon_t::operator=(const polygon_t& other) {
     if (this == &other) return *this;
-    // The arrays, the marks and the GL's copies, which are not shared but made anew when this one is drawn.
     if (!allocate(other.vertex_count_, other.element_count_)) return *this;
     modeling_t::operator=(other);
     std::copy(other.vertices().begin(), other.vertices().end(), vertices_.begin());
@@ -54,6 +38,7 @@ polygon_t& polygon_t::operator=(const polygon_t& other) {
     polyidvector_ = other.polyidvector_;
     triangle_count_ = other.triangle_count_;
     elements_edited_ = other.elements_edited_;
+    revisions_ = other.revisions_;
     if (other.selection_written_) {
         std::copy(other.selectelems_.begin(), other.selectelems_.end(), selectelems_.begin());
         selection_written_ = true;
@@ -74,7 +59,7 @@ void polygon_t::clear() {
     elements_edited_ = false;
     selectelems_.release();
     selection_written_ = false;
-    forget_mirror();
+    all_changed();
     modeling_t::clear();
 }
 
@@ -84,22 +69,23 @@ bool polygon_t::allocate(std::uint64_t vertices, std::uint64_t elements) {
     polyidvector_.clear();
     triangle_count_ = 0;
     selection_written_ = false;
-    step_check("polygon_t::allocate(0)");
-    if (!vertices_.allocate(vertices)) return fail("vertices.allocate() failed.");
-    step_check("polygon_t::allocate(1)");
-    if (!normals_.allocate(vertices)) return fail("normals.allocate() failed.");
-    step_check("polygon_t::allocate(2)");
-    if (!wknmls_.allocate(vertices)) return fail("wknmls.allocate() failed.");
-    step_check("polygon_t::allocate(3)");
-    if (elements > most_elements || !elements_.allocate(elements)) return fail("elements.allocate() failed.");
-    step_check("polygon_t::allocate(4)");
-    if (!size_points(vertices)) return fail("marks.allocate() failed.");
-    step_check("polygon_t::allocate(5)");
-    forget_mirror(); // the layouts with it
-    if (!frame_work_.allocate(vertices * frame_work_floats)) return fail("work.allocate() failed.");
-    step_check("polygon_t::allocate(6)");
-    if (!selectelems_.allocate(selected_elements(elements))) return fail("selectelems.allocate() failed.");
-    step_check("polygon_t::allocate(7)");
+    step("polygon_t::allocate(0)");
+    if (!vertices_.allocate(vertices)) return report("vertices.allocate() failed.");
+    step("polygon_t::allocate(1)");
+    if (!normals_.allocate(vertices)) return report("normals.allocate() failed.");
+    step("polygon_t::allocate(2)");
+    if (!wknmls_.allocate(vertices)) return report("wknmls.allocate() failed.");
+    step("polygon_t::allocate(3)");
+    if (elements > most_elements || !elements_.allocate(elements))
+        return report("elements.allocate() failed.");
+    step("polygon_t::allocate(4)");
+    if (!size_points(vertices)) return report("marks.allocate() failed.");
+    step("polygon_t::allocate(5)");
+    all_changed();
+    if (!frame_work_.allocate(vertices * frame_work_floats)) return report("work.allocate() failed.");
+    step("polygon_t::allocate(6)");
+    if (!selectelems_.allocate(selected_elements(elements))) return report("selectelems.allocate() failed.");
+    step("polygon_t::allocate(7)");
     vertex_count_ = vertices;
     element_count_ = elements;
     // All elements are 0 now: one strip without an area, of which no frames come.
@@ -108,7 +94,7 @@ bool polygon_t::allocate(std::uint64_t vertices, std::uint64_t elements) {
         polyidvector_ = {{0, 0}};
         triangle_count_ = polyid_count();
     }
-    step_check("polygon_t::allocate(end)");
+    step("polygon_t::allocate(end)");
     return true;
 }
 
@@ -116,28 +102,28 @@ bool polygon_t::extend(std::uint64_t vertices, std::uint64_t elements) {
     const auto grow = [](auto& storage, std::uint64_t count) {
         return storage.allocate(count, nullptr, 1, 0, true);
     };
-    step_check("polygon_t::extend(start)");
+    step("polygon_t::extend(start)");
     vertices = std::max(vertices, vertex_count_);
     elements = std::max(elements, element_count_);
     selection();
-    if (!grow(vertices_, vertices)) return fail("vertices.extend() failed.");
-    if (!grow(normals_, vertices)) return fail("normals.extend() failed.");
-    if (!grow(wknmls_, vertices)) return fail("wknmls.extend() failed.");
-    step_check("polygon_t::extend(3)");
-    if (elements > most_elements || !grow(elements_, elements)) return fail("elements.allocate() failed.");
-    step_check("polygon_t::extend(4)");
-    if (!size_points(vertices, true)) return fail("marks.extend() failed.");
-    step_check("polygon_t::extend(5)");
-    forget_mirror();
-    if (!grow(frame_work_, vertices * frame_work_floats)) return fail("work.extend() failed.");
+    if (!grow(vertices_, vertices)) return report("vertices.extend() failed.");
+    if (!grow(normals_, vertices)) return report("normals.extend() failed.");
+    if (!grow(wknmls_, vertices)) return report("wknmls.extend() failed.");
+    step("polygon_t::extend(3)");
+    if (elements > most_elements || !grow(elements_, elements)) return report("elements.allocate() failed.");
+    step("polygon_t::extend(4)");
+    if (!size_points(vertices, true)) return report("marks.extend() failed.");
+    step("polygon_t::extend(5)");
+    all_changed();
+    if (!grow(frame_work_, vertices * frame_work_floats)) return report("work.extend() failed.");
     const std::uint64_t before = selectelems_.size();
-    if (!grow(selectelems_, selected_elements(elements))) return fail("selectelems.allocate() failed.");
+    if (!grow(selectelems_, selected_elements(elements))) return report("selectelems.allocate() failed.");
     std::fill(selectelems_.begin() + std::min(before, selectelems_.size()), selectelems_.end(), strip_end);
     vertex_count_ = vertices;
     element_count_ = elements;
     elements_edited_ = true; // they need no longer be all zeros
     rebuild();
-    step_check("polygon_t::extend(end)");
+    step("polygon_t::extend(end)");
     return true;
 }
 
@@ -225,7 +211,7 @@ void polygon_t::write_selection() {
                               *out++ = is_selected ? index : strip_end;
                       });
     std::fill(out, selectelems_.end(), strip_end);
-    changed_ |= selection_array;
+    changed(array::selectelems);
 }
 
 void polygon_t::fill_frames() {
@@ -235,7 +221,7 @@ void polygon_t::fill_frames() {
                       [&](std::uint64_t, bool, element_t a, element_t b, element_t c) {
                           if (frame_filler::missing(frames[c])) filler.fill(a, b, c);
                       });
-    if (filler.any()) changed_ |= frame_arrays;
+    if (filler.any()) changed(array::normals);
 }
 
 polyid_t polygon_t::polyid(std::uint64_t id) const {
@@ -259,10 +245,7 @@ std::span<const element_t> polygon_t::selectelems() const {
 
 bool polygon_t::has_polyid(std::uint64_t id) const {
     if (id < polyid_count()) return polyid(id).start != polyid_t::none;
-    libutils::error_report();
-    std::cerr << "polygon_t::selectpolygon() polyid(" << id << ") >= polyidvector.size(" << polyid_count()
-              << ")\n";
-    return false;
+    return report("polygon_t::selectpolygon() polyid(", id, ") >= polyidvector.size(", polyid_count(), ")");
 }
 
 void polygon_t::selectpolygon(std::uint64_t id) {
@@ -273,47 +256,54 @@ void polygon_t::selectpolygon(std::uint64_t id) {
     out[1] = elements_[start + 1 - odd];
     out[2] = elements_[start + 2];
     selected_.insert(std::uint32_t(id));
-    changed_ |= selection_array;
+    changed(array::selectelems);
 }
 
 void polygon_t::unselectpolygon(std::uint64_t id) {
     if (!has_polyid(id)) return;
     std::fill_n(selection() + 3 * id, 3, strip_end);
     selected_.erase(std::uint32_t(id));
-    changed_ |= selection_array;
+    changed(array::selectelems);
+}
+
+std::optional<render::box3> polygon_t::bounds() const {
+    std::optional<render::box3> box;
+    for (const element_t index : getelements())
+        if (index < vertex_count_) render::enclose(box, vertices_[index].position);
+    return box;
 }
 
 void polygon_t::getbound(render::pos3& min, render::pos3& max) const {
-    bool first = true;
-    for (const element_t index : getelements()) {
-        if (index >= vertex_count_) continue;
-        const render::pos3& p = vertices_[index].position;
-        if (first) min = max = p;
-        first = false;
-        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
-        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
+    if (const auto box = bounds()) {
+        min = box->min;
+        max = box->max;
     }
 }
 
 // ---- The arrays
 
+void polygon_t::all_changed() {
+    for (revision_t& revision : revisions_)
+        revision.change();
+}
+
 std::span<vertex_t> polygon_t::edit_vertices() {
-    changed_ |= vertex_array;
+    changed(array::vertices);
     return {vertices_.data(), vertex_count_};
 }
 
 std::span<frame_t> polygon_t::edit_normals() {
-    changed_ |= frame_arrays;
+    changed(array::normals);
     return {normals_.data(), vertex_count_};
 }
 
 std::span<differences_t> polygon_t::edit_wknmls() {
-    changed_ |= work_array;
+    changed(array::wknmls);
     return {wknmls_.data(), vertex_count_};
 }
 
 std::span<element_t> polygon_t::edit_elements() {
-    changed_ |= index_array;
+    changed(array::elements);
     elements_edited_ = true;
     return {elements_.data(), element_count_};
 }
@@ -338,143 +328,9 @@ const_array_view polygon_t::getarray(std::uint32_t index) const {
 
 array_view polygon_t::getarray(std::uint32_t index) {
     const const_array_view view = std::as_const(*this).getarray(index);
-    constexpr array arrays[] = {vertex_array, frame_arrays, work_array};
-    if (index < std::size(arrays)) changed_ |= arrays[index];
+    constexpr array arrays[] = {array::vertices, array::normals, array::wknmls};
+    if (index < std::size(arrays)) changed(arrays[index]);
     return {const_cast<float*>(view.data), view.count, view.stride};
-}
-
-// ---- The GL's copies
-
-struct polygon_t::mirror_t {
-    render::array_buffer_t vertices, frames, work;
-    render::element_array_t elements, selectelems;
-    // Surface: vertices at attribute locations 0-2, frames at 3-5. Feedback: vertices and the work array at
-    // 3-6. Points: vertices, of which the mark sizes take location 2 over.
-    render::vertex_array_t surface, feedback, points;
-    render::feedbackbuffer captured;
-};
-
-void polygon_t::forget_mirror() {
-    mirror_.reset();
-    changed_ = all;
-}
-
-template <class Record>
-static void upload(render::array_buffer_t& to, const render::layout_ref& layout,
-                   std::span<const Record> records) {
-    if (to.allocate(records.size(), layout) && !records.empty())
-        to.upload_range(0, records.size(), records.data());
-}
-
-// The GL would read a vertex for every index but the restart index, so the others that end a strip become
-// that.
-static void upload(render::element_array_t& to, std::span<const element_t> indices,
-                   std::uint64_t vertex_count) {
-    to.allocate(indices.size());
-    const auto ends_strip = [&](element_t index) { return index >= vertex_count; };
-    const bool clean = std::all_of(indices.begin(), indices.end(),
-                                   [&](element_t index) { return !ends_strip(index) || index == strip_end; });
-    if (clean) {
-        to.upload(indices);
-        return;
-    }
-    std::vector<element_t> cleaned(indices.begin(), indices.end());
-    std::replace_if(cleaned.begin(), cleaned.end(), ends_strip, strip_end);
-    to.upload(cleaned);
-}
-
-polygon_t::mirror_t& polygon_t::refresh(unsigned needed) {
-    using enum render::attribute;
-    static const render::layout_ref vertex_layout = render::make_layout({position, rgba, texcoord2});
-    static const render::layout_ref frame_layout = render::make_layout({normal, normal, normal});
-    static const render::layout_ref work_layout = render::make_layout({normal, normal, normal, normal});
-    if (!mirror_) mirror_ = std::make_unique<mirror_t>();
-    const unsigned stale = needed & changed_;
-    if (stale & vertex_array) upload(mirror_->vertices, vertex_layout, vertices());
-    if (stale & frame_arrays) upload(mirror_->frames, frame_layout, std::as_const(*this).normals());
-    if (stale & work_array) upload(mirror_->work, work_layout, wknmls());
-    if (stale & index_array) upload(mirror_->elements, getelements(), vertex_count_);
-    if (stale & selection_array) upload(mirror_->selectelems, selectelems(), vertex_count_);
-    changed_ &= ~stale;
-    return *mirror_;
-}
-
-// Attaches the arrays to a layout once; they keep their GL names when they are refreshed.
-static void make_layout(render::vertex_array_t& layout, const render::array_buffer_t& vertices,
-                        const render::array_buffer_t& others, std::uint32_t location) {
-    if (layout.id() != render::no_object) return;
-    layout.create();
-    vertices.bind_layout_to(layout, 0);
-    others.bind_layout_to(layout, location);
-}
-
-void polygon_t::draw_points() {
-    if (!render::has_context()) return;
-    mirror_t& m = refresh(vertex_array);
-    make_layout(m.points, m.vertices, mark_array(), 2);
-    m.points.draw_arrays(render::primitive::points, vertex_count_);
-}
-
-void polygon_t::draw_indices(bool selected_only) {
-    if (!render::has_context() || element_count_ == 0) return;
-    mirror_t& m = refresh(vertex_array | frame_arrays | (selected_only ? selection_array : index_array));
-    make_layout(m.surface, m.vertices, m.frames, 3);
-    step_check("polygon_t::draw(0)");
-    glPrimitiveRestartIndex(strip_end);
-    step_check("polygon_t::draw(1)");
-    glEnable(GL_PRIMITIVE_RESTART);
-    step_check("polygon_t::draw(2)");
-    if (selected_only)
-        m.selectelems.draw(m.surface, render::primitive::triangles);
-    else
-        m.elements.draw(m.surface, render::primitive::triangle_strip);
-    step_check("polygon_t::draw(3)");
-    glDisable(GL_PRIMITIVE_RESTART);
-    step_check("polygon_t::draw(end)");
-}
-
-void polygon_t::draw() {
-    draw_indices(false);
-}
-
-void polygon_t::draw_selection() {
-    draw_indices(true);
-}
-
-std::uint64_t polygon_t::draw_surface_points() {
-    if (render::has_context()) {
-        mirror_t& m = refresh(vertex_array | frame_arrays);
-        make_layout(m.surface, m.vertices, m.frames, 3);
-        m.surface.draw_arrays(render::primitive::points, vertex_count_);
-    }
-    return vertex_count_;
-}
-
-void polygon_t::draw_feedback_points() {
-    if (!render::has_context()) return;
-    mirror_t& m = refresh(vertex_array | work_array);
-    make_layout(m.feedback, m.vertices, m.work, 3);
-    m.feedback.draw_arrays(render::primitive::points, vertex_count_);
-}
-
-render::feedbackbuffer& polygon_t::feedback_buffer() {
-    mirror_t& m = refresh(0);
-    if (m.captured.floats() != vertex_count_ * render::frame_floats)
-        m.captured.allocate(vertex_count_ * render::frame_floats);
-    return m.captured;
-}
-
-render::array_buffer_t& polygon_t::frame_array() {
-    return refresh(frame_arrays).frames;
-}
-
-void polygon_t::fetch_frames() {
-    if (!render::has_context() || vertex_count_ == 0) return;
-    render::array_buffer_t& frames = frame_array();
-    if (const float* computed = frames.map()) {
-        std::memcpy(normals_.data(), computed, vertex_count_ * sizeof(frame_t));
-        frames.unmap();
-    }
 }
 
 } // namespace pmt3d

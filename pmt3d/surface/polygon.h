@@ -5,10 +5,11 @@
 #include "pmt3d/surface/modeling.h"
 #include "pmt3d/surface/strips.h"
 #include "pmt3d/surface/vertex.h"
-#include "render/surface/drawable.h"
+#include "render/math/types.h"
 
+#include <array>
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -23,18 +24,19 @@ struct polyid_t {
     std::uint8_t odd = 0;       // 1: its first two indices are swapped
 };
 
-// A complete value without any GL: everything below works with no context. The GL's copies of the arrays are
-// made when a draw first needs them and refreshed when the array has changed; a span from an edit_ function
-// counts as a change now, and must be asked for anew after a draw. Copies are deep, of the data alone.
+// A plain value: copies are deep. A span from an edit_ function counts as a change of its array now, and must
+// be asked for anew after the surface has been drawn or copied.
 //
 // Triangles are numbered in the order of the index list (polygon ids). Ids and selection are those of the
 // last rebuildpolyids().
-class polygon_t : public modeling_t, public render::drawable {
+class polygon_t : public modeling_t {
 public:
-    polygon_t();
+    // The arrays that are drawn.
+    enum class array { vertices, normals, wknmls, elements, selectelems };
+
+    polygon_t() = default;
     polygon_t(const polygon_t& other);
     polygon_t& operator=(const polygon_t& other);
-    ~polygon_t() override;
 
     // Makes every array anew with zeros, marks and selected elements cleared. False, after one line on
     // standard error, when there is no room for an array; the surface has then no vertices and no elements.
@@ -71,6 +73,7 @@ public:
     std::span<frame_t> edit_normals();
     std::span<differences_t> edit_wknmls();
     std::span<element_t> edit_elements();
+    const revision_t& revision(array which) const { return revisions_[std::size_t(which)]; }
     // Scratch space of 9 floats a vertex.
     std::span<float> frame_work() { return {frame_work_.data(), frame_work_.size()}; }
 
@@ -78,43 +81,20 @@ public:
     // 0 vertices, 1 normals, 2 wknmls.
     const_array_view getarray(std::uint32_t index) const override;
     array_view getarray(std::uint32_t index) override;
-    void draw_points() override;
     // Over the vertices that the elements name. Without any, min and max are left as they are.
     void getbound(render::pos3& min, render::pos3& max) const override;
+    std::optional<render::box3> bounds() const; // nothing without any
     void clear() override;
 
-    // All of these need a context, and do nothing without one.
-    void draw() override;
-    void draw_selection() override;
-    std::uint64_t
-    draw_surface_points(); // every vertex as a point with the attributes of draw(); returns their number
-    void draw_feedback_points() override;
-    std::uint64_t feedback_vertex_count() override { return vertex_count_; }
-    render::feedbackbuffer& feedback_buffer() override;
-    render::array_buffer_t& frame_array() override;
-    // Brings frames that the GL computed into frame_array() back into normals().
-    void fetch_frames();
-
 private:
-    enum array : unsigned {
-        vertex_array = 1,
-        frame_arrays = 2,
-        work_array = 4,
-        index_array = 8,
-        selection_array = 16,
-        all = 31
-    };
-    struct mirror_t;
-
     void rebuild();
     void number_triangles();
     void write_selection();
     void fill_frames();
     bool has_polyid(std::uint64_t id) const; // with the message for one out of range
     element_t* selection() const;            // selectelems_, with its first contents written
-    void forget_mirror();
-    mirror_t& refresh(unsigned needed); // brings these arrays' GL copies up to date
-    void draw_indices(bool selected_only);
+    void changed(array which) { revisions_[std::size_t(which)].change(); }
+    void all_changed();
 
     std::uint64_t vertex_count_ = 0, element_count_ = 0;
     libutils::refvector2<vertex_t> vertices_;
@@ -135,8 +115,7 @@ private:
     mutable libutils::refvector2<element_t> selectelems_;
     mutable bool selection_written_ = false;
 
-    std::unique_ptr<mirror_t> mirror_;
-    unsigned changed_ = all;
+    std::array<revision_t, 5> revisions_;
 };
 
 } // namespace pmt3d

@@ -1,6 +1,7 @@
 #include "render/gl/step_check.h"
 
 #include "libutils/report.h"
+#include "libutils/step.h"
 
 #include <GL/glew.h>
 
@@ -61,6 +62,7 @@ bool load_gl() {
     if (!GLEW_VERSION_3_3) return libutils::report("load_gl(): OpenGL 3.3 is not available.");
     glGetError(); // the loader may leave one behind
     loaded = true;
+    libutils::set_step_watcher([](const char* label) { step_check(label); });
     return true;
 }
 

@@ -28,8 +28,8 @@ using context_probe = bool (*)();
 void set_context_probe(context_probe probe);
 
 // Finds the entry points of the GL functions beyond version 1.1 (glewInit). Call it once with the new context
-// current, before anything else of this floor. False, after a line with the reason on standard error, when
-// there is no context or it lacks OpenGL 3.3.
+// current, before anything else of this floor; it also has the steps of libutils/step.h checked. False, after
+// a line with the reason on standard error, when there is no context or it lacks OpenGL 3.3.
 bool load_gl();
 
 // Reads the GL error flag (glGetError). Clear: false, and nothing is written. Set: the line

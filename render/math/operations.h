@@ -4,8 +4,10 @@
 
 #include "render/math/types.h"
 
+#include <algorithm>
 #include <cmath>
 #include <concepts>
+#include <optional>
 
 namespace render {
 
@@ -95,6 +97,19 @@ constexpr qua dot_and_cross(const A& a, const B& b) {
 constexpr pos3 homogeneous_divide(const vec3w& v) {
     const float r = 1.0f / v.w;
     return {v.x * r, v.y * r, v.z * r};
+}
+
+// ---- Boxes that grow; one without a value holds nothing
+
+inline void enclose(std::optional<box3>& box, const pos3& p) {
+    if (!box) box = {p, p};
+    box->min = {std::min(box->min.x, p.x), std::min(box->min.y, p.y), std::min(box->min.z, p.z)};
+    box->max = {std::max(box->max.x, p.x), std::max(box->max.y, p.y), std::max(box->max.z, p.z)};
+}
+inline void enclose(std::optional<box3>& box, const std::optional<box3>& other) {
+    if (!other) return;
+    enclose(box, other->min);
+    enclose(box, other->max);
 }
 
 // ---- Quaternions

@@ -3,6 +3,7 @@
 
 #include "libgr/image/autoformat.h"
 #include "pmt3d/format/dispatch.h"
+#include "pmt3d/mirror/open_pictures.h"
 #include "support/allocations.h"
 #include "support/temporary_directory.h"
 
@@ -106,7 +107,8 @@ TEST_F(allocation_failures, loading_models) {
         const std::size_t failed = fail_each(
             [&](std::ostream& error) {
                 pmt3d::model_t model;
-                return pmt3d::load(model, name, {error});
+                pmt3d::open_pictures pictures;
+                return pmt3d::load(model, name, {.error = error, .pictures = &pictures});
             },
             [&](const attempt& tried) { said += tried.said; });
         std::printf("%s: %zu allocations failed\n", file, failed);

@@ -1,6 +1,7 @@
 // The examples in the description of the model format are what they say.
 #include "libgr/image/autoformat.h"
 #include "pmt3d/format/dispatch.h"
+#include "pmt3d/mirror/open_pictures.h"
 
 #include "support/capture.h"
 #include "support/temporary_directory.h"
@@ -43,16 +44,20 @@ TEST(documentation, examples_load_without_a_word) {
         const test_support::capture err(std::cerr);
         const std::string file = std::string(QUENVAREL_TEST_DATA "/../../docs/examples/") + name + ".pmt";
         pmt3d::model_t model;
-        EXPECT_TRUE(pmt3d::load(model, file, {std::cerr})) << file;
+        pmt3d::open_pictures pictures;
+        EXPECT_TRUE(pmt3d::load(model, file, {.error = std::cerr, .pictures = &pictures})) << file;
         EXPECT_EQ(err.text(), "");
         ASSERT_EQ(model.items.size(), 1u) << file;
-        EXPECT_TRUE(model.items.front().texture.has(
-            name == std::string("ring") ? render::texture_unit::color : render::texture_unit::bump));
+        EXPECT_TRUE(pictures.surfaces.front().has(name == std::string("ring") ? render::texture_unit::color
+                                                                              : render::texture_unit::bump));
     }
     std::vector<pmt3d::model_t> models;
+    pmt3d::open_pictures pictures;
     for (const std::string& text : examples()) {
         const test_support::capture err(std::cerr);
-        EXPECT_TRUE(pmt3d::load(models.emplace_back(), directory.write("x.pmt", text), {std::cerr})) << text;
+        EXPECT_TRUE(pmt3d::load(models.emplace_back(), directory.write("x.pmt", text),
+                                {.error = std::cerr, .pictures = &pictures}))
+            << text;
         EXPECT_EQ(err.text(), "");
     }
     ASSERT_EQ(models.size(), 5u);

@@ -257,15 +257,6 @@ TEST(polygon, copies_are_their_own_and_clear_empties) {
     EXPECT_EQ(copy.polyid_count(), 0u);
     EXPECT_TRUE(copy.mark_sizes().empty());
     EXPECT_EQ(polygon.element_count(), 4u);
-    // No context: drawing does nothing, silently.
-    capture err(std::cerr);
-    polygon.draw();
-    polygon.draw_selection();
-    polygon.draw_points();
-    polygon.draw_feedback_points();
-    EXPECT_EQ(polygon.draw_surface_points(), 4u);
-    polygon.fetch_frames();
-    EXPECT_EQ(err.text(), "");
 }
 
 } // namespace

@@ -1,8 +1,7 @@
-// Surfaces in the GL: what is drawn, what is uploaded and when, and frames computed there.
+// Surfaces and pictures in the GL: what is drawn, what is uploaded and when, and frames computed there.
 #include "libgr/texture/surface_texture.h"
-#include "pmt3d/surface/frames.h"
-#include "pmt3d/surface/nurbs.h"
-#include "pmt3d/surface/polygon.h"
+#include "pmt3d/mirror/control_points.h"
+#include "pmt3d/mirror/polygon_mirror.h"
 #include "render/gl/query.h"
 #include "render/math/operations.h"
 #include "render/surface/glpolygon.h"
@@ -19,6 +18,7 @@
 namespace {
 
 using pmt3d::element_t;
+using pmt3d::polygon_mirror;
 using pmt3d::polygon_t;
 using pmt3d::strip_end;
 using test_support::watched;
@@ -35,7 +35,7 @@ protected:
     }
 
     // Draws with the surface program; returns how many primitives the GL made of it.
-    std::uint64_t draw(polygon_t& polygon, bool selection = false) {
+    std::uint64_t draw(polygon_mirror& polygon, bool selection = false) {
         render::query_t query;
         query.begin(render::query_target::primitives_generated, 0);
         if (selection)
@@ -62,34 +62,34 @@ polygon_t surface(std::uint64_t vertices, const std::vector<element_t>& elements
 
 TEST_F(surface_gl, draws_the_triangles_of_the_strips) {
     // Indices that name no vertex end a strip, as they do on the CPU, and are not read by the GL.
-    polygon_t polygon = surface(6, {0, 1, 2, 3, strip_end, 3, 4, 5, 4000000000u, 0, 6, 1, 2, 3, 4, 5});
-    EXPECT_EQ(draw(polygon), 6u);
-    EXPECT_EQ(draw(polygon, true), 0u); // nothing is selected
+    polygon_t polygon = surface(6, {0, 1, 2, 3, strip_end, 3, 4, 5, 4000000000u, 0, 6, 1, 2, 3, 4, 5}), empty;
+    polygon_mirror mirror(polygon), no_mirror(empty);
+    EXPECT_EQ(draw(mirror), 6u);
+    EXPECT_EQ(draw(mirror, true), 0u); // nothing is selected
     polygon.selectpolygon(1);
     polygon.selectpolygon(4);
-    EXPECT_EQ(draw(polygon, true), 2u);
+    EXPECT_EQ(draw(mirror, true), 2u);
     polygon.unselectpolygon(1);
-    EXPECT_EQ(draw(polygon, true), 1u);
-    polygon_t copy = polygon;
-    EXPECT_EQ(draw(copy), 6u);
-    EXPECT_EQ(draw(copy, true), 1u);
+    EXPECT_EQ(draw(mirror, true), 1u);
     polygon.extend(8, 18);
     std::fill(polygon.edit_elements().begin() + 2, polygon.edit_elements().end(), 7);
-    EXPECT_EQ(draw(polygon), 16u);
-    polygon_t empty;
-    EXPECT_EQ(draw(empty), 0u);
-    EXPECT_EQ(draw(empty, true), 0u);
+    EXPECT_EQ(draw(mirror), 16u);
+    mirror.release();
+    EXPECT_EQ(draw(mirror), 16u);
+    EXPECT_EQ(draw(no_mirror), 0u);
+    EXPECT_EQ(draw(no_mirror, true), 0u);
     EXPECT_FALSE(glIsEnabled(GL_PRIMITIVE_RESTART));
 }
 
 TEST_F(surface_gl, uploads_only_what_has_changed) {
     polygon_t polygon = surface(6, {0, 1, 2, 3, 4, 5});
+    polygon_mirror mirror(polygon);
     const auto uploads_of = [&](auto&& work) {
         const watched<&__glewBufferSubData> uploads(false);
         work();
         return uploads.calls();
     };
-    const auto draw_it = [&] { draw(polygon); };
+    const auto draw_it = [&] { draw(mirror); };
     EXPECT_EQ(uploads_of(draw_it), 3); // vertices, frames, elements
     EXPECT_EQ(uploads_of(draw_it), 0);
     polygon.edit_vertices()[0].position.x = 5;
@@ -99,21 +99,32 @@ TEST_F(surface_gl, uploads_only_what_has_changed) {
     polygon.edit_normals()[2].normal = {0, 0, 0};
     polygon.rebuildpolyids();
     EXPECT_EQ(uploads_of(draw_it), 1);
+    polygon.getarray(1).data[0] = 1;
+    polygon.edit_elements()[5] = 0;
+    EXPECT_EQ(uploads_of(draw_it), 2);
 
-    const auto draw_points = [&] { polygon.draw_points(); };
+    const auto draw_points = [&] { mirror.draw_points(); };
     EXPECT_EQ(uploads_of(draw_points), 1); // the marks
-    EXPECT_EQ(uploads_of([&] { EXPECT_TRUE(polygon.markvertex(3)); }), 1);
-    EXPECT_EQ(uploads_of([&] { EXPECT_FALSE(polygon.markvertex(3)); }), 0);
+    EXPECT_TRUE(polygon.markvertex(3));
+    EXPECT_EQ(uploads_of(draw_points), 1);
+    EXPECT_FALSE(polygon.markvertex(3));
     EXPECT_EQ(uploads_of(draw_points), 0);
     polygon.clearmarks();
     EXPECT_EQ(uploads_of(draw_points), 1);
+
+    // Another surface in its place is another one's arrays, a copy of itself is not.
+    polygon_t other = surface(6, {0, 1, 2, 3, 4, 5});
+    polygon = polygon_t(polygon);
+    EXPECT_EQ(uploads_of(draw_it), 0);
+    polygon = other;
+    EXPECT_EQ(uploads_of(draw_it), 3);
 }
 
 TEST_F(surface_gl, every_vertex_is_a_point) {
     polygon_t polygon = surface(6, {});
-    libgr::texture_t texture;
-    polygon_t target;
-    pmt3d::nurbs_t nurbs(texture, target);
+    polygon_mirror mirror(polygon);
+    pmt3d::nurbs_t nurbs;
+    pmt3d::control_points_mirror control_points(nurbs);
     nurbs.allocate(3, 1, 4, 1);
     nurbs.afterload("net");
     nurbs.markvertex(11);
@@ -125,14 +136,19 @@ TEST_F(surface_gl, every_vertex_is_a_point) {
         return query.GetQuery();
     };
     texture_.mercatorsphere = true; // so that the surface program draws, which gives the samplers their units
-    draw(polygon);
+    draw(mirror);
     glUseProgram(renderer_.surface_program());
-    EXPECT_EQ(points_of([&] { EXPECT_EQ(polygon.draw_surface_points(), 6u); }), 6u);
-    EXPECT_EQ(points_of([&] { polygon.draw_points(); }), 6u);
-    EXPECT_EQ(points_of([&] { polygon.draw_feedback_points(); }), 6u);
-    EXPECT_EQ(points_of([&] { nurbs.draw_points(); }), 12u);
+    EXPECT_EQ(points_of([&] { EXPECT_EQ(mirror.draw_surface_points(), 6u); }), 6u);
+    EXPECT_EQ(points_of([&] { mirror.draw_points(); }), 6u);
+    EXPECT_EQ(points_of([&] { mirror.draw_feedback_points(); }), 6u);
+    EXPECT_EQ(points_of([&] { control_points.draw_points(); }), 12u);
     nurbs.unmarkvertex(11);
-    EXPECT_EQ(points_of([&] { nurbs.draw_points(); }), 12u);
+    const watched<&__glewBufferSubData> uploads(false);
+    EXPECT_EQ(points_of([&] { control_points.draw_points(); }), 12u);
+    EXPECT_EQ(uploads.calls(), 1); // the marks alone
+    nurbs.getarray(0).data[0] = 1;
+    control_points.draw_points();
+    EXPECT_EQ(uploads.calls(), 2);
     glUseProgram(0);
 }
 
@@ -149,7 +165,7 @@ TEST_F(surface_gl, frames_of_the_gpu_are_those_of_the_cpu) {
         d.backward_u = d.forward_u + 0.3f * direction();
         d.backward_v = d.forward_v + 0.3f * direction();
     }
-    polygon_t cpu = gpu;
+    polygon_t cpu = gpu, other = gpu;
     const pmt3d::frame_update update = pmt3d::renderer_frames(renderer_);
     update(gpu);
     pmt3d::average_frames(cpu);
@@ -159,28 +175,41 @@ TEST_F(surface_gl, frames_of_the_gpu_are_those_of_the_cpu) {
         worst = std::max(worst, std::abs(a.data[i] - b.data[i]));
     EXPECT_LE(worst, 1e-5f);
     EXPECT_NE(a.data[8], 0.0f);
-    // The GL has them as well: drawing uploads vertices and elements, but no frames.
-    const watched<&__glewBufferSubData> uploads(false);
-    draw(gpu);
-    EXPECT_EQ(uploads.calls(), 1);
-
-    // Without a context the same function computes them on the CPU.
-    polygon_t other = cpu;
-    std::fill(other.edit_normals().begin(), other.edit_normals().end(), pmt3d::frame_t{});
     {
+        // Without a context the same function computes them on the CPU.
         const test_support::without_context none;
         update(other);
     }
     EXPECT_EQ(other.normals()[7].normal, cpu.normals()[7].normal);
+    // What a mirror has computed in the GL it does not upload again.
+    polygon_mirror mirror(other);
+    renderer_.update_frames(mirror);
+    mirror.fetch_frames();
+    const watched<&__glewBufferSubData> uploads(false);
+    draw(mirror);
+    EXPECT_EQ(uploads.calls(), 1); // the elements
 }
 
 TEST_F(surface_gl, survives_the_loss_of_its_context) {
-    auto polygon = std::make_unique<polygon_t>(surface(6, {0, 1, 2, 3, 4, 5}));
-    draw(*polygon);
+    polygon_t polygon = surface(6, {0, 1, 2, 3, 4, 5});
+    auto mirror = std::make_unique<polygon_mirror>(polygon);
+    draw(*mirror);
     const test_support::without_context none;
-    polygon->draw();
-    polygon->allocate(3, 3);
-    polygon.reset();
+    mirror->draw();
+    mirror->draw_selection();
+    mirror->draw_points();
+    mirror->draw_feedback_points();
+    EXPECT_EQ(mirror->draw_surface_points(), 6u);
+    mirror->fetch_frames();
+    mirror.reset();
+    EXPECT_EQ(take_err(), "");
+}
+
+TEST_F(surface_gl, a_failing_step_of_an_allocation_is_reported) {
+    glEnable(GL_FOG + 1000); // leaves an error behind
+    polygon_t polygon;
+    polygon.allocate(1, 1);
+    EXPECT_TRUE(take_err().starts_with("polygon_t::allocate(0): Error 1280"));
 }
 
 } // namespace

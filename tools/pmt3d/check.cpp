@@ -23,10 +23,9 @@ bool has_pictures(const libgr::texture_t& texture) {
 }
 
 bool is_in_order(const char* name) {
-    pmt3d::model_t model;
-    if (!load_model(model, name)) return false;
-    return std::all_of(model.items.begin(), model.items.end(),
-                       [](const pmt3d::model_item_t& item) { return has_pictures(item.texture); });
+    model_file file;
+    return file.load(name) &&
+           std::all_of(file.pictures.surfaces.begin(), file.pictures.surfaces.end(), has_pictures);
 }
 
 int run(arguments words) {

@@ -58,11 +58,12 @@ int run(arguments words) {
     if (text && !names[1].ends_with(".stl"))
         return usage_error(convert, "--text is for an OUT that ends in .stl.");
 
-    pmt3d::model_t model;
+    model_file file;
     {
         progress_bar bar("reading", names[0]);
-        if (!load_model(model, names[0].c_str(), bar.callback())) return failure;
+        if (!file.load(names[0].c_str(), bar.callback())) return failure;
     }
+    pmt3d::model_t& model = file.model;
     move_pictures(model, folder_of(names[0]), folder_of(names[1]));
     progress_bar bar("writing", names[1]);
     const bool saved = text ? pmt3d::save_stl_text(model.items, names[1], bar.callback())

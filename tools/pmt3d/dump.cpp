@@ -98,8 +98,9 @@ void write(json_writer& out, const libgr::environment_options& environment) {
 
 int run(arguments words) {
     if (words.size() != 1) return usage_error(dump, "exactly one FILE is needed.");
-    pmt3d::model_t model;
-    if (!load_model(model, words[0])) return failure;
+    model_file file;
+    if (!file.load(words[0])) return failure;
+    const pmt3d::model_t& model = file.model;
     json_writer out(std::cout);
     out.begin_object();
     out.key("items").begin_array();

@@ -49,8 +49,9 @@ void print_item(const model_item_t& item, std::size_t number) {
 
 int run(arguments words) {
     if (words.size() != 1) return usage_error(info, "exactly one FILE is needed.");
-    pmt3d::model_t model;
-    if (!load_model(model, words[0])) return failure;
+    model_file file;
+    if (!file.load(words[0])) return failure;
+    const pmt3d::model_t& model = file.model;
     std::uint64_t triangles = 0;
     for (const model_item_t& item : model.items)
         triangles += triangle_count(item.polygon);

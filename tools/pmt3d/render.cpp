@@ -6,6 +6,7 @@
 #include "model_file.h"
 #include "offscreen_context.h"
 #include "picture_file.h"
+#include "pmt3d/mirror/polygon_mirror.h"
 #include "render/gl/framebuffer.h"
 #include "render/gl/step_check.h"
 #include "render/math/matrix.h"
@@ -127,17 +128,21 @@ std::optional<camera> camera_for(const options& o, const pmt3d::model_t& model, 
                   {-0.5f * away, 0.6f * away, 0.3f * away}};
 }
 
-void draw(render::glpolygon_t& renderer, pmt3d::model_t& model, const camera& camera) {
+void draw(render::glpolygon_t& renderer, model_file& file, const camera& camera) {
     glClearColor(background[0], background[1], background[2], 1.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glEnable(GL_DEPTH_TEST);
     mtx3w turn = camera.view; // directions of the eye's space are those of the world, turned
     turn[12] = turn[13] = turn[14] = 0.0f;
     const mtx3w inverse = render::inverse(camera.view);
-    render::surroundings* around = model.environment.has_cube() ? &model.environment : nullptr;
-    for (pmt3d::model_item_t& item : model.items)
-        renderer.drawsolid(around, false, item.texture, item.polygon, turn, camera.view, inverse,
-                           camera.projection, camera.light, shininess);
+    libgr::environment_t& environment = file.pictures.environment;
+    render::surroundings* around = environment.has_cube() ? &environment : nullptr;
+    auto texture = file.pictures.surfaces.begin();
+    for (pmt3d::model_item_t& item : file.model.items) {
+        pmt3d::polygon_mirror surface(item.polygon);
+        renderer.drawsolid(around, false, *texture++, surface, turn, camera.view, inverse, camera.projection,
+                           camera.light, shininess);
+    }
 }
 
 int fail(const std::string& what) {
@@ -157,8 +162,9 @@ int make_picture(const options& o) {
     // All of these hold GL objects, and so go before the context.
     render::glpolygon_t renderer;
     if (!renderer.init("")) return failure;
-    pmt3d::model_t model;
-    if (!load_model(model, o.in.c_str(), {}, pmt3d::renderer_frames(renderer))) return failure;
+    model_file file;
+    if (!file.load(o.in.c_str(), {}, pmt3d::renderer_frames(renderer))) return failure;
+    pmt3d::model_t& model = file.model;
     const std::optional<render::box3> box = bounds(model);
     if (!box) return fail(o.in + " has nothing to draw.");
     if (!std::isfinite(render::length(box->max - box->min))) return fail(o.in + " is too large to be seen.");
@@ -169,7 +175,7 @@ int make_picture(const options& o) {
         return fail("a picture of this size cannot be drawn here.");
     picture.bind();
     glViewport(0, 0, picture.width(), picture.height());
-    draw(renderer, model, *view);
+    draw(renderer, file, *view);
     picture.resolve({0, 0, picture.width(), picture.height()});
     libgr::image2d image;
     image.width = o.width;
