@@ -151,6 +151,7 @@ TEST(midi_in, receives_long_data_in_pieces) {
         ASSERT_TRUE(service.send_long(left, 9));
     EXPECT_EQ(heard.heard, (lines{"open 2 1 port", "long 128 9", "long 128 9", "long 44 9"}));
     EXPECT_EQ(heard.bytes, sent);
+    EXPECT_EQ(service.calls, (lines{"open 0", "start", "prepare", "queue", "queue", "queue", "queue"}));
     service.failing = {"queue"};
     std::vector<std::uint8_t> last(1, 0xF7);
     EXPECT_TRUE(service.send_long(last, 10));

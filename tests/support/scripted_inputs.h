@@ -63,7 +63,7 @@ private:
         midi::result_t prepare(midi::input_buffer_t&) override { return service_.note("prepare"); }
         midi::result_t queue(midi::input_buffer_t& buffer) override {
             service_.queued_ = &buffer;
-            return service_.note("queue");
+            return service_.note(buffer.recorded == 0 ? "queue" : "queue with bytes");
         }
         midi::result_t stop() override { return service_.note("stop"); }
         midi::result_t reset() override {
