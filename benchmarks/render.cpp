@@ -192,11 +192,12 @@ void frame_pass(benchmark::State& state) {
     scene& what = plain();
     pmt3d::polygon_t shape;
     const auto count = std::uint64_t(state.range(0));
+    pmt3d::polygon_mirror mirror(shape);
     shape.allocate(count, 3);
     for (auto& d : shape.edit_wknmls())
         d = {{1, 0, 0.1f}, {0, 1, 0}, {1, 0.1f, 0}, {0.2f, 1, 0}};
     for (auto _ : state) {
-        what.renderer.update_frames(shape);
+        what.renderer.update_frames(mirror);
         glFinish();
     }
     state.SetItemsProcessed(state.iterations() * std::int64_t(count));
