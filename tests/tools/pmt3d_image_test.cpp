@@ -134,6 +134,11 @@ TEST(pmt3d_image, info) {
     EXPECT_EQ(shown.exit_code, 0);
     EXPECT_EQ(shown.err, "");
     EXPECT_EQ(image({"--memory", "1", "info", bmp}).out, shown.out);
+    const std::string large = folder.file("large.png");
+    ASSERT_TRUE(libgr::autosaveformat(waves(600, 600, rgb8), large));
+    EXPECT_EQ(image({"--memory", "2", "info", large}).exit_code, 0);
+    EXPECT_EQ(image({"--memory", "1", "info", large}).err,
+              large + ": picture needs 2 MiB of memory, more than the 1 MiB allowed.\n");
     // Every spelling of a name is taken everywhere.
     const std::vector<std::string> names = {bmp,
                                             folder.file("b.jpeg"),

@@ -305,6 +305,10 @@ TEST_F(Upload, AllocationWidthAndBorder) {
         fresh({patterned(20, 3, rgba8)});
         EXPECT_EQ(level_parameter(GL_TEXTURE_2D, 0), 32) << "wider than asked";
         EXPECT_EQ(level_parameter(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT), 4);
+        picture.border = 1;
+        fresh({patterned(20, 3, rgba8)});
+        EXPECT_EQ(
+            level_parameter(GL_TEXTURE_2D, 0) - 2 * level_parameter(GL_TEXTURE_2D, 0, GL_TEXTURE_BORDER), 32);
         picture.generate_mipmaps = false;
     }
     // Border texels belong to the picture: 4 by 4 and a texel around it. What lies inside is the same whether
