@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
 
 namespace test_support {
@@ -167,6 +168,11 @@ std::string player_under_test::played() {
     if (at == std::string::npos || !all.ends_with(end)) return "? " + all;
     const std::string rest = all.substr(0, at) + all.substr(at + begin.size());
     return rest == end ? "" : rest.substr(0, rest.size() - end.size() - 2);
+}
+
+std::string as_played(std::string text) {
+    const std::regex only_in_files("\\(([^)]*)\\)");
+    return std::regex_replace(text, only_in_files, under_test().windows ? "" : "$1");
 }
 
 int play_a_note(virtual_display& display, process& program) {

@@ -70,6 +70,9 @@ private:
     virtual_display::window window_ = 0;
 };
 
+// What played() gives: the text, where parentheses hold what a recorded file has and a port does not get.
+std::string as_played(std::string text);
+
 // Plays note 60 in the window of a player that was started otherwise, and ends it with Escape. Its exit code;
 // -1 when it does not come, play or end.
 int play_a_note(virtual_display& display, process& program);
