@@ -24,11 +24,12 @@ using pictures::said;
 
 // Random bytes that end with readable memory, so that a look behind them ends the test.
 unsigned char* row(unsigned which, std::size_t size) {
-    constexpr std::size_t room = 1 << 19, page = 4096;
+    constexpr std::size_t room = 1 << 19;
     static unsigned char* rooms[4];
     unsigned char*& at = rooms[which];
     if (!at) {
 #ifdef __linux__
+        constexpr std::size_t page = 4096;
         at = static_cast<unsigned char*>(
             mmap(nullptr, room + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
         mprotect(at + room, page, PROT_NONE);
