@@ -180,7 +180,8 @@ TEST_F(model_files, convert_there_and_back) {
 TEST_F(model_files, a_model_that_moves_finds_its_pictures) {
     for (const char* folder : {"in/pictures", "out/deep"})
         std::filesystem::create_directories(directory_.path() / folder);
-    std::filesystem::create_directory_symlink("out/deep", directory_.path() / "link");
+    const std::string link = windows_player() ? "out/deep" : "link"; // Wine shows no links
+    if (!windows_player()) std::filesystem::create_directory_symlink("out/deep", directory_.path() / link);
     for (const char* face : {"posx", "negx", "posy", "negy", "posz", "negz"}) // of one pixel
         directory_.write(std::string("in/sky_") + face + ".tga",
                          {"\0\0\2\0\0\0\0\0\0\0\0\0\1\0\1\0\x18\0\1\2\3", 21});
@@ -190,9 +191,9 @@ TEST_F(model_files, a_model_that_moves_finds_its_pictures) {
                 "texture pictures/a b.png\nbumpmap " + absolute + "\nspecular ../c.png\n");
     directory_.write("in/m.pmt", text);
     const struct {
-        const char *out, *in, *above; // the folders from there
+        std::string out, in, above; // the folders from there
     } cases[] = {{"out/deep/m.pmt", "../../in/", "../../"},
-                 {"link/m.pmt", "../../in/", "../../"},
+                 {link + "/m.pmt", "../../in/", "../../"},
                  {"m.pmt", "in/", ""},
                  {"in/same.pmt", "", "../"}};
     for (const auto& [out, in, above] : cases) {
@@ -202,9 +203,8 @@ TEST_F(model_files, a_model_that_moves_finds_its_pictures) {
             << "it is missing";
         std::string saved = read_file(file(out));
         std::erase(saved, '\r');
-        for (const std::string& line :
-             {"\ncubetex " + std::string(in) + "sky.tga", "\ntexture " + std::string(in) + "pictures/a b.png",
-              "\nbumpmap " + absolute, "\nspecular " + std::string(above) + "c.png"})
+        for (const std::string& line : {"\ncubetex " + in + "sky.tga", "\ntexture " + in + "pictures/a b.png",
+                                        "\nbumpmap " + absolute, "\nspecular " + above + "c.png"})
             EXPECT_NE(saved.find(line + '\n'), std::string::npos) << line << " is not in " << saved;
     }
 }

@@ -262,7 +262,7 @@ TEST(as_meant, bmp_and_tga) {
     for (const auto& c : cases) {
         const std::string name = folder.write(c.name, c.file);
         image2d as_it_is, meant;
-        ASSERT_TRUE(autoloadformat(as_it_is, name));
+        ASSERT_TRUE(autoloadformat(as_it_is, name) && as_it_is.leave_file());
         ASSERT_TRUE(load_as(format_of(name), meant, name, {.as_meant = true}));
         EXPECT_EQ(pictures::bytes(meant), c.expected);
         EXPECT_EQ(as_it_is.descriptor == meant.descriptor, c.expected.size() % 3 == 2)
