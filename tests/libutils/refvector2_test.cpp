@@ -47,7 +47,7 @@ TEST(refvector2, a_resize_is_seen_by_every_handle_and_keeps_the_contents) {
     bytes b = a;
     EXPECT_EQ(a.use_count(), 2u);
     std::size_t before = 0;
-    for (const std::size_t size : {10, 9, 100000, 4, 10, 0, 5000}) {
+    for (const std::size_t size : {10, 9, 100000, 4, 5000, 0, 70}) {
         ASSERT_TRUE(b.resize(size)) << size;
         EXPECT_EQ(a.size(), size);
         EXPECT_EQ(a.empty(), size == 0);
@@ -60,7 +60,7 @@ TEST(refvector2, a_resize_is_seen_by_every_handle_and_keeps_the_contents) {
     }
     a.release();
     EXPECT_EQ(b.use_count(), 1u);
-    EXPECT_EQ(b[4999], 7);
+    EXPECT_EQ(b[69], 7);
     EXPECT_FALSE(b.resize(2, 8)) << "memory begins at its start";
 }
 
