@@ -4,6 +4,7 @@
 
 #include <GL/gl.h>
 
+#include <array>
 #include <optional>
 #include <utility>
 
@@ -35,23 +36,45 @@ public:
     win32_window& operator=(const win32_window&) = delete;
 
     // Keys without a character are known by what they give: both Shift keys may come up in one message.
-    std::optional<unsigned> place_of_key(unsigned gives, bool) override {
-        return gives < first_special ? place_ : std::nullopt;
+    std::optional<unsigned> place_of_key(unsigned gives, bool pressed) override {
+        if (gives >= first_special || !place_) return std::nullopt;
+        if (pressed) down_[*place_] = virtual_key_;
+        return place_;
     }
 
     std::optional<keyboard_news> next_news() override {
         if (std::exchange(lost_, false)) return keyboard_news{keyboard_news::lost};
-        if (!std::exchange(regained_, false)) return std::nullopt;
-        keyboard_news news{keyboard_news::regained};
-        for (unsigned place = 0; place < key_places; ++place) {
-            const UINT scan_code = (place & 0xFF) | (place & 0x100 ? 0xE000u : 0u);
-            const UINT key = MapVirtualKeyA(scan_code, MAPVK_VSC_TO_VK_EX);
-            news.down[place] = key && GetAsyncKeyState(static_cast<int>(key)) < 0;
-        }
-        return news;
+        if (std::exchange(regained_, false))
+            forget_keys_up([](UINT key) { return GetAsyncKeyState(static_cast<int>(key)) < 0; });
+        if (!still_down_) return std::nullopt;
+        return keyboard_news{keyboard_news::regained, 0, *std::exchange(still_down_, std::nullopt)};
     }
 
 private:
+    // Another window may have got the release of a key, and a window that is without the keyboard for a
+    // moment only is told nothing. So each message of a key says which others are down: the state as of this
+    // message, not that of now, which knows of messages that still wait.
+    void look_for_missed_releases(unsigned place, bool was_down) {
+        BYTE state[256];
+        if (!GetKeyboardState(state)) return;
+        forget_keys_up(
+            [&](UINT& key) { return &key == &down_[place] ? was_down : (state[key] & 0x80) != 0; });
+    }
+
+    template <class IsDown>
+    void forget_keys_up(IsDown is_down) {
+        bool any = false;
+        for (UINT& key : down_)
+            if (key && !is_down(key)) {
+                key = 0;
+                any = true;
+            }
+        if (!any) return;
+        still_down_.emplace();
+        for (unsigned place = 0; place < key_places; ++place)
+            (*still_down_)[place] = down_[place] != 0;
+    }
+
     static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM parameter1, LPARAM parameter2) {
         const auto self = static_cast<win32_window*>(GetPropA(window, property));
         if (!self) return DefWindowProcA(window, message, parameter1, parameter2);
@@ -71,9 +94,16 @@ private:
         case WM_KEYUP:
         case WM_SYSKEYUP: {
             // The scan code, with the bit that tells the keys of the right side from those of the left.
-            self->place_ = static_cast<unsigned>(parameter2 >> 16) & 0x1FF;
+            const unsigned place = static_cast<unsigned>(parameter2 >> 16) & 0x1FF;
+            if (message == WM_KEYDOWN || message == WM_SYSKEYDOWN)
+                self->virtual_key_ = static_cast<UINT>(parameter1) & 0xFF;
+            if (message != WM_CHAR && message != WM_SYSCHAR)
+                self->look_for_missed_releases(place, parameter2 & (1 << 30));
+            self->place_ = place;
             const LRESULT result = CallWindowProcA(inner, window, message, parameter1, parameter2);
-            if (GetPropA(window, property) == self) self->place_.reset(); // not gone meanwhile
+            if (GetPropA(window, property) != self) return result; // gone meanwhile
+            self->place_.reset();
+            if (message == WM_KEYUP || message == WM_SYSKEYUP) self->down_[place] = 0;
             return result;
         }
         case WM_SYSCOMMAND:
@@ -92,6 +122,9 @@ private:
     HWND window_;
     WNDPROC inner_ = nullptr;
     bool lost_ = false, regained_ = false; // the keyboard, in this order
+    std::array<UINT, key_places> down_{};  // by place, the virtual keys of those that are down, else 0
+    UINT virtual_key_ = 0;                 // the last to go down
+    std::optional<key_set> still_down_;    // where the release of others has been missed
     std::optional<unsigned> place_;        // of the key whose message is on its way through GLUT
 };
 

@@ -34,8 +34,6 @@ class live : public testing::TestWithParam<sequence> {};
 
 TEST_P(live, sends_and_traces) {
     const sequence& s = GetParam();
-    if (under_test().windows && std::string(s.name) == "mouse beside the keys")
-        GTEST_SKIP() << "to be found out: Wine's window shows keys at these points";
     player_under_test player(s.options);
     ASSERT_TRUE(player.open_window()) << player.program().err();
     player.drive(s.commands);
@@ -110,7 +108,7 @@ const sequence sequences[] = {
      "key: 0x7a, 'z', note: 45\nkey: 0x78, 'x', note: 47\nspkey: 0xa\nkey: 0x63, 'c', note: 48\nkey: 0x7a, "
      "'z', note: 45\n"},
     {"mouse beside the keys",
-     "mousemove 200 185 mousedown 1 mousemove 300 185 mouseup 1 click 2 click 3 click 4 click 5 click 8 "
+     "mousemove 200 60 mousedown 1 mousemove 300 60 mouseup 1 click 2 click 3 click 4 click 5 click 8 "
      "click 9",
      "", ""},
     {"camera drag and wheel",
@@ -136,9 +134,8 @@ TEST(live_player, alt_comes_up_while_shift_is_down) {
 TEST(live_player, keys_come_up_while_altgr_is_down) {
     player_under_test player({}, "de");
     ASSERT_TRUE(player.open_window());
-    player.drive("keydown 60 keydown 55 keydown 54 keydown 108 keyup 60 keyup 55 "
-                 "keyup 108 "
-                 "keydown 55 keyup 55 keyup 54");
+    player.drive("keydown 60 keydown 55 keydown 54"); // Wine would take keys that wait for AltGr's too
+    player.drive("keydown 108 keyup 60 keyup 55 keyup 108 keydown 55 keyup 55 keyup 54");
     EXPECT_EQ(player.end(), 0);
     EXPECT_EQ(player.played(),
               "91 3b 7f; 91 32 7f; 91 30 7f; 91 3b 00; 91 32 00; 91 32 7f; 91 32 00; 91 30 00");
@@ -163,16 +160,17 @@ TEST(live_player, keys_that_are_down_are_released_when_the_keyboard_goes) {
 // Space may come up in another window, or stay down all the time. A key that is still down when the keyboard
 // is back repeats, but plays nothing.
 TEST(live_player, notes_held_by_space_stay_when_the_focus_goes) {
-    if (under_test().windows) GTEST_SKIP() << "to be found out: under Wine not every time";
     struct {
         const char *elsewhere, *back, *played;
+        bool every_loss_noticed = false; // Wine does not notice one that is short
     } const cases[] = {
         {"keyup z keyup space", "keydown c keyup c", "91 2d 7f; (91 2d 00; )b1 7b 00; 91 30 7f; 91 30 00"},
-        {"keyup space", "sleep 1 keyup z key space", "91 2d 7f; (91 2d 00; )b1 7b 00; b1 7b 00"},
+        {"keyup space", "sleep 1 keyup z key space", "91 2d 7f; (91 2d 00; )b1 7b 00; b1 7b 00", true},
         {"keyup z", "sleep 1 keydown c keyup c keyup space",
          "91 2d 7f; 91 30 7f; (91 2d 00; 91 30 00; )b1 7b 00"},
     };
     for (const auto& c : cases) {
+        if (c.every_loss_noticed && under_test().windows) continue;
         player_under_test player;
         ASSERT_TRUE(player.open_window());
         player.drive("keydown space keydown z");
