@@ -30,7 +30,7 @@ public:
     std::span<const render::pixel_rect> parts() const { return {parts_.data(), count_}; }
 
 private:
-    std::array<render::pixel_rect, 8> parts_;
+    std::array<render::pixel_rect, 24> parts_;
     std::size_t count_ = 0;
 };
 

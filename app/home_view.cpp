@@ -20,20 +20,20 @@ constexpr double share_of_width = 0.97;
 constexpr double narrowest = 0.05;
 
 // What the view is like for windows from as wide as high to eight times as wide, each twice as wide as the
-// one before: how steeply the camera looks down, in degrees, and how high the keys' front edge lies in the
+// one before: how steeply one looks down at the keys' front edge, in degrees, and how high that lies in the
 // window, from -1 (bottom) to 1.
 struct framing {
-    double pitch, front;
+    double steepness, front;
 };
-constexpr std::array framings = {framing{52, -0.42}, framing{50, -0.48}, framing{48, -0.62},
-                                 framing{46, -0.76}};
+constexpr std::array framings = {framing{60, -0.70}, framing{58, -0.68}, framing{56.5, -0.62},
+                                 framing{51, -0.74}};
 
 framing framing_for(double aspect) {
     const double place = std::clamp(std::log2(aspect), 0.0, double(framings.size() - 1));
     const auto before = std::min(static_cast<std::size_t>(place), framings.size() - 2);
     const double share = place - double(before);
     const framing &from = framings[before], &to = framings[before + 1];
-    return {std::lerp(from.pitch, to.pitch, share), std::lerp(from.front, to.front, share)};
+    return {std::lerp(from.steepness, to.steepness, share), std::lerp(from.front, to.front, share)};
 }
 
 } // namespace
@@ -48,7 +48,8 @@ camera_t fitted_camera(double aspect) {
     const render::projection seen = render::to_projection(lens(aspect));
     const double distance = half_width / share_of_width * seen.znear / seen.right; // along the camera's axis
     const double above = wanted.front * distance * seen.top / seen.znear; // of the edge above the axis
-    const double angle = wanted.pitch * std::numbers::pi / 180;
+    const double angle =
+        wanted.steepness * std::numbers::pi / 180 + std::atan(above / distance); // of the axis
     const double c = std::cos(angle), s = std::sin(angle);
     // From the edge back along the axis (0, -s, -c), and down along the picture's upright (0, c, -s).
     const double y = distance * s - above * c, z = front + distance * c + above * s;

@@ -2,11 +2,13 @@
 // The warm glow of keys that are down, and how it fades when they have come up.
 
 #include "render/gl/types.h"
+#include "render/math/types.h"
 #include "render/surface/appearance.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <vector>
 
 namespace quenvarel {
 
@@ -22,31 +24,45 @@ inline glow_level faded_glow(std::chrono::steady_clock::duration since) {
     return std::clamp(static_cast<glow_level>(left * full_glow + 1), 0, left > 0 ? full_glow : 0);
 }
 
-// What is drawn over a key: one warm colour that lets the more of it through the weaker it glows. Draw with a
-// level from 1 to full_glow.
-class glow_t : public render::appearance {
+// The textures of glowing keys: instead of its colour picture such a key wears the average of its colours,
+// the more amber and the brighter, the more it glows.
+class glow_t {
 public:
     glow_t() = default;
-    ~glow_t() override { destroy(); }
+    ~glow_t() { destroy(); }
     glow_t(const glow_t&) = delete;
     glow_t& operator=(const glow_t&) = delete;
 
-    void set(glow_level level) { level_ = level; }
     // Gives the textures back. With the context in which something was drawn.
     void destroy() noexcept;
 
-    bool has(render::texture_unit) override { return true; }
-    void bind(render::texture_unit unit) override;
-    void unbind(render::texture_unit unit) override;
-    std::array<float, 2> bump_offset() override { return {}; }
-    bool mercator_sphere() override { return false; }
+    // For a level from 1 to full_glow. Made at first use.
+    render::gl_uint color(const render::col3& of_key, glow_level level);
 
 private:
-    void make();
+    struct colors {
+        render::col3 of_key;
+        std::array<render::gl_uint, full_glow> textures{};
+    };
+    std::vector<colors> colors_;
+};
 
-    glow_level level_ = full_glow;
-    // One pixel each: flat, without a highlight, and a colour for every level from 1 on.
-    std::array<render::gl_uint, 2 + full_glow> textures_{};
+// A key's own pictures but for the colour.
+class glowing : public render::appearance {
+public:
+    glowing(render::appearance& key, render::gl_uint color) : key_(&key), color_(color) {}
+
+    bool has(render::texture_unit unit) override {
+        return unit == render::texture_unit::color || key_->has(unit);
+    }
+    void bind(render::texture_unit unit) override;
+    void unbind(render::texture_unit unit) override;
+    std::array<float, 2> bump_offset() override { return key_->bump_offset(); }
+    bool mercator_sphere() override { return key_->mercator_sphere(); }
+
+private:
+    render::appearance* key_;
+    render::gl_uint color_;
 };
 
 } // namespace quenvarel

@@ -2,6 +2,8 @@
 
 #include "app/closed_surface.h"
 #include "app/key_picking.h"
+#include "app/polish.h"
+#include "libgr/image/convert.h"
 #include "libgr/texture/texture_table.h"
 #include "libutils/report.h"
 #include "pmt3d/format/line_reader.h"
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <vector>
 
 namespace quenvarel {
 
@@ -48,6 +51,22 @@ bool is_opaque(const pmt3d::polygon_t& surface, const libgr::texture_t& texture)
                        [](const pmt3d::vertex_t& vertex) { return vertex.color.a >= 1; });
 }
 
+// Of the colour picture; white without one.
+render::col3 average_color(const libgr::texture_t& texture) {
+    const libgr::texture_record* record = texture.record(render::texture_unit::color);
+    if (!record) return {1, 1, 1};
+    const libgr::image2d& image = record->image();
+    std::vector<unsigned char> row(std::size_t{image.width} * 3);
+    double sum[3] = {};
+    for (std::uint32_t y = 0; y < image.height; ++y) {
+        if (!libgr::read_rgb_row(row.data(), image, y)) return {1, 1, 1};
+        for (std::size_t i = 0; i < row.size(); ++i)
+            sum[i % 3] += row[i];
+    }
+    const double all = 255.0 * image.width * image.height;
+    return {float(sum[0] / all), float(sum[1] / all), float(sum[2] / all)};
+}
+
 } // namespace
 
 keyboard_scene::keyboard_scene()
@@ -80,6 +99,8 @@ bool keyboard_scene::LoadShape(slot& key, const std::string& name) {
     if (blocks == 0) return false;
     key.bounds = key.surface.bounds();
     key.hides_its_back = is_opaque(key.surface, key.texture) && is_closed(key.surface);
+    key.polish = polish_of(key.texture.refractfactor);
+    key.color.reset();
     return true;
 }
 
@@ -128,10 +149,9 @@ void keyboard_scene::update_all(const mtx3w& view, const mtx3w& normal) {
         place(key, view, normal);
 }
 
-render::pixel_rect keyboard_scene::covered(const slot& key, const viewport& view) {
-    if (!key.bounds) return {};
-    const mtx3w to_clip = view.projection * key.model;
-    const auto& [min, max] = *key.bounds;
+render::pixel_rect covered_by(const box3& box, const mtx3w& model, const viewport& view) {
+    const mtx3w to_clip = view.projection * model;
+    const auto& [min, max] = box;
     float left = 1, bottom = 1, right = -1, top = -1;
     for (const float x : {min.x, max.x})
         for (const float y : {min.y, max.y})
@@ -153,34 +173,40 @@ render::pixel_rect keyboard_scene::covered(const slot& key, const viewport& view
                                 view.whole());
 }
 
-render::pixel_rect keyboard_scene::covered(int key, const viewport& view) const {
-    return covered(slots_[index(key)], view);
+render::pixel_rect keyboard_scene::covered(int key, const viewport& view, const mtx3w* reflection) const {
+    const slot& which = slots_[index(key)];
+    if (!which.bounds) return {};
+    return covered_by(*which.bounds, reflection ? *reflection * which.model : which.model, view);
 }
 
-render::pixel_rect keyboard_scene::draw(const painter& with, const std::optional<render::pixel_rect>& part) {
-    const viewport& view = with.view;
-    render::pixel_rect drawn;
-    for (slot& key : slots_) {
-        if (!key.bounds) continue;
-        const render::pixel_rect seen = render::intersection(part.value_or(view.whole()), covered(key, view));
-        if (seen.empty()) continue;
-        drawn = render::enclosing(drawn, seen);
+void keyboard_scene::draw(const painter& with, const key_rectangles& covered,
+                          const render::pixel_rect& part) {
+    for (std::size_t k = 0; k < slots_.size(); ++k) {
+        slot& key = slots_[k];
+        if (!key.bounds || render::intersection(part, covered[k]).empty()) continue;
+        const glow_level glow = with.at_rest ? 0 : key.glow;
+        mtx3w model = with.at_rest ? key.model_at_rest : key.model;
+        mtx3w normal = with.at_rest ? *with.at_rest : key.normal;
+        if (with.reflection) {
+            model = *with.reflection * model;
+            normal = normal * *with.reflection;
+        }
         if (key.hides_its_back) glEnable(GL_CULL_FACE);
+        dimmed_surroundings around(environment_, key.polish);
         const auto draw = [&](render::appearance& appearance) {
-            with.renderer.drawsolid(&environment_, environment_is_skybox_, appearance, key.mirror,
-                                    mtx3w::identity(), key.model, key.normal, view.projection, with.light,
+            with.renderer.drawsolid(&around, environment_is_skybox_, appearance, key.mirror,
+                                    mtx3w::identity(), model, normal, with.view.projection, with.light,
                                     with.shininess);
         };
-        draw(key.texture);
-        if (key.glow > 0) {
-            with.glow.set(key.glow);
-            glDepthFunc(GL_LEQUAL);
-            draw(with.glow);
-            glDepthFunc(GL_LESS);
+        if (glow > 0) {
+            if (!key.color) key.color = average_color(key.texture);
+            glowing appearance(key.texture, with.glow.color(*key.color, glow));
+            draw(appearance);
+        } else {
+            draw(key.texture);
         }
         if (key.hides_its_back) glDisable(GL_CULL_FACE);
     }
-    return drawn;
 }
 
 bool keyboard_scene::pick(int x, int y, const viewport& view, const std::function<void(int)>& action,

@@ -30,13 +30,20 @@ struct viewport {
 };
 
 // What a picture of the keys is drawn with.
+using key_rectangles = std::array<render::pixel_rect, 128>; // by key
 struct painter {
     render::glpolygon_t& renderer;
     viewport view;
     render::pos3 light; // in eye space
     float shininess;    // the Phong exponent
     glow_t& glow;
+    const render::mtx3w* reflection = nullptr; // of eye space on a mirror: draws what is seen in it
+    // From eye space to the world: draws all keys as they are at rest.
+    const render::mtx3w* at_rest = nullptr;
 };
+
+// The pixels within the window that a box may cover, edges smoothed. model: from the box to eye space.
+render::pixel_rect covered_by(const render::box3& box, const render::mtx3w& model, const viewport& view);
 
 // Key numbers are masked to 7 bits.
 class keyboard_scene {
@@ -51,6 +58,8 @@ public:
     // not seen. Asks before each key whether to stop; the rest then stays as it is. Returns true.
     bool load(
         std::string directory, const std::function<bool()>& stop = [] { return false; });
+    // What polished keys reflect.
+    void surround(const libgr::environment_t& environment) { environment_ = environment; }
     // Empties all keys, which gives their GL objects back when their context is current.
     void clear();
 
@@ -61,6 +70,8 @@ public:
     // The view has changed.
     void update_all(const render::mtx3w& view, const render::mtx3w& normal);
 
+    // It is as it was loaded.
+    bool at_rest(int key) const { return !pressed(key) && glow(key) == 0; }
     // How strongly the key glows.
     glow_level glow(int key) const { return slots_[index(key)].glow; }
     void set_glow(int key, glow_level level) { slots_[index(key)].glow = level; }
@@ -71,13 +82,14 @@ public:
     const render::mtx3w& normal_matrix(int key) const { return slots_[index(key)].normal; }
     const pmt3d::polygon_t& surface(int key) const { return slots_[index(key)].surface; }
 
-    // Draws all keys in ascending order with the current context. With a part only those keys that may show
-    // there. Returns the smallest rectangle of the part, or of the window, that holds everything drawn.
-    render::pixel_rect draw(const painter& with, const std::optional<render::pixel_rect>& part = {});
+    // Draws the keys in ascending order with the current context: those of which a part of the picture may
+    // show something, going by the pixels that each may cover.
+    void draw(const painter& with, const key_rectangles& covered, const render::pixel_rect& part);
 
-    // The pixels within the window that a key may cover, edges smoothed; empty when it has no surface or is
-    // not in sight.
-    render::pixel_rect covered(int key, const viewport& view) const;
+    // The pixels within the window that a key, or its reflection, may cover, edges smoothed; empty when it
+    // has no surface or is not in sight.
+    render::pixel_rect covered(int key, const viewport& view,
+                               const render::mtx3w* reflection = nullptr) const;
 
     // Calls the action with the number of the nearest key at a pixel, counted from the lower left; of two
     // that are equally near the lower number wins. False, without a call, when there is none. The key
@@ -99,10 +111,11 @@ private:
         // Of the surface, kept when it is loaded.
         std::optional<render::box3> bounds; // nothing without a triangle
         bool hides_its_back = false;
+        float polish = 0;                  // share of the environment that it reflects
+        std::optional<render::col3> color; // on average; found out when it is needed
     };
     static std::size_t index(int key) { return static_cast<unsigned>(key) & 127; }
     static bool LoadShape(slot& key, const std::string& name);
-    static render::pixel_rect covered(const slot& key, const viewport& view);
     void place(slot& key, const render::mtx3w& view, const render::mtx3w& normal) const;
 
     std::array<slot, key_count> slots_;

@@ -12,13 +12,16 @@ namespace {
 
 constexpr render::pos3 light = {-25.0f, 25.0f, 50.0f}; // eye space: from the left, from above and from behind
 constexpr float shininess = 10.0f;
-constexpr render::col3 background = {0.055f, 0.06f, 0.075f};
 
 std::size_t index(int key) {
     return static_cast<unsigned>(key) % keyboard_scene::key_count;
 }
 
 constexpr int wanted_samples = 4; // for each pixel
+
+void hold(const render::pixel_rect& part) {
+    glScissor(part.left, part.bottom, part.width(), part.height());
+}
 
 } // namespace
 
@@ -27,11 +30,16 @@ void keyboard_view::open(const std::string& base_path, const std::string& key_di
     renderer_.emplace();
     renderer_->init(base_path);
     scene_.load(key_directory, stop);
+    stage_.load(key_directory + "/case.pmt");
+    scene_.surround(stage_.environment());
     damage_.add(port_.whole());
 }
 
 void keyboard_view::close() {
     frame_.destroy();
+    fixed_.destroy();
+    bare_mirror_.destroy();
+    stage_.clear();
     glow_.destroy();
     scene_.clear();
     renderer_.reset();
@@ -42,22 +50,44 @@ void keyboard_view::resize(int width, int height) {
     port_ = {render::perspective_matrix(extents), width, height};
     inverse_projection_ = render::inverse_perspective_matrix(extents);
     frame_.allocate(width, height, wanted_samples);
+    fixed_.allocate(width, height, wanted_samples);
     damage_.clear();
-    damage_.add(port_.whole());
+    view_changed();
 }
 
 void keyboard_view::look(const camera_t& camera) {
+    if (camera_ == camera) return damage_.add(port_.whole());
+    camera_ = camera;
     view_ = view_matrix(camera);
     inverse_view_ = inverse_view_matrix(camera);
     scene_.update_all(view_, inverse_view_);
+    view_changed();
+}
+
+void keyboard_view::view_changed() {
+    stage_.look({view_, inverse_view_}, port_);
+    for (int key = 0; key < keyboard_scene::key_count; ++key)
+        locate(key);
+    fixed_is_current_ = false;
     damage_.add(port_.whole());
 }
 
 template <class Change>
 void keyboard_view::change(int key, Change how) {
-    damage_.add(scene_.covered(key, port_));
+    add_damage(key);
     (scene_.*how)(key, view_, inverse_view_);
-    damage_.add(scene_.covered(key, port_));
+    locate(key);
+    add_damage(key);
+}
+
+void keyboard_view::locate(int key) {
+    covered_[index(key)] = scene_.covered(key, port_);
+    mirrored_[index(key)] = stage_.mirrored(scene_, key);
+}
+
+void keyboard_view::add_damage(int key) {
+    damage_.add(covered_[index(key)]);
+    damage_.add(mirrored_[index(key)]);
 }
 
 void keyboard_view::press(int key) {
@@ -88,27 +118,67 @@ void keyboard_view::fade(clock::time_point when) {
         if (level == scene_.glow(key)) continue;
         scene_.set_glow(key, level);
         fading_.set(index(key), level > 0);
-        damage_.add(scene_.covered(key, port_));
+        add_damage(key);
     }
+}
+
+// The keys' images in the mirror are there as they are at rest; beside it is kept what the mirror shows
+// without them.
+void keyboard_view::draw_fixed(const painter& with) {
+    fixed_.bind();
+    hold(port_.whole());
+    stage_.draw_fixed(with, port_.whole());
+    fixed_is_current_ = true;
+    const render::pixel_rect mirror = stage_.mirror();
+    if (mirror.empty()) return;
+    if (bare_mirror_.width() != port_.width || bare_mirror_.height() != port_.height)
+        bare_mirror_.allocate(port_.width, port_.height, wanted_samples);
+    bare_mirror_.copy_samples(fixed_, mirror);
+    fixed_.bind();
+    hold(mirror);
+    painter resting = with;
+    resting.at_rest = &inverse_view_;
+    stage_.draw_mirrored(resting, scene_, mirrored_, mirror);
 }
 
 void keyboard_view::draw(clock::time_point when) {
     if (!renderer_) return;
     fade(when);
     const render::context_stays stays;
-    if (!frame_.allocated()) damage_.add(port_.whole()); // without a framebuffer nothing survives the swap
-    frame_.bind();
+    if (damage_.parts().empty() && frame_.allocated()) return;
+    if (!frame_.allocated()) damage_.add(port_.whole()); // the window forgets
+    const painter brush = {*renderer_, port_, light, shininess, glow_};
     glViewport(0, 0, port_.width, port_.height);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_SCISSOR_TEST);
-    glClearColor(background.r, background.g, background.b, 1.0f);
+    const bool kept = fixed_.allocated();
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_FALSE);
+    if (kept && !fixed_is_current_) draw_fixed(brush);
+    // Images in the mirror that are not those of keys at rest.
+    render::pixel_rect moved;
+    for (int key = 0; key < keyboard_scene::key_count; ++key)
+        if (!scene_.at_rest(key)) moved = render::enclosing(moved, mirrored_[index(key)]);
+    // One step for all parts after the other: changing the framebuffer is what takes time.
     for (const render::pixel_rect& part : damage_.parts()) {
-        glScissor(part.left, part.bottom, part.width(), part.height());
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        const render::pixel_rect drawn = scene_.draw({*renderer_, port_, light, shininess, glow_}, part);
-        if (drawn != part) frame_.fill(part, background);
-        frame_.resolve(drawn);
+        frame_.copy_samples(fixed_, part);
+        frame_.copy_samples(bare_mirror_, render::intersection(part, moved));
     }
+    frame_.bind();
+    for (const render::pixel_rect& part : damage_.parts()) {
+        hold(part);
+        if (!kept) stage_.draw_fixed(brush, part);
+        if (const render::pixel_rect images = kept ? render::intersection(part, moved) : part;
+            !images.empty()) {
+            hold(images);
+            stage_.draw_mirrored(brush, scene_, mirrored_, images);
+            hold(part);
+        }
+        scene_.draw(brush, covered_, part);
+        stage_.draw_translucent(brush, part);
+    }
+    for (const render::pixel_rect& part : damage_.parts())
+        frame_.resolve(part);
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     glDisable(GL_SCISSOR_TEST);
     damage_.clear();
 }

@@ -5,6 +5,7 @@
 #include "app/camera.h"
 #include "app/damage.h"
 #include "app/keyboard_scene.h"
+#include "app/stage.h"
 #include "render/gl/framebuffer.h"
 #include "render/math/types.h"
 #include "render/surface/glpolygon.h"
@@ -65,14 +66,24 @@ private:
     template <class Change>
     void change(int key, Change how);
     void fade(clock::time_point when);
+    void draw_fixed(const painter& with);
+    void locate(int key);
+    void add_damage(int key);
+    void view_changed();
 
     keyboard_scene scene_;
     std::optional<render::glpolygon_t> renderer_;
     glow_t glow_;
     std::bitset<keyboard_scene::key_count> fading_; // keys that are up and still glow
     std::array<clock::time_point, keyboard_scene::key_count> released_{};
+    stage stage_;
     render::framebuffer_t frame_;
-    damage damage_; // of the frame
+    render::framebuffer_t fixed_;       // what the keys do not change
+    render::framebuffer_t bare_mirror_; // what the mirror shows without them
+    bool fixed_is_current_ = false;
+    damage damage_;                         // of the frame
+    key_rectangles covered_{}, mirrored_{}; // by the keys and by their images
+    std::optional<camera_t> camera_;
     viewport port_{render::mtx3w::identity(), 1, 1};
     render::mtx3w inverse_projection_ = render::mtx3w::identity();
     render::mtx3w view_ = render::mtx3w::identity(), inverse_view_ = render::mtx3w::identity();

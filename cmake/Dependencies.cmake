@@ -4,6 +4,9 @@ find_package(OpenGL REQUIRED)
 find_package(JPEG REQUIRED)
 find_package(PNG REQUIRED)
 find_package(ZLIB REQUIRED)
+if(NOT CMAKE_CROSSCOMPILING)
+  find_package(Freetype REQUIRED) # only what makes the keys needs it
+endif()
 
 if(WIN32)
   set(GLEW_USE_STATIC_LIBS ON)

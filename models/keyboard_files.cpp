@@ -4,9 +4,11 @@
 #include "libgr/image/image.h"
 #include "libutils/file_path.h"
 #include "libutils/report.h"
+#include "models/case_shape.h"
 #include "models/key_layout.h"
 #include "models/key_shape.h"
 #include "models/materials.h"
+#include "models/studio.h"
 #include "pmt3d/format/dispatch.h"
 #include "pmt3d/format/model.h"
 
@@ -53,6 +55,37 @@ bool write_material(const std::string& directory, const material_files& files, c
            write_picture(directory, files.specular, from.specular);
 }
 
+// A highlight of one colour, which adds nothing to the alpha.
+picture highlight(std::uint8_t red, std::uint8_t green, std::uint8_t blue) {
+    picture made{4, 4, 4, {}};
+    for (int i = 0; i < 16; ++i)
+        for (const std::uint8_t channel : {red, green, blue, std::uint8_t(0)})
+            made.pixels.push_back(channel);
+    return made;
+}
+
+bool write_case(const std::string& directory, const std::optional<picture>& name) {
+    constexpr auto rgba = libgr::pixel_format::rgba;
+    case_pictures pictures = {
+        "plain.png", "lacquer-specular.png", "felt-specular.png", "brass-specular.png", "", "studio.tga"};
+    if (name) {
+        pictures.name = "name.png";
+        if (!write_picture(directory, {pictures.name.c_str(), rgba}, *name)) return false;
+    }
+    const auto studio = make_studio();
+    constexpr const char* faces[] = {"studio_posx.tga", "studio_negx.tga", "studio_posy.tga",
+                                     "studio_negy.tga", "studio_posz.tga", "studio_negz.tga"};
+    for (std::size_t i = 0; i < studio.size(); ++i)
+        if (!write_picture(directory, {faces[i], libgr::pixel_format::bgr}, studio[i])) return false;
+    pmt3d::model_t model;
+    return write_picture(directory, {pictures.plain.c_str(), libgr::pixel_format::rgb},
+                         {4, 4, 3, std::vector<std::uint8_t>(48, 255)}) &&
+           write_picture(directory, {pictures.lacquer_highlight.c_str(), rgba}, highlight(26, 26, 28)) &&
+           write_picture(directory, {pictures.no_highlight.c_str(), rgba}, highlight(0, 0, 0)) &&
+           write_picture(directory, {pictures.brass_highlight.c_str(), rgba}, highlight(180, 140, 70)) &&
+           make_case(model, pictures) && pmt3d::save_text(model, directory + "case.pmt");
+}
+
 bool write_key(const std::string& directory, int note) {
     const key_mesh mesh = make_key(note);
     pmt3d::model_item_t item;
@@ -78,7 +111,7 @@ bool write_key(const std::string& directory, int note) {
 
 } // namespace
 
-bool write_keyboard(const std::string& directory) {
+bool write_keyboard(const std::string& directory, const std::optional<picture>& name) {
     std::error_code failure;
     std::filesystem::create_directories(libutils::file_path(directory), failure);
     if (failure) return libutils::report(directory, ": ", failure.message());
@@ -88,7 +121,7 @@ bool write_keyboard(const std::string& directory) {
         return false;
     for (int note = 0; note < key_count; ++note)
         if (!write_key(prefix, note)) return false;
-    return true;
+    return write_case(prefix, name);
 }
 
 } // namespace models

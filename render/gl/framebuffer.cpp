@@ -68,11 +68,11 @@ bool framebuffer_t::make(target& made, int samples) const {
     glBindRenderbuffer(GL_RENDERBUFFER, made.color);
     glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, GL_RGBA8, width_, height_);
     glBindRenderbuffer(GL_RENDERBUFFER, made.depth);
-    glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, GL_DEPTH_COMPONENT24, width_, height_);
+    glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, GL_DEPTH24_STENCIL8, width_, height_);
     glBindRenderbuffer(GL_RENDERBUFFER, 0);
     glBindFramebuffer(GL_FRAMEBUFFER, made.framebuffer);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, made.color);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, made.depth);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, made.depth);
     const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
     if (step_check("framebuffer_t::allocate(2)")) return false; // such as a size beyond what the GL has
     return status == GL_FRAMEBUFFER_COMPLETE ||
@@ -108,6 +108,21 @@ void framebuffer_t::resolve(const pixel_rect& area) const {
     if (part.empty()) return;
     copy(drawn_.framebuffer, resolved_.framebuffer, part.left, part.bottom, part.right, part.top,
          GL_COLOR_BUFFER_BIT);
+    bind();
+}
+
+void framebuffer_t::copy_samples(const framebuffer_t& from, const pixel_rect& area, int x, int y) const {
+    if (!allocated() || !from.allocated() || !has_context()) return;
+    const auto [left, bottom, right, top] = intersection(
+        area, intersection({0, 0, width_, height_}, {-x, -y, from.width_ - x, from.height_ - y}));
+    if (left >= right || bottom >= top) return;
+    const bool scissored = glIsEnabled(GL_SCISSOR_TEST); // it would cut the copy as well
+    if (scissored) glDisable(GL_SCISSOR_TEST);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, from.drawn_.framebuffer);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, drawn_.framebuffer);
+    glBlitFramebuffer(left + x, bottom + y, right + x, top + y, left, bottom, right, top,
+                      GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT, GL_NEAREST);
+    if (scissored) glEnable(GL_SCISSOR_TEST);
     bind();
 }
 

@@ -7,11 +7,11 @@
 
 namespace render {
 
-// A framebuffer with colour and depth of several samples a pixel, and beside it the finished picture. What
-// has been drawn is resolved into the picture rectangle by rectangle, so a redraw may leave out (by a
-// scissor) what has not changed. Where the context has no multisampling the picture itself is drawn into.
-// glRenderbufferStorageMultisample and glBlitFramebuffer, OpenGL 3.0. Not copyable. Does nothing without a
-// context.
+// A framebuffer with colour, depth and stencil of several samples a pixel, and beside it the finished
+// picture. What has been drawn is resolved into the picture rectangle by rectangle, so a redraw may leave out
+// (by a scissor) what has not changed. Where the context has no multisampling the picture itself is drawn
+// into. glRenderbufferStorageMultisample and glBlitFramebuffer, OpenGL 3.0. Not copyable. Does nothing
+// without a context.
 class framebuffer_t {
 public:
     framebuffer_t() = default;
@@ -32,6 +32,9 @@ public:
     void bind() const;
     static void unbind(); // into the window
 
+    // Takes the samples of a rectangle, with depth and stencil, over from another one that has as many a
+    // pixel; its pixel (x, y) becomes (0, 0) here.
+    void copy_samples(const framebuffer_t& from, const pixel_rect& area, int x = 0, int y = 0) const;
     // Resolves the samples of a rectangle into the picture.
     void resolve(const pixel_rect& area) const;
     // Gives a rectangle of the picture one colour, which is cheaper than resolving samples that all have it.

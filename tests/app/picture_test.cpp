@@ -109,6 +109,30 @@ TEST_F(keyboard_picture_test, looks_as_it_was_approved) {
     EXPECT_EQ(view_.samples(), 4);
 }
 
+// As text asks for it: the ratio of relative luminances.
+TEST_F(keyboard_picture_test, black_keys_stand_out_from_what_is_behind_them) {
+    const picture image = shot();
+    const auto luminance = [&](int x, int y) {
+        const auto linear = [](int value) {
+            const double v = value / 255.0;
+            return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+        };
+        const auto p = image.at(x, y);
+        return 0.2126 * linear(p[0]) + 0.7152 * linear(p[1]) + 0.0722 * linear(p[2]);
+    };
+    for (int key = 0; key < 128; ++key) {
+        const models::key_place place = models::place_of(key);
+        if (!place.black) continue;
+        const render::pos2 end = seen({(place.left + place.right) / 2, 0.5f, models::key_back});
+        double brightest = 0, darkest = 1;
+        for (int y = pixel(end.y) + 1; y <= pixel(end.y) + 3; ++y)
+            brightest = std::max(brightest, luminance(pixel(end.x), y));
+        for (int y = pixel(end.y) - 6; y <= pixel(end.y) - 2; ++y)
+            darkest = std::min(darkest, luminance(pixel(end.x), y));
+        EXPECT_GE((brightest + 0.05) / (darkest + 0.05), 1.6) << key;
+    }
+}
+
 TEST_F(keyboard_picture_test, a_pressed_key_goes_down_and_nothing_else_changes) {
     const picture before = shot();
     for (int key = 0; key < 128; ++key) {
@@ -127,6 +151,8 @@ TEST_F(keyboard_picture_test, a_pressed_key_goes_down_and_nothing_else_changes) 
                 most = std::max(most, std::abs(before.rgba[c] - after.rgba[c]));
             if (most == 0) continue;
             strongly += most > 48;
+            if (height - 1 - static_cast<int>(i / 4 / width) > pixel(seen({0, 0.5f, models::key_back}).y))
+                continue; // its image
             const int column = static_cast<int>(i / 4 % width);
             left = std::min(left, column);
             right = std::max(right, column);
@@ -149,7 +175,7 @@ TEST_F(keyboard_picture_test, a_glow_fades_within_80_ms) {
     EXPECT_EQ(blue(), down) << "as long as the key is down";
     EXPECT_FALSE(view_.fading());
     view_.release(60, now_);
-    int last = down - 5;
+    int last = down - 15; // it lies otherwise in the light
     for (int i = 0; i < 4; ++i, now_ += std::chrono::milliseconds(16)) {
         const int next = blue();
         EXPECT_GT(next, last) << i;
@@ -218,7 +244,7 @@ TEST_F(keyboard_picture_test, a_new_size_is_filled) {
     view_.resize(1024, 400);
     view_.draw();
     EXPECT_LT(view_.depth_at(512, 120), 1);
-    EXPECT_EQ(view_.depth_at(512, 399), 1);
+    EXPECT_LT(view_.depth_at(512, 300), 1);
     EXPECT_EQ(view_.depth_at(-5, 1000), 1);
     view_.resize(1, 1);
     view_.draw();

@@ -43,7 +43,7 @@ TEST(Materials, TileWithoutSeams) {
 
 TEST(Materials, AreFilesWithWhichTheKeysAreDressed) {
     const test_support::temporary_directory directory;
-    ASSERT_TRUE(write_keyboard(directory.file("keys")));
+    ASSERT_TRUE(write_keyboard(directory.file("keys"), std::nullopt));
     const auto load = [&](const char* name) {
         libgr::image2d picture;
         EXPECT_TRUE(libgr::autoloadformat(picture, directory.file("keys/") + name)) << name;
