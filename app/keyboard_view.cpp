@@ -66,8 +66,10 @@ void keyboard_view::look(const camera_t& camera) {
 
 void keyboard_view::view_changed() {
     stage_.look({view_, inverse_view_}, port_);
-    for (int key = 0; key < keyboard_scene::key_count; ++key)
+    for (int key = 0; key < keyboard_scene::key_count; ++key) {
         locate(key);
+        mirrored_at_rest_[index(key)] = stage_.mirrored(scene_, key, true);
+    }
     fixed_is_current_ = false;
     damage_.add(port_.whole());
 }
@@ -157,7 +159,8 @@ void keyboard_view::draw(clock::time_point when) {
     // Images in the mirror that are not those of keys at rest.
     render::pixel_rect moved;
     for (int key = 0; key < keyboard_scene::key_count; ++key)
-        if (!scene_.at_rest(key)) moved = render::enclosing(moved, mirrored_[index(key)]);
+        if (!scene_.at_rest(key))
+            moved = render::enclosing(moved, render::enclosing(mirrored_[index(key)], mirrored_at_rest_[index(key)]));
     // One step for all parts after the other: changing the framebuffer is what takes time.
     for (const render::pixel_rect& part : damage_.parts()) {
         frame_.copy_samples(fixed_, part);

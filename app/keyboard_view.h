@@ -82,7 +82,7 @@ private:
     render::framebuffer_t bare_mirror_; // what the mirror shows without them
     bool fixed_is_current_ = false;
     damage damage_;                         // of the frame
-    key_rectangles covered_{}, mirrored_{}; // by the keys and by their images
+    key_rectangles covered_{}, mirrored_{}, mirrored_at_rest_{}; // by the keys and by their images
     std::optional<camera_t> camera_;
     viewport port_{render::mtx3w::identity(), 1, 1};
     render::mtx3w inverse_projection_ = render::mtx3w::identity();

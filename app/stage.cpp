@@ -186,16 +186,14 @@ void stage::clear() {
     mirror_.reset();
     opaque_.clear();
     translucent_.clear();
-    translucent_covered_.clear();
 }
 
 void stage::look(const eye_view& from, const viewport& port) {
     eye_ = from;
     port_ = port;
-    translucent_covered_.clear();
-    for (const surface_t& surface : translucent_) {
-        translucent_covered_.push_back(covered_by(surface.bounds, from.view, port));
-    }
+    for (std::list<surface_t>* const list : {&opaque_, &translucent_})
+        for (surface_t& surface : *list)
+            surface.covered = covered_by(surface.bounds, from.view, port);
     if (!mirror_) return;
     const auto& [a, b, c, d] = mirror_->plane;
     const vec3w plane = vec3w{a, b, c, d} * from.inverse;
@@ -319,20 +317,21 @@ void stage::draw_mirrored(const painter& with, keyboard_scene& keys, const key_r
     keys.draw(through_mirror(with), mirrored, part);
     glFrontFace(GL_CCW);
     glDepthFunc(GL_ALWAYS);
+    glStencilOp(GL_KEEP, GL_KEEP, GL_ZERO);
     draw_surface(with, mirror_->surface, eye_.view, eye_.inverse, false); // its background is in the image
     glDepthFunc(GL_LESS);
     glDisable(GL_STENCIL_TEST);
 }
 
 void stage::draw_translucent(const painter& with, const render::pixel_rect& part) {
-    for (std::size_t i = 0; i < translucent_.size(); ++i)
-        if (!render::intersection(part, translucent_covered_[i]).empty())
-            draw_surface(with, translucent_[i], eye_.view, eye_.inverse);
+    for (surface_t& surface : translucent_)
+        if (!render::intersection(part, surface.covered).empty())
+            draw_surface(with, surface, eye_.view, eye_.inverse);
 }
 
-render::pixel_rect stage::mirrored(const keyboard_scene& keys, int key) const {
+render::pixel_rect stage::mirrored(const keyboard_scene& keys, int key, bool at_rest) const {
     if (!mirror_ || !mirror_->faces_the_eye) return {};
-    return render::intersection(keys.covered(key, port_, &mirror_->reflection), mirror_->covered);
+    return render::intersection(keys.covered(key, port_, &mirror_->reflection, at_rest), mirror_->covered);
 }
 
 } // namespace quenvarel

@@ -53,7 +53,7 @@ public:
         return mirror_ && mirror_->faces_the_eye ? mirror_->covered : render::pixel_rect{};
     }
     // The pixels in which the mirror may show this key.
-    render::pixel_rect mirrored(const keyboard_scene& keys, int key) const;
+    render::pixel_rect mirrored(const keyboard_scene& keys, int key, bool at_rest = false) const;
 
 private:
     struct surface_t {
@@ -64,6 +64,8 @@ private:
         float polish = 0; // share of the environment that it reflects
         bool closed = false;
         render::box3 bounds{};
+        // For the view at hand.
+        render::pixel_rect covered{};
         bool mirrored = false; // may be seen in the mirror
     };
     struct mirror_t {
@@ -92,7 +94,6 @@ private:
     std::optional<libgr::texture_t> polished_; // what something polished wears
     std::optional<mirror_t> mirror_;
     std::list<surface_t> opaque_, translucent_;
-    std::vector<render::pixel_rect> translucent_covered_;
     eye_view eye_{};
     viewport port_{render::mtx3w::identity(), 1, 1};
 };
