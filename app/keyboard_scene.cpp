@@ -173,7 +173,8 @@ render::pixel_rect covered_by(const box3& box, const mtx3w& model, const viewpor
                                 view.whole());
 }
 
-render::pixel_rect keyboard_scene::covered(int key, const viewport& view, const mtx3w* reflection, bool at_rest) const {
+render::pixel_rect keyboard_scene::covered(int key, const viewport& view, const mtx3w* reflection,
+                                           bool at_rest) const {
     const slot& which = slots_[index(key)];
     if (!which.bounds) return {};
     const mtx3w& model = at_rest ? which.model_at_rest : which.model;

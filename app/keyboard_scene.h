@@ -88,8 +88,8 @@ public:
 
     // The pixels within the window that a key, or its reflection, may cover, edges smoothed; empty when it
     // has no surface or is not in sight.
-    render::pixel_rect covered(int key, const viewport& view,
-                               const render::mtx3w* reflection = nullptr, bool at_rest = false) const;
+    render::pixel_rect covered(int key, const viewport& view, const render::mtx3w* reflection = nullptr,
+                               bool at_rest = false) const;
 
     // Calls the action with the number of the nearest key at a pixel, counted from the lower left; of two
     // that are equally near the lower number wins. False, without a call, when there is none. The key

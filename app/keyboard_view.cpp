@@ -50,7 +50,9 @@ void keyboard_view::resize(int width, int height) {
     port_ = {render::perspective_matrix(extents), width, height};
     inverse_projection_ = render::inverse_perspective_matrix(extents);
     frame_.allocate(width, height, wanted_samples);
-    fixed_.allocate(width, height, wanted_samples);
+    fixed_.destroy();
+    bare_mirror_.destroy();
+    may_keep_ = true;
     damage_.clear();
     view_changed();
 }
@@ -70,6 +72,7 @@ void keyboard_view::view_changed() {
         locate(key);
         mirrored_at_rest_[index(key)] = stage_.mirrored(scene_, key, true);
     }
+    view_is_new_ = true;
     fixed_is_current_ = false;
     damage_.add(port_.whole());
 }
@@ -126,61 +129,94 @@ void keyboard_view::fade(clock::time_point when) {
 
 // The keys' images in the mirror are there as they are at rest; beside it is kept what the mirror shows
 // without them.
-void keyboard_view::draw_fixed(const painter& with) {
+bool keyboard_view::keep_fixed(const painter& with) {
+    if (fixed_is_current_) return true;
+    if (!frame_.allocated() || !may_keep_) return false;
+    const auto has_size = [](render::framebuffer_t& kept, int width, int height) {
+        return (kept.width() == width && kept.height() == height) ||
+               kept.allocate(width, height, wanted_samples);
+    };
+    const render::pixel_rect mirror = stage_.mirror();
+    may_keep_ = has_size(fixed_, port_.width, port_.height) &&
+                (mirror.empty() || has_size(bare_mirror_, mirror.width(), mirror.height()));
+    if (!may_keep_) return false; // for want of memory, which is reported once
     fixed_.bind();
     hold(port_.whole());
+    stage_.clear_picture();
     stage_.draw_fixed(with, port_.whole());
+    if (!mirror.empty()) {
+        bare_mirror_.copy_samples(fixed_, {0, 0, mirror.width(), mirror.height()}, mirror.left,
+                                  mirror.bottom);
+        fixed_.bind();
+        hold(mirror);
+        painter resting = with;
+        resting.at_rest = &inverse_view_;
+        stage_.draw_mirrored(resting, scene_, mirrored_, mirror);
+    }
     fixed_is_current_ = true;
+    return true;
+}
+
+// Whole, into the framebuffer that is bound. The keys come first, since they hide much that then need not be
+// lit.
+void keyboard_view::draw_whole(const painter& with) {
+    const render::pixel_rect whole = port_.whole();
+    hold(whole);
+    stage_.clear_picture();
+    scene_.draw(with, covered_, whole);
+    stage_.draw_fixed(with, whole);
+    stage_.draw_mirrored(with, scene_, mirrored_, whole);
+    stage_.draw_translucent(with, whole);
+    frame_.resolve(whole);
+}
+
+// What the keys do not change is taken from where it is kept.
+void keyboard_view::draw_damage(const painter& with) {
+    // Images in the mirror that are not those of keys at rest.
+    render::pixel_rect moved;
+    for (int key = 0; key < keyboard_scene::key_count; ++key)
+        if (!scene_.at_rest(key))
+            for (const key_rectangles* images : {&mirrored_, &mirrored_at_rest_})
+                moved = render::enclosing(moved, (*images)[index(key)]);
+    // One step for all parts after the other: changing the framebuffer is what takes time.
     const render::pixel_rect mirror = stage_.mirror();
-    if (mirror.empty()) return;
-    if (bare_mirror_.width() != port_.width || bare_mirror_.height() != port_.height)
-        bare_mirror_.allocate(port_.width, port_.height, wanted_samples);
-    bare_mirror_.copy_samples(fixed_, mirror);
-    fixed_.bind();
-    hold(mirror);
-    painter resting = with;
-    resting.at_rest = &inverse_view_;
-    stage_.draw_mirrored(resting, scene_, mirrored_, mirror);
+    for (const render::pixel_rect& part : damage_.parts()) {
+        frame_.copy_samples(fixed_, part);
+        frame_.copy_samples(bare_mirror_, render::intersection(part, moved), -mirror.left, -mirror.bottom);
+    }
+    frame_.bind();
+    for (const render::pixel_rect& part : damage_.parts()) {
+        if (const auto images = render::intersection(part, moved); !images.empty()) {
+            hold(images);
+            stage_.draw_mirrored(with, scene_, mirrored_, images);
+        }
+        hold(part);
+        scene_.draw(with, covered_, part);
+        stage_.draw_translucent(with, part);
+    }
+    for (const render::pixel_rect& part : damage_.parts())
+        frame_.resolve(part);
 }
 
 void keyboard_view::draw(clock::time_point when) {
     if (!renderer_) return;
     fade(when);
     const render::context_stays stays;
-    if (damage_.parts().empty() && frame_.allocated()) return;
-    if (!frame_.allocated()) damage_.add(port_.whole()); // the window forgets
+    const bool changed = !damage_.parts().empty() || !frame_.allocated(); // the window forgets
+    if (!changed && !can_prepare()) return;
     const painter brush = {*renderer_, port_, light, shininess, glow_};
     glViewport(0, 0, port_.width, port_.height);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_SCISSOR_TEST);
-    const bool kept = fixed_.allocated();
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_FALSE);
-    if (kept && !fixed_is_current_) draw_fixed(brush);
-    // Images in the mirror that are not those of keys at rest.
-    render::pixel_rect moved;
-    for (int key = 0; key < keyboard_scene::key_count; ++key)
-        if (!scene_.at_rest(key))
-            moved = render::enclosing(moved, render::enclosing(mirrored_[index(key)], mirrored_at_rest_[index(key)]));
-    // One step for all parts after the other: changing the framebuffer is what takes time.
-    for (const render::pixel_rect& part : damage_.parts()) {
-        frame_.copy_samples(fixed_, part);
-        frame_.copy_samples(bare_mirror_, render::intersection(part, moved));
+    // A view that has just changed may change again before a key is pressed.
+    if (!view_is_new_ && keep_fixed(brush)) {
+        draw_damage(brush);
+    } else {
+        frame_.bind();
+        draw_whole(brush);
     }
-    frame_.bind();
-    for (const render::pixel_rect& part : damage_.parts()) {
-        hold(part);
-        if (!kept) stage_.draw_fixed(brush, part);
-        if (const render::pixel_rect images = kept ? render::intersection(part, moved) : part;
-            !images.empty()) {
-            hold(images);
-            stage_.draw_mirrored(brush, scene_, mirrored_, images);
-            hold(part);
-        }
-        scene_.draw(brush, covered_, part);
-        stage_.draw_translucent(brush, part);
-    }
-    for (const render::pixel_rect& part : damage_.parts())
-        frame_.resolve(part);
+    view_is_new_ = false;
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     glDisable(GL_SCISSOR_TEST);
     damage_.clear();

@@ -44,6 +44,8 @@ public:
     void release_all(clock::time_point when = clock::now());
     // Whether it takes more pictures until all glows have faded.
     bool fading() const { return fading_.any(); }
+    // Whether one more draw(), soon, with nothing to do, would make the next key's picture come sooner.
+    bool can_prepare() const { return renderer_ && may_keep_ && !fixed_is_current_ && frame_.allocated(); }
 
     // Brings the picture up to date, drawing only what has changed. With the context.
     void draw(clock::time_point when = clock::now());
@@ -66,7 +68,9 @@ private:
     template <class Change>
     void change(int key, Change how);
     void fade(clock::time_point when);
-    void draw_fixed(const painter& with);
+    bool keep_fixed(const painter& with);
+    void draw_whole(const painter& with);
+    void draw_damage(const painter& with);
     void locate(int key);
     void add_damage(int key);
     void view_changed();
@@ -79,9 +83,9 @@ private:
     stage stage_;
     render::framebuffer_t frame_;
     render::framebuffer_t fixed_;       // what the keys do not change
-    render::framebuffer_t bare_mirror_; // what the mirror shows without them
-    bool fixed_is_current_ = false;
-    damage damage_;                         // of the frame
+    render::framebuffer_t bare_mirror_; // what the mirror shows without them; of its size
+    bool fixed_is_current_ = false, may_keep_ = true, view_is_new_ = true;
+    damage damage_;                                              // of the frame
     key_rectangles covered_{}, mirrored_{}, mirrored_at_rest_{}; // by the keys and by their images
     std::optional<camera_t> camera_;
     viewport port_{render::mtx3w::identity(), 1, 1};

@@ -21,6 +21,7 @@ namespace {
 constexpr int initial_width = 800, initial_height = 200;
 
 constexpr unsigned frame_time = 12; // milliseconds, while something fades
+constexpr unsigned rest = 150;      // and after the view has changed
 
 constexpr int left_button = 0, middle_button = 1, pressed = 0;
 
@@ -81,7 +82,10 @@ void Quenvarel::display() {
     view_.draw();
     view_.show();
     gems::registry->swapbuffers();
-    if (view_.fading()) gems::registry->redisplay_in(frame_time);
+    if (view_.fading())
+        gems::registry->redisplay_in(frame_time);
+    else if (view_.can_prepare())
+        gems::registry->redisplay_in(rest);
 }
 
 // ---- Keys

@@ -142,8 +142,9 @@ void stage::load(const std::string& file) {
     const auto status = std::filesystem::status(path, error);
     if (status.type() != std::filesystem::file_type::not_found) {
         pmt3d::model_t model;
-        std::uint64_t triangles =
-            std::filesystem::is_regular_file(status) ? std::filesystem::file_size(path, error) / least_bytes : 0;
+        std::uint64_t triangles = std::filesystem::is_regular_file(status)
+                                      ? std::filesystem::file_size(path, error) / least_bytes
+                                      : 0;
         if (triangles <= most_triangles && pmt3d::load_text(model, file, {.error = std::cerr})) {
             for (const pmt3d::model_item_t& item : model.items)
                 triangles += item.polygon.element_count();
@@ -153,8 +154,7 @@ void stage::load(const std::string& file) {
                 static_cast<libgr::environment_options&>(environment_) = model.environment;
             }
         }
-        if (triangles > most_triangles)
-            libutils::report(file, ": more than ", most_triangles, " triangles.");
+        if (triangles > most_triangles) libutils::report(file, ": more than ", most_triangles, " triangles.");
     }
     if (environment_.initex(file)) return;
     environment_.cubetex.clear(); // the studio that every model has
@@ -233,8 +233,8 @@ void stage::draw_background(const painter& with, const mtx3w& view, const mtx3w&
     render::appearance& appearance = polished_ ? *polished_ : static_cast<render::appearance&>(bare);
     constexpr float no_highlight = 1e9f;
     glDepthRange(1, 1); // only where there is nothing yet
-    with.renderer.drawsolid(&around, true, appearance, box_copies_, mtx3w::identity(), turn, render::transpose(turn),
-                            projection, with.light, no_highlight);
+    with.renderer.drawsolid(&around, true, appearance, box_copies_, mtx3w::identity(), turn,
+                            render::transpose(turn), projection, with.light, no_highlight);
     glDepthRange(0, 1);
 }
 
@@ -256,14 +256,20 @@ painter stage::through_mirror(const painter& with) const {
     return mirrored;
 }
 
-// A software renderer compiles its programs anew for every combination of depth and stencil tests, and does
-// so when the first picture is drawn. Hence as few of them as possible.
-void stage::draw_fixed(const painter& with, const render::pixel_rect& part) {
+void stage::clear_picture() {
+    GLint stencil_bits = 0; // a window may have none
+    glGetIntegerv(GL_STENCIL_BITS, &stencil_bits);
+    can_mirror_ = stencil_bits > 0;
     glClearColor(0, 0, 0, 1);
     glClearStencil(0);
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_FALSE); // it stays opaque
+}
+
+// A software renderer compiles its programs anew for every combination of depth and stencil tests, and does
+// so when the first picture is drawn. Hence as few of them as possible.
+void stage::draw_fixed(const painter& with, const render::pixel_rect& part) {
     glEnable(GL_STENCIL_TEST);
     glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
     glDepthFunc(GL_LEQUAL);
@@ -274,7 +280,8 @@ void stage::draw_fixed(const painter& with, const render::pixel_rect& part) {
     }
     glStencilFunc(GL_EQUAL, 0, 1);
     for (surface_t& surface : opaque_)
-        draw_surface(with, surface, eye_.view, eye_.inverse);
+        if (!render::intersection(part, surface.covered).empty())
+            draw_surface(with, surface, eye_.view, eye_.inverse);
     if (!seen.empty()) {
         // Where the mirror is seen, and that there is room behind it.
         glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);

@@ -22,10 +22,11 @@ struct eye_view {
 // they reflect the environment, the more the smaller the factor. The first of them that is flat is a mirror:
 // it shows the keys and the case as well, the more the flatter one looks along it.
 //
-// Drawn in two steps. What the keys do not change comes first and can be kept as a picture: the environment
-// as the background, the case, and their image in the mirror. It leaves the stencil at 1 where the mirror is
-// seen. What the keys change comes then: their image in the mirror, which is finished with the mirror's own
-// surface; and, in front of all, those surfaces of the case that are not opaque.
+// Drawn in steps. What the keys do not change can be kept as a picture: the environment as the background,
+// the case, and their image in the mirror. It leaves the stencil at 1 where the mirror is seen. What the keys
+// change comes then: their image in the mirror, which is finished with the mirror's own surface and so
+// brings the stencil back to 0; and, in front of all, those surfaces of the case that are not opaque. The
+// keys themselves may be drawn at any time before these.
 class stage {
 public:
     static constexpr std::uint64_t most_triangles = 200'000;
@@ -41,7 +42,8 @@ public:
 
     // The view or the window has changed.
     void look(const eye_view& from, const viewport& port);
-    // With a framebuffer that has a stencil and the part as its scissor; clears it. With the context.
+    // What follows needs the context, and a framebuffer that has a stencil and the part as its scissor.
+    void clear_picture();
     void draw_fixed(const painter& with, const render::pixel_rect& part);
     // The rest, before and after the keys are drawn. Both only where they may be seen in the part.
     void draw_mirrored(const painter& with, keyboard_scene& keys, const key_rectangles& mirrored,
@@ -50,7 +52,7 @@ public:
 
     // Where the mirror is; empty when it is not seen.
     render::pixel_rect mirror() const {
-        return mirror_ && mirror_->faces_the_eye ? mirror_->covered : render::pixel_rect{};
+        return mirror_ && can_mirror_ && mirror_->faces_the_eye ? mirror_->covered : render::pixel_rect{};
     }
     // The pixels in which the mirror may show this key.
     render::pixel_rect mirrored(const keyboard_scene& keys, int key, bool at_rest = false) const;
@@ -93,6 +95,7 @@ private:
     pmt3d::polygon_mirror box_copies_{box_};
     std::optional<libgr::texture_t> polished_; // what something polished wears
     std::optional<mirror_t> mirror_;
+    bool can_mirror_ = true;
     std::list<surface_t> opaque_, translucent_;
     eye_view eye_{};
     viewport port_{render::mtx3w::identity(), 1, 1};

@@ -113,25 +113,28 @@ bool glpolygon_t::init(const std::string& directory) {
     for (std::size_t i = 0; i < uniform_count; ++i)
         surface_.uniforms[i] = surface_.program.location(uniform_names()[i]);
     surface_.values.fill({});
-    if (all_builtin) build_plain_program(builtin(stored_shader::surface_fragment).text);
+    if (all_builtin) {
+        build_variant(plain_, plain_fragment_, "#define PLAIN\n");
+        build_variant(reflecting_, reflecting_fragment_, "#define REFLECTING\n");
+    }
     step_check("glpolygon_t::init(end)");
     return true;
 }
 
-void glpolygon_t::build_plain_program(std::string_view fragment_text) {
-    const std::size_t version = fragment_text.find('\n') + 1; // the line that has to come first
-    const std::string_view define = "#define PLAIN\n";
-    const char* const texts[] = {fragment_text.data(), define.data(), fragment_text.data() + version};
-    const gl_int lengths[] = {gl_int(version), gl_int(define.size()), gl_int(fragment_text.size() - version)};
-    if (!plain_fragment_.compile(shader_stage::fragment, 3, texts, lengths)) return;
-    plain_.program.create();
-    plain_.program.attach(surface_vertex_);
-    plain_.program.attach(plain_fragment_);
-    if (!plain_.program.link()) return plain_.program.destroy();
+void glpolygon_t::build_variant(lighting& made, shader_t& fragment, std::string_view define) {
+    const std::string_view text = builtin(stored_shader::surface_fragment).text;
+    const std::size_t version = text.find('\n') + 1; // the line that has to come first
+    const char* const texts[] = {text.data(), define.data(), text.data() + version};
+    const gl_int lengths[] = {gl_int(version), gl_int(define.size()), gl_int(text.size() - version)};
+    if (!fragment.compile(shader_stage::fragment, 3, texts, lengths)) return;
+    made.program.create();
+    made.program.attach(surface_vertex_);
+    made.program.attach(fragment);
+    if (!made.program.link()) return made.program.destroy();
     // This program lacks most uniforms on purpose.
     for (std::size_t i = 0; i < uniform_count; ++i)
-        plain_.uniforms[i] = glGetUniformLocation(plain_.program.id(), uniform_names()[i]);
-    plain_.values.fill({});
+        made.uniforms[i] = glGetUniformLocation(made.program.id(), uniform_names()[i]);
+    made.values.fill({});
 }
 
 void glpolygon_t::update_frames(drawable& surface) {
@@ -230,10 +233,12 @@ void glpolygon_t::draw(const pass& how, const arguments& what) {
     surroundings* const around = what.around;
     // A selection keeps the flag of the surface before it.
     if (!how.selection) mercator_ = what.surface.mercator_sphere();
-    const bool mirrors = around && (around->reflect_alpha() != 0 || around->refract_alpha() != 0);
-    const bool plain = !how.selection && !mercator_ && !mirrors && plain_.program.id() != 0;
+    const bool refracts = around && around->refract_alpha() != 0;
+    const bool mirrors = refracts || (around && around->reflect_alpha() != 0);
+    const bool simple = !how.selection && !mercator_ && !refracts && reflecting_.program.id() != 0;
+    const bool plain = simple && !mirrors && plain_.program.id() != 0;
     const bool binds_cube = !plain && around && around->has_cube();
-    lighting& with = plain ? plain_ : surface_;
+    lighting& with = plain ? plain_ : simple ? reflecting_ : surface_;
     const auto step = [&how](const char* which) { step_check(how.name, which); };
 
     with.program.use();

@@ -62,7 +62,6 @@ private:
     struct pass; // the differences between the two ways of drawing
     struct arguments;
     void draw(const pass& how, const arguments& what);
-    void build_plain_program(std::string_view fragment_text);
 
     // A program that lights surfaces.
     struct lighting {
@@ -83,6 +82,8 @@ private:
         bool renew(std::size_t which, std::span<const float> value);
     };
 
+    void build_variant(lighting& made, shader_t& fragment, std::string_view define);
+
     shader_t feedback_vertex_;
     shader_t feedback_fragment_;
     program_t feedback_;
@@ -92,10 +93,11 @@ private:
     shader_t surface_geometry_; // never compiled: the place of a stage between the two
     lighting surface_;
 
-    // A second surface program, for surfaces that show no surroundings and are no spheres: the same result
-    // with less work. Not built if a file replaces one of the shaders.
-    shader_t plain_fragment_;
-    lighting plain_;
+    // Two more surface programs for surfaces that are no spheres: one for those that show no surroundings,
+    // one for those that only reflect them. The same result with less work. Not built if a file replaces one
+    // of the shaders.
+    shader_t plain_fragment_, reflecting_fragment_;
+    lighting plain_, reflecting_;
     bool mercator_ = false; // of the last surface
 };
 

@@ -16,12 +16,16 @@ in vertex_t {
 uniform mat4 Globalview;
 uniform mat4 invModelview;
 uniform float Shininess;
-#ifdef PLAIN // known beforehand, so that what nobody sees costs nothing
+// What is known beforehand costs nothing where nobody sees it.
+#ifdef PLAIN
 const float ReflectAlpha = 0.0;
+#else
+uniform float ReflectAlpha;
+#endif
+#if defined(PLAIN) || defined(REFLECTING)
 const float RefractAlpha = 0.0;
 const bool MercatorSphere = false;
 #else
-uniform float ReflectAlpha;
 uniform float RefractAlpha;
 uniform bool MercatorSphere;
 #endif
@@ -57,9 +61,9 @@ vec4 add_surroundings(vec4 lit, vec3 norm) {
         reflectdir = reflect(-Vertex.ReflectDir, n);
         refractdir = refract(-Vertex.RefractDir, n, RefractFactor);
     }
-    vec4 refl = texture(cubeTex, to_world(reflectdir)) * ReflectAlpha;
-    vec4 refr = texture(cubeTex, to_world(refractdir)) * RefractAlpha;
-    return lit + refl + refr;
+    lit += texture(cubeTex, to_world(reflectdir)) * ReflectAlpha;
+    if (RefractAlpha != 0.0) lit += texture(cubeTex, to_world(refractdir)) * RefractAlpha;
+    return lit;
 }
 
 void main() {
