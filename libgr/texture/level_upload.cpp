@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <vector>
 
 namespace libgr {
 
@@ -55,6 +56,32 @@ struct readable {
 private:
     image2d wide_;
     picture_view wide_view_{wide_};
+};
+
+// The pixels of a flat picture in rows without padding, and the pixel store for them. Pixels that are parts
+// of a byte stay as they are.
+struct packed_rows {
+    explicit packed_rows(const picture_view& picture) : pixels(picture.first_pixel()) {
+        const std::uint32_t bits = bits_per_pixel(picture.record().descriptor);
+        if (bits % 8 != 0) return;
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+        const std::size_t row = std::size_t(picture.width) * (bits / 8);
+        if (row == picture.stride) return;
+        copy_.reserve(row * std::size_t(picture.height));
+        for (GLsizei y = 0; y < picture.height; ++y) {
+            const unsigned char* const from = picture.first_pixel() + std::uint64_t(y) * picture.stride;
+            copy_.insert(copy_.end(), from, from + row);
+        }
+        pixels = copy_.data();
+    }
+    packed_rows(const packed_rows&) = delete;
+    packed_rows& operator=(const packed_rows&) = delete;
+
+    const unsigned char* pixels;
+
+private:
+    std::vector<unsigned char> copy_;
 };
 
 } // namespace
@@ -153,8 +180,11 @@ void level_upload::build(const picture_view& picture, const transfer& how, GLenu
         failed =
             gluBuild1DMipmaps(target_, internal, picture.width, how.format, how.type, picture.first_pixel());
     } else if (dimensions_ == 2) {
+        // It puts the rows of its own levels side by side, and the GL would look for each at a multiple of
+        // the picture's alignment: wrong pixels, and some from behind the level.
+        const packed_rows packed(picture);
         failed = gluBuild2DMipmaps(target_, internal, picture.width, picture.height, how.format, how.type,
-                                   picture.first_pixel());
+                                   packed.pixels);
     }
     if (failed) build_without_utilities(picture, how, parameter_target, failed);
 }

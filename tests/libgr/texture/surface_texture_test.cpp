@@ -240,7 +240,7 @@ TEST_F(SurfaceTexture, StepsAreLabelled) {
     EXPECT_EQ(step_labels(), "texture_t::open(5)\n");
     for (const auto& [name, label] : {std::pair{&texture_t::bumpmap, "texture_t::open(6)\n"},
                                       {&texture_t::specular, "texture_t::open(7)\n"}}) {
-        save("shine.png", rgb8);
+        save("shine.png", grey8);
         texture_t dressed;
         dressed.*name = "shine.png";
         dressed.aniso = -1; // refused
