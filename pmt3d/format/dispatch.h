@@ -2,25 +2,14 @@
 // Loading and saving models, in the format that the file's name ends with: ".pmt" the text format, ".stl"
 // triangles.
 
+#include "pmt3d/format/load_context.h"
 #include "pmt3d/format/model.h"
-#include "pmt3d/format/picture_opener.h"
 #include "pmt3d/format/progress.h"
-#include "pmt3d/surface/frames.h"
 
 #include <cstdint>
-#include <iosfwd>
 #include <string>
 
 namespace pmt3d {
-
-// What a load needs of its caller.
-struct load_context {
-    std::ostream& error;   // diagnostics
-    frame_update frames{}; // for NURBS surfaces; empty: on the CPU
-    progress_t progress{};
-    std::uint64_t allowed_vertices = 0; // of NURBS surfaces, where a file asks for more than vertex_limit.h
-    picture_opener* pictures = nullptr; // null: pictures are not looked at
-};
 
 // Loading appends to the model; what was read before a failure stays in it, the item that failed included.
 // Saving replaces the file only when all of it could be written, and names the surfaces after the file.

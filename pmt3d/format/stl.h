@@ -1,9 +1,9 @@
 #pragma once
 // Triangles in STL files, binary (little-endian) and text.
 
-#include "pmt3d/format/dispatch.h"
+#include "pmt3d/format/load_context.h"
+#include "pmt3d/format/model.h"
 
-#include <cstdint>
 #include <string>
 
 namespace pmt3d {

@@ -1,3 +1,4 @@
+#include "pmt3d/format/dispatch.h"
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/stl.h"
 
@@ -93,6 +94,7 @@ TEST_F(stl, text_begins_like_text_and_is_not_as_long_as_a_binary_file) {
         {named, 2},
         {named + "x", 2},
         {binary(2, two) + "more", 2},
+        {binary(2, two, "solid facet"), 2},
         {binary(2, two, "solid facet") + "x", 0}, // text, if not a good one
         {named.substr(0, named.size() - 1), 0},
         {binary(0, {}), 0},
@@ -174,6 +176,10 @@ TEST_F(stl, the_two_bytes_after_a_facet_only_shorten_a_line) {
     EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
     EXPECT_FALSE(load(items, "solid\n" + one + "x" + one));
     EXPECT_EQ(take_err(), "num: 11\n");
+    // A last line that ends with the file, whose length fills the pages it is mapped to.
+    const std::string last = one.substr(0, one.size() - 1);
+    EXPECT_TRUE(load(items, "solid" + std::string(65536 - 6 - last.size(), ' ') + '\n' + last));
+    EXPECT_EQ(items.back().polygon.vertices()[2].position, (render::pos3{0, 1, 0}));
     pmt3d::line_reader lines("ab\nc");
     lines.skip(9);
     EXPECT_EQ(lines.remaining(), 0u);
@@ -185,14 +191,15 @@ TEST_F(stl, binary_files_come_back_exactly) {
     std::mt19937 random(2);
     std::uniform_real_distribution<float> number(-1e6f, 1e6f);
     std::vector<render::pos3> expected;
-    for (int n = 0; n < 2; ++n) { // strips of even and odd lengths, with a restart
+    for (int n = 0; n < 2;
+         ++n) { // strips of even and odd lengths, with a restart; more than is written at once
         pmt3d::polygon_t& polygon = items.emplace_back().polygon;
-        polygon.allocate(40, 40);
+        polygon.allocate(2000, 2000);
         for (pmt3d::vertex_t& v : polygon.edit_vertices())
-            v = {{number(random), number(random), number(random)}, {1, 0, 0, 1}, {1, 1}};
-        for (pmt3d::element_t i = 0; i < 40; ++i)
+            v.position = {number(random), number(random), number(random)};
+        for (pmt3d::element_t i = 0; i < 2000; ++i)
             polygon.edit_elements()[i] = i % 8 == 7 ? strip_end - i : i;
-        pmt3d::for_each_triangle(polygon.getelements(), 40, [&](auto, bool, auto a, auto b, auto c) {
+        pmt3d::for_each_triangle(polygon.getelements(), 2000, [&](auto, bool, auto a, auto b, auto c) {
             for (const pmt3d::element_t i : {a, b, c})
                 expected.push_back(polygon.vertices()[i].position);
         });

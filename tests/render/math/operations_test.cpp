@@ -1,13 +1,9 @@
 #include "render/math/operations.h"
 
-#include "render/math/bspline.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <numeric>
-#include <vector>
 
 namespace {
 
@@ -92,44 +88,6 @@ TEST(operations, grids) {
     EXPECT_EQ(truncate(pos3{1.7f, 1.7f, -1.7f}, dir3{1, 0.5f, 1}), (pos3{1, 1.5f, -1}));
     EXPECT_EQ(round_up(pos3{1.7f, 1.2f, -1.7f}, dir3{1, 0.5f, 1}), (pos3{2, 1.5f, -1}));
     EXPECT_EQ(round_up(pos3{0.1f, 1, 2}, 1.0f), (pos3{1, 1, 2}));
-}
-
-// The definition, written as it stands.
-float basis_by_definition(std::size_t i, std::size_t k, float u, const float* t) {
-    if (k == 1) return t[i] <= u && u <= t[i + 1] && t[i] != t[i + 1] ? 1.0f : 0.0f;
-    const float a = basis_by_definition(i, k - 1, u, t), b = basis_by_definition(i + 1, k - 1, u, t);
-    const float left = t[i + k - 1] - t[i], right = t[i + k] - t[i + 1];
-    return (a == 0 || left == 0 ? 0 : (u - t[i]) / left * a) +
-           (b == 0 || right == 0 ? 0 : (t[i + k] - u) / right * b);
-}
-
-TEST(bspline_basis, equals_its_definition) {
-    const std::vector<float> vectors[] = {
-        {0, 0, 0, 0, 1, 1, 1, 1},
-        {0, 0, 0, 0.25f, 0.25f, 0.5f, 1, 1, 1},
-        {0, 0.1f, 0.3f, 0.4f, 0.45f, 0.8f, 1.5f, 2, 3},
-        {1, 0, 3, nan, 2, inf, 4, 4},
-    };
-    for (const auto& t : vectors)
-        for (std::size_t k = 1; k < t.size(); ++k)
-            for (std::size_t i = 0; i + k < t.size(); ++i)
-                for (const float u : {0.0f, 0.1f, 0.25f, 0.3f, 0.7f, 1.0f, 2.5f, -1.0f}) {
-                    const float is = bspline_basis(i, k, u, t.data());
-                    const float expected = basis_by_definition(i, k, u, t.data());
-                    EXPECT_TRUE(is == expected || (std::isnan(is) && std::isnan(expected)))
-                        << k << ' ' << i << ' ' << u << ": " << is << ", not " << expected;
-                }
-}
-
-TEST(bspline_basis, values) {
-    const float bezier[] = {0, 0, 0, 1, 1, 1}, rows[] = {0, 0, 1, 1, 0, 0, 2, 2};
-    EXPECT_EQ(bspline_basis(1, 3, 0.5f, bezier), 0.5f);
-    EXPECT_EQ(bspline_basis(2, 3, 1.0f, bezier), 1.0f) << "the last end belongs to the last span";
-    EXPECT_EQ(bspline_basis(0, 0, 0.5f, bezier), 0.0f);
-    EXPECT_EQ(bspline_basis(0, 2, 0.5f, {rows, 4}, 1), 0.75f);
-    std::vector<float> t(2001);
-    std::iota(t.begin(), t.end(), 0.0f);
-    EXPECT_GE(bspline_basis(0, 2000, 1000.5f, t.data()), 0.0f) << "a great order ends soon";
 }
 
 } // namespace
