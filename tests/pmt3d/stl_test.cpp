@@ -100,6 +100,7 @@ TEST_F(stl, text_begins_like_text_and_is_not_as_long_as_a_binary_file) {
         {binary(0, {}), 0},
         {"solid", 0},
         {"solid\n" + facet(good_vertices), 1},
+        {"solid\nfacet normal " + facet(good_vertices), 1}, // one line, one facet
         {"solid" + std::string(75, ' ') + std::string(4, '\0') + facet(good_vertices), 1}, // of no triangles
     };
     surface_list items;
@@ -128,10 +129,11 @@ TEST_F(stl, files_that_fail) {
         {binary(0xFFFFFFFF, one), ": file is too short for its triangles.\n"},
         {text + facet("vertex 0 0 0\nvertex 1 0 0\n"), "num: 6\n"},
         {text + facet("vertex 0 0 0\nvertex 1 x 0\nvertex 2 2 2\n"), "num: 5\n"},
-        {text + facet("vertex 0 0 0\nvertex 1 0\nvertex 2 2 2\n"), "num: 5\n"},
+        {text + facet("vertex 0 0 0\nvertex 1 0\n5\nvertex 2 2 2\n"), "num: 5\n"},
         {text + facet("vertex 0 0 nan\nvertex 1 0 0\nvertex 2 2 2\n"), "num: 4\n"},
         {text + "facet normal 0 0 1\nvertex 0 0 0\n", "num: 3\n"},
-        {text + "facet normal \n" + facet(good_vertices), "num: 9\n"}, // counted, but trimmed it is no facet
+        // Counted, but trimmed it is no facet.
+        {text + "facet normal \nouter loop\n" + good_vertices + "endloop\n", "num: 7\n"},
     };
     for (const auto& [bytes, errors] : cases) {
         surface_list items;

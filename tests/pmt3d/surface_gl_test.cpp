@@ -71,8 +71,8 @@ TEST_F(surface_gl, draws_the_triangles_of_the_strips) {
     EXPECT_EQ(draw(mirror, true), 2u);
     polygon.unselectpolygon(1);
     EXPECT_EQ(draw(mirror, true), 1u);
-    polygon.extend(8, 18);
-    std::fill(polygon.edit_elements().begin() + 2, polygon.edit_elements().end(), 7);
+    polygon.extend(6, 18);
+    std::fill(polygon.edit_elements().begin() + 2, polygon.edit_elements().end(), 5);
     EXPECT_EQ(draw(mirror), 16u);
     mirror.release();
     EXPECT_EQ(draw(mirror), 16u);
@@ -122,6 +122,18 @@ TEST_F(surface_gl, uploads_only_what_has_changed) {
     EXPECT_EQ(uploads_of(draw_it), 3);
 }
 
+// The floats of an attribute in the vertex array that was made last.
+GLint floats_of(GLuint attribute) {
+    GLuint array = 0;
+    for (GLuint name = 1; name < 100; ++name)
+        if (glIsVertexArray(name)) array = name;
+    GLint floats = 0;
+    glBindVertexArray(array);
+    glGetVertexAttribiv(attribute, GL_VERTEX_ATTRIB_ARRAY_SIZE, &floats);
+    glBindVertexArray(0);
+    return floats;
+}
+
 TEST_F(surface_gl, every_vertex_is_a_point) {
     polygon_t polygon = surface(6, {});
     polygon_mirror mirror(polygon);
@@ -142,8 +154,11 @@ TEST_F(surface_gl, every_vertex_is_a_point) {
     glUseProgram(renderer_.surface_program());
     EXPECT_EQ(points_of([&] { EXPECT_EQ(mirror.draw_surface_points(), 6u); }), 6u);
     EXPECT_EQ(points_of([&] { mirror.draw_points(); }), 6u);
+    EXPECT_EQ(floats_of(2), 1) << "sizes in the place of texture coordinates";
     EXPECT_EQ(points_of([&] { mirror.draw_feedback_points(); }), 6u);
     EXPECT_EQ(points_of([&] { control_points.draw_points(); }), 12u);
+    EXPECT_EQ(floats_of(1), 4);
+    EXPECT_EQ(floats_of(2), 1);
     nurbs.unmarkvertex(11);
     const watched<&__glewBufferSubData> uploads(false);
     EXPECT_EQ(points_of([&] { control_points.draw_points(); }), 12u);

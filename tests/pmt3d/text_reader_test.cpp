@@ -65,62 +65,6 @@ std::string triangle(const std::string& lines) {
            frame_lines + "end\n";
 }
 
-TEST(polygon_block, a_whole_block_becomes_a_surface) {
-    const auto r = read(triangle("# a comment with end in it\n\n\r\nresolution 9,9\r\ncolor 256,0,0,255\n"));
-    EXPECT_TRUE(r->ok);
-    EXPECT_EQ(r->errors, "");
-    EXPECT_EQ(r->last_line, 23u);
-    EXPECT_EQ(r->polygon.name(), "key.pmt");
-    EXPECT_EQ(r->polygon.vertex_count(), 3u);
-    EXPECT_EQ(r->polygon.vertices()[0].color, (render::col3a{0, 0, 0, 255 * 0.003921569f}));
-    EXPECT_EQ(r->polygon.vertices()[2].position, (render::pos3{0, 1, 0}));
-    EXPECT_EQ(r->polygon.getelements()[3], 0xFFFFFFFFu);
-    EXPECT_EQ(r->polygon.normals()[1].binormal, (render::dir3{0, 1, 0}));
-    EXPECT_EQ(r->polygon.polyid(0).start, 0u);
-}
-
-TEST(polygon_block, vertices_take_the_state_that_was_set_before) {
-    const auto r = read("begin polygon_surface,5,0\n"
-                        "position 1,2,3\n"
-                        "fcolor 2,-0.5,1/4,0\ntexcoord 0.25,(1+2)*3\n"
-                        "position -1.5e1 , 0x10,-0\n"
-                        "color 0x0A,010,51,300\n"
-                        "circle 1,90,0.5\n"
-                        "sphere 1,90,90\n"
-                        "sphere 2,60,30\nend\n");
-    const auto v = r->polygon.vertices();
-    EXPECT_EQ(v[0].color, (render::col3a{0.5f, 0.5f, 0.5f, 1.0f}));
-    EXPECT_EQ(v[0].texcoord, (render::txc2{0, 0}));
-    EXPECT_EQ(v[1].color, (render::col3a{2.0f, -0.5f, 0.25f, 0.0f})); // floats are not clamped
-    EXPECT_EQ(v[1].texcoord, (render::txc2{0.25f, 9.0f}));
-    EXPECT_EQ(v[1].position, (render::pos3{-15, 16, 0}));
-    EXPECT_FALSE(std::signbit(v[1].position.z)); // a sum that begins with 0
-    const float step = 0.003921569f;
-    EXPECT_EQ(v[2].color, (render::col3a{10 * step, 8 * step, 51 * step, 44 * step}));
-    EXPECT_FLOAT_EQ(v[2].position.x, -1);
-    EXPECT_NEAR(v[2].position.y, 0, 1e-6f);
-    EXPECT_EQ(v[2].position.z, 0.5f);
-    EXPECT_FLOAT_EQ(v[3].position.x, -1);
-    EXPECT_NEAR(v[4].position.x, -2 * std::sqrt(0.75f) * 0.5f, 1e-6f);
-    EXPECT_NEAR(v[4].position.y, 2 * std::sqrt(0.75f) * std::sqrt(0.75f), 1e-6f);
-    EXPECT_NEAR(v[4].position.z, 1, 1e-6f);
-}
-
-TEST(polygon_block, texture_lines_fill_the_options) {
-    const auto r = read(triangle("texture  a b.png \r\n" // blanks belong to the name
-                                 "texfilter false,0,1\nbumptex x.png\nbumpmap bump map.png\r\n"
-                                 "bumpofs 0\nbump2mono truely\nspecular s.png\naniso 4*2\n"
-                                 "refractfactor 1/1.5\nmercatorsphere 0x2\n"));
-    EXPECT_TRUE(r->ok);
-    EXPECT_EQ(r->texture.texture, " a b.png ");
-    EXPECT_EQ(r->texture.bumpmap, "bump map.png");
-    EXPECT_EQ(r->texture.specular, "s.png");
-    EXPECT_EQ(r->texture.aniso, 8.0f);
-    EXPECT_EQ(r->texture.refractfactor, 1.0f / 1.5f);
-    EXPECT_FALSE(r->texture.mipmap || r->texture.nearlinear || r->texture.bumpofs);
-    EXPECT_TRUE(r->texture.maglinear && r->texture.bump2mono && r->texture.mercatorsphere);
-}
-
 TEST(polygon_block, lines_without_a_value_are_reported_and_skipped) {
     // The words of the message behind the key, or instead of it.
     const std::pair<const char*, std::vector<const char*>> keys[] = {
@@ -202,29 +146,6 @@ const std::string columns_of_a_patch =
     "knot2 0\nknot2 0\nknot2 1\nknot2 1\nknot2 0\nknot2 0\nknot2 1\nknot2 1\n";
 std::string patch(const std::string& lines) {
     return "begin nurbs_surface,2,2,2,2\n" + lines + rows_of_a_patch + columns_of_a_patch + "end\n";
-}
-
-TEST(nurbs_block, a_whole_block_is_tessellated) {
-    const auto r = read(patch("resolution 5,0x3\nmercatorsphere 1\n"));
-    EXPECT_TRUE(r->ok);
-    EXPECT_EQ(r->errors, "");
-    EXPECT_EQ(r->item.nurbs.name(), "key.pmt");
-    EXPECT_EQ(r->polygon.name(), "key.pmt");
-    EXPECT_EQ(r->polygon.vertex_count(), 15u);
-    EXPECT_EQ(r->polygon.element_count(), 22u);
-    EXPECT_TRUE(r->texture.mercatorsphere);
-    EXPECT_EQ(r->item.nurbs.points()[1].color, (render::col3a{0.5f, 0.5f, 0.5f, 1.0f}));
-    const pmt3d::vertex_t& middle = r->polygon.vertices()[7];
-    EXPECT_FLOAT_EQ(middle.position.z, 0.5f);
-    EXPECT_NEAR(middle.color.r, 0.75f, 1e-6f);
-    EXPECT_EQ(middle.texcoord, (render::txc2{0.5f, 0.5f}));
-    // z = 2uv: at the first corner the surface is level.
-    EXPECT_NEAR(r->polygon.normals()[0].normal.z, 1.0f, 1e-6f);
-    EXPECT_NEAR(r->polygon.normals()[0].tangent.x, 1.0f, 1e-6f);
-    EXPECT_NEAR(r->polygon.normals()[0].binormal.y, 1.0f, 1e-6f);
-    // Or the caller computes the frames.
-    const auto own = read(patch(""), [](auto& polygon) { polygon.edit_normals()[0].normal.x = 7; });
-    EXPECT_EQ(own->polygon.normals()[0].normal, (render::dir3{7, 0, 0}));
 }
 
 TEST(nurbs_block, diagnostics) {
