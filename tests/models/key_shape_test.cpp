@@ -124,7 +124,7 @@ TEST(KeyShape, IsASolidWithinItsPlace) {
                 if (std::abs(normal.y + 0.84f) < 0.04f || across.y < -0.5f * render::length(across)) continue;
                 EXPECT_GT(render::dot(normal, across) / render::length(across), 0.3f);
             }
-            // On top, the textures run as the tangents do: s to the right, t away from the player.
+            // The textures run as the tangents do, on top s to the right and t away from the player.
             for (int k = 0; k < 3; ++k) {
                 const key_vertex &from = mesh.vertices[t[k]], &to = mesh.vertices[t[(k + 1) % 3]];
                 if (from.normal.y < 0.9f || to.normal.y < 0.9f) continue;
@@ -146,12 +146,35 @@ TEST(KeyShape, IsASolidWithinItsPlace) {
     }
 }
 
+TEST(KeyShape, BlackKeysAndTheLidTakeLightFromTheTails) {
+    // The light on a white key's top between the lid and the black keys' front, at its left or right rim.
+    const auto light = [](int note, bool left, float from, float to) {
+        const key_place place = place_of(note);
+        float most = 0;
+        for (const key_vertex& v : make_key(note).vertices)
+            if ((v.position.x < (place.left + place.right) / 2) == left && v.position.y == 0 &&
+                v.position.z >= key_back + from && v.position.z <= key_back + to)
+                most = std::max(most, v.color.r);
+        return most;
+    };
+    const int c = 60, d = 62, e = 64;
+    EXPECT_EQ(light(c, true, 1, 4), 1.0f);
+    EXPECT_EQ(light(e, false, 1, 4), 1.0f);
+    EXPECT_LT(light(d, true, 1, 4), light(d, false, 1, 4)) << "the light comes from the left";
+    EXPECT_EQ(light(d, true, 1, 4), light(e, true, 1, 4));
+    EXPECT_EQ(light(d, false, 1, 4), light(c, false, 1, 4));
+    EXPECT_LT(light(c, false, 1, 4), 1.0f);
+    EXPECT_LT(light(c, true, 0, 0.5f), 0.7f);
+}
+
 TEST(KeyShape, NeighboursWearDifferentPiecesOfThePictures) {
-    const auto picture_at_front = [](int note) {
-        const key_vertex v = make_key(note).vertices.front();
-        const float s = v.texcoord.s - v.position.x / 2; // relative to the key's place
-        return s - std::floor(s);
+    const auto picture_at_front = [](int note, bool along_t) {
+        const key_vertex v = make_key(note).vertices.front(); // relative to the key's place
+        const float at = along_t ? v.texcoord.t + v.position.z / 8 : v.texcoord.s - v.position.x / 2;
+        return at - std::floor(at);
     };
     for (int note = 0; note + 1 < key_count; ++note)
-        EXPECT_GT(std::abs(picture_at_front(note) - picture_at_front(note + 1)), 0.1f) << note;
+        for (const bool along_t : {false, true})
+            EXPECT_GT(std::abs(picture_at_front(note, along_t) - picture_at_front(note + 1, along_t)), 0.1f)
+                << note;
 }

@@ -1,10 +1,5 @@
 #include "test_surface.h"
 
-#include "render/math/operations.h"
-
-#include <cmath>
-#include <numbers>
-
 namespace test_support {
 
 using namespace render;
@@ -77,35 +72,6 @@ std::vector<test_vertex> square_vertices(const col3a& color) {
         }
     }
     return all;
-}
-
-std::vector<test_vertex> sphere_vertices(int around, int rings, const col3a& color) {
-    std::vector<test_vertex> all;
-    constexpr float pi = std::numbers::pi_v<float>;
-    for (int j = 0; j <= rings; ++j) {
-        for (int i = 0; i <= around; ++i) {
-            const float u = float(i) / float(around), v = float(j) / float(rings);
-            const float longitude = 2 * pi * u, latitude = pi * (v - 0.5f);
-            const dir3 normal = {std::cos(latitude) * std::sin(longitude), std::sin(latitude),
-                                 std::cos(latitude) * std::cos(longitude)};
-            const dir3 tangent = {std::cos(longitude), 0, -std::sin(longitude)};
-            all.push_back(
-                {{normal.x, normal.y, normal.z}, color, {u, v}, tangent, cross(normal, tangent), normal});
-        }
-    }
-    return all;
-}
-
-std::vector<std::uint32_t> grid_strips(int columns, int rows) {
-    std::vector<std::uint32_t> strips;
-    for (int j = 1; j < rows; ++j) {
-        for (int i = 0; i < columns; ++i) {
-            strips.push_back(std::uint32_t(j * columns + i));
-            strips.push_back(std::uint32_t((j - 1) * columns + i));
-        }
-        strips.push_back(restart_index);
-    }
-    return strips;
 }
 
 test_texture::test_texture(GLenum kind, GLint internal, int width, int height, GLenum format, GLenum type,

@@ -52,10 +52,6 @@ private:
 // A rectangle of 2 by 2 around the origin in the plane z = 0, facing +z, texture coordinates 0 to 1.
 std::vector<test_vertex> square_vertices(const render::col3a& color);
 inline const std::vector<std::uint32_t> square_strip = {0, 1, 2, 3};
-// A sphere of radius 1 with the given number of steps around and from pole to pole; texture coordinates 0
-// to 1.
-std::vector<test_vertex> sphere_vertices(int around, int rings, const render::col3a& color);
-std::vector<std::uint32_t> grid_strips(int columns, int rows);
 
 // A two-dimensional or cube-map texture, nearest filtered unless smooth. Faces follow each other in the data.
 class test_texture {
