@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
+#include <string>
 #include <vector>
 
 namespace models {
@@ -216,7 +218,8 @@ void add_music_desk(case_builder& made) {
     std::vector<float> places;
     constexpr int steps = 24;
     for (int i = 0; i <= steps; ++i) {
-        const float share = std::cos(float(M_PI) * (1 - float(i) / steps)); // closer together at the ends
+        const float share =
+            std::cos(std::numbers::pi_v<float> * (1 - float(i) / steps)); // closer together at the ends
         places.push_back(share * half);
         // Shoulders.
         const float edge = std::abs(share);
