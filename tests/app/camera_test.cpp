@@ -38,7 +38,7 @@ float distance(const pos3& a, const pos3& b) {
     return render::length(a - b);
 }
 
-TEST(camera, looks_at_its_target_upright) {
+TEST(camera, looks_at_its_target_upright_and_knows_the_points_it_sees) {
     for (const camera_t& camera : {home, camera_t{{-9, -2, -14}, {3, 1, 0}}}) {
         const pos3 target = pixel_of(camera.target, camera);
         EXPECT_NEAR(target.x, width / 2, 1e-2);
@@ -46,65 +46,40 @@ TEST(camera, looks_at_its_target_upright) {
         const pos3 above = pixel_of(camera.target + dir3{0, 1, 0}, camera);
         EXPECT_NEAR(above.x, width / 2, 1e-2);
         EXPECT_GT(above.y, height / 2);
-
-        const mtx3w none = view_matrix(camera) * inverse_view_matrix(camera);
-        for (std::size_t i = 0; i < 16; ++i)
-            EXPECT_NEAR(none[i], mtx3w::identity()[i], 1e-5) << i;
+        for (const pos3& p : {pos3{0, 0, 0}, pos3{20, 1, 6}, pos3{-37, 0.5f, 3}}) {
+            const pos3 pixel = pixel_of(p, camera);
+            EXPECT_LT(distance(point_at(pixel.x, pixel.y, pixel.z, space_of(camera)), p), 0.1f);
+        }
     }
 }
 
-TEST(camera, point_at_undoes_the_projection) {
-    for (const pos3& p : {pos3{0, 0, 0}, pos3{20, 1, 6}, pos3{-37, 0.5f, 3}}) {
-        const pos3 pixel = pixel_of(p, home);
-        EXPECT_LT(distance(point_at(pixel.x, pixel.y, pixel.z, space_of(home)), p), 0.1f);
-    }
-}
-
-TEST(camera, orbit_keeps_the_point_in_its_place_and_the_horizon_level) {
-    const pos3 about = {20, 1, 6};
-    const pos3 before = pixel_of(about, home);
-    for (const auto& [yaw, pitch] :
-         {std::pair{30.0f, 0.0f}, {0.0f, 20.0f}, {-120.0f, -40.0f}, {720.0f, 1000.0f}}) {
-        const camera_t turned = orbit(home, about, yaw, pitch);
-        const pos3 after = pixel_of(about, turned);
-        EXPECT_NEAR(after.x, before.x, 0.05) << yaw;
-        EXPECT_NEAR(after.y, before.y, 0.05) << yaw;
+TEST(camera, orbit_keeps_distances_and_the_horizon_level) {
+    for (const auto& [yaw, pitch] : {std::pair{30.0f, 0.0f}, {-120.0f, -40.0f}, {720.0f, 1000.0f}}) {
+        const camera_t turned = orbit(home, {20, 1, 6}, yaw, pitch);
         EXPECT_NEAR(distance(turned.eye, turned.target), distance(home.eye, home.target), 1e-3);
         EXPECT_NEAR(inverse_view_matrix(turned)[1], 0, 1e-5) << "the right axis is horizontal";
         EXPECT_LT(std::abs(turned.eye.y - turned.target.y), distance(turned.eye, turned.target) * 0.9999f);
     }
-    EXPECT_GT(orbit(home, home.target, 10, 0).eye.x, 1);
-    EXPECT_GT(orbit(home, home.target, 0, 10).eye.y, home.eye.y + 1);
 }
 
 TEST(camera, zoom_steps_are_even_undo_each_other_and_end_somewhere) {
-    for (const pos3& about : {home.target, pos3{-30, 0, 6}}) {
-        const camera_t once = zoom(home, about, 1), twice = zoom(once, about, 1);
-        for (const pos3& to : {home.target, about}) {
-            const auto left = [&](const camera_t& camera) {
-                return distance(camera.eye, to == about ? about : camera.target);
-            };
-            EXPECT_LT(left(once), left(home));
-            EXPECT_NEAR(left(once) / left(home), left(twice) / left(once), 1e-4);
-        }
-        const pos3 before = pixel_of(about, home), after = pixel_of(about, twice);
-        EXPECT_NEAR(after.x, before.x, 0.05);
-        EXPECT_NEAR(after.y, before.y, 0.05);
-        EXPECT_LT(distance(zoom(twice, about, -2).eye, home.eye), 1e-3);
-        for (const int direction : {1, -1}) {
-            camera_t camera = home;
-            for (int i = 0; i < 10000; ++i)
-                camera = zoom(camera, about, direction);
-            // The last step that would not lead nearer than 4 or farther than 400.
-            const float reached = distance(camera.eye, camera.target);
-            EXPECT_TRUE(direction > 0 ? reached >= 4 && reached < 4 / 0.89f
-                                      : reached <= 400 && reached > 400 * 0.89f)
-                << reached;
-        }
-        EXPECT_EQ(zoom(home, about, 1000000), home);
-        EXPECT_EQ(zoom(home, about, -1000000), home);
+    const pos3 about = {-30, 0, 6};
+    const camera_t nearer = zoom(home, about, 1);
+    const auto to_target = [](const camera_t& camera) { return distance(camera.eye, camera.target); };
+    EXPECT_NEAR(to_target(nearer) / to_target(home), 0.9, 1e-4);
+    EXPECT_NEAR(distance(nearer.eye, about) / distance(home.eye, about), 0.9, 1e-4);
+    EXPECT_LT(distance(zoom(zoom(nearer, about, 1), about, -2).eye, home.eye), 1e-3);
+    for (const int direction : {1, -1}) {
+        camera_t camera = home;
+        for (int i = 0; i < 10000; ++i)
+            camera = zoom(camera, about, direction);
+        // The last step that would not lead nearer than 4 or farther than 400.
+        const float reached = to_target(camera);
+        EXPECT_TRUE(direction > 0 ? reached >= 4 && reached < 4 / 0.89f
+                                  : reached <= 400 && reached > 400 * 0.89f)
+            << reached;
+        EXPECT_EQ(zoom(home, about, direction * 1000000), home);
     }
-    EXPECT_EQ(zoom(home, home.target, 1).target, home.target);
 }
 
 TEST(home_view, shows_the_white_keys_over_the_whole_width_of_any_window) {
@@ -133,58 +108,51 @@ TEST(home_view, shows_the_white_keys_over_the_whole_width_of_any_window) {
 
         EXPECT_LT(camera.eye.y, last_height) << aspect;
         last_height = camera.eye.y;
-        EXPECT_EQ(fitted_camera(aspect).eye + camera_offset, camera.eye);
     }
     for (const double aspect : {0.0001, 1e6}) // windows can be dragged to any shape
         EXPECT_LT(home_camera(aspect).eye.y, 1000);
 }
 
-TEST(camera_controller, drags_with_the_left_button_or_the_middle_one) {
+TEST(camera_controller, drags_and_zooms_by_the_point_under_the_pointer_or_by_the_target) {
     camera_controller controller(home);
-    const auto drag = [&](int x, int y, float depth = 1) {
-        return controller.drag(x, y, depth, space_of(controller.camera()));
+    const pos3 about = {-20, 0, 6}, pixel = pixel_of(about, home);
+    const int x = int(pixel.x), y = int(pixel.y);
+    const auto expect_in_place = [&] {
+        EXPECT_NEAR(pixel_of(about, controller.camera()).x, pixel.x, 1);
+        EXPECT_NEAR(pixel_of(about, controller.camera()).y, pixel.y, 1);
     };
-    EXPECT_FALSE(drag(300, 100)) << "no button";
-    controller.button(2, 0, 300, 100);
-    EXPECT_FALSE(drag(310, 100)) << "not the left one";
-    controller.button(0, 0, 300, 100);
-    EXPECT_FALSE(drag(300, 100)) << "not moved";
-    EXPECT_TRUE(drag(400, 100));
-    EXPECT_LT(controller.camera().eye.x, -1) << "the picture follows the pointer";
-    EXPECT_LT(distance(controller.camera().target, home.target), 1e-4)
-        << "over the background it turns about the target";
-    EXPECT_TRUE(drag(400, 60));
-    EXPECT_GT(controller.camera().eye.y, home.eye.y + 1);
-    controller.button(0, 1, 400, 60);
-    EXPECT_FALSE(drag(500, 60));
-
+    const auto drag = [&](int at_x, int at_y, float depth) {
+        return controller.drag(at_x, at_y, depth, space_of(controller.camera()));
+    };
+    controller.zoom(2, x, y, pixel.z, space_of(home));
+    EXPECT_LT(distance(controller.camera().eye, about), distance(home.eye, about) * 0.9f);
+    expect_in_place();
     controller.reset();
     EXPECT_EQ(controller.camera(), home);
-    controller.move_eye({0, 5, -40});
-    EXPECT_EQ(controller.camera().eye, (pos3{0, 35, -8}));
-    EXPECT_EQ(controller.camera().target, home.target);
-}
-
-TEST(camera_controller, wheel_and_drag_go_by_the_point_under_the_pointer) {
-    camera_controller controller(home);
-    const pos3 about = {-20, 0, 6};
-    const pos3 pixel = pixel_of(about, home);
-    controller.zoom(2, int(pixel.x), int(pixel.y), pixel.z, space_of(home));
-    EXPECT_LT(distance(controller.camera().eye, about), distance(home.eye, about) * 0.9f);
-    EXPECT_NEAR(pixel_of(about, controller.camera()).x, pixel.x, 1);
-    EXPECT_NEAR(pixel_of(about, controller.camera()).y, pixel.y, 1);
-    controller.reset();
     controller.zoom(1, 0, 0, 1, space_of(home));
     EXPECT_EQ(controller.camera(), zoom(home, home.target, 1)) << "there is only background";
 
     controller.reset();
-    controller.button(0, 0, int(pixel.x), int(pixel.y));
+    controller.button(2, 0, x, y);
+    EXPECT_FALSE(drag(x + 10, y, pixel.z)) << "neither the left nor the middle button";
+    controller.button(0, 0, x, y);
+    EXPECT_FALSE(drag(x, y, pixel.z)) << "not moved";
     // Several moves, each seen from where the last one has led.
     for (const int moved : {10, 35, 90})
-        EXPECT_TRUE(controller.drag(int(pixel.x) + moved, int(pixel.y) - moved / 2, pixel.z,
-                                    space_of(controller.camera())));
-    EXPECT_NEAR(pixel_of(about, controller.camera()).x, pixel.x, 1);
-    EXPECT_NEAR(pixel_of(about, controller.camera()).y, pixel.y, 1);
+        EXPECT_TRUE(drag(x + moved, y - moved / 2, pixel.z));
+    expect_in_place();
+    EXPECT_LT(controller.camera().eye.x, -1) << "the picture follows the pointer";
+    EXPECT_GT(controller.camera().eye.y, home.eye.y + 1);
+    controller.button(0, 1, x, y);
+    EXPECT_FALSE(drag(x, y, pixel.z));
+
+    controller.reset();
+    controller.button(1, 0, x, y);
+    EXPECT_TRUE(drag(x + 100, y, 1));
+    EXPECT_LT(distance(controller.camera().target, home.target), 1e-4) << "about the target";
+    controller.reset();
+    controller.move_eye({0, 5, -40});
+    EXPECT_EQ(controller.camera(), (camera_t{{0, 35, -8}, home.target}));
 }
 
 } // namespace

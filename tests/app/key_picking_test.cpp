@@ -31,12 +31,6 @@ pos3 seen_at(float x, float y, float distance) {
             (y - height / 2.0f) / (height / 2.0f) * distance / p[5], -distance};
 }
 
-bool between(const side_planes& planes, const pos3& p) {
-    return std::all_of(planes.begin(), planes.end(), [&](const render::surface& s) {
-        return s.a * p.x + s.b * p.y + s.c * p.z + s.d >= 0;
-    });
-}
-
 // One strip.
 pmt3d::polygon_t surface_of(const std::vector<pos3>& corners) {
     pmt3d::polygon_t surface;
@@ -58,55 +52,6 @@ std::optional<float> pick(int x, int y, const pmt3d::polygon_t& surface,
 
 } // namespace
 
-TEST(PixelPlanes, EncloseWhatThePixelShows) {
-    std::mt19937 random(1);
-    for (int i = 0; i < 500; ++i) {
-        const int x = int(random() % width), y = int(random() % height);
-        const float distance = 0.1f + static_cast<float>(random() % 9000) / 10;
-        const side_planes planes = planes_around_pixel(x, y, width, height, projection());
-        const auto at = [&](float dx, float dy) { return seen_at(float(x) + dx, float(y) + dy, distance); };
-        EXPECT_TRUE(between(planes, at(0, 0)));
-        EXPECT_TRUE(between(planes, at(0.48f, -0.48f)));
-        for (const auto& [dx, dy] : {std::pair{0.52f, 0.0f}, {-0.52f, 0.0f}, {0.0f, 0.52f}, {0.0f, -0.52f}})
-            EXPECT_FALSE(between(planes, at(dx, dy))) << x << ' ' << y << ' ' << dx << ' ' << dy;
-        const pos3 p = at(0, 0);
-        EXPECT_FALSE(between(planes, {-p.x, -p.y, -p.z})); // behind the eye
-    }
-}
-
-TEST(Clip, KeepsWhatLiesOnThePositiveSide) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const std::vector<pos3> square = {{0, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}};
-    const struct {
-        render::surface plane;
-        std::size_t corners;
-        float area;
-    } cases[] = {
-        {{1, 0, 0, 1}, 4, 4},      // all inside
-        {{1, 0, 0, 0}, 4, 4},      // an edge in the plane
-        {{1, 0, 0, -3}, 0, 0},     // all outside
-        {{1, 0, 0, -0.5f}, 4, 3},  // a strip cut off
-        {{1, 1, 0, -1}, 5, 3.5f},  // a corner cut off
-        {{-1, -1, 0, 1}, 3, 0.5f}, // only that corner
-        {{1, -1, 0, 0}, 3, 2},     // through two corners
-        {{nan, 0, 0, 1}, 0, 0},
-    };
-    for (const auto& c : cases) {
-        std::vector<pos3> polygon = square;
-        clip(polygon, c.plane);
-        float area = 0;
-        for (std::size_t i = 2; i < polygon.size(); ++i)
-            area += render::triangle_normal(polygon[0], polygon[i - 1], polygon[i]).z / 2;
-        EXPECT_EQ(polygon.size(), c.corners) << c.plane.a << ' ' << c.plane.b << ' ' << c.plane.d;
-        EXPECT_NEAR(area, c.area, 1e-5f);
-    }
-    std::vector<pos3> with_nan = {{0, 0, 0}, {nan, 0, 0}, {0, 1, 0}};
-    clip(with_nan, {0, 0, 0, 1});
-    clip(with_nan, {1, 0, 0, 0.5f});
-    for (const pos3& p : with_nan)
-        EXPECT_FALSE(std::isnan(p.x));
-}
-
 TEST(Picking, DepthIsThatOfTheNearestVisiblePoint) {
     // A plane tilted like a key's top that fills the whole picture: its nearest point in a pixel lies on the
     // ray through the pixel's lower edge.
@@ -127,20 +72,26 @@ TEST(Picking, DepthIsThatOfTheNearestVisiblePoint) {
 
 TEST(Picking, HitsWhatIsSmallerThanThePixelAndMissesWhatPassesBy) {
     const auto near_pixel = [](float dx, float dy) { return seen_at(300 + dx, 80 + dy, 20); };
-    const pmt3d::polygon_t speck =
-        surface_of({near_pixel(0.1f, 0.1f), near_pixel(0.2f, 0.1f), near_pixel(0.1f, 0.2f)});
-    EXPECT_TRUE(pick(300, 80, speck));
-    EXPECT_FALSE(pick(301, 80, speck));
+    const auto speck_at = [](float dx, float dy, float distance = 20) {
+        const auto at = [&](float x, float y) { return seen_at(300 + dx + x, 80 + dy + y, distance); };
+        return surface_of({at(0, 0), at(0.01f, 0), at(0, 0.01f)});
+    };
+    for (const auto& [dx, dy] : {std::pair{0.45f, -0.48f}, {-0.48f, 0.45f}}) {
+        EXPECT_TRUE(pick(300, 80, speck_at(dx, dy)));
+        EXPECT_FALSE(pick(300, 80, speck_at(dx, dy, -20))) << "behind the eye";
+    }
+    for (const auto& [dx, dy] : {std::pair{0.52f, 0.0f}, {-0.55f, 0.0f}, {0.0f, 0.52f}, {0.0f, -0.55f}})
+        EXPECT_FALSE(pick(300, 80, speck_at(dx, dy))) << dx << ' ' << dy;
     // Its bounding box and every plane's positive side reach into the pixel, the triangle itself does not.
     const pmt3d::polygon_t passing =
         surface_of({near_pixel(-3, 1.8f), near_pixel(1.8f, -3), near_pixel(-3, -3)});
     EXPECT_FALSE(pick(300, 80, passing));
     EXPECT_TRUE(pick(299, 80, passing));
-
-    // Turned away by its model matrix.
-    EXPECT_FALSE(pick(300, 80, speck, mtx3w::translation(0, 1, 0)));
+    // Moved by its model matrix.
     const pos3 there = near_pixel(0, 0);
-    EXPECT_TRUE(pick(400, 100, speck, mtx3w::translation(-there.x, -there.y, 0)));
+    const mtx3w moved = mtx3w::translation(-there.x, -there.y, 0);
+    EXPECT_TRUE(pick(400, 100, speck_at(0, 0), moved));
+    EXPECT_FALSE(pick(300, 80, speck_at(0, 0), moved));
 }
 
 TEST(Picking, StripEndsAndEmptySurfacesCoverNothing) {

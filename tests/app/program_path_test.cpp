@@ -34,25 +34,22 @@ TEST(program_path, extension_gives_way_to_the_dot) {
 }
 
 TEST(program_path, models_are_looked_for_as_typed_then_beside_the_program_then_where_data_is_installed) {
+    namespace fs = std::filesystem;
     const test_support::temporary_directory place;
     const std::string typed = place.file("play.exe");
     EXPECT_EQ(model_base_path(typed), place.file("play.")) << "nothing is there";
 
-    const std::filesystem::path program = libutils::executable_path();
-    ASSERT_TRUE(std::filesystem::exists(program));
-    const std::filesystem::path stem = program.parent_path() / program.stem();
-    const std::filesystem::path shared =
-        program.parent_path() / ".." / "share" / "quenvarel" / program.stem();
-
-    std::filesystem::create_directories(shared.string() + ".pmt");
-    EXPECT_TRUE(std::filesystem::equivalent(model_base_path(typed) + "pmt", shared.string() + ".pmt"));
-    std::filesystem::create_directory(stem.string() + ".pmt");
-    EXPECT_TRUE(std::filesystem::equivalent(model_base_path(typed) + "pmt", stem.string() + ".pmt"));
-    std::filesystem::create_directory(place.path() / "play.pmt");
+    const fs::path program = libutils::executable_path(), folder = program.parent_path();
+    const std::string name = program.stem().string();
+    for (const fs::path& base :
+         {folder / ".." / "share" / "quenvarel" / name, folder / name, place.path() / "play"}) {
+        const std::string models = base.string() + ".pmt";
+        fs::create_directories(models);
+        EXPECT_TRUE(fs::equivalent(model_base_path(typed) + "pmt", models)) << models;
+    }
     EXPECT_EQ(model_base_path(typed), place.file("play."));
-
-    std::filesystem::remove(stem.string() + ".pmt");
-    std::filesystem::remove_all(program.parent_path() / ".." / "share");
+    fs::remove(folder / (name + ".pmt"));
+    fs::remove_all(folder / ".." / "share");
 }
 
 } // namespace

@@ -36,12 +36,6 @@ int times() {
     return text ? std::max(std::atoi(text), 1) : 1;
 }
 
-// Forgets what is written to it.
-class silence : public std::streambuf {
-    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-    std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
-};
-
 struct usage {
     std::size_t heap;     // bytes in use
     std::size_t resident; // bytes of memory
@@ -92,8 +86,8 @@ protected:
     void SetUp() override {
         gl_test::SetUp();
         if (HasFatalFailure()) return;
-        before_err_ = std::cerr.rdbuf(&nothing_);
-        before_out_ = std::cout.rdbuf(&nothing_);
+        before_err_ = std::cerr.rdbuf(nullptr);
+        before_out_ = std::cout.rdbuf(nullptr);
         port_.open(0u);
         quenvarel::midi_port = &port_;
         player_.emplace(QUENVAREL_BIN "/quenvarel", 1, 0, 36, 127, false);
@@ -117,37 +111,32 @@ protected:
         constexpr int specials[] = {1, 2, 3, 4, 5, 104, 105, 106, 107, 108, 112, 113, 116, 117};
         constexpr int highest = std::numeric_limits<int>::max();
         const int x = below(50) ? below(900) - 50 : highest, y = below(50) ? below(240) - 20 : -highest - 1;
-        const auto key = [&] {
-            int c = below(8) ? 'a' + below(26) : below(256);
-            return static_cast<unsigned char>(c == 27 ? ' ' : c); // Escape ends it all
-        };
-        switch (below(16)) {
-        default:
-            return player_->keyboard(key(), x, y);
-        case 5:
-        case 6:
-        case 7:
-        case 8:
-        case 9:
-        case 10:
-            return player_->keyboardup(key(), x, y);
-        case 11:
-            return player_->special(below(20) ? specials[below(std::size(specials))] : x, x, y);
-        case 12:
-            return player_->specialup(specials[below(std::size(specials))], x, y);
-        case 13:
-            return player_->mouse(below(20) ? below(3) : y, below(2), x, y);
-        case 14:
-            return below(4) ? player_->motion(x, y)
-                            : player_->mousewheel(below(2), below(20) ? below(2) * 2 - 1 : y, x, y);
-        case 15:
-            if (below(50) == 0) return player_->focuslost();
-            if (below(200) == 0) return player_->reshape(below(8) ? 600 + below(3) * 100 : 0, 200);
-            if (below(10) == 0) return player_->display();
-        }
+        const int special = specials[below(std::size(specials))];
+        const int character = below(8) ? 'a' + below(26) : below(256);
+        const auto key = static_cast<unsigned char>(character == 27 ? ' ' : character); // Escape ends it all
+        const int what = below(16);
+        if (what < 5)
+            player_->keyboard(key, x, y);
+        else if (what < 11)
+            player_->keyboardup(key, x, y);
+        else if (what == 11)
+            player_->special(below(20) ? special : x, x, y);
+        else if (what == 12)
+            player_->specialup(special, x, y);
+        else if (what == 13)
+            player_->mouse(below(20) ? below(3) : y, below(2), x, y);
+        else if (below(8))
+            player_->motion(x, y);
+        else if (below(4))
+            player_->mousewheel(below(2), below(20) ? below(2) * 2 - 1 : y, x, y);
+        else if (below(10) == 0)
+            player_->focuslost();
+        else if (below(20) == 0)
+            player_->reshape(below(8) ? 600 + below(3) * 100 : 0, 200);
+        else
+            player_->display();
     }
 
-    silence nothing_;
     std::streambuf *before_err_ = nullptr, *before_out_ = nullptr;
     test_support::listening_service service_;
     const decltype(service_.sounding) silence_{};
