@@ -6,7 +6,7 @@
 #include "app/home_view.h"
 #include "app/special_keys.h"
 #include "support/allocations.h"
-#include "support/listening_service.h"
+#include "support/recording_service.h"
 
 #include <gtest/gtest.h>
 
@@ -219,7 +219,8 @@ struct write_counter : std::streambuf {
 };
 
 TEST(player, playing_allocates_nothing_and_writes_each_line_at_once) {
-    test_support::listening_service service;
+    test_support::recording_service service;
+    service.records = false;
     midi::midi_out_t port(service);
     quenvarel::midi_port = &port;
     EXPECT_THROW(quenvarel::Quenvarel(nullptr, 0, 0, 0, 0, false), std::logic_error);

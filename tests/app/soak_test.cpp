@@ -6,7 +6,7 @@
 #include "app/quenvarel.h"
 #include "midi/midi_out.h"
 #include "support/gl_context.h"
-#include "support/listening_service.h"
+#include "support/recording_service.h"
 
 #include <GL/glew.h>
 #include <gtest/gtest.h>
@@ -88,6 +88,7 @@ protected:
         if (HasFatalFailure()) return;
         before_err_ = std::cerr.rdbuf(nullptr);
         before_out_ = std::cout.rdbuf(nullptr);
+        service_.records = false;
         port_.open(0u);
         quenvarel::midi_port = &port_;
         player_.emplace(QUENVAREL_BIN "/quenvarel", 1, 0, 36, 127, false);
@@ -138,7 +139,7 @@ protected:
     }
 
     std::streambuf *before_err_ = nullptr, *before_out_ = nullptr;
-    test_support::listening_service service_;
+    test_support::recording_service service_;
     const decltype(service_.sounding) silence_{};
     midi::midi_out_t port_{service_};
     std::optional<quenvarel::Quenvarel> player_;

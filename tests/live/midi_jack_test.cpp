@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -157,6 +158,20 @@ TEST_F(midi_jack, a_client_that_is_thrown_out_joins_again) {
     stop(*dump);
 }
 
+TEST_F(midi_jack, what_waited_while_the_server_stood_still_is_not_played_late) {
+    auto dump = monitor();
+    ASSERT_TRUE(port.open("midi-monitor"));
+    jack.freeze();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // a cycle may have been running
+    EXPECT_TRUE(plays(61));
+    EXPECT_TRUE(jack_server::until([&] { return !plays(62); }));
+    jack.thaw();
+    EXPECT_TRUE(plays_soon(63));
+    EXPECT_TRUE(dump->wait_for_out(": 91 3f 64"));
+    EXPECT_EQ(dumped(dump->out()).front(), "b1 40 00") << dump->out();
+    stop(*dump);
+}
+
 TEST_F(midi_jack, whatever_becomes_of_the_server_playing_and_leaving_go_on) {
     const struct {
         const char* device;
@@ -249,15 +264,33 @@ TEST(midi_jack_synthesizer, is_heard_also_when_the_server_was_started_again) {
     jack.start();
     EXPECT_TRUE(jack_server::until(
         [&] { return midi::noteoff(port, 1, 69) && connected("quenvarel:left\n   system:playback_1"); }));
-    process recording({"jack_rec", "-f", directory.file("heard.wav"), "-d", "3", "-b", "16", "quenvarel:left",
-                       "quenvarel:right"});
-    ASSERT_TRUE(jack_server::until([&] { return connected("jackrec"); }));
-    EXPECT_TRUE(midi::noteon(port, 1, 69, 127));
-    EXPECT_EQ(recording.wait(), 0);
-    const test_support::sound heard = test_support::read_wav(directory.file("heard.wav"));
+    const auto record = [&](const char* seconds, std::chrono::milliseconds held) {
+        process recording({"jack_rec", "-f", directory.file("heard.wav"), "-d", seconds, "-b", "16",
+                           "quenvarel:left", "quenvarel:right"});
+        EXPECT_TRUE(jack_server::until([&] { return connected("jackrec"); }));
+        EXPECT_TRUE(midi::noteon(port, 1, 69, 127));
+        std::this_thread::sleep_for(held);
+        EXPECT_TRUE(port.close());
+        EXPECT_EQ(recording.wait(), 0);
+        return test_support::read_wav(directory.file("heard.wav"));
+    };
+    const test_support::sound heard = record("4", std::chrono::milliseconds(3000));
     ASSERT_GT(heard.seconds(), 2.3);
     // A busy machine leaves gaps in what is played in real time, which blur the pitch.
     EXPECT_NEAR(heard.pitch_near(440, 1.2, 2.2), 440, 6);
+    // Gaps may also hide that it fades when it is closed.
+    const auto fades = [&] {
+        EXPECT_TRUE(port.open("FluidSynth"));
+        std::vector<double> closed = record("1", std::chrono::milliseconds(500)).left;
+        while (!closed.empty() && std::abs(closed.back()) < 0.0005)
+            closed.pop_back();
+        if (closed.size() < 4800) return false;
+        const auto peak = [&](std::size_t from, std::size_t to) { // in frames before the end
+            return *std::max_element(closed.end() - std::ptrdiff_t(from), closed.end() - std::ptrdiff_t(to));
+        };
+        return peak(150, 0) < 0.3 * peak(4800, 3000);
+    };
+    EXPECT_TRUE(fades() || fades() || fades() || fades() || fades());
 }
 
 } // namespace

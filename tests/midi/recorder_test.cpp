@@ -69,8 +69,10 @@ TEST_F(recorder, records_everything_in_order_and_drops_nothing_but_emptiness) {
     EXPECT_EQ(device.long_message(sysex, 6), midi::no_error);
     EXPECT_EQ(device.long_message(sysex + 6, 5), midi::no_error);
     EXPECT_NE(device.short_message(0x3C), midi::no_error) << "not a message";
+    const std::size_t before = test_support::allocations();
     for (int i = 0; i < 10000; ++i) // more than wait at once
         ASSERT_EQ(play(device, i & 127), midi::no_error);
+    EXPECT_EQ(test_support::allocations(), before);
     EXPECT_EQ(device.close(), midi::no_error);
     EXPECT_EQ(device.close(), midi::no_error);
     std::vector<std::string> expected = {"90 3c 64", "f8", "f0 01 02 03 04 05 06 07 08 f7"};
@@ -83,19 +85,11 @@ TEST_F(recorder, records_everything_in_order_and_drops_nothing_but_emptiness) {
     EXPECT_EQ(kept.end, "finished");
 }
 
-TEST_F(recorder, takes_short_messages_without_allocating) {
-    midi::recorder device(std::make_unique<noting_recording>(kept));
-    const std::size_t before = test_support::allocations();
-    for (int note = 0; note < 128; ++note)
-        play(device, note);
-    EXPECT_EQ(test_support::allocations(), before);
-    device.close();
-    EXPECT_EQ(kept.messages.size(), 128u);
-}
-
 TEST_F(recorder, refuses_messages_after_its_recording_failed) {
     for (const bool throws : {false, true}) {
-        kept = {.messages = {}, .times = {}, .end = {}, .fails_at = 2, .throws = throws, .gate = {}};
+        kept = {};
+        kept.fails_at = 2;
+        kept.throws = throws;
         const test_support::capture err(std::cerr);
         midi::recorder device(std::make_unique<noting_recording>(kept));
         midi::result_t result = midi::no_error;

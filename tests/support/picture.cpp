@@ -40,38 +40,29 @@ testing::AssertionResult looks_like(const picture& actual, const std::string& na
         return testing::AssertionFailure() << name << ": ";
     };
     if (expected.rgba.empty()) return fail() << "no reference picture";
-    if (expected.width != actual.width || expected.height != actual.height) {
-        return fail() << actual.width << " x " << actual.height << " pixels instead of " << expected.width
-                      << " x " << expected.height;
-    }
-    int worst = 0, worst_x = 0, worst_y = 0;
+    if (expected.width != actual.width || expected.height != actual.height)
+        return fail() << actual.width << " x " << actual.height << " pixels, not those of the reference";
+    int worst = 0;
     int left = actual.width, right = -1, bottom = actual.height, top = -1; // of the pixels beyond the limit
     double sum = 0;
-    for (int y = 0; y < actual.height; ++y) {
+    for (int y = 0; y < actual.height; ++y)
         for (int x = 0; x < actual.width; ++x) {
-            const auto a = actual.at(x, y), b = expected.at(x, y);
             int pixel = 0;
-            for (int c = 0; c < 4; ++c) {
-                const int difference = std::abs(a[c] - b[c]);
+            for (std::size_t c = 0; c < 4; ++c) {
+                const int difference = std::abs(actual.at(x, y)[c] - expected.at(x, y)[c]);
                 sum += difference;
                 pixel = std::max(pixel, difference);
             }
-            if (pixel > max) {
-                left = std::min(left, x), right = std::max(right, x);
-                bottom = std::min(bottom, y), top = std::max(top, y);
-            }
-            if (pixel > worst) worst = pixel, worst_x = x, worst_y = y;
+            worst = std::max(worst, pixel);
+            if (pixel <= max) continue;
+            left = std::min(left, x), right = std::max(right, x);
+            bottom = std::min(bottom, y), top = std::max(top, y);
         }
-    }
     const double average = sum / double(actual.rgba.size());
     if (worst <= max && average <= mean) return testing::AssertionSuccess();
-    auto result = fail();
-    result << "mean difference " << average << " (allowed " << mean << "), largest " << worst << " (allowed "
-           << max << ") at x " << worst_x << " y " << worst_y << " from the bottom left";
-    if (right >= 0) {
-        result << "; differs for x " << left << " to " << right << ", y " << bottom << " to " << top;
-    }
-    return result;
+    return fail() << "mean difference " << average << " (allowed " << mean << "), largest " << worst
+                  << " (allowed " << max << "), beyond it for x " << left << " to " << right << ", y "
+                  << bottom << " to " << top << " from the bottom left";
 }
 
 render_target::render_target(int width, int height) : width_(width), height_(height) {

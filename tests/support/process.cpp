@@ -83,13 +83,6 @@ bool process::wait_for(stream& which, const std::string& text, milliseconds limi
     }
 }
 
-bool process::wait_for_err(const std::string& text, milliseconds limit) {
-    return wait_for(err_, text, limit);
-}
-bool process::wait_for_out(const std::string& text, milliseconds limit) {
-    return wait_for(out_, text, limit);
-}
-
 std::optional<int> process::wait(milliseconds limit) {
     const auto end = clock::now() + limit;
     while (!exit_code_) {
@@ -105,21 +98,12 @@ std::optional<int> process::wait(milliseconds limit) {
     return exit_code_;
 }
 
-void process::drain() {
+const std::string& process::written(const stream& which) {
     // What a finished program wrote is all in the pipe already; a running one gets a moment.
     const auto end = clock::now() + milliseconds(exit_code_ ? 200 : 20);
     while (clock::now() < end && pump(milliseconds(5))) {
     }
-}
-
-const std::string& process::out() {
-    drain();
-    return out_.text;
-}
-
-const std::string& process::err() {
-    drain();
-    return err_.text;
+    return which.text;
 }
 
 process_result run(const std::vector<std::string>& arguments, const process_options& options,

@@ -37,13 +37,17 @@ public:
     void send_signal(int number);
     // Waits until the text has appeared on standard error (or output) after what earlier calls have matched;
     // false when the time is over or the stream ended without it.
-    bool wait_for_err(const std::string& text, std::chrono::milliseconds limit = generous);
-    bool wait_for_out(const std::string& text, std::chrono::milliseconds limit = generous);
+    bool wait_for_err(const std::string& text, std::chrono::milliseconds limit = generous) {
+        return wait_for(err_, text, limit);
+    }
+    bool wait_for_out(const std::string& text, std::chrono::milliseconds limit = generous) {
+        return wait_for(out_, text, limit);
+    }
     // The exit code as in process_result, or nothing when it still runs after the limit.
     std::optional<int> wait(std::chrono::milliseconds limit = generous);
     // Everything written so far.
-    const std::string& out();
-    const std::string& err();
+    const std::string& out() { return written(out_); }
+    const std::string& err() { return written(err_); }
 
 private:
     struct stream {
@@ -52,7 +56,7 @@ private:
         std::size_t matched = 0;
     };
     bool pump(std::chrono::milliseconds limit); // reads what is there; false when both streams have ended
-    void drain();
+    const std::string& written(const stream& which);
     bool wait_for(stream& which, const std::string& text, std::chrono::milliseconds limit);
 
     pid_t pid_ = -1;

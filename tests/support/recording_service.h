@@ -4,6 +4,7 @@
 #include "midi/driver.h"
 #include "midi/message.h"
 
+#include <array>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -38,7 +39,11 @@ public:
     std::vector<std::string> calls;
     // The messages alone, in hex, each with the bytes that its status asks for: "c1 05".
     std::vector<std::string> messages;
-    // How many devices are open.
+    // Unless this is false; then sending allocates nothing.
+    bool records = true;
+    // By channel and note: a note-on whose note-off has not come.
+    std::array<std::array<bool, 128>, 16> sounding{};
+    std::uint64_t notes_on = 0;
     int open_devices = 0;
 
     // Forgets what was kept.
@@ -76,16 +81,27 @@ private:
         midi::result_t short_message(std::uint32_t message) override {
             const std::uint8_t bytes[4] = {std::uint8_t(message), std::uint8_t(message >> 8),
                                            std::uint8_t(message >> 16), std::uint8_t(message >> 24)};
-            service_.calls.push_back("short " + hex(bytes, 4));
-            const std::size_t length = midi::message_length(bytes[0]);
-            service_.messages.push_back(hex(bytes, length ? length : 4));
+            if (service_.records) {
+                service_.calls.push_back("short " + hex(bytes, 4));
+                const std::size_t length = midi::message_length(bytes[0]);
+                service_.messages.push_back(hex(bytes, length ? length : 4));
+            }
+            auto& channel = service_.sounding[bytes[0] & 0x0F];
+            if ((bytes[0] & 0xF0) == 0x90) {
+                channel[bytes[1] & 0x7F] = bytes[2] > 0;
+                service_.notes_on += bytes[2] > 0;
+            } else if ((bytes[0] & 0xF0) == 0xB0 && bytes[1] == 123) {
+                channel = {};
+            }
             if (service_.short_messages_before_failure == 0) return 1;
             if (service_.short_messages_before_failure > 0) --service_.short_messages_before_failure;
             return service_.short_result;
         }
         midi::result_t long_message(const std::uint8_t* bytes, std::size_t length) override {
-            service_.calls.push_back("long " + hex(bytes, length));
-            service_.messages.push_back(hex(bytes, length));
+            if (service_.records) {
+                service_.calls.push_back("long " + hex(bytes, length));
+                service_.messages.push_back(hex(bytes, length));
+            }
             return service_.long_result;
         }
         midi::result_t close() override {
