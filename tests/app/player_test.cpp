@@ -95,7 +95,7 @@ const sequence modes[] = {
      "f0 41 10 16 12 10 00 01 03 00 00 6c f7", "newrevb to 3, 0, 0\n"},
     {"alt does not reverse", "F+116 F+1", "f0 41 10 16 12 10 00 01 01 00 00 6e f7", "newrevb to 1, 0, 0\n"},
     {"the other shift key releases", "F+112 F-113 F+4", "b1 5b 01", "cchg revb to 0x1\n"},
-    {"shift released leaves the camera mode", "F+117 F-112 press:60", "", ""},
+    {"shift released leaves the camera mode", "F+117 F+112 F-112 press:60", "", ""},
     {"tab released ends the camera mode", "F+116 -Tab press:60", "91 3c 7f", "note: 60\n"},
     {"tab released leaves the shift mode", "F+112 -Tab F+4", "b1 5b 7f", "cchg revb to 0x7f\n"},
 };
