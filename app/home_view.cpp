@@ -25,7 +25,7 @@ constexpr double narrowest = 0.05;
 struct framing {
     double steepness, front;
 };
-constexpr std::array framings = {framing{60, -0.70}, framing{58, -0.68}, framing{56.5, -0.62},
+constexpr std::array framings = {framing{60, -0.70}, framing{60, -0.68}, framing{60, -0.64},
                                  framing{51, -0.74}};
 
 framing framing_for(double aspect) {

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iostream>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -30,8 +31,8 @@ using render::vec3w;
 
 namespace {
 
-// A triangle of a file takes more bytes than this.
-constexpr std::uint64_t least_bytes = 200;
+// Room enough for that many triangles.
+constexpr std::uint64_t most_bytes = stage::most_triangles * 200;
 
 // What the background wears: nothing, which leaves it unlit.
 class bare_t : public render::appearance {
@@ -109,6 +110,13 @@ mtx3w clipped_behind(mtx3w projection, const vec3w& plane) {
     return projection;
 }
 
+// Reported in one line when it is not there.
+bool exists(const std::string& picture) {
+    std::error_code error;
+    return std::filesystem::exists(libutils::file_path(picture), error) ||
+           libutils::report(picture, ": there is no such picture.");
+}
+
 // A box around the eye, seen from inside.
 pmt3d::polygon_t make_box() {
     constexpr float size = 100;
@@ -140,25 +148,41 @@ void stage::load(const std::string& file) {
     std::error_code error;
     const auto path = libutils::file_path(file);
     const auto status = std::filesystem::status(path, error);
-    if (status.type() != std::filesystem::file_type::not_found) {
-        pmt3d::model_t model;
-        std::uint64_t triangles = std::filesystem::is_regular_file(status)
-                                      ? std::filesystem::file_size(path, error) / least_bytes
-                                      : 0;
-        if (triangles <= most_triangles && pmt3d::load_text(model, file, {.error = std::cerr})) {
-            for (const pmt3d::model_item_t& item : model.items)
-                triangles += item.polygon.element_count();
-            if (triangles <= most_triangles) {
-                for (const pmt3d::model_item_t& item : model.items)
-                    add(item, file);
-                static_cast<libgr::environment_options&>(environment_) = model.environment;
-            }
-        }
-        if (triangles > most_triangles) libutils::report(file, ": more than ", most_triangles, " triangles.");
+    const bool is_there = status.type() != std::filesystem::file_type::not_found;
+    const std::uint64_t bytes =
+        std::filesystem::is_regular_file(status) ? std::filesystem::file_size(path, error) : 0;
+    pmt3d::model_t model;
+    std::uint64_t triangles = 0;
+    if (is_there && bytes <= most_bytes && pmt3d::load_text(model, file, {.error = std::cerr})) {
+        for (const pmt3d::model_item_t& item : model.items)
+            triangles += item.polygon.element_count();
+        if (triangles <= most_triangles) dress(model, file);
     }
+    if (bytes > most_bytes || triangles > most_triangles)
+        libutils::report(file, ": more than ", most_triangles, " triangles.");
     if (environment_.initex(file)) return;
     environment_.cubetex.clear(); // the studio that every model has
     environment_.initex(file);
+}
+
+void stage::dress(pmt3d::model_t& model, const std::string& file) {
+    std::set<std::string> missing;
+    for (pmt3d::model_item_t& item : model.items) {
+        for (std::string* const name :
+             {&item.texture.texture, &item.texture.bumpmap, &item.texture.specular}) {
+            if (name->empty()) continue;
+            if (missing.contains(*name) || !exists(libgr::picture_path(file, *name))) {
+                missing.insert(*name);
+                name->clear();
+            }
+        }
+        add(item, file);
+    }
+    libgr::environment_options& around = environment_;
+    around = model.environment;
+    if (around.cubetex.empty()) return;
+    const auto faces = libgr::face_names(libgr::picture_path(file, around.cubetex));
+    if (!std::ranges::all_of(faces, exists)) around.cubetex.clear();
 }
 
 void stage::add(const pmt3d::model_item_t& item, const std::string& file) {

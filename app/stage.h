@@ -83,6 +83,7 @@ private:
         render::pixel_rect covered{};
     };
 
+    void dress(pmt3d::model_t& model, const std::string& file);
     void add(const pmt3d::model_item_t& item, const std::string& file);
     void draw_background(const painter& with, const render::mtx3w& view, const render::mtx3w& projection);
     void draw_surface(const painter& with, surface_t& surface, const render::mtx3w& view,

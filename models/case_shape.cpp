@@ -18,7 +18,8 @@ using render::dir3;
 using render::pos3;
 
 // Refractive indices, outside over inside.
-constexpr float lacquer_factor = 1 / 1.56f, brass_factor = 1 / 2.6f, wood_factor = 0;
+constexpr float lacquer_factor = 1 / 1.56f, mirror_factor = 1 / 2.1f, brass_factor = 1 / 2.6f,
+                wood_factor = 0;
 
 struct material {
     col3a color;
@@ -26,7 +27,9 @@ struct material {
     std::string case_pictures::*highlight;
 };
 const material lacquer = {{0.030f, 0.030f, 0.034f, 1}, lacquer_factor, &case_pictures::lacquer_highlight};
-const material felt = {{1.0f, 0.11f, 0.14f, 1}, wood_factor, &case_pictures::no_highlight};
+// Rubbed until keys that glow are seen well in it.
+const material mirror = {lacquer.color, mirror_factor, lacquer.highlight};
+const material felt = {{1.0f, 0.25f, 0.25f, 1}, wood_factor, &case_pictures::no_highlight};
 const material wood = {{0.115f, 0.085f, 0.065f, 1}, wood_factor, &case_pictures::no_highlight};
 const material brass = {{0.80f, 0.58f, 0.24f, 1}, brass_factor, &case_pictures::brass_highlight};
 
@@ -180,7 +183,7 @@ void add_fallboard(case_builder& made, const case_pictures& pictures) {
     // Rounded corners reach half their way along an edge.
     const float height = std::hypot(brow_y - foot_y, brow_z - foot_z);
     const pos3 foot = {-inside, foot_y, foot_z};
-    made.plate(lacquer, foot + up * (foot_rounding / 2) + out * film, {2 * inside, 0, 0},
+    made.plate(mirror, foot + up * (foot_rounding / 2) + out * film, {2 * inside, 0, 0},
                up * (height - foot_rounding / 2 - brow_rounding / 2), 24);
     // Below and above it.
     const auto on_front = [&](float way) { return pos3{0, foot_y, foot_z} + up * way; };
@@ -197,7 +200,7 @@ void add_fallboard(case_builder& made, const case_pictures& pictures) {
              -inside, inside);
     if (!pictures.name.empty()) {
         constexpr float tall = 3.3f, wide = tall * name_aspect;
-        const pos3 corner = pos3{-wide / 2, foot_y, foot_z} + up * (height * 0.445f) + out * (2 * film);
+        const pos3 corner = pos3{-wide / 2, foot_y, foot_z} + up * (height * 0.49f) + out * (2 * film);
         pmt3d::model_item_t& name =
             made.plate({{1, 1, 1, 1}, 0, &case_pictures::no_highlight}, corner, {wide, 0, 0}, up * tall, 1);
         name.texture.texture = pictures.name;
@@ -309,7 +312,7 @@ bool make_case(pmt3d::model_t& model, const case_pictures& pictures) {
              {{-1.2f, key_back - 0.4f, 0.05f, 0.5f},
               {foot_y + 0.1f, key_back - 0.4f, 0.05f, 1.0f},
               {foot_y + 0.1f, key_back - 0.06f, 0.25f, 1.0f},
-              {-1.2f, key_back - 0.06f, 0.05f, 0.6f}},
+              {-1.2f, key_back - 0.06f, 0.05f, 1.0f}},
              -inside, inside);
     // What is seen between the keys.
     made.bar(wood,
