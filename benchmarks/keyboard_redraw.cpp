@@ -112,11 +112,20 @@ int main(int argc, char** argv) {
         view.look(quenvarel::home_camera(double(width) / height));
         frame();
     });
+    measure("redrawing while the view turns", 40, {}, empty, [&](int i) {
+        quenvarel::camera_t turned = quenvarel::home_camera(double(width) / height);
+        turned.eye.x += 0.01f * float(i + 1);
+        view.look(turned);
+        frame();
+    });
+    view.look(quenvarel::home_camera(double(width) / height));
+    frame();
+    view.draw(); // takes its time to prepare for keys
     measure("redrawing after one key", 1000, 2e-3, empty, [&](int i) {
         turn_over(i * 37 % 128);
         frame();
     });
-    measure("redrawing after a chord of two hands", 200, 16e-3, empty, [&](int i) {
+    measure("redrawing after a chord of two hands", 200, 8e-3, empty, [&](int i) {
         for (const int key : {36, 43, 48, 76, 79, 84})
             turn_over(key + i / 2 % 12);
         frame();

@@ -22,7 +22,7 @@ namespace {
 using clock = std::chrono::steady_clock;
 
 constexpr int runs = 20;
-constexpr double most = 0.3; // seconds to the first picture
+constexpr double most = 0.25; // seconds to the first picture
 
 // Resident memory in MiB.
 double resident(pid_t process) {

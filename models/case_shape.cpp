@@ -17,21 +17,19 @@ using render::col3a;
 using render::dir3;
 using render::pos3;
 
-// Refractive indices, outside over inside.
-constexpr float lacquer_factor = 1 / 1.56f, mirror_factor = 1 / 2.1f, brass_factor = 1 / 2.6f,
-                wood_factor = 0;
-
 struct material {
     col3a color;
-    float refractfactor;
+    float refractfactor; // refractive index, outside over inside
     std::string case_pictures::*highlight;
+    std::string case_pictures::*picture = &case_pictures::plain;
 };
-const material lacquer = {{0.030f, 0.030f, 0.034f, 1}, lacquer_factor, &case_pictures::lacquer_highlight};
-// Rubbed until keys that glow are seen well in it.
-const material mirror = {lacquer.color, mirror_factor, lacquer.highlight};
-const material felt = {{1.0f, 0.25f, 0.25f, 1}, wood_factor, &case_pictures::no_highlight};
-const material wood = {{0.115f, 0.085f, 0.065f, 1}, wood_factor, &case_pictures::no_highlight};
+constexpr float brass_factor = 1 / 2.6f;
+const material wood = {{0.115f, 0.085f, 0.065f, 1}, 0, &case_pictures::no_highlight};
 const material brass = {{0.80f, 0.58f, 0.24f, 1}, brass_factor, &case_pictures::brass_highlight};
+
+col3a opaque(const render::col3& color) {
+    return {color.r, color.g, color.b, 1};
+}
 
 // A point of a cross-section and the share of the light that gets there.
 struct section_point {
@@ -77,7 +75,15 @@ std::vector<float> clamped_knots(std::size_t count, std::size_t order) {
 
 class case_builder {
 public:
-    case_builder(pmt3d::model_t& model, const case_pictures& pictures) : model_(model), pictures_(pictures) {}
+    case_builder(pmt3d::model_t& model, const case_pictures& pictures, const case_style& style)
+        : body{opaque(style.body), style.body_factor, &case_pictures::lacquer_highlight,
+               &case_pictures::body},
+          front{opaque(style.front), style.mirror_factor, &case_pictures::lacquer_highlight},
+          felt{opaque(style.felt), 0, &case_pictures::no_highlight},
+          model_(model),
+          pictures_(pictures) {}
+
+    const material body, front, felt;
 
     // A solid between its cross-sections, all of as many points; the ends are closed. place(section, point)
     // puts a point into space.
@@ -158,9 +164,10 @@ private:
     pmt3d::model_item_t& add(const material& of, pmt3d::model_item_t::kind_t kind) {
         pmt3d::model_item_t& item = model_.items.emplace_back(kind);
         item.texture.refractfactor = of.refractfactor;
-        item.texture.texture = pictures_.plain;
+        item.texture.texture = pictures_.*of.picture;
         item.texture.specular = pictures_.*of.highlight;
-        item.texture.mipmap = item.texture.nearlinear = item.texture.maglinear = false; // one colour each
+        item.texture.mipmap = false;
+        item.texture.nearlinear = item.texture.maglinear = item.texture.texture != pictures_.plain;
         return item;
     }
 
@@ -183,16 +190,16 @@ void add_fallboard(case_builder& made, const case_pictures& pictures) {
     // Rounded corners reach half their way along an edge.
     const float height = std::hypot(brow_y - foot_y, brow_z - foot_z);
     const pos3 foot = {-inside, foot_y, foot_z};
-    made.plate(mirror, foot + up * (foot_rounding / 2) + out * film, {2 * inside, 0, 0},
+    made.plate(made.front, foot + up * (foot_rounding / 2) + out * film, {2 * inside, 0, 0},
                up * (height - foot_rounding / 2 - brow_rounding / 2), 24);
     // Below and above it.
     const auto on_front = [&](float way) { return pos3{0, foot_y, foot_z} + up * way; };
     const pos3 low = on_front(foot_rounding / 2 + 0.05f), high = on_front(height - brow_rounding);
     made.bar(
-        lacquer,
+        made.body,
         {{foot_y, 2.4f, 0.1f}, {low.y, 2.4f, 0.1f}, {low.y, low.z, 0.02f}, {foot_y, foot_z, foot_rounding}},
         -inside, inside);
-    made.bar(lacquer,
+    made.bar(made.body,
              {{high.y, 0.2f, 0.1f},
               {brow_y, 0.2f, 0.1f},
               {brow_y, brow_z, brow_rounding},
@@ -234,11 +241,11 @@ void add_music_desk(case_builder& made) {
                                     {y, z, 0.35f},
                                     {shelf - 0.1f, foot, 0.05f}}));
     }
-    made.loft(lacquer, sections, [&](std::size_t at, const section_point& p) {
+    made.loft(made.body, sections, [&](std::size_t at, const section_point& p) {
         return pos3{places[at], p.a, p.b};
     });
     // The ledge for the music.
-    made.bar(lacquer,
+    made.bar(made.body,
              {{shelf - 0.1f, foot - 0.2f, 0.1f},
               {shelf + 0.55f, foot - 0.2f, 0.1f},
               {shelf + 0.55f, foot + 1.5f, 0.35f},
@@ -257,31 +264,31 @@ void add_lid(case_builder& made) {
         places.push_back(front + (tail - front) * share);
         const float bent = share < 0.12f ? 0 : std::pow((share - 0.12f) / 0.88f, 1.25f);
         const float right = outside - 42 * bent, left = -outside + 6 * std::pow(share, 6.0f);
-        sections.push_back(rounded({{left, shelf - 0.1f, 0.1f},
-                                    {right, shelf - 0.1f, 0.1f},
+        sections.push_back(rounded({{left, shelf + 0.55f, 0.45f},
                                     {right, shelf + 0.55f, 0.45f},
-                                    {left, shelf + 0.55f, 0.45f}}));
+                                    {right, shelf - 0.1f, 0.1f},
+                                    {left, shelf - 0.1f, 0.1f}}));
     }
-    made.loft(lacquer, sections, [&](std::size_t at, const section_point& p) {
+    made.loft(made.body, sections, [&](std::size_t at, const section_point& p) {
         return pos3{p.a, p.b, places[at]};
     });
 }
 
 } // namespace
 
-bool make_case(pmt3d::model_t& model, const case_pictures& pictures) {
+bool make_case(pmt3d::model_t& model, const case_pictures& pictures, const case_style& style) {
     model.environment.cubetex = pictures.studio;
     model.environment.reflectalpha = 1;
-    case_builder made(model, pictures);
+    case_builder made(model, pictures, style);
     constexpr float front = key_back + white_length;
     // What hides the rest from the player comes first.
     add_fallboard(made, pictures);
     // The shelf behind the hinge.
-    made.bar(lacquer,
+    made.bar(made.body,
              {{shelf - 0.8f, -13, 0.1f}, {shelf, -13, 0.1f}, {shelf, 0.2f, 0.1f}, {shelf - 0.8f, 0.2f, 0.1f}},
              -inside - 0.2f, inside + 0.2f);
     // The key slip.
-    made.bar(lacquer,
+    made.bar(made.body,
              {{-3.2f, front + 0.22f, 0.1f},
               {-0.80f, front + 0.22f, 0.22f},
               {-0.80f, front + 1.25f, 0.42f},
@@ -289,7 +296,7 @@ bool make_case(pmt3d::model_t& model, const case_pictures& pictures) {
              -inside, inside);
     for (const float side : {-1.0f, 1.0f}) {
         const float from = side * (white_key_count / 2.0f + 0.10f), to = side * inside;
-        made.bar(lacquer,
+        made.bar(made.body,
                  {{-3.2f, 2.2f, 0.1f},
                   {0.75f, 2.2f, 0.1f},
                   {0.75f, front - 0.6f, 1.2f},
@@ -297,7 +304,7 @@ bool make_case(pmt3d::model_t& model, const case_pictures& pictures) {
                   {-3.2f, front + 1.25f, 0.3f}},
                  std::min(from, to), std::max(from, to), 0.16f);
         const float near = side * inside, far = side * outside;
-        made.bar(lacquer,
+        made.bar(made.body,
                  {{-6.0f, -12, 0.3f},
                   {shelf + 0.5f, -12, 0.3f},
                   {shelf + 0.5f, 1.4f, 3.0f},
@@ -308,7 +315,7 @@ bool make_case(pmt3d::model_t& model, const case_pictures& pictures) {
     }
     add_music_desk(made);
     // Felt where the keys go under the fallboard.
-    made.bar(felt,
+    made.bar(made.felt,
              {{-1.2f, key_back - 0.4f, 0.05f, 0.5f},
               {foot_y + 0.1f, key_back - 0.4f, 0.05f, 1.0f},
               {foot_y + 0.1f, key_back - 0.06f, 0.25f, 1.0f},
@@ -323,7 +330,7 @@ bool make_case(pmt3d::model_t& model, const case_pictures& pictures) {
              -inside, inside);
     add_lid(made);
     // Below the key slip.
-    made.bar(lacquer,
+    made.bar(made.body,
              {{-6.0f, 8, 0.3f}, {-3.3f, 8, 0.3f}, {-3.3f, front + 0.9f, 0.5f}, {-6.0f, front + 0.9f, 0.8f}},
              -outside, outside);
     return made.good();

@@ -64,13 +64,19 @@ picture highlight(std::uint8_t red, std::uint8_t green, std::uint8_t blue) {
     return made;
 }
 
-bool write_case(const std::string& directory, const std::optional<picture>& name) {
+bool write_case(const std::string& directory, const std::optional<picture>& name, instrument which) {
     constexpr auto rgba = libgr::pixel_format::rgba;
-    case_pictures pictures = {
-        "plain.png", "lacquer-specular.png", "felt-specular.png", "brass-specular.png", "", "studio.tga"};
+    case_pictures pictures = {"plain.png",         "plain.png",          "lacquer-specular.png",
+                              "felt-specular.png", "brass-specular.png", "",
+                              "studio.tga"};
     if (name) {
         pictures.name = "name.png";
         if (!write_picture(directory, {pictures.name.c_str(), rgba}, *name)) return false;
+    }
+    if (which == instrument::harpsichord) {
+        pictures.body = "walnut.png";
+        if (!write_picture(directory, {pictures.body.c_str(), libgr::pixel_format::rgb}, make_walnut()))
+            return false;
     }
     const auto studio = make_studio();
     constexpr const char* faces[] = {"studio_posx.tga", "studio_negx.tga", "studio_posy.tga",
@@ -83,10 +89,11 @@ bool write_case(const std::string& directory, const std::optional<picture>& name
            write_picture(directory, {pictures.lacquer_highlight.c_str(), rgba}, highlight(26, 26, 28)) &&
            write_picture(directory, {pictures.no_highlight.c_str(), rgba}, highlight(0, 0, 0)) &&
            write_picture(directory, {pictures.brass_highlight.c_str(), rgba}, highlight(180, 140, 70)) &&
-           make_case(model, pictures) && pmt3d::save_text(model, directory + "case.pmt");
+           make_case(model, pictures, which == instrument::piano ? lacquered : wooden) &&
+           pmt3d::save_text(model, directory + "case.pmt");
 }
 
-bool write_key(const std::string& directory, int note) {
+bool write_key(const std::string& directory, int note, bool black) {
     const key_mesh mesh = make_key(note);
     pmt3d::model_item_t item;
     if (!item.polygon.allocate(mesh.vertices.size(), mesh.elements.size())) return false;
@@ -100,7 +107,7 @@ bool write_key(const std::string& directory, int note) {
                    });
     std::copy(mesh.elements.begin(), mesh.elements.end(), item.polygon.edit_elements().begin());
 
-    const material_files& files = place_of(note).black ? black_files : ivory_files;
+    const material_files& files = black ? black_files : ivory_files;
     item.texture.texture = files.color.name;
     item.texture.bumpmap = files.bump.name;
     item.texture.specular = files.specular.name;
@@ -111,7 +118,7 @@ bool write_key(const std::string& directory, int note) {
 
 } // namespace
 
-bool write_keyboard(const std::string& directory, const std::optional<picture>& name) {
+bool write_keyboard(const std::string& directory, const std::optional<picture>& name, instrument which) {
     std::error_code failure;
     std::filesystem::create_directories(libutils::file_path(directory), failure);
     if (failure) return libutils::report(directory, ": ", failure.message());
@@ -120,8 +127,8 @@ bool write_keyboard(const std::string& directory, const std::optional<picture>& 
         !write_material(prefix, black_files, make_satin_black()))
         return false;
     for (int note = 0; note < key_count; ++note)
-        if (!write_key(prefix, note)) return false;
-    return write_case(prefix, name);
+        if (!write_key(prefix, note, place_of(note).black == (which == instrument::piano))) return false;
+    return write_case(prefix, name, which);
 }
 
 } // namespace models

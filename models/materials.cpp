@@ -100,4 +100,14 @@ material make_satin_black() {
     return black;
 }
 
+picture make_walnut() {
+    return paint(128, 64, 3, [](float s, float t, auto put) {
+        const float fine = noise(s, t, 64, 8, 21) - 0.5f, streak = grain(s, t) - 0.5f;
+        const float light = 1 + 0.9f * streak + 0.3f * fine;
+        put(byte(0.36f * light));
+        put(byte(0.195f * light));
+        put(byte(0.105f * light));
+    });
+}
+
 } // namespace models

@@ -26,4 +26,7 @@ material make_ivory();
 // Nearly black, evenly and finely rough.
 material make_satin_black();
 
+// The colour of walnut; its grain runs along t.
+picture make_walnut();
+
 } // namespace models

@@ -5,6 +5,7 @@
 #include "models/keyboard_files.h"
 #include "models/materials.h"
 #include "pmt3d/format/dispatch.h"
+#include "render/math/operations.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -82,6 +83,28 @@ TEST(Materials, AreFilesWithWhichTheKeysAreDressed) {
             EXPECT_EQ(key.vertices()[i].texcoord, mesh.vertices[i].texcoord);
             EXPECT_EQ(key.normals()[i].tangent, mesh.vertices[i].tangent);
             EXPECT_EQ(key.normals()[i].normal, mesh.vertices[i].normal);
+        }
+    }
+}
+
+// Or they would be lit from behind.
+TEST(Case, IsLitOnItsOutside) {
+    const test_support::temporary_directory directory;
+    for (const instrument which : {instrument::piano, instrument::harpsichord}) {
+        ASSERT_TRUE(write_keyboard(directory.file("keys"), std::nullopt, which));
+        pmt3d::model_t model;
+        ASSERT_TRUE(pmt3d::load(model, directory.file("keys/case.pmt"), {std::cerr}));
+        for (const pmt3d::model_item_t& item : model.items) {
+            const auto vertices = item.polygon.vertices();
+            double outside = 0, all = 0;
+            pmt3d::for_each_triangle(
+                item.polygon.getelements(), vertices.size(), [&](auto, bool, auto a, auto b, auto c) {
+                    const render::dir3 face = cross(vertices[b].position - vertices[a].position,
+                                                    vertices[c].position - vertices[a].position);
+                    all += length(face);
+                    outside += dot(face, item.polygon.normals()[a].normal);
+                });
+            EXPECT_GT(outside, 0.9 * all);
         }
     }
 }
