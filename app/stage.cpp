@@ -117,6 +117,16 @@ bool exists(const std::string& picture) {
            libutils::report(picture, ": there is no such picture.");
 }
 
+// Corners that are the same but for rounding, such as those of a surface that closes on itself, become one.
+bool is_nearly_closed(pmt3d::polygon_t shape) {
+    constexpr float steps = 4096;
+    const auto snap = [](float& value) { value = std::round(value * steps) / steps; };
+    for (pmt3d::vertex_t& vertex : shape.edit_vertices())
+        for (float* const value : {&vertex.position.x, &vertex.position.y, &vertex.position.z})
+            snap(*value);
+    return is_closed(shape);
+}
+
 // A box around the eye, seen from inside.
 pmt3d::polygon_t make_box() {
     constexpr float size = 100;
@@ -139,7 +149,7 @@ stage::surface_t::surface_t(const pmt3d::polygon_t& of, const libgr::texture_t& 
     : shape(of),
       texture(wears),
       polish(polish_of(wears.refractfactor)),
-      closed(is_closed(of)) {
+      closed(is_nearly_closed(of)) {
     shape.getbound(bounds.min, bounds.max);
 }
 

@@ -66,6 +66,15 @@ section rounded(const std::vector<corner>& corners) {
     return result;
 }
 
+// To a 64th: the corners that meet there are then the same for whoever rounds them.
+section_point middle_of(const section& around) {
+    section_point sum{0, 0};
+    for (const section_point& p : around)
+        sum = {sum.a + p.a, sum.b + p.b};
+    const auto rounded_to = [&](float value) { return std::round(value / float(around.size()) * 64) / 64; };
+    return {rounded_to(sum.a), rounded_to(sum.b)};
+}
+
 std::vector<float> clamped_knots(std::size_t count, std::size_t order) {
     std::vector<float> knots;
     for (std::size_t i = 0; i < count + order; ++i)
@@ -106,9 +115,7 @@ public:
         write(net.weights(), {1});
         for (std::size_t j = 0; j < n; ++j) {
             const std::size_t from = std::clamp<std::size_t>(j, 1, n - 2) - 1;
-            section_point middle{0, 0};
-            for (const section_point& p : sections[from])
-                middle = {middle.a + p.a / float(m), middle.b + p.b / float(m)};
+            const section_point middle = middle_of(sections[from]);
             for (std::size_t i = 0; i < m; ++i) {
                 const section_point p = j == from + 1 ? sections[from][i] : middle;
                 net.points()[j * m + i] = {place(from, p), shaded(of, p.light)};
@@ -122,9 +129,7 @@ public:
     void bar(const material& of, const std::vector<corner>& corners, float left, float right,
              float end_rounding = 0.06f) {
         const section whole = rounded(corners);
-        section_point middle{0, 0};
-        for (const section_point& p : whole)
-            middle = {middle.a + p.a / float(whole.size()), middle.b + p.b / float(whole.size())};
+        const section_point middle = middle_of(whole);
         section smaller = whole;
         for (section_point& p : smaller) {
             p.a -= std::clamp(p.a - middle.a, -end_rounding, end_rounding);
@@ -215,10 +220,10 @@ void add_fallboard(case_builder& made, const case_pictures& pictures) {
     }
     // The hinge.
     made.bar(brass,
-             {{shelf - 0.1f, 0.55f, 0.1f},
-              {shelf + 0.09f, 0.55f, 0.16f},
+             {{shelf - 0.1f, 0.2f, 0.1f},
               {shelf + 0.09f, 0.2f, 0.16f},
-              {shelf - 0.1f, 0.2f, 0.1f}},
+              {shelf + 0.09f, 0.55f, 0.16f},
+              {shelf - 0.1f, 0.55f, 0.1f}},
              -inside, inside);
 }
 

@@ -87,7 +87,7 @@ TEST(Materials, AreFilesWithWhichTheKeysAreDressed) {
     }
 }
 
-// Or they would be lit from behind.
+// Or it would be lit from behind, and what is culled would be its front.
 TEST(Case, IsLitOnItsOutside) {
     const test_support::temporary_directory directory;
     for (const instrument which : {instrument::piano, instrument::harpsichord}) {
@@ -96,15 +96,17 @@ TEST(Case, IsLitOnItsOutside) {
         ASSERT_TRUE(pmt3d::load(model, directory.file("keys/case.pmt"), {std::cerr}));
         for (const pmt3d::model_item_t& item : model.items) {
             const auto vertices = item.polygon.vertices();
-            double outside = 0, all = 0;
+            double outside = 0, all = 0, volume = 0;
             pmt3d::for_each_triangle(
                 item.polygon.getelements(), vertices.size(), [&](auto, bool, auto a, auto b, auto c) {
                     const render::dir3 face = cross(vertices[b].position - vertices[a].position,
                                                     vertices[c].position - vertices[a].position);
+                    volume += dot(face, vertices[a].position - render::pos3{});
                     all += length(face);
                     outside += dot(face, item.polygon.normals()[a].normal);
                 });
             EXPECT_GT(outside, 0.9 * all);
+            if (item.kind == pmt3d::model_item_t::kind_t::nurbs) EXPECT_GT(volume, 0);
         }
     }
 }
