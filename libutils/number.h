@@ -1,5 +1,5 @@
 #pragma once
-// Numbers in text, read and written the same on every system and in every locale. All readers take
+// Reads and writes numbers in text, the same on every system and in every locale. All readers take
 // zero-terminated text and stop at the first character that cannot belong to the number; none allocates.
 
 #include <cstdint>
@@ -8,24 +8,25 @@
 
 namespace libutils {
 
-// An unsigned number whose first character is a decimal digit, as the standard string-to-float conversion
-// takes it: decimal or, after 0x, hexadecimal, each with fraction and exponent, rounded to nearest; too large
-// gives infinity, too small a denormal or 0. Stores the value and returns where the number ended.
+// Reads an unsigned number that begins with a decimal digit, like the standard string-to-float conversion:
+// decimal or, after 0x, hexadecimal, with fraction and exponent, rounded to nearest. Too large a number gives
+// infinity, too small a one a denormal or 0. Stores the value and returns the end of the number.
 const char* read_number(const char* text, float& value);
 
-// A decimal number after white space and a sign, if any: digits, fraction, exponent. Returns where it ended;
+// Reads a decimal number (digits, fraction, exponent) after optional white space and sign. Returns its end;
 // without digits the value is 0 and the result is `text`.
 const char* read_float(const char* text, float& value);
 
-// Integers after white space and a sign, if any, with automatic base: 0x is hexadecimal, another leading 0
-// octal. Without digits the value is 0 and `end` is `text`. A minus sign wraps the unsigned value around
-// ("-1" is 0xFFFFFFFF). What 32 bits cannot hold becomes the number next to it that they can; for the
-// unsigned reading that is the largest one, whatever the sign.
+// Read an integer after optional white space and sign, with automatic base: 0x is hexadecimal, another
+// leading 0 octal. Without digits the value is 0 and `end` is `text`. A minus sign wraps the unsigned value
+// around
+// ("-1" is 0xFFFFFFFF). A value that 32 bits cannot hold becomes the nearest one that they can; for the
+// unsigned reader that is the largest, whatever the sign.
 std::uint32_t read_unsigned(const char* text, const char** end = nullptr);
 std::int32_t read_signed(const char* text, const char** end = nullptr);
 
-// A number as an untouched stream writes it: so many significant digits, the shorter of fixed and exponent
-// form.
+// A number as a stream writes it by default: with that many significant digits, in the shorter of fixed and
+// exponent form.
 class float_text {
 public:
     explicit float_text(double value, int significant_digits = 6); // up to 17 digits

@@ -1,5 +1,5 @@
 #pragma once
-// A typed view into the storage of an array of any element type.
+// A typed view into an array's storage.
 
 #include "libutils/refvector2.h"
 
@@ -9,9 +9,9 @@
 
 namespace libutils {
 
-// Shows a stretch of shared storage: from a byte offset on, at most so many elements. Several views, each
-// with an element type of its own, can share one mapped file. The offset is in bytes and need not suit the
-// alignment of T: an element type that is read from files is a packed one.
+// Views part of shared storage: from a byte offset on, up to a limit of elements. Several views with
+// different element types can share one mapped file. The offset need not be aligned for T; use a packed
+// element type for file records.
 template <class T, class A = alloc_mmap_win>
 class ofsvector final : public refvector2<T, A> {
     using base = refvector2<T, A>;
@@ -43,8 +43,8 @@ public:
         return *this;
     }
 
-    // Shares the storage of an array and shows it from a byte offset on. False, showing nothing, when the
-    // offset lies beyond the storage; a limit that reaches beyond it shows what there is.
+    // Shares the storage of an array and views it from a byte offset on. False, with an empty view, when the
+    // offset lies beyond the storage. A limit beyond the storage is cut.
     template <class U>
     bool view(const refvector2<U, A>& other, size_type offset, size_type limit = unlimited) noexcept {
         if (offset > other.byte_size() / sizeof(T) * sizeof(T)) {
@@ -56,8 +56,8 @@ public:
         return true;
     }
 
-    // Moves the view over the storage it has. Nothing is checked: with an offset beyond the storage size()
-    // wraps to a huge number.
+    // Moves the view within its storage, unchecked: with an offset beyond the storage, size() wraps to a huge
+    // number.
     void set_view(size_type offset, size_type limit = unlimited) noexcept {
         offset_ = offset;
         limit_ = limit;
@@ -77,14 +77,14 @@ public:
     T& operator[](size_type index) override { return first()[index]; }
     const T& operator[](size_type index) const override { return first()[index]; }
 
-    // As for refvector2; afterwards the view shows all of the new storage.
+    // As for refvector2; then the view covers all of the new storage.
     bool allocate(size_type count, const char* name = nullptr, int mode = 1, size_type offset = 0,
                   bool preserve = false) override {
         if (!base::allocate(count, name, mode, offset, preserve)) return false;
         set_view(0);
         return true;
     }
-    // The storage's new size, not the view's: the limit is lifted, the view's offset stays.
+    // Resizes the storage, not the view: removes the limit and keeps the offset.
     bool resize(size_type count, size_type offset = 0) override {
         limit_ = unlimited;
         return base::resize(count, offset);

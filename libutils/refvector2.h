@@ -13,8 +13,7 @@
 
 namespace libutils {
 
-// What all handles of one array share. Because the data pointer lives here, a resize is seen through every
-// handle.
+// What all handles of one array share. The data pointer lives here, so every handle sees a resize.
 template <class A>
 struct shared_block {
     std::uint64_t references = 1;
@@ -23,10 +22,10 @@ struct shared_block {
     void* data = nullptr; // null only after a failed resize
 };
 
-// A handle on shared storage of T (plain data, no constructors run; fresh elements are zero), or on none.
-// Copies and assignments share; the last handle that goes frees. Counters are plain: all handles belong to
-// one thread. Element access is unchecked. A const handle gives const elements. Storage mapped read-only must
-// not be written.
+// A handle on shared storage of T (plain data, no constructors run; new elements are zero), or on none.
+// Copies and assignments share; the last handle frees the storage. Counters are plain: all handles belong to
+// one thread. Element access is unchecked. A const handle gives const elements. Do not write to storage that
+// is mapped read-only.
 template <class T, class A = alloc_mmap_win>
 class refvector2 {
     static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
@@ -68,11 +67,11 @@ public:
     virtual T* begin() { return data(); }
     virtual const T* begin() const { return data(); }
 
-    // Takes new storage of `count` elements: zeros, or the file `name` from byte `offset` on (count 0: the
-    // whole file). mode 0: read only, 1: read and write. Unless `preserve`, this handle's share is given up
-    // first; with it a failure leaves everything as it was, and success copies the old leading contents into
-    // new writable storage. False on failure; with alloc_mmap_win a file that cannot be opened or mapped ends
-    // the process (see there, and try_allocate below).
+    // Allocates new storage of `count` elements: zeros, or the file `name` from byte `offset` on (count 0:
+    // the whole file). mode 0: read only, 1: read and write. Without `preserve`, the handle first releases
+    // its old storage. With `preserve`, a failure changes nothing, and success copies the old leading
+    // contents into new writable storage. False on failure; with alloc_mmap_win a file that cannot be opened
+    // or mapped ends the process (see there, and try_allocate below).
     virtual bool allocate(size_type count, const char* name = nullptr, int mode = 1, size_type offset = 0,
                           bool preserve = false) {
         return replace(count, mode, preserve, [&](A& allocator, std::uint64_t& bytes) {
@@ -80,9 +79,9 @@ public:
         });
     }
 
-    // Changes the size of the shared storage for all handles, or takes zeros when there is none. Writable
-    // memory keeps its leading contents. A file is mapped again from byte `offset`. On failure (false) data()
-    // is null, while size() tells what was asked for; a smaller resize may then still succeed.
+    // Resizes the shared storage for all handles, or allocates zeros if there is none. Writable memory keeps
+    // its leading contents. A file is mapped again from byte `offset`. After a failure (false) data() is null
+    // and size() is the requested size; a smaller resize may still succeed.
     virtual bool resize(size_type count, size_type offset = 0) {
         if (!block_) return refvector2::allocate(count, nullptr, 1, 0, true);
         std::uint64_t bytes = 0;
@@ -92,7 +91,7 @@ public:
         return block_->data != nullptr;
     }
 
-    // Gives up this handle's share.
+    // Releases this handle's share.
     virtual void release() noexcept {
         if (block_ && --block_->references == 0) {
             block_->allocator.deallocate(block_->data);
@@ -103,8 +102,8 @@ public:
 
     virtual ~refvector2() { refvector2::release(); }
 
-    // allocate() for a file that may be missing, empty, locked, unreadable or too short: nothing is reported
-    // and the process goes on; `why`, when given, tells what failed.
+    // allocate() for a file that may be missing, empty, locked, unreadable or too short: it reports nothing
+    // and does not end the process; `why`, if given, receives the reason.
     bool try_allocate(size_type count, const char* name, int mode = 0, size_type offset = 0,
                       mapping_failure* why = nullptr) {
         mapping_failure unread;
@@ -126,7 +125,7 @@ protected:
     T* storage() const { return block_ ? static_cast<T*>(block_->data) : nullptr; }
     T* storage_end() const { return storage() ? storage() + refvector2::size() : nullptr; }
 
-    // Shares another handle's storage, whatever its elements are.
+    // Shares another handle's storage, whatever its element type.
     template <class U>
     void share(const refvector2<U, A>& other) noexcept {
         if (block_ == other.block_) return;

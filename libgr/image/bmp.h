@@ -1,5 +1,5 @@
 #pragma once
-// Windows bitmaps.
+// Reads and writes Windows bitmaps.
 //
 // Read: uncompressed bottom-up files of 1, 4 and 8 bits (colour numbers, or luminance without a colour
 // table), 24 bits (BGR) and 32 bits (BGRA), with an information header of 40 bytes or one of its extensions.

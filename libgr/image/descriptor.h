@@ -1,5 +1,5 @@
 #pragma once
-// What the samples of a picture are: which channels a pixel has, how they are numbers and how wide they are.
+// Describes the samples of a picture: the channels of a pixel, and the type and width of their numbers.
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Leaves a C library from its error handler, which must not return. Private to libgr/image.
+// Jumps out of a C library from its error handler, which must not return. Private to libgr/image.
 
 #include <csetjmp>
 

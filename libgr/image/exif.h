@@ -1,5 +1,5 @@
 #pragma once
-// Corrects a camera's notes after a turn. Private to libgr/image.
+// Updates EXIF data after a picture has been turned. Private to libgr/image.
 
 #include "libgr/image/image.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// Pictures: pixels in shared storage, with their size, layout and meaning.
+// Pictures: pixels in shared storage, with their size, layout and format.
 
 #include "libgr/image/descriptor.h"
 #include "libutils/ofsvector.h"

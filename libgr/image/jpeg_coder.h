@@ -1,6 +1,6 @@
 #pragma once
-// libjpeg for decoding, encoding and turning: errors return instead of ending the process, files are read
-// from and written to memory, and no file keeps the decoder busy for ever. Private to libgr/image.
+// Wraps libjpeg for decoding, encoding and turning: errors return instead of ending the process, files are
+// read from and written to memory, and no file keeps the decoder busy forever. Private to libgr/image.
 
 #include "libgr/image/escape.h"
 #include "libgr/image/jpeg_marker.h"

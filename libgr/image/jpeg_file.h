@@ -1,5 +1,5 @@
 #pragma once
-// JPEG files, through libjpeg.
+// Reads, writes and turns JPEG files with libjpeg.
 //
 // Read: baseline, progressive and arithmetic-coded files of 8-bit samples with one grey channel or three
 // channels of colour, as luminance and RGB (or, on request, as they are stored: YCbCr). Other colour spaces

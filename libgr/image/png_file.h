@@ -1,5 +1,5 @@
 #pragma once
-// PNG files, through libpng. (The name png.h is libpng's own.)
+// Reads and writes PNG files with libpng. (The name png.h is libpng's own.)
 //
 // Read: every kind, interlaced or not. Only the byte order of 16-bit samples is converted. Pictures of colour
 // numbers get the file's palette as their colour table. Transparency outside an alpha channel is ignored.

@@ -1,5 +1,5 @@
 #pragma once
-// How much memory reading a picture may take, and what doubtful parts of a file mean.
+// Options for reading a picture: its memory limit, and how to interpret ambiguous files.
 
 #include <cstdint>
 #include <string>

@@ -1,5 +1,5 @@
 #pragma once
-// The rows of a picture as files of uncompressed pixels hold them.
+// Writes the rows of a picture as uncompressed file formats store them.
 
 #include "libgr/image/image.h"
 #include "libutils/saved_file.h"

@@ -1,5 +1,5 @@
 #pragma once
-// Truevision files.
+// Reads and writes Truevision files.
 //
 // Read: uncompressed, bottom-up; true colour of 16 bits (BGRA 1-5-5-5), 24 bits (BGR) and 32 bits (BGRA), 8
 // bits of luminance, and 8-bit numbers of colours. Colours that are all grey give luminance, as 8 bits

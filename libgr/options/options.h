@@ -1,5 +1,5 @@
 #pragma once
-// What a model file says about pictures. Plain values: no picture is opened and no GL is needed.
+// The texture options of a model file, as plain values: no picture is opened and no GL is needed.
 
 #include <string>
 

@@ -1,5 +1,5 @@
 #pragma once
-// What the scene reflects and refracts.
+// The environment that the scene reflects and refracts.
 
 #include "libgr/options/options.h"
 #include "render/surface/appearance.h"

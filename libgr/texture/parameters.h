@@ -1,6 +1,6 @@
 #pragma once
-// How a texture is sampled. Each setter applies its record to the texture that is bound to the target, and
-// does nothing for null or without a current context.
+// Sampling parameters of textures. Each setter applies its record to the texture that is bound to the target;
+// it does nothing for null or without a current context.
 
 #include "render/gl/types.h"
 

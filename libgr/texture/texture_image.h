@@ -1,5 +1,5 @@
 #pragma once
-// The pictures of one texture and how they get into it.
+// The pictures of one texture, and their upload.
 //
 // An upload goes into the texture that is bound to the target of the kind; with no current context it does
 // nothing. Pictures that the GL cannot take are skipped, after a line on standard error; GL errors are
@@ -15,7 +15,7 @@
 // - Pictures of colour numbers are sent through their colour table.
 // - Two-dimensional pictures and faces with samples of 4 bits are widened first. Other samples that the GL
 //   cannot read are skipped.
-// - A compressed picture goes in as it is, where the GL has compressed textures at all.
+// - A compressed picture is uploaded as it is, if the GL supports compressed textures.
 
 #include "libgr/image/image.h"
 #include "libgr/texture/texturable.h"

@@ -1,5 +1,5 @@
 #pragma once
-// Holds every picture of the surfaces once, by name, with its GL texture.
+// Stores each of the surfaces' pictures once, by name, with its GL texture.
 
 #include "libgr/image/image.h"
 #include "libgr/texture/parameters.h"

@@ -1,5 +1,5 @@
 #pragma once
-// The GL formats for each pixel descriptor. Needs no context.
+// Finds the GL formats of a pixel descriptor. Needs no context.
 
 #include "libgr/image/descriptor.h"
 #include "render/gl/types.h"

@@ -1,5 +1,5 @@
 #pragma once
-// Puts separate triangles, as STL files hold them, into a polygon surface.
+// Fills a polygon surface with separate triangles, such as those of an STL file.
 
 #include "pmt3d/surface/polygon.h"
 
@@ -19,7 +19,7 @@ public:
 
     // Sizes the surface. False, reported, when there is no room.
     bool allocate(std::uint64_t facets);
-    // At most as many as were asked for. They are in the surface once the filler is gone.
+    // At most as many as were allocated. The surface has all of them once the filler is destroyed.
     void add(const render::pos3 (&corners)[3]) {
         for (int corner = 0; corner < 3; ++corner)
             corners_[count_][corner] = corners[corner];

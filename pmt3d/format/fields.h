@@ -1,5 +1,5 @@
 #pragma once
-// The values of one line of a model file.
+// Reads the values of one line of a model file.
 
 #include "libutils/number.h"
 
@@ -8,9 +8,8 @@
 
 namespace pmt3d {
 
-// Reads values that are separated by one character each, normally a comma. After every value the reader
-// stands behind that character; beyond the end of the line values are 0. The line must be one of
-// line_reader's.
+// Reads values separated by one character, normally a comma, and skips that character. Values beyond the end
+// of the line are 0. The line must come from a line_reader.
 class field_reader {
 public:
     explicit field_reader(std::string_view values) : at_(values.data()), end_(at_ + values.size()) {}

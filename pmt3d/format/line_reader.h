@@ -1,5 +1,5 @@
 #pragma once
-// A text file line by line, read in place from its mapping.
+// Reads a text file line by line, in place in its mapping.
 
 #include "libutils/refvector2.h"
 #include "pmt3d/format/progress.h"
@@ -31,12 +31,12 @@ public:
     // no permission). An empty file has no lines.
     bool open(const std::string& name);
 
-    // Goes on to the next line; false at the end. Throws file_cut_short.
+    // Moves to the next line; false at the end. Throws file_cut_short.
     bool next();
-    // Throws file_cut_short when the file is no longer as long as it was. For those who stop before the end.
+    // Throws file_cut_short when the file has become shorter. For callers that stop before the end.
     void check_whole() const;
-    // The current line. The character behind it can always be read and is '\n' or 0, so that what stops at
-    // either may parse it in place. Valid until the next call of next().
+    // The current line. The character behind it can always be read and is '\n' or 0, so a parser that stops
+    // at either can work in place. Valid until the next call of next().
     std::string_view line() const { return line_; }
     // Its number, from 1; 0 before the first.
     std::uint64_t number() const { return number_; }
@@ -46,17 +46,17 @@ public:
     std::uint64_t size() const { return text_.size(); }
     std::uint64_t remaining() const { return size() - position(); }
 
-    // For those who find the end of a line while they read its values: where the next line begins when a '\n'
-    // ends it, else null. took_line() then takes the place of next(), though line() stays as it was.
+    // For callers that find the end of a line while they read its values: the start of the next line if a
+    // '\n' ends that line, else null. Then call took_line() instead of next(); line() does not change.
     const char* ahead() const { return at_ < last_end_ ? text_.data() + at_ : nullptr; }
     void took_line(const char* end) { // its '\n'
         at_ = std::uint64_t(end + 1 - text_.data());
         ++number_;
     }
 
-    // Passes over raw bytes, or to the end where there are fewer; the next line begins there.
+    // Skips raw bytes, or to the end if there are fewer; the next line begins there.
     void skip(std::uint64_t bytes);
-    // Is told the position about once a megabyte.
+    // Called with the position about once a megabyte.
     void set_progress(progress_t progress);
 
 private:

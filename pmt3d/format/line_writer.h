@@ -1,5 +1,5 @@
 #pragma once
-// Text lines of a model file being saved.
+// Writes the text lines of a model file.
 
 #include "pmt3d/format/progress.h"
 
@@ -10,15 +10,15 @@
 
 namespace pmt3d {
 
-// Takes a stretch of a file; false when it could not.
+// Takes the next piece of a file; false when it cannot.
 using byte_sink = std::function<bool(std::string_view)>;
 
-// Puts lines together and hands them on in large pieces. Numbers are written with six significant digits, in
-// the shorter of fixed and exponent form and in any locale; every line ends with "\r\n".
+// Collects lines and passes them on in large pieces. Numbers have six significant digits, in the shorter of
+// fixed and exponent form, in every locale; every line ends with "\r\n".
 class line_writer {
 public:
     explicit line_writer(byte_sink sink) : sink_(std::move(sink)) {}
-    // Tells how many of that many lines have been written.
+    // Also reports how many of the expected lines have been written.
     line_writer(byte_sink sink, progress_t progress, std::uint64_t lines)
         : sink_(std::move(sink)),
           progress_(std::move(progress)),
@@ -50,11 +50,10 @@ public:
         end_line();
     }
 
-    // Reports the line that has been begun on standard error as one that nothing could read back: the save
-    // fails.
+    // Reports the current line on standard error as one that could not be read back; the save fails.
     void refuse();
 
-    // Hands on what is left. False when anything has failed.
+    // Passes on what is left. False when anything has failed.
     bool flush();
     // False once the sink has failed or a line has been refused.
     bool good() const { return good_; }

@@ -1,5 +1,5 @@
 #pragma once
-// What a load needs of its caller.
+// What the caller of a load provides.
 
 #include "pmt3d/format/picture_opener.h"
 #include "pmt3d/format/progress.h"
@@ -14,8 +14,8 @@ struct load_context {
     std::ostream& error;   // diagnostics
     frame_update frames{}; // for NURBS surfaces; empty: on the CPU
     progress_t progress{};
-    std::uint64_t allowed_vertices = 0; // of NURBS surfaces, where a file asks for more than vertex_limit.h
-    picture_opener* pictures = nullptr; // null: pictures are not looked at
+    std::uint64_t allowed_vertices = 0; // of NURBS surfaces, if more than vertex_limit.h allows
+    picture_opener* pictures = nullptr; // null: pictures are not opened
 };
 
 } // namespace pmt3d

@@ -1,5 +1,5 @@
 #pragma once
-// A model: what surrounds it, and its surfaces with the names of their pictures. Plain values.
+// A model as plain values: its environment, and its surfaces with the names of their pictures.
 
 #include "libgr/options/options.h"
 #include "pmt3d/surface/nurbs.h"
@@ -30,7 +30,7 @@ struct model_t {
     surface_list items;
 };
 
-// Shares one item among holders until one of them wants to change it.
+// Shares one item among holders until one of them changes it.
 class shared_item_t {
 public:
     shared_item_t() = default;

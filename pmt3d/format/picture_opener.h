@@ -1,5 +1,5 @@
 #pragma once
-// Whoever opens the pictures that a model names.
+// The interface through which a load opens the pictures that a model names.
 
 #include "libgr/options/options.h"
 
@@ -7,11 +7,11 @@
 
 namespace pmt3d {
 
-// Told in the order of the file, as soon as a surface or the environment is complete.
+// Called in the order of the file, as soon as a surface or the environment is complete.
 class picture_opener {
 public:
     virtual ~picture_opener() = default;
-    // The model file that is being loaded, from which relative picture names start.
+    // The model file that is being loaded; picture names are relative to its directory.
     virtual void begin(const std::string& model_file) = 0;
     virtual void open_surface(const libgr::texture_options& options) = 0;
     // False when the model cannot be shown without them.

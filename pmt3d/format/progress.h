@@ -6,8 +6,8 @@
 
 namespace pmt3d {
 
-// Called now and then, in the unit of the work (bytes, lines, triangles); `done` does not exceed `total`. May
-// be empty.
+// Called now and then, in units of the work (bytes, lines, triangles); `done` never exceeds `total`. May be
+// empty.
 using progress_t = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
 } // namespace pmt3d

@@ -1,5 +1,5 @@
 #pragma once
-// The layout of binary STL files, and how they differ from text.
+// The layout of binary STL files, and how to tell them from text.
 
 #include <cstdint>
 #include <cstring>

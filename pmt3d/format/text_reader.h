@@ -1,5 +1,5 @@
 #pragma once
-// The blocks of the model text format.
+// Reads the blocks of the model text format.
 
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/model.h"

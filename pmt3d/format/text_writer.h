@@ -1,5 +1,5 @@
 #pragma once
-// Surfaces and environments in the model text format, such that text_reader.h reads them back: exactly, but
+// Writes surfaces and environments in the model text format. text_reader.h reads them back exactly, except
 // for colours (steps of 1/255) and floats (six significant digits).
 
 #include "libgr/options/options.h"

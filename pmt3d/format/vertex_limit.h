@@ -1,5 +1,5 @@
 #pragma once
-// How many vertices the NURBS surfaces of a file may have.
+// Limits the vertices of a file's NURBS surfaces.
 
 #include "pmt3d/surface/nurbs.h"
 
@@ -8,7 +8,7 @@
 
 namespace pmt3d {
 
-// A resolution is two numbers, so that a few bytes could ask for all memory there is. The surfaces of a file
+// A resolution is two numbers, so a few bytes could ask for all memory there is. The surfaces of a file
 // may have 2^21 vertices together, some 280 MB, and four more for every byte of the file: nets of 16 by 16
 // points with grids of 257 by 257 need no more. Whoever loads the file may allow more; a single surface never
 // has more than nurbs_t::most_vertices, 2^26.

@@ -1,5 +1,5 @@
 #pragma once
-// The control points of a NURBS surface in the GL.
+// Draws the control points of a NURBS surface.
 
 #include "pmt3d/surface/nurbs.h"
 #include "render/gl/array_buffer.h"

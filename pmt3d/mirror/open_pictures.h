@@ -1,5 +1,5 @@
 #pragma once
-// The pictures of a model that is being loaded.
+// Opens the pictures of a model that is being loaded.
 
 #include "libgr/texture/environment.h"
 #include "libgr/texture/surface_texture.h"
@@ -10,7 +10,7 @@
 
 namespace pmt3d {
 
-// Keeps them open. A picture of a surface that cannot be had is reported and left out; a missing face of the
+// Keeps them open. A surface's picture that cannot be loaded is reported and omitted; a missing face of the
 // cube map ends the load.
 class open_pictures : public picture_opener {
 public:

@@ -1,5 +1,5 @@
 #pragma once
-// A polygon surface in the GL.
+// Draws a polygon surface.
 
 #include "pmt3d/surface/frames.h"
 #include "pmt3d/surface/polygon.h"
@@ -34,10 +34,10 @@ public:
     std::uint64_t feedback_vertex_count() override { return surface_.vertex_count(); }
     render::feedbackbuffer& feedback_buffer() override;
     render::array_buffer_t& frame_array() override;
-    // Brings frames that the GL computed into frame_array() back into the surface's normals().
+    // Copies the frames that the GL computed in frame_array() into the surface's normals().
     void fetch_frames();
 
-    // Gives the GL's copies back; the next draw makes them anew.
+    // Frees the GL's copies; the next draw makes them again.
     void release();
 
 private:

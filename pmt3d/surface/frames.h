@@ -1,5 +1,5 @@
 #pragma once
-// How the frames of a tessellated surface are computed from the steps between its vertices.
+// Computes the frames of a tessellated surface from the steps between its vertices.
 
 #include "pmt3d/surface/polygon.h"
 
@@ -8,7 +8,7 @@
 
 namespace pmt3d {
 
-// Turns a surface's wknmls() into its normals(). Whoever loads a NURBS surface hands one over.
+// Computes a surface's normals() from its wknmls(). The caller who loads a NURBS surface provides it.
 using frame_update = std::function<void(polygon_t&)>;
 
 // For every vertex, with T the forward and T' the backward steps:

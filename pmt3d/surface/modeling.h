@@ -1,5 +1,5 @@
 #pragma once
-// What all surfaces of a model have in common: a name, marked points and a work vector.
+// The base of all surfaces of a model: a name, marked points and a work vector.
 
 #include "libutils/refvector2.h"
 #include "render/math/types.h"
@@ -28,8 +28,8 @@ struct basic_array_view {
 using array_view = basic_array_view<float>;
 using const_array_view = basic_array_view<const float>;
 
-// Stands for the contents of an array: two that are equal stand for the same ones. Copies of the array keep
-// it, so that whoever has a copy of its own elsewhere can tell whether that is still good.
+// Identifies the contents of an array: equal revisions mean equal contents. Copies of the array keep it, so a
+// mirror elsewhere can tell whether its own copy is still valid.
 class revision_t {
 public:
     revision_t() { change(); }
@@ -46,8 +46,8 @@ class modeling_t {
 public:
     static constexpr float unmarked_size = 3.0f, marked_size = 5.0f; // pixels
 
-    // Numbers of the surface that are no points (a NURBS surface has three tables of them); an empty view for
-    // an index that it does not have.
+    // The surface's tables of numbers other than points (a NURBS surface has three); an empty view for an
+    // index that it does not have.
     virtual std::uint32_t parameter_table_count() const { return 0; }
     virtual parameter_view parameter_table(std::uint32_t) const { return {}; }
     // 1: NURBS surface, 2: polygon surface.
@@ -74,7 +74,7 @@ public:
     std::span<const float> mark_sizes() const;
     const revision_t& marks_revision() const { return marks_revision_; }
 
-    // Scratch space of 10 floats a point, for whoever works on the surface.
+    // Scratch space of 10 floats a point, for the caller's use.
     std::span<float> work() { return {work_.data(), work_.size()}; }
 
 protected:
@@ -82,8 +82,8 @@ protected:
     modeling_t(const modeling_t& other) { *this = other; }
     modeling_t& operator=(const modeling_t& other);
 
-    // Sizes marks and work vector for that many points; all marks are cleared, or, with `keep`, those that
-    // were there are kept. False when there is no room; the old ones are kept then.
+    // Resizes marks and work vector to that many points. Clears all marks, or keeps the old ones with `keep`.
+    // False when there is no room; nothing changes then.
     bool size_points(std::uint64_t count, bool keep = false);
 
 private:
@@ -91,7 +91,7 @@ private:
 
     std::string name_;
     std::vector<bool> mark_bits_;
-    // The sizes that the bits say; its pages stay untouched until somebody asks for them.
+    // The sizes for the bits; its pages stay untouched until they are asked for.
     mutable libutils::refvector2<float> marks_;
     mutable bool marks_written_ = false;
     libutils::refvector2<float> work_;

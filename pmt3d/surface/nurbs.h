@@ -30,10 +30,10 @@ public:
     // Takes the sizes, with fresh tables of zeros; control points that old and new net both have are kept.
     // False for a size of 0, or when there is no room; the surface has then no net.
     bool allocate(std::uint64_t m, std::uint64_t k1, std::uint64_t n, std::uint64_t k2);
-    // Makes the control points ready to be drawn, takes the name and clears the marks. False, after one line
+    // Prepares the control points for drawing, sets the name and clears the marks. False, after one line
     // on standard error, when there is no room.
     bool afterload(const std::string& name);
-    // Makes the array of control points that is drawn, and their sizes. False when there is no room.
+    // Makes the array of control points that is drawn, and their marks. False when there is no room.
     bool MakeCtlpts();
 
     // Sizes the polygon surface for the tessellation, gives it the name, and writes the strips. False, after

@@ -1,5 +1,5 @@
 #pragma once
-// The B-spline basis functions of one knot vector at one parameter.
+// Computes the B-spline basis functions of a knot vector at a parameter.
 
 #include <cstddef>
 #include <cstdint>
@@ -8,9 +8,8 @@
 
 namespace pmt3d {
 
-// The knots of `count` functions of one order: count + order values, which stay the caller's. Order and count
-// are at least 1. Any knots are taken as they are, also descending ones and NaN; ascending ones are searched
-// faster.
+// The knots of `count` functions of one order: count + order values, which the caller keeps. Order and count
+// are at least 1. Any knots are allowed, even descending ones and NaN; ascending ones are searched faster.
 struct knot_vector {
     knot_vector(std::size_t count, std::size_t order, const float* knots);
 

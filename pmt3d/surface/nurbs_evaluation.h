@@ -1,5 +1,5 @@
 #pragma once
-// Points and colours of a rational B-spline surface. Pure computation on the caller's tables.
+// Computes points and colours of a rational B-spline surface from the caller's tables.
 
 #include "pmt3d/surface/nurbs_basis.h"
 #include "render/math/operations.h"
@@ -38,12 +38,12 @@ struct nurbs_net {
 // as it is.
 control_point_t nurbs_surface(const nurbs_net& net, float u, float v);
 
-// The same for many points along lines of constant v. What depends on v alone is computed once per line: the
-// control points that the line reaches, weighted, and where all rows share their u knots (they mostly do) the
-// rows' sum. That leaves k1 products a point for shared knots, and k1 k2 otherwise.
+// The same for many points along lines of constant v. What depends on v alone is computed once a line: the
+// weighted control points that the line reaches and, if all rows share their u knots (most do), the rows'
+// sum. That leaves k1 products a point for shared knots, and k1 k2 otherwise.
 //
-// A net that lies far from the origin is computed relative to its own middle, so that rounding follows the
-// surface's size and only the result is rounded at the size of its coordinates.
+// A net far from the origin is computed relative to its own middle, so rounding errors scale with the
+// surface; only the result is rounded at the size of its coordinates.
 class nurbs_evaluator {
 public:
     // The net's tables stay the caller's and must not change meanwhile.

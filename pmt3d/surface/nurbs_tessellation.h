@@ -1,5 +1,5 @@
 #pragma once
-// A NURBS surface as a grid of vertices. Pure computation into the caller's memory.
+// Tessellates a NURBS surface into a grid of vertices, in the caller's memory.
 
 #include "pmt3d/surface/nurbs_evaluation.h"
 #include "pmt3d/surface/strips.h"

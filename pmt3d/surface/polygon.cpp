@@ -116,9 +116,7 @@ bool polygon_t::extend(std::uint64_t vertices, std::uint64_t elements) {
     step("polygon_t::extend(5)");
     all_changed();
     if (!grow(frame_work_, vertices * frame_work_floats)) return report("work.extend() failed.");
-    const std::uint64_t before = selectelems_.size();
     if (!grow(selectelems_, selected_elements(elements))) return report("selectelems.allocate() failed.");
-    std::fill(selectelems_.begin() + std::min(before, selectelems_.size()), selectelems_.end(), strip_end);
     vertex_count_ = vertices;
     element_count_ = elements;
     elements_edited_ = true; // they need no longer be all zeros

@@ -1,5 +1,5 @@
 #pragma once
-// The surface that is drawn: vertices, a tangent frame for each, and an index list of triangle strips.
+// The polygon surface: vertices, a tangent frame for each, and an index list of triangle strips.
 
 #include "libutils/refvector2.h"
 #include "pmt3d/surface/modeling.h"
@@ -24,8 +24,8 @@ struct polyid_t {
     std::uint8_t odd = 0;       // 1: its first two indices are swapped
 };
 
-// A plain value: copies are deep. A span from an edit_ function counts as a change of its array now, and must
-// be asked for anew after the surface has been drawn or copied.
+// A plain value: copies are deep. Calling an edit_ function counts as a change of its array; call it again
+// for changes after the surface has been drawn or copied.
 //
 // Triangles are numbered in the order of the index list (polygon ids). Ids and selection are those of the
 // last rebuildpolyids().
@@ -38,15 +38,15 @@ public:
     polygon_t(const polygon_t& other);
     polygon_t& operator=(const polygon_t& other);
 
-    // Makes every array anew with zeros, marks and selected elements cleared. False, after one line on
+    // Makes new arrays of zeros and clears marks and selection. False, after one line on
     // standard error, when there is no room for an array; the surface has then no vertices and no elements.
     bool allocate(std::uint64_t vertices, std::uint64_t elements);
     // Grows to these sizes, never shrinks: old contents are kept, zeros follow. A failure leaves the surface
     // as it was.
     bool extend(std::uint64_t vertices, std::uint64_t elements);
 
-    // Numbers the triangles anew, brings the selected elements up to date, and gives flat frames to vertices
-    // that have none: for each triangle whose third vertex has the normal (0, 0, 0), its face's normal, the
+    // Numbers the triangles again, updates the selected elements, and gives flat frames to vertices that have
+    // none: for each triangle whose third vertex has the normal (0, 0, 0), its face's normal, the
     // direction from its third vertex to its second as tangent, and their product, to those of its three
     // vertices whose normal was (0, 0, 0) before the call. The first form sets the name as well.
     void rebuildpolyids(std::string name);
@@ -111,7 +111,7 @@ private:
     std::vector<strip_t> polyidvector_;
     std::uint64_t triangle_count_ = 0; // the ids from here on have no triangle
     bool elements_edited_ = false;     // since allocate()
-    // Its pages stay untouched until something is selected or the whole is asked for.
+    // Its pages stay untouched until something is selected or all of it is asked for.
     mutable libutils::refvector2<element_t> selectelems_;
     mutable bool selection_written_ = false;
 

@@ -1,5 +1,5 @@
 #pragma once
-// The triangles of an index list of strips.
+// Enumerates the triangles of an index list of strips.
 
 #include <cstdint>
 #include <span>

@@ -1,5 +1,5 @@
 #pragma once
-// The records of a surface's arrays, as they lie in memory and in the GL's buffers.
+// The records of a surface's arrays, laid out as in the GL's buffers.
 
 #include "render/math/types.h"
 
@@ -17,8 +17,8 @@ struct frame_t {
     render::dir3 tangent, binormal, normal;
 };
 
-// The steps from a vertex of a grid to its neighbours (forward) and from its neighbours to it (backward), of
-// which the frame pass makes a frame. The order is that of the shader's Tangent, BiNormal, Tangent2,
+// The steps from a vertex of a grid to its neighbours (forward) and from its neighbours to it (backward),
+// from which the frame pass computes a frame. The order is that of the shader's Tangent, BiNormal, Tangent2,
 // BiNormal2.
 struct differences_t {
     render::dir3 forward_u, forward_v, backward_u, backward_v;

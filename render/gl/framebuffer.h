@@ -1,5 +1,5 @@
 #pragma once
-// A picture that is kept between redraws, with smooth edges.
+// An off-screen picture with smooth edges that survives between redraws.
 
 #include "render/gl/types.h"
 #include "render/math/pixel_rect.h"

@@ -1,5 +1,5 @@
 #pragma once
-// The log of a GL compiler or linker. Private to this floor, because it includes the loader.
+// The log of a GL compiler or linker. Private to this folder, because it includes the loader.
 
 #include <GL/glew.h>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Counters of the GL's work.
+// Queries: counters of the GL's work.
 
 #include "render/gl/types.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// Whether there is a GL context, and whether it has an error to report.
+// Tells whether there is a GL context, and reports its errors.
 
 namespace render {
 

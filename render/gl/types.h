@@ -1,6 +1,6 @@
 #pragma once
-// The GL's integer types and the few constants that other floors need, so that no header has to include the
-// GL loader.
+// The GL's integer types and the few constants that other folders need, so no header has to include the GL
+// loader.
 
 #include <cstdint>
 

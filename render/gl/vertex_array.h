@@ -1,5 +1,5 @@
 #pragma once
-// The attributes of a vertex, and the GL object that stores where they lie.
+// The attributes of a vertex, and the GL object that stores their layout.
 
 #include "render/gl/types.h"
 

@@ -1,6 +1,6 @@
 #pragma once
-// The camera: from a lens to the extents of its view, and from these to the matrix for OpenGL. The camera
-// looks along -z.
+// The camera: computes the extents of the view from the lens, and the OpenGL matrix from the extents. The
+// camera looks along -z.
 
 #include "render/math/types.h"
 

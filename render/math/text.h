@@ -1,7 +1,7 @@
 #pragma once
 // The text form of every value type, for diagnostics: pos3(1.000000, -2.500000, 0.000000). Numbers are in
-// fixed notation with the stream's own precision; values inside values have their own full form. The stream
-// keeps its flags.
+// fixed notation with the stream's own precision; nested values have their own full form. The stream's
+// flags do not change.
 
 #include "render/math/types.h"
 

@@ -1,6 +1,6 @@
 #pragma once
-// A surface's textures and surroundings as the renderer sees them: what to bind to the texture units, and the
-// numbers that go with it.
+// A surface's textures and surroundings as the renderer sees them: what to bind to the texture units, and
+// their parameters.
 
 #include <array>
 

@@ -1,5 +1,5 @@
 #pragma once
-// The shaders that come with the renderer, as texts.
+// The source texts of the built-in shaders.
 
 #include "render/gl/shader.h"
 

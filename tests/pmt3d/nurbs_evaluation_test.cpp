@@ -344,6 +344,10 @@ TEST(nurbs_grid, steps_lead_to_neighbours_and_across_a_seam) {
 TEST(nurbs_grid, tips_and_sectors_have_the_steps_of_the_row_beside_them) {
     const grid_t tips = revolved(9, {{0, 2}, {0.5f, 1}, {1, 0}, {0.5f, -1}, {0, -2}});
     grid_t sector, hole = revolved(9, {{0.02f, 0}, {0.5f, 0}, {1, 0}});
+    grid_t far =
+        revolved(9, {{0.0004f, 0}, {0.001f, 0}, {0.002f, 0}}); // as small as rounding there, all of it
+    for (pmt3d::vertex_t& v : far)
+        v.position.x += 1000;
     for (std::size_t at = 0; const auto& v : revolved(17, {{0, 1}, {0.5f, 0.87f}, {0.87f, 0.5f}}))
         if (at++ % 17 < 5) sector.push_back(v);
     for (const bool turned : {false, true}) {
@@ -356,6 +360,7 @@ TEST(nurbs_grid, tips_and_sectors_have_the_steps_of_the_row_beside_them) {
         for (std::size_t i = 0; i < 5; ++i)
             EXPECT_EQ(open[i].forward_u, open[5 + i].forward_u) << "not round, as it is open";
         EXPECT_EQ(steps_of(hole, 9, turned)[1].forward_u, hole[2].position - hole[1].position);
+        EXPECT_EQ(steps_of(far, 9, turned)[1].forward_u, far[2].position - far[1].position);
     }
 }
 

@@ -220,13 +220,13 @@ TEST(polygon, sizes_that_cannot_be_are_refused) {
 }
 
 TEST(polygon, bounds_follow_the_elements) {
-    const polygon_t polygon = surface({{5, 5, 5}, {1, -2, 3}, {-1, 2, 0}}, {9, 1, 2, 3, strip_end});
+    const polygon_t polygon = surface({{5, 5, 5}, {1, -2, 3}, {2, 2, 1}}, {9, 1, 2, 3, strip_end});
     render::pos3 min{8, 8, 8}, max{8, 8, 8};
     polygon_t().getbound(min, max);
     EXPECT_EQ(min, (render::pos3{8, 8, 8}));
     polygon.getbound(min, max);
-    EXPECT_EQ(min, (render::pos3{-1, -2, 0}));
-    EXPECT_EQ(max, (render::pos3{1, 2, 3}));
+    EXPECT_EQ(min, (render::pos3{1, -2, 1}));
+    EXPECT_EQ(max, (render::pos3{2, 2, 3}));
 }
 
 TEST(polygon, copies_are_their_own_and_clear_empties) {

@@ -173,6 +173,7 @@ TEST(tga, colour_maps) {
         {0, 16, "\x1f\0\xe0\x7f"s, rgb8, {0, 0, 255, 255, 255, 0, 0, 0, 0}},
         {0, 15, "\x1f\0\xe0\x7f"s, rgb8, {0, 0, 255, 255, 255, 0, 0, 0, 0}},
         {0, 24, "\7\7\7\x09\x09\x09", grey8, {7, 9, 0}},
+        {0, 24, "\7\7\7\x09\x08\x09", rgb8, {7, 7, 7, 9, 8, 9, 0, 0, 0}},
     };
     const temporary_directory folder;
     for (const auto& c : cases) {
@@ -227,8 +228,8 @@ TEST(tga, what_cannot_be_right_is_refused_with_one_line) {
 
 // With the reader's option, alpha that says nothing is dropped and numbers of greys are greys.
 TEST(as_meant, bmp_and_tga) {
-    const std::string clear = "abc\0def\0"s, dim = "abc\0def\1"s;
-    const ints colors = {'a', 'b', 'c', 'd', 'e', 'f'}, dim_pixels = {'a', 'b', 'c', 0, 'd', 'e', 'f', 1};
+    const std::string clear = "abc\0def\0"s, dim = "abc\0def\2"s;
+    const ints colors = {'a', 'b', 'c', 'd', 'e', 'f'}, dim_pixels = {'a', 'b', 'c', 0, 'd', 'e', 'f', 2};
     struct {
         const char* name;
         std::string file;

@@ -204,6 +204,25 @@ TEST(jpeg_turn, refuses_what_it_cannot_do_exactly) {
     }
 }
 
+TEST(jpeg_turn, pixels_go_round_to_the_right) {
+    for (const int turns : {1, 2, 3}) {
+        image2d expected = soft(32, 16), turned;
+        jpeg_file file = encoded(expected);
+        ASSERT_TRUE(turn_jpeg(file, turns) && decode_jpeg(turned, file));
+        for (int i = 0; i < turns; ++i) {
+            image2d next = soft(expected.height, expected.width);
+            for (std::uint32_t y = 0; y < expected.height; ++y)
+                for (std::uint32_t x = 0; x < expected.width; ++x)
+                    std::copy_n(expected.pixel(x, y), 3, next.pixel(y, expected.width - 1 - x));
+            expected = next;
+        }
+        const std::vector<int> is = pictures::bytes(turned), should = pictures::bytes(expected);
+        ASSERT_EQ(is.size(), should.size());
+        for (std::size_t i = 0; i < is.size(); ++i)
+            ASSERT_NEAR(is[i], should[i], 8) << turns << " turns, byte " << i;
+    }
+}
+
 TEST(jpeg_turn, the_camera_knows_the_new_size) {
     using pictures::le;
     const auto entry = [](int tag, int type, std::uint32_t value) {

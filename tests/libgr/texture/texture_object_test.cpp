@@ -31,12 +31,6 @@ TEST_F(TextureObject, KindsAndTargets) {
         EXPECT_EQ(target_of_kind(kind), targets[kind]) << kind;
         EXPECT_EQ(kind_of_target(targets[kind]), targets[kind] == 1281 ? 0 : kind);
     }
-    EXPECT_EQ(kind_of_target(GL_TEXTURE_RECTANGLE), 0u);
-    EXPECT_EQ(grTexture1D().kind(), 1u);
-    EXPECT_EQ(grTexture2D().kind(), 2u);
-    EXPECT_EQ(grTexture3D().kind(), 3u);
-    EXPECT_EQ(grTextureCubeMap().kind(), 6u);
-    EXPECT_EQ(grTextureRectangle().kind(), 2u) << "binds as an ordinary texture";
 }
 
 TEST_F(TextureObject, BindsAndUnbinds) {

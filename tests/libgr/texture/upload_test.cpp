@@ -297,6 +297,9 @@ TEST_F(Upload, MipmapsThroughEachRoute) {
     picture.reupload();
     EXPECT_EQ(level_pixels(GL_TEXTURE_2D, 0), bytes(64, 200));
     EXPECT_EQ(level_pixels(GL_TEXTURE_2D, 2), bytes(4, 200));
+    fresh({patterned(4, 4, grey8), patterned(2, 2, grey8)});
+    picture.reupload();
+    EXPECT_EQ(level_parameter(GL_TEXTURE_2D, 0), 4) << "made from the first alone";
 }
 
 TEST_F(Upload, AllocationWidthAndBorder) {

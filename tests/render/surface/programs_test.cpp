@@ -65,20 +65,6 @@ protected:
     random_vertices random;
 };
 
-TEST_F(Programs, AreStoredInOrder) {
-    std::string all;
-    for (const builtin_shader& one : builtin_shaders()) {
-        EXPECT_TRUE(one.text.starts_with("#version 330\n")) << one.role;
-        all += std::string(one.role) + (one.stage == shader_stage::vertex     ? ".v "
-                                        : one.stage == shader_stage::geometry ? ".g "
-                                                                              : ".f ");
-    }
-    EXPECT_EQ(all, "plain textured.f plain textured.v morphing surface.f morphing surface.v surface.f "
-                   "selection highlight.g surface.v coloured points.f clipped coloured points.v Phong.f "
-                   "frame averaging.v coloured points.f coloured.v clip-lines.f clip-lines.g coloured.v ");
-    EXPECT_EQ(builtin(points_fragment).text, builtin(points_fragment_again).text);
-}
-
 TEST_F(Programs, SurfaceVertexStage) {
     rig program({surface_vertex, surface_fragment},
                 {"vertex_t.Position", "vertex_t.Color", "vertex_t.TexCoord", "vertex_t.ViewDir",
