@@ -1,5 +1,5 @@
 #pragma once
-// Where the picture is seen from, and how the mouse changes that. All functions of their arguments alone.
+// The camera, and how the mouse moves it. Knows neither the window nor the GL.
 
 #include "render/math/types.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// What an instrument needs of its window and GLUT does not offer: which key an event is about, when the
+// What an instrument needs from its window beyond what GLUT offers: which key an event is about, when the
 // window loses the keyboard and gets it back, swaps that do not wait for the display, and no menu on the Alt
 // key.
 

@@ -1,5 +1,5 @@
 #pragma once
-// The events of somebody else's connection to the X server, seen without taking them away.
+// Watches the events of another connection to the X server without removing them.
 
 #include <X11/Xlib.h>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Numbers of files in the byte order of this machine.
+// Converts numbers from a file's byte order to the machine's.
 
 #include <bit>
 #include <cstdint>

@@ -1,5 +1,5 @@
 #pragma once
-// Where the running program lies.
+// The path of the running program.
 
 #include <string>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Steps of long work, announced to whoever watches for errors that were left behind elsewhere.
+// Announces the steps of long work, so that an error left behind elsewhere can be put down to one of them.
 
 namespace libutils {
 

@@ -1,6 +1,5 @@
 #pragma once
-// The MIDI services of the system that the program runs on. They live until the process ends, beyond every
-// exit handler.
+// The MIDI services of the system that the program runs on. They outlive every exit handler.
 
 #include "midi/driver.h"
 

@@ -1,5 +1,5 @@
 #pragma once
-// What inputs and outputs of ALSA's sequencer have in common: a quiet client of RtMidi, and finding ports.
+// Shared by ALSA's inputs and outputs: an RtMidi client that writes nothing, and the search for ports.
 
 #include "midi/driver.h"
 #include "midi/drivers/quiet.h"

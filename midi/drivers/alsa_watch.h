@@ -1,5 +1,5 @@
 #pragma once
-// Connects a port of ours with a port of ALSA's sequencer again when that one has gone and come back.
+// Reconnects a port of ours when its peer on ALSA's sequencer disappears and returns.
 
 #include "midi/driver.h"
 #include "midi/drivers/jack_list.h"

@@ -1,7 +1,7 @@
 #pragma once
-// A JACK client with one MIDI port, "quenvarel:out" or "quenvarel:in". It stays connected with the port that
-// it was opened for: when that one comes back under its name, or the server is started again, it is there
-// again within a second. A client that a living server has thrown out joins again.
+// A JACK client with one MIDI port, "quenvarel:out" or "quenvarel:in". It follows the port that it was opened
+// for: when that port returns under its name, or the server restarts, they are connected again within a
+// second. A client that a running server throws out joins again.
 //
 // Three kinds of threads meet here. The owner opens, uses and leaves the port and never calls JACK itself.
 // JACK's thread (jack_thread.h) makes all calls that may block. JACK's own threads call back: the realtime

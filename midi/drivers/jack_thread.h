@@ -1,7 +1,7 @@
 #pragma once
-// A JACK server that stands still blocks every call into it. All calls are therefore made one after the other
-// on one thread, and nobody else waits for them longer than a limit. A server that stands still keeps that
-// thread; until it goes on, all further calls fail at once.
+// A JACK server that stands still blocks every call into it. So one thread makes all calls, one after
+// another, and its callers wait only up to a limit. While the server blocks that thread, all further calls
+// fail at once.
 
 #include <chrono>
 #include <functional>

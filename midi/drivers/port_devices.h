@@ -1,5 +1,5 @@
 #pragma once
-// What the ports of JACK and of ALSA have in common: outputs that send one complete message at a time, and
+// Shared by the ports of JACK and ALSA: outputs that send one complete message at a time, and
 // inputs that deliver as the Windows services do.
 
 #include "midi/driver.h"

@@ -1,7 +1,7 @@
 #pragma once
 // The MIDI ports of JACK, then those of ALSA, then "Virtual port": a port of our own that others connect to,
-// on JACK when its server runs, else on ALSA. A service that is not there has no ports, and without both
-// there is no virtual port either. A port that goes away while it is open is connected again when it is back.
+// on JACK when its server runs, else on ALSA. A service that does not run has no ports; without
+// either there is no virtual port. An open port that disappears is connected again when it returns.
 
 #include "midi/driver.h"
 

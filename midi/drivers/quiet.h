@@ -1,6 +1,5 @@
 #pragma once
-// Keeps the sound libraries off our streams: what goes wrong with them shows in their results, and a missing
-// sound service is no news.
+// Silences the sound libraries: their results say what goes wrong, and a missing sound service is no news.
 
 #include <iostream>
 

@@ -1,5 +1,5 @@
 #pragma once
-// Where the instruments' samples come from.
+// Finds the SoundFont, which holds the samples of the instruments.
 
 #include <filesystem>
 #include <string>

@@ -1,5 +1,5 @@
 #pragma once
-// JSON on one line.
+// Writes JSON on one line.
 
 #include <cstdint>
 #include <iosfwd>

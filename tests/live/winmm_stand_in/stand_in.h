@@ -3,22 +3,19 @@
 // environment describes, and writes down every MIDI call. A program gets it by having it in its own
 // directory.
 //
-// Environment (lists are separated by ';'):
-//   QUENVAREL_WINMM_LOG      file to which each call is appended as one line: the function, its arguments, "
-//   -> " and
-//                            the result in decimal. Bytes are in hex. Handles are left out.
-//   QUENVAREL_WINMM_OUTPUTS  names of the output devices; unset: one, "Stand-in Synth"; empty: none
-//   QUENVAREL_WINMM_INPUTS   the same for the input devices; unset: one, "Stand-in Keys"
-//   QUENVAREL_WINMM_FAIL     calls that fail: function=code, or function#n=code only the n-th call of it,
-//   from 1 on QUENVAREL_WINMM_SLOW     calls that take their time: the same with milliseconds in place of the
-//   code QUENVAREL_WINMM_BUSY     milliseconds for which an output device keeps the buffer of a long message,
-//   or "forever" QUENVAREL_WINMM_INPUT    what an input device delivers from its start on, as words: bytes in
-//   hex are a message, a
-//                            long one if they begin with f0; more:bytes is one that came while the receiver
-//                            was behind; error:bytes an invalid one
-//   QUENVAREL_WINMM_CONSOLE  file in which lines appear for what happens to the program's console: the
-//   event's number
-//                            in decimal, such as 0 for Ctrl-C and 2 when the console is closed
+// Environment variables, each beginning with QUENVAREL_WINMM_ (lists are separated by ';'):
+//   LOG      the file to which each call is appended as one line: the function, its arguments, " -> " and the
+//            result in decimal. Bytes are in hex. Handles are left out.
+//   OUTPUTS  the names of the output devices; unset: one, "Stand-in Synth"; empty: none
+//   INPUTS   the same for the input devices; unset: one, "Stand-in Keys"
+//   FAIL     the calls that fail: function=code, or function#n=code for the n-th call of it only, from 1 on
+//   SLOW     the calls that take their time: the same with milliseconds in place of the code
+//   BUSY     for how many milliseconds an output device keeps the buffer of a long message, or "forever"
+//   INPUT    what an input device delivers from its start on, as words: bytes in hex are a message, a long
+//            one if they begin with f0; more:bytes one that came while the receiver was behind; error:bytes
+//            an invalid one
+//   CONSOLE  the file in which lines appear for what happens to the program's console: the event's number in
+//            decimal, such as 0 for Ctrl-C and 2 when the console is closed
 
 // The functions are defined here, not imported.
 #define _WINMM_
