@@ -72,6 +72,7 @@ TEST(documentation, examples_load_without_a_word) {
     EXPECT_FALSE(models[2].items.front().texture.maglinear);
     EXPECT_EQ(polygon(3).vertices()[9].position, (render::pos3{2, 1, 1})); // half way up to the point at 2
     EXPECT_EQ(models[4].environment.refractfactor, 1 / 1.33f);
+    EXPECT_EQ(pictures.environment.refract_factor(), 1 / 1.33f);
 }
 
 } // namespace

@@ -342,6 +342,11 @@ TEST_F(model, nurbs_tables_and_points) {
     EXPECT_EQ(points[4].position, (render::pos3{1, 1, 1e-7f}));
     EXPECT_EQ(nurbs.weights()[0], 0.0f);
     EXPECT_FALSE(nurbs.marked(2));
+    EXPECT_EQ(std::as_const(nurbs).getarray(0).count, 0u) << "not made yet";
+    const pmt3d::revision_t before = nurbs.points_revision();
+    EXPECT_TRUE(nurbs.MakeCtlpts());
+    EXPECT_NE(nurbs.points_revision(), before);
+    EXPECT_EQ(std::as_const(nurbs).getarray(0).data[7], 1.0f);
     EXPECT_TRUE(nurbs.markvertex(5));
     EXPECT_FALSE(nurbs.allocate(3, 1, 0, 1));
     EXPECT_EQ(nurbs.points().size(), 0u);
