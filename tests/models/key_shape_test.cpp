@@ -111,6 +111,7 @@ TEST(KeyShape, IsASolidWithinItsPlace) {
             EXPECT_TRUE(v.color.r > 0 && v.color.r <= 1 && v.color.a == 1);
             if (place.black && p.y == 0.5f && v.normal.z > -0.5f) { // not the far end's
                 EXPECT_GT(v.normal.x * (p.x - (place.left + place.right) / 2), 0) << "a crown";
+                EXPECT_NEAR(v.tangent.z, 0, 0.2f) << "rolled, not upright";
             }
         }
         EXPECT_TRUE(std::any_of(mesh.vertices.begin(), mesh.vertices.end(), [](const key_vertex& v) {
