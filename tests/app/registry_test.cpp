@@ -20,6 +20,12 @@ struct noted : gems::glutyAPI4 {
     }
 };
 
+TEST(registry, without_a_window_there_is_no_handler) {
+    ASSERT_NE(gems::registry, nullptr);
+    EXPECT_EQ(gems::registry->createwindow(nullptr, "title"), -1);
+    EXPECT_EQ(gems::registry->handler(4711), nullptr);
+}
+
 TEST(registry, mouse_buttons_beyond_the_third_are_wheels_that_count_on_release) {
     constexpr int highest = std::numeric_limits<int>::max();
     struct {
@@ -83,16 +89,6 @@ TEST(held_keys, tell_repetitions_and_what_comes_up) {
     gems::held_keys held;
     EXPECT_TRUE(held.press({}, ~0u) && held.press({}, ~0u)) << "what no key gives";
     EXPECT_EQ(held.release({}, ~0u), ~0u);
-}
-
-TEST(registry, without_a_window_nothing_happens) {
-    ASSERT_NE(gems::registry, nullptr);
-    EXPECT_EQ(gems::registry->createwindow(nullptr, "title"), -1);
-    EXPECT_EQ(gems::registry->handler(4711), nullptr);
-    gems::registry->postredisplay();
-    gems::registry->setkeyrepeat(false);
-    gems::registry->setidle(true);
-    gems::registry->setidle(false);
 }
 
 } // namespace
