@@ -38,13 +38,14 @@ struct section_point {
 };
 using section = std::vector<section_point>;
 
-// The corners of a cross-section with the way that the rounding of each takes along its edges; rounded, the
-// corner is a parabola. Begins in the middle of the edge from the last corner to the first.
+// The corners of a cross-section with the way that the rounding of each takes along its edges, twice as long
+// as its parabola. Begins in the middle of the edge from the last corner to the first.
 struct corner {
     float a, b, rounding;
     float light = 1;
 };
 section rounded(const std::vector<corner>& corners) {
+    constexpr float reach = 0.625f; // of the outer control points; see corner_knots
     const auto between = [](const corner& from, const corner& to, float way) {
         const float length = std::hypot(to.a - from.a, to.b - from.b);
         const float share = std::min(way / length, 0.5f);
@@ -58,12 +59,35 @@ section rounded(const std::vector<corner>& corners) {
     for (std::size_t i = 0; i < corners.size(); ++i) {
         const corner &c = corners[i], &before = corners[(i + corners.size() - 1) % corners.size()],
                      &after = corners[(i + 1) % corners.size()];
-        result.push_back(between(c, before, c.rounding));
+        result.push_back(between(c, before, reach * c.rounding));
         result.push_back({c.a, c.b, c.light});
-        result.push_back(between(c, after, c.rounding));
+        result.push_back(between(c, after, reach * c.rounding));
     }
     result.push_back(middle);
     return result;
+}
+
+// For a rounded cross-section of m points, with as few steps as do: the points that are computed, which lie
+// equally far apart in the parameter, are the ends of each parabola and one in between; a straight edge is
+// one step.
+constexpr std::size_t order_around = 3;
+constexpr float step = 0.5f; // of a parabola, whose length is 1
+std::size_t corner_steps(std::size_t m) {
+    const std::size_t corners = (m - 2) / 3;
+    return 2 * corners + corners + 1;
+}
+std::vector<float> corner_knots(std::size_t m) {
+    std::vector<float> knots(order_around, 0.0f);
+    float at = 0;
+    for (std::size_t span = 0; span < m - 2; ++span) {
+        const bool parabola = span % 3 == 1, end = span == 0 || span == m - 3;
+        at += parabola ? 1 : end ? step : step / 2;
+        knots.push_back(at);
+    }
+    knots.resize(m + order_around, at);
+    for (float& knot : knots)
+        knot /= at;
+    return knots;
 }
 
 // To a 64th: the corners that meet there are then the same for whoever rounds them.
@@ -99,7 +123,7 @@ public:
     template <class Place>
     void loft(const material& of, const std::vector<section>& sections, Place place) {
         const std::size_t m = sections.front().size(), n = sections.size() + 2;
-        constexpr std::size_t along = 3, across = 2; // orders
+        constexpr std::size_t along = order_around, across = 2; // orders
         pmt3d::model_item_t& item = add(of, pmt3d::model_item_t::kind_t::nurbs);
         pmt3d::nurbs_t& net = item.nurbs;
         if (!net.allocate(m, along, n, across)) {
@@ -110,7 +134,7 @@ public:
             for (std::size_t i = 0; i < to.size(); ++i)
                 to[i] = row[i % row.size()];
         };
-        write(net.knots1(), clamped_knots(m, along));
+        write(net.knots1(), corner_knots(m));
         write(net.knots2(), clamped_knots(n, across));
         write(net.weights(), {1});
         for (std::size_t j = 0; j < n; ++j) {
@@ -121,8 +145,7 @@ public:
                 net.points()[j * m + i] = {place(from, p), shaded(of, p.light)};
             }
         }
-        constexpr std::uint32_t steps = 2; // in each parabola
-        net.set_resolution(std::uint32_t(m - along + 1) * steps + 1, std::uint32_t(n));
+        net.set_resolution(std::uint32_t(corner_steps(m)) + 1, std::uint32_t(n));
     }
 
     // A bar along x with rounded ends; its cross-section has a for y and b for z.
