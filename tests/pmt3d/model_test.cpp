@@ -137,6 +137,12 @@ TEST_F(model, what_could_not_be_read_back_is_not_saved) {
     expect_refused([&](model_item_t& i) { i.texture.aniso = inf, i.texture.texture = "x"; }, "aniso inf");
     expect_refused([&](model_item_t& i) { i.texture.texture = "a\nend"; }, "texture a?end");
     expect_refused([&](model_item_t& i) { i.texture.specular = "a\r"; }, "specular a?");
+    // The line is told alone, also the first of a piece.
+    pmt3d::line_writer out([](std::string_view) { return true; });
+    for (int line = 0; line < 65536 / 8; ++line)
+        out.text("123456").end_line();
+    out.floats("weight", inf);
+    EXPECT_EQ(take_err(), "\"weight inf\" could not be read back, nothing is saved.\n");
 }
 
 // ---- Loading
