@@ -197,10 +197,10 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
     keyboard_view other;
     other.open("", QUENVAREL_BIN "/quenvarel.pmt");
     std::mt19937 random(3);
-    // At home; with keys partly outside and behind the eye; and where the mirror shows most.
+    // At home; with keys partly outside and behind the eye; and with the end of the mirror in sight.
     for (const camera_t& camera : {home_camera(double(width) / height),
                                    {{-30, 2.0f, 6}, {-30, 0, -20}},
-                                   {{20, 8.0f, 30}, {10, 2, 0}}}) {
+                                   {{-42, 25, 40}, {-34, 2, 0}}}) {
         view_.look(camera);
         shot();
         for (int step = 0; step < 20; ++step) {
