@@ -129,9 +129,10 @@ TEST(midi_in, tells_its_listener) {
         << "and the buffer that comes back empty is not reported";
 
     const midi::midi_listener_t deaf{};
-    midi::midi_in_t unheard(service, nullptr), unread(service, &deaf);
-    for (midi::midi_in_t* port : {&unheard, &unread}) {
-        ASSERT_TRUE(port->open("Keys"));
+    for (const midi::midi_listener_t* listener :
+         std::initializer_list<const midi::midi_listener_t*>{nullptr, &deaf}) {
+        midi::midi_in_t port(service, listener);
+        ASSERT_TRUE(port.open("Keys"));
         service.send(input_event::data, 0x7F3C91, 5);
         std::vector<std::uint8_t> bytes(3, 1);
         EXPECT_TRUE(service.send_long(bytes, 1) && service.buffer_is_queued()) << "also when nobody listens";
