@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <execinfo.h>
+#include <iterator>
 #include <link.h>
 #include <new>
 #include <set>
@@ -47,6 +49,24 @@ bool belongs_to_program(void* caller) {
     return at >= program.begin && at < program.end;
 }
 
+// A library may call a function of the standard library that calls a template's code in the program: then the
+// library allocates, not the program.
+bool is_made_by_program(void* caller) {
+    if (!belongs_to_program(caller)) return false;
+    const auto object_of = [](const void* address) {
+        Dl_info about{};
+        return dladdr(address, &about) ? about.dli_fbase : nullptr;
+    };
+    static void* const standard_library = object_of(reinterpret_cast<void*>(&std::get_new_handler));
+    void* callers[12];
+    void** const end = callers + backtrace(callers, int(std::size(callers)));
+    void** const found = std::find(callers, end, caller);
+    void** user = found;
+    while (user < end && (user == found || object_of(*user) == standard_library))
+        ++user;
+    return user == end || user == found + 1 || belongs_to_program(*user);
+}
+
 bool is_new_place() {
     static auto& places = *new std::set<std::vector<void*>>;
     std::vector<void*> callers(24);
@@ -57,7 +77,7 @@ bool is_new_place() {
 bool fails(void* caller) {
     static const char* const wanted = std::getenv("QUENVAREL_ALLOCATION_TO_FAIL");
     static const std::size_t number = wanted ? std::strtoull(wanted, nullptr, 10) : std::size_t(-1);
-    if (!belongs_to_program(caller) || gettid() != getpid()) return false;
+    if (gettid() != getpid() || !is_made_by_program(caller)) return false;
     if (std::getenv("QUENVAREL_ALLOCATIONS") && is_new_place()) firsts.push_back(made);
     return made++ == number;
 }
