@@ -1,5 +1,6 @@
 #include "models/studio.h"
 
+#include "render/math/cube_map.h"
 #include "render/math/operations.h"
 #include "render/math/types.h"
 
@@ -11,32 +12,11 @@ namespace models {
 namespace {
 
 using render::col3;
+using render::cube_direction;
 using render::dir3;
+using render::smooth_step;
 
 constexpr unsigned size = 128;
-
-// The direction of a point of a face; s to the right and t down, from -1 to 1.
-dir3 direction_of(std::size_t face, float s, float t) {
-    switch (face) {
-    case 0:
-        return {1, -t, -s};
-    case 1:
-        return {-1, -t, s};
-    case 2:
-        return {s, 1, t};
-    case 3:
-        return {s, -1, -t};
-    case 4:
-        return {s, -t, 1};
-    default:
-        return {-s, -t, -1};
-    }
-}
-
-float step(float from, float to, float x) {
-    const float t = std::clamp((x - from) / (to - from), 0.0f, 1.0f);
-    return t * t * (3 - 2 * t);
-}
 
 col3 mix(const col3& a, const col3& b, float share) {
     return {a.r + (b.r - a.r) * share, a.g + (b.g - a.g) * share, a.b + (b.b - a.b) * share};
@@ -52,20 +32,22 @@ float lamp(const dir3& d, const dir3& at, float width, float height, float softn
     const float ahead = dot(d, n);
     if (ahead <= 0.05f) return 0;
     const float x = std::abs(dot(d, right) / ahead), y = std::abs(dot(d, up) / ahead);
-    return step(width + softness, width - softness, x) * step(height + softness, height - softness, y);
+    return smooth_step(width + softness, width - softness, x) *
+           smooth_step(height + softness, height - softness, y);
 }
 
 col3 light_from(const dir3& direction) {
     const dir3 d = normalise(direction);
     constexpr col3 floor = {0.105f, 0.090f, 0.080f}, near_floor = {0.235f, 0.205f, 0.185f};
     constexpr col3 wall = {0.335f, 0.330f, 0.335f}, ceiling = {0.13f, 0.14f, 0.16f};
-    col3 light = d.y < 0 ? mix(floor, near_floor, step(-0.95f, -0.10f, d.y)) : wall;
-    if (d.y >= -0.10f) light = mix(near_floor, wall, step(-0.10f, 0.22f, d.y));
-    if (d.y > 0.22f) light = mix(wall, ceiling, step(0.22f, 0.75f, d.y));
+    col3 light = d.y < 0 ? mix(floor, near_floor, smooth_step(-0.95f, -0.10f, d.y)) : wall;
+    if (d.y >= -0.10f) light = mix(near_floor, wall, smooth_step(-0.10f, 0.22f, d.y));
+    if (d.y > 0.22f) light = mix(wall, ceiling, smooth_step(0.22f, 0.75f, d.y));
     // The wall behind the case is lit from below its middle.
-    if (d.z < 0) add(light, {0.20f, 0.17f, 0.13f}, step(0.75f, 1.0f, dot(d, normalise(dir3{0, 0.05f, -1}))));
+    if (d.z < 0)
+        add(light, {0.20f, 0.17f, 0.13f}, smooth_step(0.75f, 1.0f, dot(d, normalise(dir3{0, 0.05f, -1}))));
     // Behind the player it is brighter, with a window that lacquer shows.
-    if (d.z > 0) add(light, {0.34f, 0.33f, 0.33f}, d.z * step(-0.85f, 0.20f, d.y));
+    if (d.z > 0) add(light, {0.34f, 0.33f, 0.33f}, d.z * smooth_step(-0.85f, 0.20f, d.y));
     add(light, {0.80f, 0.78f, 0.74f}, lamp(d, {0.0f, 0.70f, -0.71f}, 0.75f, 0.13f, 0.30f));
     add(light, {0.60f, 0.58f, 0.54f}, lamp(d, {-0.55f, 0.50f, 0.70f}, 0.55f, 0.40f, 0.22f));
     return light;
@@ -96,7 +78,7 @@ std::array<picture, 6> make_studio() {
                 const auto along = [](unsigned i) {
                     return 2 * (static_cast<float>(i) + 0.5f) / static_cast<float>(size) - 1;
                 };
-                const col3 light = light_from(direction_of(face, along(x), -along(y)));
+                const col3 light = light_from(cube_direction(face, along(x), -along(y)));
                 unsigned channel = 0;
                 for (const float part : {light.r, light.g, light.b})
                     pixels.push_back(byte(part, dither(x, y, channel++)));

@@ -3,6 +3,7 @@
 #include "libgr/image/convert.h"
 #include "libgr/texture/texture_table.h"
 #include "libutils/report.h"
+#include "render/math/cube_map.h"
 #include "render/math/operations.h"
 
 #include <algorithm>
@@ -12,31 +13,9 @@ namespace libgr {
 
 namespace {
 
+using render::cube_direction;
 using render::dir3;
-
-// The direction in which a point of a face is seen from the middle of the cube; s and t from -1 to 1 along
-// the face's rows and columns, as the GL lays its faces out.
-dir3 direction_of(std::size_t face, float s, float t) {
-    switch (face) {
-    case 0:
-        return {1, -t, -s};
-    case 1:
-        return {-1, -t, s};
-    case 2:
-        return {s, 1, t};
-    case 3:
-        return {s, -1, -t};
-    case 4:
-        return {s, -t, 1};
-    default:
-        return {-s, -t, -1};
-    }
-}
-
-float smooth_step(float from, float to, float x) {
-    const float t = std::clamp((x - from) / (to - from), 0.0f, 1.0f);
-    return t * t * (3 - 2 * t);
-}
+using render::smooth_step;
 
 // A soft studio: a dark floor, walls that brighten upwards, and a large round lamp above and in front, to the
 // left.
@@ -81,7 +60,7 @@ bool make_default_faces(grTextureCubeMap& cube) {
             unsigned char* pixel = image.row(y);
             for (std::uint32_t x = 0; x < size; ++x, pixel += 3) {
                 const auto along = [](std::uint32_t i) { return 2 * (float(i) + 0.5f) / float(size) - 1; };
-                const float light = studio_light(direction_of(face, along(x), along(y)));
+                const float light = studio_light(cube_direction(face, along(x), along(y)));
                 // A shade warmer where it is bright.
                 pixel[0] = static_cast<unsigned char>(255 * light);
                 pixel[1] = static_cast<unsigned char>(255 * light * (1 - 0.02f * light));
