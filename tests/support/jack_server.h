@@ -2,6 +2,7 @@
 // A JACK server without hardware, for one test. Linux only.
 
 #include "support/process.h"
+#include "support/temporary_directory.h"
 
 #include <chrono>
 #include <csignal>
@@ -45,11 +46,13 @@ public:
     bool runs() const { return runs_; }
     // Again, under the same name.
     void start() {
+        // Into a file: it would wait, with all of its clients, for someone to empty a full pipe.
+        const std::string log = directory_.file("log");
         server_ = std::make_unique<process>(std::vector<std::string>{
-            "jackd", "-R", "-n", name_, "-d", "dummy", "-r", "48000", "-p", std::to_string(frames_), "-C",
-            "0", "-P", std::to_string(playback_ports_)});
+            "sh", "-c", "exec \"$@\" > \"$0\" 2>&1", log, "jackd", "-R", "-n", name_, "-d", "dummy", "-r",
+            "48000", "-p", std::to_string(frames_), "-C", "0", "-P", std::to_string(playback_ports_)});
         runs_ = until([] { return run({"jack_lsp"}).exit_code == 0; });
-        if (!runs_) std::cerr << "jackd does not start: " << server_->out() << server_->err();
+        if (!runs_) std::cerr << "jackd does not start: " << read_file(log);
     }
     // Stops its cycles, and lets them go on.
     void freeze() { server_->send_signal(SIGSTOP); }
@@ -89,6 +92,7 @@ public:
 private:
     int playback_ports_, frames_;
     std::string name_;
+    temporary_directory directory_;
     std::unique_ptr<process> server_;
     bool runs_ = false;
 };
