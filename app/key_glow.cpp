@@ -26,20 +26,25 @@ void glow_t::destroy() noexcept {
 render::gl_uint glow_t::color(const render::col3& of_key, glow_level level) {
     auto found = std::find_if(colors_.begin(), colors_.end(),
                               [&](const colors& made) { return made.of_key == of_key; });
-    if (found == colors_.end()) found = colors_.insert(found, {of_key, {}});
-    render::gl_uint& name = found->textures[static_cast<std::size_t>(level - 1)];
-    if (name != 0) return name;
-    const float share = most * static_cast<float>(level) / full_glow;
-    const float pixel[] = {std::lerp(of_key.r, amber.r, share), std::lerp(of_key.g, amber.g, share),
-                           std::lerp(of_key.b, amber.b, share)};
-    glGenTextures(1, &name);
-    glBindTexture(GL_TEXTURE_2D, name);
-    // As those of the usual keys, for which a software renderer has its programs ready.
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB8, 1, 1, 0, GL_RGB, GL_FLOAT, pixel);
+    if (found == colors_.end()) found = colors_.insert(found, {of_key, make_textures(of_key)});
+    return found->textures[static_cast<std::size_t>(level - 1)];
+}
+
+glow_t::levels glow_t::make_textures(const render::col3& of_key) {
+    levels names{};
+    glGenTextures(full_glow, names.data());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const float share = most * static_cast<float>(i + 1) / full_glow;
+        const float pixel[] = {std::lerp(of_key.r, amber.r, share), std::lerp(of_key.g, amber.g, share),
+                               std::lerp(of_key.b, amber.b, share)};
+        glBindTexture(GL_TEXTURE_2D, names[i]);
+        // As those of the usual keys, for which a software renderer has its programs ready.
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB8, 1, 1, 0, GL_RGB, GL_FLOAT, pixel);
+    }
     glBindTexture(GL_TEXTURE_2D, 0);
-    return name;
+    return names;
 }
 
 void glowing::bind(render::texture_unit unit) {

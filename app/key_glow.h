@@ -36,14 +36,17 @@ public:
     // Gives the textures back. With the context in which something was drawn.
     void destroy() noexcept;
 
-    // For a level from 1 to full_glow. Made at first use.
+    // For a level from 1 to full_glow. All levels of a colour are made when the first of them is asked for.
     render::gl_uint color(const render::col3& of_key, glow_level level);
 
 private:
+    using levels = std::array<render::gl_uint, full_glow>;
     struct colors {
         render::col3 of_key;
-        std::array<render::gl_uint, full_glow> textures{};
+        levels textures;
     };
+    static levels make_textures(const render::col3& of_key);
+
     std::vector<colors> colors_;
 };
 
