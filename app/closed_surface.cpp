@@ -1,7 +1,9 @@
 #include "app/closed_surface.h"
 
+#include "libgr/texture/texture_table.h"
 #include "pmt3d/surface/strips.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
@@ -25,6 +27,19 @@ std::uint64_t hash(const pos3& p) {
 }
 
 } // namespace
+
+bool is_opaque(const pmt3d::polygon_t& surface, const libgr::texture_t& texture) {
+    const libgr::texture_record* const color = texture.record(render::texture_unit::color);
+    if (!texture.texture.empty() && color) {
+        const auto format = color->image().descriptor.format;
+        if (format != libgr::pixel_format::rgb && format != libgr::pixel_format::bgr &&
+            format != libgr::pixel_format::luminance)
+            return false;
+    }
+    const auto vertices = surface.vertices();
+    return std::all_of(vertices.begin(), vertices.end(),
+                       [](const pmt3d::vertex_t& vertex) { return vertex.color.a >= 1; });
+}
 
 bool is_closed(const pmt3d::polygon_t& surface) {
     const auto vertices = surface.vertices();

@@ -38,19 +38,6 @@ mtx3w translation(const pos3& by, float sign) {
     return mtx3w::translation(sign * by.x, sign * by.y, sign * by.z);
 }
 
-// Anything else shows its inside.
-bool is_opaque(const pmt3d::polygon_t& surface, const libgr::texture_t& texture) {
-    if (const libgr::texture_record* color = texture.record(render::texture_unit::color)) {
-        const auto format = color->image().descriptor.format;
-        if (format != libgr::pixel_format::rgb && format != libgr::pixel_format::bgr &&
-            format != libgr::pixel_format::luminance)
-            return false;
-    }
-    const auto vertices = surface.vertices();
-    return std::all_of(vertices.begin(), vertices.end(),
-                       [](const pmt3d::vertex_t& vertex) { return vertex.color.a >= 1; });
-}
-
 // Of the colour picture; white without one.
 render::col3 average_color(const libgr::texture_t& texture) {
     const libgr::texture_record* record = texture.record(render::texture_unit::color);

@@ -202,7 +202,8 @@ void keyboard_view::draw(clock::time_point when) {
     if (!renderer_) return;
     fade(when);
     const render::context_stays stays;
-    const bool changed = !damage_.parts().empty() || !frame_.allocated(); // the window forgets
+    // Without a framebuffer nothing survives the swap.
+    const bool changed = !damage_.parts().empty() || !frame_.allocated();
     if (!changed && !can_prepare()) return;
     const painter brush = {*renderer_, port_, light, shininess, glow_};
     glViewport(0, 0, port_.width, port_.height);

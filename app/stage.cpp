@@ -44,19 +44,6 @@ public:
     bool mercator_sphere() override { return false; }
 };
 
-bool has_alpha(const pmt3d::polygon_t& shape, const libgr::texture_t& texture) {
-    const libgr::texture_record* color = texture.record(render::texture_unit::color);
-    if (!texture.texture.empty() && color) {
-        const auto format = color->image().descriptor.format;
-        if (format != libgr::pixel_format::rgb && format != libgr::pixel_format::bgr &&
-            format != libgr::pixel_format::luminance)
-            return true;
-    }
-    const auto vertices = shape.vertices();
-    return std::any_of(vertices.begin(), vertices.end(),
-                       [](const pmt3d::vertex_t& vertex) { return vertex.color.a < 1; });
-}
-
 // The plane in which all triangles lie; nothing when there is none, or no one such plane.
 std::optional<surface> plane_of(const pmt3d::polygon_t& shape) {
     const auto vertices = shape.vertices();
@@ -200,7 +187,7 @@ void stage::add(const pmt3d::model_item_t& item, const std::string& file) {
     libgr::texture_t texture;
     static_cast<libgr::texture_options&>(texture) = item.texture;
     texture.open(file);
-    if (has_alpha(item.polygon, texture)) {
+    if (!is_opaque(item.polygon, texture)) {
         translucent_.emplace_back(item.polygon, texture);
         return;
     }

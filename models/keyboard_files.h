@@ -1,7 +1,7 @@
 #pragma once
 // The files of the keyboard: a model for every key, the case in which they lie, and the pictures that they
-// wear. A
-// piano's natural keys are white and its case is lacquered; a harpsichord's are black, in a case of wood.
+// wear. A piano's natural keys are white and its case is lacquered; a harpsichord's are black, in a case of
+// wood.
 
 #include "models/materials.h"
 
