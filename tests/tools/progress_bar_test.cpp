@@ -1,10 +1,9 @@
 #include "tools/pmt3d/progress_bar.h"
 
-#include <algorithm>
 #include <chrono>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <poll.h>
 #include <pty.h>
 #include <thread>
 #include <unistd.h>
@@ -18,7 +17,6 @@ public:
         int ends[2] = {-1, -1};
         EXPECT_EQ(terminal ? openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) : pipe(ends), 0);
         reading_ = ends[0];
-        fcntl(reading_, F_SETFL, O_NONBLOCK);
         dup2(ends[1], STDERR_FILENO);
         close(ends[1]);
     }
@@ -27,10 +25,19 @@ public:
         close(before_);
         close(reading_);
     }
-    std::string take() const {
-        char text[4096];
-        return {text, std::size_t(std::max<ssize_t>(read(reading_, text, sizeof text), 0))};
+    // A terminal hands over what was written a little later, and in pieces: waits until so many bytes are
+    // there.
+    std::string take(std::size_t expected) const {
+        std::string text;
+        char piece[4096];
+        for (pollfd ready{reading_, POLLIN, 0}; poll(&ready, 1, text.size() < expected ? 10'000 : 0) > 0;) {
+            const ssize_t size = read(reading_, piece, sizeof piece);
+            if (size <= 0) break;
+            text.append(piece, std::size_t(size));
+        }
+        return text;
     }
+    void expect(const std::string& text) const { EXPECT_EQ(take(text.size()), text); }
 
 private:
     int before_, reading_;
@@ -47,20 +54,20 @@ TEST(progress_bar, is_there_for_long_work_on_a_terminal_and_gone_in_the_end) {
         const pmt3d::progress_t show = progress.callback();
         ASSERT_TRUE(show);
         show(1, 2);
-        const std::string early = terminal.take();
+        const std::string early = terminal.take(0);
         EXPECT_TRUE(early.empty() || clock::now() - begin >= std::chrono::milliseconds(500)) << early;
         std::this_thread::sleep_for(std::chrono::milliseconds(550));
         show(1, 2);
-        EXPECT_EQ(terminal.take(), bar);
+        terminal.expect(bar);
         std::cerr << 12 << ": illegal command.\n";
-        EXPECT_EQ(terminal.take(), gap + "12: illegal command.\r\n");
+        terminal.expect(gap + "12: illegal command.\r\n");
         std::this_thread::sleep_for(std::chrono::milliseconds(110));
         show(1, 2);
-        EXPECT_EQ(terminal.take(), bar);
+        terminal.expect(bar);
     }
-    EXPECT_EQ(terminal.take(), gap);
+    terminal.expect(gap);
     std::cerr << "afterwards" << std::flush;
-    EXPECT_EQ(terminal.take(), "afterwards");
+    terminal.expect("afterwards");
 }
 
 TEST(progress_bar, is_not_there_when_nobody_watches) {
@@ -68,7 +75,7 @@ TEST(progress_bar, is_not_there_when_nobody_watches) {
     tool::progress_bar progress("writing", "x.stl");
     EXPECT_FALSE(progress.callback());
     std::cerr << "a line\n";
-    EXPECT_EQ(pipe.take(), "a line\n");
+    pipe.expect("a line\n");
 }
 
 } // namespace
