@@ -1,4 +1,5 @@
 #include "pmt3d/surface/polygon.h"
+#include "render/math/operations.h"
 
 #include "support/capture.h"
 
@@ -17,20 +18,34 @@ using pmt3d::strip_end;
 using test_support::capture;
 using triangle = std::vector<element_t>;
 
+void fill(polygon_t& polygon, const std::vector<element_t>& elements) {
+    std::copy(elements.begin(), elements.end(), polygon.edit_elements().begin());
+}
+
 // A surface with these positions and elements, everything else 0, polygon ids counted.
 polygon_t surface(const std::vector<render::pos3>& positions, const std::vector<element_t>& elements) {
     polygon_t polygon;
     EXPECT_TRUE(polygon.allocate(positions.size(), elements.size()));
     for (std::size_t i = 0; i < positions.size(); ++i)
         polygon.edit_vertices()[i].position = positions[i];
-    std::copy(elements.begin(), elements.end(), polygon.edit_elements().begin());
+    fill(polygon, elements);
     polygon.rebuildpolyids();
     return polygon;
 }
 
+// The triangles' places by their ids, negative where two indices are swapped.
+std::vector<int> places(const polygon_t& polygon) {
+    std::vector<int> all;
+    for (std::uint64_t id = 0; id < polygon.polyid_count(); ++id)
+        if (const pmt3d::polyid_t at = polygon.polyid(id); at.start != pmt3d::polyid_t::none)
+            all.push_back(at.odd ? -int(at.start) : int(at.start));
+    return all;
+}
+using ids = std::vector<int>;
+
 triangle selected(const polygon_t& polygon, std::uint64_t id) {
-    const auto all = polygon.selectelems();
-    return {all.begin() + std::ptrdiff_t(3 * id), all.begin() + std::ptrdiff_t(3 * id + 3)};
+    const auto all = polygon.selectelems().subspan(3 * id, 3);
+    return {all.begin(), all.end()};
 }
 
 const std::vector<render::pos3> square = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}};
@@ -42,11 +57,9 @@ TEST(polygon, an_allocation_leaves_nothing_of_what_was_there) {
     polygon.markvertex(2);
     EXPECT_EQ(polygon.mark_sizes()[2], 5.0f);
     ASSERT_TRUE(polygon.allocate(5, 7));
-    const struct { std::uint32_t index, stride; } arrays[] = {{0, 9}, {1, 9}, {2, 12}};
-    for (const auto& [index, stride] : arrays) {
+    for (const auto& [index, stride] : {std::pair(0u, 9u), {1u, 9u}, {2u, 12u}}) {
         const pmt3d::const_array_view floats = std::as_const(polygon).getarray(index);
-        ASSERT_EQ(floats.count, 5u);
-        ASSERT_EQ(floats.stride, stride);
+        ASSERT_TRUE(floats.count == 5 && floats.stride == stride);
         EXPECT_EQ(std::count(floats.data, floats.data + 5 * stride, 0.0f), 5 * stride) << index;
     }
     EXPECT_EQ(std::as_const(polygon).getarray(3).data, nullptr);
@@ -61,21 +74,13 @@ TEST(polygon, an_allocation_leaves_nothing_of_what_was_there) {
 TEST(polygon, triangles_are_selected_by_their_ids_also_after_a_rebuild) {
     // An index of 4 ends a strip as well, and strips of one or two indices have no triangle.
     polygon_t polygon = surface(square, {0, 1, 2, 3, 4, 3, strip_end, 3, 2, 1, 77, 0, 1});
-    struct {
-        std::uint32_t id, start, odd;
-    } const expected[] = {{0, 0, 0}, {1, 1, 1}, {2, 7, 0}, {3, pmt3d::polyid_t::none, 0}};
-    for (const auto& [id, start, odd] : expected) {
-        EXPECT_EQ(polygon.polyid(id).start, start) << id;
-        EXPECT_EQ(polygon.polyid(id).odd, odd) << id;
-    }
-    polygon.selectpolygon(0);
-    polygon.selectpolygon(1);
-    polygon.selectpolygon(2);
+    EXPECT_EQ(places(polygon), (ids{0, -1, 7}));
+    for (const std::uint32_t id : {0u, 1u, 2u, 5u}) // 5 is within the table, but there are three triangles
+        polygon.selectpolygon(id);
     polygon.unselectpolygon(0);
     EXPECT_EQ(selected(polygon, 0), nothing);
     EXPECT_EQ(selected(polygon, 1), (triangle{2, 1, 3}));
     EXPECT_EQ(selected(polygon, 2), (triangle{3, 2, 1}));
-    polygon.selectpolygon(5); // within the table, but there are three triangles
     EXPECT_EQ(selected(polygon, 5), nothing);
     EXPECT_EQ(polygon.selected(), (std::set<std::uint32_t>{1, 2}));
 
@@ -86,13 +91,12 @@ TEST(polygon, triangles_are_selected_by_their_ids_also_after_a_rebuild) {
         EXPECT_EQ(after.name(), "renamed");
         EXPECT_EQ(selected(after, 1), (triangle{2, 1, 3}));
         EXPECT_EQ(selected(after, 2), nothing);
-        EXPECT_EQ(after.polyid(1).start, 1u);
-        EXPECT_EQ(after.polyid(2).start, pmt3d::polyid_t::none);
+        EXPECT_EQ(places(after), (ids{0, -1}));
     }
     polygon.edit_elements()[0] = strip_end;
     polygon_t copy = polygon; // whose ids are still those from before the change
     copy.rebuildpolyids();
-    EXPECT_EQ(copy.polyid(0).start, 1u);
+    EXPECT_EQ(places(copy), (ids{1}));
 
     // Ids out of range are reported.
     const capture err(std::cerr);
@@ -110,14 +114,12 @@ TEST(polygon, ids_of_fresh_elements_are_one_strip) {
     polygon_t polygon;
     polygon.allocate(4, 5);
     polygon.rebuildpolyids("grid");
-    const element_t strip[] = {2, 0, 3, 1, strip_end};
-    std::copy(std::begin(strip), std::end(strip), polygon.edit_elements().begin());
-    EXPECT_EQ(polygon.polyid(2).start, 2u);
-    EXPECT_EQ(polygon.polyid(1).odd, 1u);
+    fill(polygon, {2, 0, 3, 1, strip_end});
+    EXPECT_EQ(places(polygon), (ids{0, -1, 2}));
     polygon.selectpolygon(1);
     EXPECT_EQ(selected(polygon, 1), (triangle{3, 0, 1}));
     polygon.rebuildpolyids();
-    EXPECT_EQ(polygon.polyid(2).start, pmt3d::polyid_t::none);
+    EXPECT_EQ(places(polygon), (ids{0, -1}));
 
     polygon.allocate(0, 5); // nothing is valid
     polygon.selectpolygon(0);
@@ -127,21 +129,17 @@ TEST(polygon, ids_of_fresh_elements_are_one_strip) {
 TEST(polygon, missing_frames_become_flat_and_given_ones_stay) {
     // Two triangles that do not lie in a plane, and one without an area; vertex 1 has a frame of its own.
     polygon_t polygon = surface({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 1}, {2, 2, 2}}, {});
-    const pmt3d::frame_t given = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
-    polygon.edit_normals()[1] = given;
+    polygon.edit_normals()[1] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
     polygon.extend(5, 8);
-    const element_t elements[] = {0, 1, 2, 3, strip_end, 4, 4, 4};
-    std::copy(std::begin(elements), std::end(elements), polygon.edit_elements().begin());
+    fill(polygon, {0, 1, 2, 3, strip_end, 4, 4, 4});
     polygon.rebuildpolyids();
     const auto frames = std::as_const(polygon).normals();
-    EXPECT_EQ(frames[1].tangent, given.tangent);
-    EXPECT_EQ(frames[1].normal, given.normal);
+    EXPECT_EQ(frames[1].tangent, (render::dir3{1, 2, 3}));
+    EXPECT_EQ(frames[1].normal, (render::dir3{7, 8, 9}));
     // Vertex 0: triangle (0, 1, 2). Its tangent runs from the third vertex to the second.
     const float h = std::sqrt(0.5f), t = 1.0f / std::sqrt(3.0f);
     const auto expect_near = [](const render::dir3& a, const render::dir3& b) {
-        EXPECT_NEAR(a.x, b.x, 1e-6f);
-        EXPECT_NEAR(a.y, b.y, 1e-6f);
-        EXPECT_NEAR(a.z, b.z, 1e-6f);
+        EXPECT_LT(render::length(a - b), 1e-6f);
     };
     expect_near(frames[0].normal, {0, 0, 1});
     expect_near(frames[0].tangent, {h, -h, 0});
@@ -155,29 +153,14 @@ TEST(polygon, missing_frames_become_flat_and_given_ones_stay) {
     expect_near(frames[4].tangent, {0, 0, 0});
 }
 
-TEST(polygon, marks_count_once) {
-    polygon_t polygon;
-    polygon.allocate(3, 0);
+TEST(polygon, growing_keeps_what_was_there) {
+    polygon_t polygon = surface(square, {0, 1, 2});
+    polygon.selectpolygon(0);
     EXPECT_TRUE(polygon.markvertex(1));
-    EXPECT_FALSE(polygon.markvertex(1));
-    EXPECT_FALSE(polygon.unmarkvertex(0));
-    EXPECT_FALSE(polygon.markvertex(3));
+    EXPECT_FALSE(polygon.markvertex(1) || polygon.unmarkvertex(0) || polygon.markvertex(4));
     EXPECT_EQ(polygon.mark_sizes()[1], 5.0f);
     EXPECT_TRUE(polygon.markvertex(2));
     EXPECT_EQ(polygon.mark_sizes()[2], 5.0f);
-    polygon.extend(5, 0);
-    EXPECT_EQ(polygon.mark_sizes()[1], 5.0f);
-    EXPECT_EQ(polygon.mark_sizes()[4], 3.0f);
-    EXPECT_FALSE(polygon.marked(4));
-    EXPECT_TRUE(polygon.unmarkvertex(1));
-    polygon.clearmarks();
-    EXPECT_FALSE(polygon.marked(2));
-    EXPECT_EQ(polygon.mark_sizes()[2], 3.0f);
-}
-
-TEST(polygon, extend_keeps_what_was_there) {
-    polygon_t polygon = surface(square, {0, 1, 2});
-    polygon.selectpolygon(0);
     ASSERT_TRUE(polygon.extend(6, 6));
     EXPECT_EQ(polygon.vertices()[3].position, square[3]);
     EXPECT_EQ(polygon.vertices()[5].position, (render::pos3{0, 0, 0}));
@@ -188,31 +171,31 @@ TEST(polygon, extend_keeps_what_was_there) {
     ASSERT_TRUE(polygon.extend(1, 1)); // grows only
     EXPECT_EQ(polygon.vertex_count(), 6u);
     EXPECT_EQ(polygon.element_count(), 6u);
-    EXPECT_EQ(polygon.polyid(1).start, 1u); // (2, 1, 0): the new element is a valid index
+    EXPECT_EQ(places(polygon), (ids{0, -1, 2, -3})); // the new elements are valid indices
+
+    EXPECT_EQ(polygon.mark_sizes()[1], 5.0f);
+    EXPECT_EQ(polygon.mark_sizes()[5], 3.0f);
+    EXPECT_FALSE(polygon.marked(5));
+    EXPECT_TRUE(polygon.unmarkvertex(1));
+    polygon.clearmarks();
+    EXPECT_FALSE(polygon.marked(2));
+    EXPECT_EQ(polygon.mark_sizes()[2], 3.0f);
 }
 
 TEST(polygon, sizes_that_cannot_be_are_refused) {
     constexpr std::uint64_t huge = std::numeric_limits<std::uint64_t>::max();
-    struct {
-        std::uint64_t vertices, elements;
-        const char *allocate, *extend;
-    } const cases[] = {
-        {huge, 0, "vertices.allocate() failed.\n", "vertices.extend() failed.\n"},
-        {huge / 36, 0, "vertices.allocate() failed.\n", "vertices.extend() failed.\n"},
-        {std::uint64_t(1) << 42, 0, "vertices.allocate() failed.\n", "vertices.extend() failed.\n"},
-        {1, huge, "elements.allocate() failed.\n", "elements.allocate() failed.\n"},
-        {1, std::uint64_t(1) << 32, "elements.allocate() failed.\n", "elements.allocate() failed.\n"},
-    };
-    for (const auto& [vertices, elements, allocate, extend] : cases) {
+    const std::pair<std::uint64_t, std::uint64_t> cases[] = {
+        {huge, 0}, {huge / 36, 0}, {1ull << 42, 0}, {1, huge}, {1, 1ull << 32}};
+    for (const auto& [vertices, elements] : cases) {
         capture err(std::cerr);
         polygon_t polygon = surface(square, {0, 1, 2, 3});
         EXPECT_FALSE(polygon.extend(vertices, elements));
-        EXPECT_EQ(err.take(), extend);
+        EXPECT_EQ(err.take(), elements ? "elements.allocate() failed.\n" : "vertices.extend() failed.\n");
         EXPECT_EQ(polygon.vertex_count(), 4u); // as it was
         EXPECT_EQ(polygon.vertices()[3].position, square[3]);
-        EXPECT_EQ(polygon.polyid(1).start, 1u);
+        EXPECT_EQ(places(polygon), (ids{0, -1}));
         EXPECT_FALSE(polygon.allocate(vertices, elements));
-        EXPECT_EQ(err.take(), allocate);
+        EXPECT_EQ(err.take(), elements ? "elements.allocate() failed.\n" : "vertices.allocate() failed.\n");
         EXPECT_EQ(polygon.vertex_count(), 0u);
         polygon.rebuildpolyids();
         EXPECT_EQ(polygon_t(polygon).element_count(), 0u);
