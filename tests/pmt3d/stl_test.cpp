@@ -2,15 +2,11 @@
 #include "pmt3d/format/line_reader.h"
 #include "pmt3d/format/stl.h"
 
-#include "support/capture.h"
-#include "support/temporary_directory.h"
-
-#include <gtest/gtest.h>
+#include "pmt3d/loading.h"
 
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <iostream>
 #include <limits>
 #include <random>
 #include <vector>
@@ -20,21 +16,14 @@ namespace {
 using pmt3d::model_item_t;
 using pmt3d::strip_end;
 using pmt3d::surface_list;
-using test_support::capture;
 using test_support::read_file;
 
-class stl : public testing::Test {
+class stl : public loading {
 protected:
-    stl() : err_(std::cerr) {}
     // Loads a file of these bytes.
-    bool load(surface_list& items, std::string_view bytes, const std::string& name = "x.stl") {
-        return pmt3d::load_stl(items, directory_.write(name, bytes), {std::cerr});
+    bool load(surface_list& items, std::string_view bytes) {
+        return pmt3d::load_stl(items, directory_.write("x.stl", bytes), {std::cerr});
     }
-    std::string take_err() { return err_.take(); }
-    test_support::temporary_directory directory_;
-
-private:
-    capture err_;
 };
 
 template <class T>
@@ -67,9 +56,9 @@ TEST_F(stl, both_forms_give_triangles_of_their_own) {
     for (const model_item_t& item : items) {
         EXPECT_EQ(item.polygon.name(), directory_.file("x.stl"));
         ASSERT_EQ(item.polygon.vertex_count(), 6u);
-        const auto e = item.polygon.getelements();
-        EXPECT_EQ(std::vector<pmt3d::element_t>(e.begin(), e.end()),
-                  (std::vector<pmt3d::element_t>{0, 1, 2, strip_end, 3, 4, 5, strip_end}));
+        EXPECT_TRUE(
+            std::ranges::equal(item.polygon.getelements(),
+                               std::vector<pmt3d::element_t>{0, 1, 2, strip_end, 3, 4, 5, strip_end}));
         EXPECT_EQ(item.polygon.polyid(1).start, 4u);
         const pmt3d::vertex_t& v = item.polygon.vertices()[1];
         EXPECT_EQ(v.position, (render::pos3{2, 0, 0}));
@@ -81,16 +70,13 @@ TEST_F(stl, both_forms_give_triangles_of_their_own) {
         EXPECT_EQ(f.binormal, (render::dir3{1, 0, 0}));                       // tangent x normal
         EXPECT_EQ(item.polygon.normals()[5].normal, (render::dir3{0, 0, 0})); // no area
     }
-    EXPECT_EQ(take_err(), "");
+    EXPECT_EQ(err_.take(), "");
 }
 
 TEST_F(stl, text_begins_like_text_and_is_not_as_long_as_a_binary_file) {
     const std::vector<corners> two(2, right_angle);
     const std::string named = binary(2, two, "solid but binary");
-    const struct {
-        std::string bytes;
-        std::uint64_t triangles;
-    } cases[] = {
+    const std::pair<std::string, std::uint64_t> cases[] = {
         {named, 2},
         {named + "x", 2},
         {binary(2, two) + "more", 2},
@@ -105,28 +91,25 @@ TEST_F(stl, text_begins_like_text_and_is_not_as_long_as_a_binary_file) {
     };
     surface_list items;
     for (const auto& [bytes, triangles] : cases) {
-        EXPECT_TRUE(load(items, bytes)) << bytes;
+        EXPECT_EQ(done(load(items, bytes)), "") << bytes;
         EXPECT_EQ(items.back().polygon.vertex_count(), 3 * triangles) << bytes;
     }
     EXPECT_TRUE(load(items, "solid a\n" + facet(good_vertices) + "endsolid a\nsolid b\nendsolid\nsolid c\n" +
                                 facet(good_vertices) + "endsolid c\n"));
-    EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
+    ASSERT_EQ(items.back().polygon.vertex_count(), 6u);
     EXPECT_EQ(items.back().polygon.vertices()[4].position, (render::pos3{1, 0, 0}));
     EXPECT_EQ(items.back().polygon.vertices()[5].position, (render::pos3{0, 1, 0}));
-    EXPECT_EQ(take_err(), "");
 }
 
 TEST_F(stl, files_that_fail) {
-    const std::string text = "solid x\n";
-    const std::vector<corners> one = {right_angle};
-    struct {
-        std::string bytes, errors;
-    } const cases[] = {
-        {"", ": file is too short.\n"},
-        {"soli", ": file is too short.\n"},
-        {std::string(83, 'h'), ": file is too short.\n"},
-        {binary(2, {right_angle, right_angle}).substr(0, 183), ": file is too short for its triangles.\n"},
-        {binary(0xFFFFFFFF, one), ": file is too short for its triangles.\n"},
+    const std::string text = "solid x\n", file = directory_.file("x.stl"),
+                      missing = directory_.file("none.stl");
+    const std::pair<std::string, std::string> cases[] = {
+        {"", file + ": file is too short.\n"},
+        {std::string(83, 'h'), file + ": file is too short.\n"},
+        {binary(2, {right_angle, right_angle}).substr(0, 183),
+         file + ": file is too short for its triangles.\n"},
+        {binary(0xFFFFFFFF, {right_angle}), file + ": file is too short for its triangles.\n"},
         {text + facet("vertex 0 0 0\nvertex 1 0 0\n"), "num: 6\n"},
         {text + facet("vertex 0 0 0\nvertex 1 x 0\nvertex 2 2 2\n"), "num: 5\n"},
         {text + facet("vertex 0 0 0\nvertex 1 0\n5\nvertex 2 2 2\n"), "num: 5\n"},
@@ -135,14 +118,11 @@ TEST_F(stl, files_that_fail) {
         // Counted, but trimmed it is no facet.
         {text + "facet normal \nouter loop\n" + good_vertices + "endloop\n", "num: 7\n"},
     };
-    for (const auto& [bytes, errors] : cases) {
-        surface_list items;
-        EXPECT_FALSE(load(items, bytes)) << bytes;
-        EXPECT_EQ(take_err(), (errors[0] == ':' ? directory_.file("x.stl") : "") + errors) << bytes;
-    }
     surface_list items;
-    EXPECT_FALSE(pmt3d::load_stl(items, directory_.file("none.stl"), {std::cerr}));
-    EXPECT_EQ(take_err(), directory_.file("none.stl") + ": file open error.\n");
+    for (const auto& [bytes, errors] : cases)
+        EXPECT_EQ(refused(load(items, bytes)), errors) << bytes;
+    items.clear();
+    EXPECT_EQ(refused(pmt3d::load_stl(items, missing, {std::cerr})), missing + ": file open error.\n");
     EXPECT_TRUE(items.empty());
     // What was read before a failure stays.
     EXPECT_FALSE(load(items, text + facet("vertex 7 0 0\nvertex 1 0 0\nvertex 2 2 2\n") + "facet normal 1"));
@@ -163,8 +143,8 @@ TEST_F(stl, files_that_are_cut_short_while_they_are_read) {
         const std::string file = directory_.write(name, bytes);
         pmt3d::model_t model;
         const auto cut = [&](auto, auto) { std::filesystem::resize_file(file, 10'000); };
-        EXPECT_FALSE(pmt3d::load(model, file, {std::cerr, {}, cut}));
-        EXPECT_EQ(take_err(), file + ": file was cut short while it was read.\n");
+        EXPECT_EQ(refused(pmt3d::load(model, file, {std::cerr, {}, cut})),
+                  file + ": file was cut short while it was read.\n");
         EXPECT_EQ(model.items.size(), 1u);
     }
 }
@@ -176,8 +156,7 @@ TEST_F(stl, the_two_bytes_after_a_facet_only_shorten_a_line) {
     surface_list items;
     EXPECT_TRUE(load(items, "solid\n" + one + "xx" + one));
     EXPECT_EQ(items.back().polygon.vertex_count(), 6u);
-    EXPECT_FALSE(load(items, "solid\n" + one + "x" + one));
-    EXPECT_EQ(take_err(), "num: 11\n");
+    EXPECT_EQ(refused(load(items, "solid\n" + one + "x" + one)), "num: 11\n");
     pmt3d::line_reader lines("ab\nc\nd");
     EXPECT_TRUE(lines.next());
     lines.skip(2);
@@ -192,8 +171,8 @@ TEST_F(stl, binary_files_come_back_exactly) {
     std::mt19937 random(2);
     std::uniform_real_distribution<float> number(-1e6f, 1e6f);
     std::vector<render::pos3> expected;
-    for (int n = 0; n < 2;
-         ++n) { // strips of even and odd lengths, with a restart; more than is written at once
+    // Strips of even and odd lengths, with a restart; more than is written at once.
+    for (int n = 0; n < 2; ++n) {
         pmt3d::polygon_t& polygon = items.emplace_back().polygon;
         polygon.allocate(2000, 2000);
         for (pmt3d::vertex_t& v : polygon.edit_vertices())
@@ -212,10 +191,8 @@ TEST_F(stl, binary_files_come_back_exactly) {
     EXPECT_EQ(bytes.substr(0, 80), (name + std::string(80, '\0')).substr(0, 80));
     surface_list back;
     ASSERT_TRUE(pmt3d::load_stl(back, name, {std::cerr}));
-    const auto v = back.front().polygon.vertices();
-    ASSERT_EQ(v.size(), expected.size());
-    for (std::size_t i = 0; i < v.size(); ++i)
-        EXPECT_EQ(v[i].position, expected[i]);
+    EXPECT_TRUE(
+        std::ranges::equal(back.front().polygon.vertices(), expected, {}, &pmt3d::vertex_t::position));
     // One item alone, and a name that begins like a text file's.
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(directory_.path());
@@ -240,9 +217,8 @@ TEST_F(stl, text_form) {
     EXPECT_EQ(back.front().polygon.vertices()[2].position.z, 1.23457e+06f);
 
     back.front().polygon.edit_vertices()[1].position.y = std::numeric_limits<float>::infinity();
-    const test_support::capture err(std::cerr);
-    EXPECT_FALSE(pmt3d::save_stl_text(back, name));
-    EXPECT_EQ(err.text(), "\"    vertex 0.1 inf 0\" could not be read back, nothing is saved.\n");
+    EXPECT_EQ(refused(pmt3d::save_stl_text(back, name)),
+              "\"    vertex 0.1 inf 0\" could not be read back, nothing is saved.\n");
     EXPECT_TRUE(read_file(name).ends_with("endsolid \r\n")) << "the old file stays";
 }
 
