@@ -97,17 +97,19 @@ TEST(FatalShaders, EndTheProcess) {
                  {"shader.fsd", broken, "shader.fsd: fragment shader init failed.\n.*nonsense"},
                  // Nothing of what is to be captured exists.
                  {"feedback.vsd", "#version 330\nvoid main() { gl_Position = vec4(0.0); }\n",
-                  "^feedback program link failed.\n.+"},
+                  "feedback program link failed.\n.+"},
                  {"shader.fsd",
                   "#version 330\nin vertex_t { vec2 other; } Vertex;\nout vec4 c;\nvoid main() { c = "
                   "Vertex.other.xyxy; }\n",
-                  "^program link failed.\n.+"}};
+                  "program link failed.\n.+"}};
+    static const temporary_directory files; // static: std::exit removes that of the other process too
+    int number = 0;
     for (const auto& one : cases) {
-        const temporary_directory files;
-        files.write(one.file, one.text);
+        const std::string prefix = std::to_string(number++) + '.';
+        files.write(prefix + one.file, one.text);
         const auto run = [&] {
             make_context_current();
-            glpolygon_t().init(files.path().string() + "/");
+            glpolygon_t().init(files.file(prefix));
         };
         EXPECT_EXIT(run(), testing::ExitedWithCode(1), one.message);
     }
