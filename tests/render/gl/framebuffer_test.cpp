@@ -34,7 +34,6 @@ protected:
 
 TEST_P(Framebuffer, KeepsThePictureOutsideOfWhatIsRedrawn) {
     framebuffer_t kept;
-    EXPECT_EQ(kept.depth_at(0, 0), 1.0f);
     ASSERT_TRUE(kept.allocate(16, 16, GetParam()));
     EXPECT_LE(kept.samples(), GetParam());
     EXPECT_NE(kept.samples(), 1) << "the picture itself would do";
@@ -54,7 +53,6 @@ TEST_P(Framebuffer, KeepsThePictureOutsideOfWhatIsRedrawn) {
     EXPECT_NEAR(kept.depth_at(5, 5), 0.25f, 1e-6f);
     EXPECT_NEAR(kept.depth_at(12, 5), 0.5f, 1e-6f);
     EXPECT_EQ(kept.depth_at(16, 5), 1.0f);
-    EXPECT_EQ(state(GL_DRAW_FRAMEBUFFER_BINDING), 0);
 
     // What is not resolved is not shown; a rectangle beyond the picture is cut.
     kept.bind();
@@ -114,8 +112,6 @@ TEST_F(Framebuffer, SizesThatCannotBe) {
     EXPECT_FALSE(kept.allocate(framebuffer_t::longest_side() + 1, 1, 4));
     EXPECT_NE(take_err(), "");
     EXPECT_FALSE(kept.allocated());
-    kept.resolve({0, 0, 1, 1});
-    kept.present();
     EXPECT_TRUE(kept.allocate(framebuffer_t::longest_side(), 1, 4));
 }
 

@@ -29,13 +29,9 @@ TEST_F(Programs, CompileFromText) {
     const gl_uint name = shader.id();
     EXPECT_FALSE(shader.compile_text(shader_stage::vertex, broken_text));
     EXPECT_EQ(take_err(), compile_error);
-    EXPECT_EQ(shader.id(), name) << "the object is made once";
     EXPECT_NE(shader.log().find("nonsense"), std::string::npos) << shader.log();
     EXPECT_EQ(shader.log().find('\0'), std::string::npos);
-    const char* const pieces[] = {"#version 330\n", "void main() {", "}"};
-    EXPECT_TRUE(shader.compile(shader_stage::vertex, 3, pieces, nullptr));
     shader.destroy();
-    EXPECT_EQ(shader.id(), 0u);
     EXPECT_FALSE(glIsShader(name));
 }
 
@@ -45,7 +41,6 @@ TEST_F(Programs, FilesAreFoundAsNamedThenInTheDirectory) {
     files.write("in.named", "in the directory");
     files.write("in.elsewhere", vertex_text);
     files.write("in.bad", broken_text);
-    files.write("in.empty", "");
     std::filesystem::create_directory(files.path() / "folder");
     const std::string huge = files.write("huge", "x");
     std::filesystem::resize_file(huge, (16 << 20) + 1);
@@ -55,10 +50,10 @@ TEST_F(Programs, FilesAreFoundAsNamedThenInTheDirectory) {
         const char *name, *directory;
         bool found;
         std::string_view text;
-    } cases[] = {{"named", "in.", true, "as named"}, {"elsewhere", "in.", true, vertex_text},
+    } cases[] = {{"named", "in.", true, "as named"},
+                 {"elsewhere", "in.", true, vertex_text},
                  {"elsewhere", "in", false, ""}, // no separator is put between directory and name
-                 {"elsewhere", "", false, ""},       {"folder", "in.", false, ""},
-                 {"empty", "in.", true, ""}};
+                 {"folder", "in.", false, ""}};
     for (const auto& one : cases) {
         std::string text;
         EXPECT_EQ(load_shader_file(one.name, one.directory, text), one.found) << one.name;
@@ -80,11 +75,9 @@ TEST_F(Programs, LinkAndLocate) {
     ASSERT_TRUE(fragment.compile_text(shader_stage::fragment,
                                       "#version 330\nout vec4 c;\nin vec3 a;\nvoid main() { c = a.xyzz; }"));
     program_t program;
-    EXPECT_FALSE(program.link());
     ASSERT_TRUE(program.create());
     const gl_uint name = program.id();
     EXPECT_FALSE(program.create());
-    EXPECT_EQ(program.id(), name);
     program.attach(vertex);
     program.attach(fragment);
     EXPECT_FALSE(program.link());
@@ -94,13 +87,6 @@ TEST_F(Programs, LinkAndLocate) {
     EXPECT_GE(program.location("offset"), 0);
     EXPECT_EQ(program.location("forgotten"), -1);
     EXPECT_EQ(take_err(), "forgotten: can't determine the location.\n");
-    EXPECT_EQ(program.location(nullptr), -1);
-    EXPECT_TRUE(std::cerr.bad());
-    std::cerr.clear();
-    program.use();
-    EXPECT_EQ(gl_uint(state(GL_CURRENT_PROGRAM)), name);
-    program_t::unuse();
-    EXPECT_EQ(state(GL_CURRENT_PROGRAM), 0);
     program.destroy();
     EXPECT_FALSE(glIsProgram(name));
 }

@@ -249,6 +249,9 @@ TEST_F(Renderer, FramePassAveragesAndCopies) {
             EXPECT_EQ(queries.calls(), 2);
         }
         EXPECT_TRUE(!GLEW_VERSION_4_0 || state(GL_TRANSFORM_FEEDBACK_BINDING) == 0);
+        GLint captured = -1;
+        glGetIntegeri_v(GL_TRANSFORM_FEEDBACK_BUFFER_BINDING, 0, &captured);
+        EXPECT_EQ(captured, 0);
         EXPECT_EQ(take_err(), "");
         EXPECT_EQ(target.read().at(4, 4), (std::array{0, 0, 0, 0})) << "the points must not be seen";
         EXPECT_EQ(state(GL_CURRENT_PROGRAM), 0);
