@@ -2,6 +2,7 @@
 // What the built-in shaders compute, computed here: lighting, surroundings and lookups, for any matrices and
 // frames.
 
+#include "render/math/cube_map.h"
 #include "render/math/matrix.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"
@@ -13,8 +14,6 @@
 #include <random>
 
 namespace test_support {
-
-// ---- Vectors of four
 
 inline render::vec3w operator+(const render::vec3w& a, const render::vec3w& b) {
     return {a.x + b.x, a.y + b.y, a.z + b.z, a.w + b.w};
@@ -42,8 +41,6 @@ inline render::dir3 refract(const render::dir3& i, const render::dir3& n, float 
 inline render::dir3 turned(const render::mtx3w& m, const render::dir3& d) {
     return xyz(render::vec3w{d.x, d.y, d.z, 0} * m);
 }
-
-// ---- The scene
 
 // A camera whose matrices shear and stretch, so that no product can be mistaken for another.
 struct camera {
@@ -82,7 +79,7 @@ public:
         for (render::vec3w& t : all_)
             for (float* c : {&t.x, &t.y, &t.z, &t.w})
                 *c = std::uniform_real_distribution(least, most)(random);
-        texture_.emplace(GL_TEXTURE_2D, GL_RGBA32F, 4, 4, GL_RGBA, GL_FLOAT, all_.data());
+        texture_.emplace(GL_TEXTURE_2D, 4, 4, all_.data());
     }
     const test_texture& texture() const { return *texture_; }
     // Clears `sure` where rounding decides between two texels.
@@ -118,21 +115,16 @@ inline const test_texture& direction_cube() {
     constexpr int side = 64;
     static const test_texture* const made = [] {
         std::vector<render::vec3w> all;
-        for (int face = 0; face < 6; ++face)
+        for (std::size_t face = 0; face < 6; ++face)
             for (int j = 0; j < side; ++j)
                 for (int i = 0; i < side; ++i) {
                     const float s = (float(i) + 0.5f) * 2 / side - 1, t = (float(j) + 0.5f) * 2 / side - 1;
-                    const render::dir3 directions[] = {{1, -t, -s}, {-1, -t, s}, {s, 1, t},
-                                                       {s, -1, -t}, {s, -t, 1},  {-s, -t, -1}};
-                    all.push_back(seen(directions[face]));
+                    all.push_back(seen(render::cube_direction(face, s, t)));
                 }
-        return new test_texture(GL_TEXTURE_CUBE_MAP, GL_RGBA32F, side, side, GL_RGBA, GL_FLOAT, all.data(),
-                                true);
+        return new test_texture(GL_TEXTURE_CUBE_MAP, side, side, all.data(), true);
     }();
     return *made;
 }
-
-// ---- The stages
 
 // What surface.vert hands on, in the order of its block, and the place in clip space.
 struct lit_vertex {
@@ -152,17 +144,9 @@ inline lit_vertex surface_vertex(const test_vertex& v, const camera& c, bool sky
     const render::dir3 to_light = normalise(c.light - render::pos3{eye.x, eye.y, eye.z});
     const render::dir3 to_viewer = normalise(-xyz(eye));
     const render::dir3 look = skybox ? normalise(v.position) : to_viewer;
-    return {xyz(eye),
-            {v.color.r, v.color.g, v.color.b, v.color.a * color_factor},
-            v.texcoord,
-            in_frame(to_viewer),
-            in_frame(to_light),
-            look,
-            look,
-            v.tangent,
-            v.binormal,
-            v.normal,
-            c.projection * eye};
+    const render::col3a color = {v.color.r, v.color.g, v.color.b, v.color.a * color_factor};
+    return {xyz(eye),  color,      v.texcoord, in_frame(to_viewer), in_frame(to_light), look, look,
+            v.tangent, v.binormal, v.normal,   c.projection * eye};
 }
 
 inline render::vec3w phong(const render::vec3w& color, const render::vec3w& gloss, const render::dir3& n,

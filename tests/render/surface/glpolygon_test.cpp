@@ -10,8 +10,6 @@
 #include "support/temporary_directory.h"
 #include "test_surface.h"
 
-#include <sstream>
-
 namespace {
 
 using namespace render;
@@ -46,10 +44,9 @@ protected:
 
 // A square with every picture in a room that it mirrors.
 struct dressed_square {
-    const std::array<unsigned char, 6 * 4> faces = {};
-    const color_pixel color{white}, spec{white};
-    const bump_pixel bump;
-    const test_texture cube{GL_TEXTURE_CUBE_MAP, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, faces.data()};
+    const std::array<vec3w, 6> pixels = {};
+    const test_texture color{GL_TEXTURE_2D, 1, 1, pixels.data()}, bump{GL_TEXTURE_2D, 1, 1, pixels.data()},
+        spec{GL_TEXTURE_2D, 1, 1, pixels.data()}, cube{GL_TEXTURE_CUBE_MAP, 1, 1, pixels.data()};
     test_appearance look;
     test_surroundings around;
     test_surface shape{square_vertices({1, 0, 0, 1}), square_strip};
@@ -58,7 +55,6 @@ struct dressed_square {
         look.textures = {&color, &bump, &spec};
         around.cube = &cube;
         around.reflect = 0.5f, around.refract = 0.25f, around.factor = 0.75f;
-        shape.selection = {0, 1, 2};
     }
 };
 
@@ -84,7 +80,7 @@ TEST_F(Renderer, FilesReplaceBuiltinShaders) {
     EXPECT_EQ(target.read().at(1, 1), (std::array{51, 102, 153, 255}));
 }
 
-// ---- What ends the process. Every case runs in a process of its own, where standard error is not captured.
+// Every case runs in a process of its own, where standard error is not captured.
 
 TEST(FatalShaders, EndTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -114,8 +110,6 @@ TEST(FatalShaders, EndTheProcess) {
         EXPECT_EXIT(run(), testing::ExitedWithCode(1), one.message);
     }
 }
-
-// ---- Drawing
 
 TEST_F(Renderer, BindsForTheDrawAndLeavesNothing) {
     dressed_square square;
@@ -192,39 +186,6 @@ TEST_F(Renderer, WithoutSurroundingsKeepsSkyBoxAndRefractFactor) {
     draw(renderer_, true, nullptr, false, square.look, square.shape);
     EXPECT_EQ(uniform("MercatorSphere", 1)[0], 0.0f);
 }
-
-TEST_F(Renderer, StepsAreLabelledInOrder) {
-    dressed_square square;
-    square.shape.while_drawing = [] { glEnable(0xFFFF); };
-    struct : test_appearance {
-        void bind(texture_unit) override { glEnable(0xFFFF); }
-    } look;
-    look.textures = square.look.textures;
-    const std::pair<const char*, std::vector<const char*>> passes[] = {
-        {"drawsolid", {"(1)", "(2)", "(3)", "(4)", "(5)", "(7)", "(end)"}},
-        {"drawselect", {"(1)", "(1.1)", "(1.2)", "(2)", "(3)", "(4)", "(5)", "(7)", "(end)"}}};
-    for (const auto& [name, steps] : passes) {
-        glpolygon_t fresh; // sends everything
-        std::string expected;
-        {
-            const everything_fails failing;
-            ASSERT_TRUE(fresh.init("")) << "GL errors are no failures";
-            draw(fresh, name == std::string("drawselect"), &square.around, false, look, square.shape);
-        }
-        for (const char* step : {") feedback vertex shader inited.", ") feedback fragment shader inited.",
-                                 ") feedback program inited.", ") feedback varying setted.", "end)"})
-            expected += "glpolygon_t::init(" + std::string(step) + "\n";
-        for (const char* step : steps)
-            expected += "glpolygon_t::" + std::string(name) + step + "\n";
-        std::istringstream lines(step_labels());
-        std::string reported;
-        for (std::string line; std::getline(lines, line);)
-            if (line.starts_with("glpolygon")) reported += line + "\n";
-        EXPECT_EQ(reported, expected);
-    }
-}
-
-// ---- The frame pass
 
 std::vector<std::array<dir3, 4>> some_directions(std::size_t count) {
     std::vector<std::array<dir3, 4>> all(count);

@@ -54,8 +54,8 @@ protected:
         program.set("Shininess", {view.shininess});
     }
     vec3w clip(const pos3& p) const { return view.projection * (view.modelview * vec3w{p.x, p.y, p.z, 1}); }
-    static void wear(rig& program, int unit, const char* sampler, const texels& picture) {
-        program.set(sampler, unit);
+    static void wear(rig& program, int unit, const std::string& sampler, const texels& picture) {
+        program.set(sampler.c_str(), unit);
         glActiveTexture(GL_TEXTURE0 + GLenum(unit));
         glBindTexture(GL_TEXTURE_2D, picture.texture().name);
         glActiveTexture(GL_TEXTURE0);
@@ -85,14 +85,11 @@ TEST_F(Programs, MorphingBlendsTwoSurfaces) {
     look(program);
     const dress first(10), second(20);
     int unit = 0;
-    for (const auto& [sampler, picture] :
-         std::initializer_list<std::pair<const char*, const texels*>>{{"colorTex", &first.color},
-                                                                      {"bumpTex", &first.bump},
-                                                                      {"specTex", &first.gloss},
-                                                                      {"colorTex2", &second.color},
-                                                                      {"bumpTex2", &second.bump},
-                                                                      {"specTex2", &second.gloss}})
-        wear(program, unit++, sampler, *picture);
+    for (const auto& [dressing, number] : {std::pair{&first, ""}, {&second, "2"}})
+        for (const auto& [name, picture] : {std::pair{"colorTex", &dressing->color},
+                                            {"bumpTex", &dressing->bump},
+                                            {"specTex", &dressing->gloss}})
+            wear(program, unit++, std::string(name) + number, *picture);
     glActiveTexture(GL_TEXTURE0 + 7);
     glBindTexture(GL_TEXTURE_CUBE_MAP, direction_cube().name);
     glActiveTexture(GL_TEXTURE0);
@@ -122,12 +119,11 @@ TEST_F(Programs, MorphingBlendsTwoSurfaces) {
         const auto mix_colors = [&](const vec3w& x, const vec3w& y) { return x * opposite + y * rate; };
         const vec3w color = mix_colors(rgba(a.color), rgba(b.color));
         const pos3 zero = {};
-        const test_vertex blended = {zero + mix(a.position - zero, b.position - zero),
-                                     {color.x, color.y, color.z, color.w},
-                                     a.texcoord,
-                                     mix(a.tangent, b.tangent),
-                                     mix(a.binormal, b.binormal),
-                                     mix(a.normal, b.normal)};
+        test_vertex blended = a;
+        blended.position = zero + mix(a.position - zero, b.position - zero);
+        blended.color = {color.x, color.y, color.z, color.w};
+        for (const auto direction : {&test_vertex::tangent, &test_vertex::binormal, &test_vertex::normal})
+            blended.*direction = mix(a.*direction, b.*direction);
         const lit_vertex lit = test_support::surface_vertex(blended, view, around.skybox, 1);
         const txc2 at = {a.texcoord.s, mercator ? slope(a.texcoord.t) : a.texcoord.t};
         const txc2 at_2 = {b.texcoord.s, mercator_2 ? slope(b.texcoord.t) : b.texcoord.t};
@@ -201,10 +197,9 @@ TEST_F(Programs, SelectionQuartersTheAlphaOfMarkedTriangles) {
     program.set("vertids", 5);
     program.set("vertwidth", 2);
     // Six triangles in rows of two: only numbers 1 and 4 are marked, the latter by a single weak component.
-    std::uint8_t marks[6 * 4] = {};
-    marks[1 * 4] = 255;
-    marks[4 * 4 + 3] = 1;
-    const test_texture marked(GL_TEXTURE_2D, GL_RGBA8, 2, 3, GL_RGBA, GL_UNSIGNED_BYTE, marks);
+    vec3w marks[6] = {};
+    marks[1].x = 1, marks[4].w = 1 / 255.0f;
+    const test_texture marked(GL_TEXTURE_2D, 2, 3, marks);
     glActiveTexture(GL_TEXTURE0 + 5);
     glBindTexture(GL_TEXTURE_2D, marked.name);
     glActiveTexture(GL_TEXTURE0);
@@ -228,18 +223,17 @@ TEST_F(Programs, ClippedPointsKnowWhetherTheyAreInside) {
     program.set("Projection", unit);
     // 1 + x, 1 - x, 1 + y, 1 - y of the place in clip space: one plane in each component.
     program.set("ClipPlanes", mtx3w{{1, -1, 0, 0, 0, 0, 1, -1, 0, 0, 0, 0, 1, 1, 1, 1}});
-    const struct {
-        pos3 place;
-        bool inside; // a point on a plane is inside
-    } cases[] = {{{0, 0, 0}, true},         {{1, 0, 3}, true},        {{-1, 1, 0}, true},
-                 {{0, -1, 9}, true},        {{0, 1, 0}, true},        {{1.0001f, 0, 0}, false},
-                 {{-1.0001f, 0, 0}, false}, {{0, 1.0001f, 0}, false}, {{0, -1.0001f, 0}, false}};
+    const std::pair<pos3, bool> cases[] = {// A point on a plane is inside.
+                                           {{0, 0, 0}, true},        {{1, 0, 3}, true},
+                                           {{-1, 1, 0}, true},       {{0, -1, 9}, true},
+                                           {{1.0001f, 0, 0}, false}, {{-1.0001f, 0, 0}, false},
+                                           {{0, 1.0001f, 0}, false}, {{0, -1.0001f, 0}, false}};
     floats input, expected;
     for (int i = 0; i < int(std::size(cases)); ++i) {
-        const pos3 p = cases[i].place;
-        const floats in = flat(p, col3a{0.1f, 0.2f, 0.3f, 0.4f}, 5.0f + float(i));
-        const floats out =
-            flat(col3a{0.1f, 0.2f, 0.3f, 0.4f}, i, int(cases[i].inside), p, 1.0f, 5.0f + float(i));
+        const auto& [p, inside] = cases[i];
+        const col3a color = {0.1f, 0.2f, 0.3f, 0.4f};
+        const floats in = flat(p, color, 5.0f + float(i));
+        const floats out = flat(color, i, int(inside), p, 1.0f, 5.0f + float(i));
         input.insert(input.end(), in.begin(), in.end());
         expected.insert(expected.end(), out.begin(), out.end());
     }

@@ -47,7 +47,6 @@ TEST_P(Scenes, AreWhatTheFormulasGive) {
         view.inverse = inverse(view.modelview);
         test_surface point({v}, {0});
         point.shape = primitive::points;
-        point.selection = {0};
         const auto draw = [&](bool selection) {
             const auto how = selection ? &glpolygon_t::drawselect : &glpolygon_t::drawsolid;
             (renderer.*how)(around, s.around.skybox, look, point, view.globalview, view.modelview,

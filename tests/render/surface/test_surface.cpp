@@ -4,17 +4,6 @@ namespace test_support {
 
 using namespace render;
 
-namespace {
-
-void draw_elements(element_array_t& elements, const vertex_array_t& layout, primitive mode) {
-    glPrimitiveRestartIndex(restart_index);
-    glEnable(GL_PRIMITIVE_RESTART);
-    elements.draw(layout, mode);
-    glDisable(GL_PRIMITIVE_RESTART);
-}
-
-} // namespace
-
 test_surface::test_surface(const std::vector<test_vertex>& vertices, const std::vector<std::uint32_t>& strips)
     : count_(vertices.size()) {
     std::vector<float> positions, frames;
@@ -24,11 +13,10 @@ test_surface::test_surface(const std::vector<test_vertex>& vertices, const std::
         for (const dir3& d : {v.tangent, v.binormal, v.normal})
             frames.insert(frames.end(), {d.x, d.y, d.z});
     }
-    const auto three_directions =
-        make_layout({attribute::position, attribute::position, attribute::position});
     vertices_.allocate(count_, make_layout({attribute::position, attribute::rgba, attribute::texcoord2}),
                        positions.data());
-    frames_.allocate(count_, three_directions, frames.data());
+    frames_.allocate(count_, make_layout({attribute::position, attribute::position, attribute::position}),
+                     frames.data());
     elements_.allocate(strips.size());
     elements_.upload(strips);
     layout_.create();
@@ -47,15 +35,7 @@ void test_surface::set_directions(const std::vector<std::array<dir3, 4>>& direct
 }
 
 void test_surface::draw() {
-    draw_elements(elements_, layout_, shape);
-    if (while_drawing) while_drawing();
-}
-
-void test_surface::draw_selection() {
-    element_array_t triangles;
-    triangles.allocate(selection.size());
-    triangles.upload(selection);
-    draw_elements(triangles, layout_, shape == primitive::points ? shape : primitive::triangles);
+    elements_.draw(layout_, shape);
     if (while_drawing) while_drawing();
 }
 
@@ -65,49 +45,23 @@ void test_surface::draw_feedback_points() {
 
 std::vector<test_vertex> square_vertices(const col3a& color) {
     std::vector<test_vertex> all;
-    for (const float x : {-1.0f, 1.0f}) {
-        for (const float y : {1.0f, -1.0f}) {
-            all.push_back(
-                {{x, y, 0}, color, {x * 0.5f + 0.5f, y * 0.5f + 0.5f}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
-        }
-    }
+    for (const float x : {-1.0f, 1.0f})
+        for (const float y : {1.0f, -1.0f})
+            all.push_back({{x, y, 0}, color, {x / 2 + 0.5f, y / 2 + 0.5f}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
     return all;
 }
 
-test_texture::test_texture(GLenum kind, GLint internal, int width, int height, GLenum format, GLenum type,
-                           const void* data, bool smooth)
+test_texture::test_texture(GLenum kind, int width, int height, const vec3w* pixels, bool smooth)
     : target(kind) {
     glGenTextures(1, &name);
     glBindTexture(target, name);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    if (target == GL_TEXTURE_CUBE_MAP) {
-        // Four channels a pixel.
-        const auto* bytes = static_cast<const unsigned char*>(data);
-        const int channel = type == GL_FLOAT ? 4 : 1;
-        for (unsigned face = 0; face < 6; ++face, bytes += width * height * 4 * channel) {
-            glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, 0, internal, width, height, 0, format, type,
-                         bytes);
-        }
-    } else {
-        glTexImage2D(target, 0, internal, width, height, 0, format, type, data);
-    }
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    const bool cube = target == GL_TEXTURE_CUBE_MAP;
+    for (unsigned face = 0; face < (cube ? 6 : 1); ++face, pixels += width * height)
+        glTexImage2D(cube ? GL_TEXTURE_CUBE_MAP_POSITIVE_X + face : target, 0, GL_RGBA32F, width, height, 0,
+                     GL_RGBA, GL_FLOAT, pixels);
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, smooth ? GL_LINEAR : GL_NEAREST);
     glTexParameteri(target, GL_TEXTURE_MAG_FILTER, smooth ? GL_LINEAR : GL_NEAREST);
     glBindTexture(target, 0);
-}
-
-test_texture::~test_texture() {
-    glDeleteTextures(1, &name);
-}
-
-void test_appearance::bind(texture_unit unit) {
-    const test_texture& texture = *textures[unsigned(unit)];
-    glBindTexture(texture.target, texture.name);
-}
-
-void test_appearance::unbind(texture_unit unit) {
-    glBindTexture(textures[unsigned(unit)]->target, 0);
 }
 
 } // namespace test_support

@@ -31,15 +31,14 @@ public:
     void set_directions(const std::vector<std::array<render::dir3, 4>>& directions, std::uint64_t floats);
 
     void draw() override;
-    void draw_selection() override;
+    void draw_selection() override { draw(); }
     void draw_feedback_points() override;
     std::uint64_t feedback_vertex_count() override { return count_; }
     render::feedbackbuffer& feedback_buffer() override { return captured_; }
     render::array_buffer_t& frame_array() override { return frames_; }
 
     render::primitive shape = render::primitive::triangle_strip;
-    std::vector<std::uint32_t> selection; // triangles, drawn by draw_selection
-    std::function<void()> while_drawing;  // called by both draws
+    std::function<void()> while_drawing; // called by both draws
 
 private:
     std::uint64_t count_;
@@ -53,35 +52,25 @@ private:
 std::vector<test_vertex> square_vertices(const render::col3a& color);
 inline const std::vector<std::uint32_t> square_strip = {0, 1, 2, 3};
 
-// A two-dimensional or cube-map texture, nearest filtered unless smooth. Faces follow each other in the data.
+// A two-dimensional or cube-map texture of floats, nearest filtered unless smooth. Faces follow each other.
 class test_texture {
 public:
-    test_texture(GLenum target, GLint internal, int width, int height, GLenum format, GLenum type,
-                 const void* data, bool smooth = false);
-    ~test_texture();
+    test_texture(GLenum target, int width, int height, const render::vec3w* pixels, bool smooth = false);
+    ~test_texture() { glDeleteTextures(1, &name); }
     test_texture(const test_texture&) = delete;
     test_texture& operator=(const test_texture&) = delete;
     GLenum target;
     GLuint name = 0;
 };
 
-// One pixel of a colour or gloss picture, and of a bump picture: the normal, in 127ths.
-struct color_pixel : test_texture {
-    explicit color_pixel(const std::array<unsigned char, 4>& rgba)
-        : test_texture(GL_TEXTURE_2D, GL_RGBA8, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data()) {}
-};
-struct bump_pixel : test_texture {
-    explicit bump_pixel(const std::array<signed char, 3>& normal = {0, 0, 127})
-        : test_texture(GL_TEXTURE_2D, GL_RGB8_SNORM, 1, 1, GL_RGB, GL_BYTE, normal.data()) {}
-};
-inline constexpr std::array<unsigned char, 4> white = {255, 255, 255, 255}, black = {0, 0, 0, 0};
-
 // Pictures of a surface, null for none.
 class test_appearance : public render::appearance {
 public:
     bool has(render::texture_unit unit) override { return textures[unsigned(unit)] != nullptr; }
-    void bind(render::texture_unit unit) override;
-    void unbind(render::texture_unit unit) override;
+    void bind(render::texture_unit unit) override {
+        glBindTexture(GL_TEXTURE_2D, textures[unsigned(unit)]->name);
+    }
+    void unbind(render::texture_unit) override { glBindTexture(GL_TEXTURE_2D, 0); }
     std::array<float, 2> bump_offset() override { return offset; }
     bool mercator_sphere() override { return mercator; }
 
