@@ -7,9 +7,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -60,26 +60,21 @@ const std::string triangle = "begin polygon_surface,3,4\n"
 // A vase: circles of nine rational control points, stacked along a curve, with a pole at the foot. They begin
 // and end on the x axis, on its positive side or (seam -1) on the other.
 std::string vase(int seam = 1) {
-    struct ring {
-        double radius, y;
-    };
-    const ring rings[] = {{0, 0}, {0.9, 0}, {1.3, 0.8}, {0.3, 1.7}, {0.7, 2.2}};
-    constexpr int corners[9][2] = {{1, 0},   {1, 1},  {0, 1},  {-1, 1}, {-1, 0},
-                                   {-1, -1}, {0, -1}, {1, -1}, {1, 0}};
+    const std::pair<double, double> rings[] = {{0, 0}, {0.9, 0}, {1.3, 0.8}, {0.3, 1.7}, {0.7, 2.2}};
     std::ostringstream text;
     text << "begin nurbs_surface,9,3,5,4\nresolution 65,33\n";
-    for (const ring& r : rings) {
-        for (const double knot : {0.0, 0.0, 0.0, 0.25, 0.25, 0.5, 0.5, 0.75, 0.75, 1.0, 1.0, 1.0})
-            text << "knot1 " << knot << '\n';
-        for (int i = 0; i < 9; ++i)
-            text << "weight " << (i % 2 ? 0.70710678 : 1.0) << '\n';
-        text << "fcolor " << 0.3 + 0.3 * r.y << ",0.5,0.7,1\n";
-        for (const auto& [x, z] : corners)
-            text << "position " << seam * r.radius * x << ',' << r.y << ',' << -seam * r.radius * z << '\n';
+    for (const auto& [radius, y] : rings) {
+        text << "fcolor " << 0.3 + 0.3 * y << ",0.5,0.7,1\n";
+        for (int i = 0; i < 12; ++i)
+            text << "knot1 " << (i < 3 ? 0 : i > 8 ? 1 : (i - 1) / 2 * 0.25) << '\n';
+        for (int i = 0; i < 9; ++i) { // the corners of a square and the middles of its sides
+            const double out = seam * radius * (i % 2 ? std::sqrt(2.0) : 1), angle = std::atan(1.0) * i;
+            text << "weight " << (i % 2 ? 0.70710678 : 1.0) << "\nposition " << out * std::cos(angle) << ','
+                 << y << ',' << -out * std::sin(angle) << '\n';
+        }
     }
-    for (int column = 0; column < 9; ++column)
-        for (const double knot : {0.0, 0.0, 0.0, 0.0, 0.5, 1.0, 1.0, 1.0, 1.0})
-            text << "knot2 " << knot << '\n';
+    for (int i = 0; i < 9 * 9; ++i)
+        text << "knot2 " << (i % 9 < 4 ? 0 : i % 9 > 4 ? 1 : 0.5) << '\n';
     return text.str() + "end\n";
 }
 
@@ -106,9 +101,8 @@ TEST_F(model_files, dump) {
                                              "begin nurbs_surface,1,1,2,1\nresolution 1,1\nknot1 0\nknot1 1\n"
                                              "knot1 0\nknot1 1\nweight 1\nweight 1\nposition 1,2,3\n"
                                              "position 4,5,6\nknot2 0\nknot2 0.5\nknot2 1\nend\n");
-    const auto replace_all = [](std::string& text, std::string_view from, std::string_view to) {
-        for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
-            text.replace(at, from.size(), to);
+    const auto replace_all = [](std::string& text, const char* from, const std::string& to) {
+        text = std::regex_replace(text, std::regex(from), to);
     };
     std::string quoted = name, expected = R"({"items":[
 {"kind":0,"texture":{OPTIONStrue},"polygon":{"name":"NAME",
@@ -139,41 +133,38 @@ TEST_F(model_files, dump) {
 }
 
 TEST_F(model_files, check) {
-    const std::string good = file("good.pmt", triangle),
-                      bad = file("bad.pmt", "begin polygon_surface,1,0\nwhat\nend\n");
-    EXPECT_EQ(quietly({"check", good, good}), "");
-    const process_result r = pmt3d({"check", bad, good});
-    EXPECT_EQ(r.exit_code, 1);
-    EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err.substr(0, 61), "2: illegal command: what\n3: vertex(0) < 1: too few vertex.\n3:");
-    const std::string bare = file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
-    const process_result missing = pmt3d({"check", bare});
-    EXPECT_EQ(missing.exit_code, 1);
-    EXPECT_NE(missing.err.find(file("missing.png") + ": autoloadformat failed.\n"), std::string::npos);
-    EXPECT_TRUE(pmt3d({"info", bare}).out.ends_with("  elements: 0\n  specular: missing.png\n"));
+    file("good.pmt", triangle);
+    file("bad.pmt", "begin polygon_surface,1,0\nwhat\nend\n");
+    file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
+    EXPECT_EQ(quietly(words("check @good.pmt @good.pmt")), "");
+    const process_result bad = pmt3d(words("check @bad.pmt @good.pmt")),
+                         bare = pmt3d(words("check @bare.pmt"));
+    EXPECT_TRUE(bad.exit_code == 1 && bare.exit_code == 1);
+    EXPECT_EQ(bad.out, "");
+    EXPECT_TRUE(bad.err.starts_with("2: illegal command: what\n3: vertex(0) < 1: too few vertex.\n3:"))
+        << bad.err;
+    EXPECT_NE(bare.err.find(file("missing.png") + ": autoloadformat failed.\n"), std::string::npos);
+    EXPECT_TRUE(pmt3d(words("info @bare.pmt")).out.ends_with("  elements: 0\n  specular: missing.png\n"));
 }
 
 TEST_F(model_files, convert_there_and_back) {
     const std::string pmt = file("in.pmt", vase() + triangle);
-    EXPECT_EQ(quietly({"convert", pmt, file("a.stl")}), "");
+    EXPECT_EQ(quietly(words("convert @in.pmt @a.stl")), "");
     EXPECT_EQ(std::filesystem::file_size(file("a.stl")), 84u + 50 * 4097);
-    EXPECT_EQ(quietly({"convert", "--text", file("a.stl"), file("b.stl")}), "");
-    EXPECT_EQ(read_file(file("b.stl")).substr(0, 8), "solid /t");
-    EXPECT_EQ(quietly({"convert", file("b.stl"), file("c.pmt")}), "");
     EXPECT_EQ(bounds(file("a.stl")), bounds(pmt)); // floats bit by bit
-    EXPECT_EQ(bounds(file("c.pmt")), bounds(file("b.stl")));
-    // A file onto itself.
-    EXPECT_EQ(quietly({"convert", file("c.pmt"), file("c.pmt")}), "");
-    EXPECT_EQ(bounds(file("c.pmt")), bounds(file("b.stl")));
+    // By way of text, and a file onto itself.
+    EXPECT_EQ(quietly(words("convert --text @a.stl @b.stl")), "");
+    EXPECT_TRUE(read_file(file("b.stl")).starts_with("solid /t"));
+    for (const char* line : {"convert @b.stl @c.pmt", "convert @c.pmt @c.pmt"}) {
+        EXPECT_EQ(quietly(words(line)), "");
+        EXPECT_EQ(bounds(file("c.pmt")), bounds(file("b.stl")));
+    }
 
     // What cannot be saved leaves the old file.
     const std::string old = file("old.pmt", "old");
-    const process_result r = pmt3d({"convert",
-                                    file("inf.stl", "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 1e39\n"
-                                                    "vertex 1 0 0\nvertex 0 1 0\nendloop\n"),
-                                    old});
-    EXPECT_EQ(r.exit_code, 1);
-    EXPECT_EQ(r.err, "\"position 0,0,inf\" could not be read back, nothing is saved.\n");
+    file("inf.stl",
+         "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 1e39\nvertex 1 0 0\nvertex 0 1 0\nendloop\n");
+    EXPECT_EQ(pmt3d(words("convert @inf.stl @old.pmt")).exit_code, 1);
     EXPECT_EQ(read_file(old), "old");
 }
 
@@ -258,19 +249,18 @@ TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
     file("floor.pmt", text + "element 0\nelement 1\nelement 2\nelement 3\nend\n");
     for (const auto& [width, height, size] : {std::tuple(300, 100, "300x100"), {100, 300, "100x300"}}) {
         quietly(words("render @floor.pmt @floor.png --size " + std::string(size)));
-        const test_support::picture seen = test_support::load_png(file("floor.png"));
-        ASSERT_EQ(std::pair(seen.width, seen.height), std::pair(width, height));
-        int left = width, right = -1, bottom = height, top = -1; // of what is not background
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-                if (seen.at(x, y) != seen.at(0, 0)) {
-                    left = std::min(left, x), right = std::max(right, x);
-                    bottom = std::min(bottom, y), top = std::max(top, y);
-                }
-        // Exactly so where room is short, about so where it is not.
-        EXPECT_NEAR(left, width - 1 - right, (width < height ? 0.05 : 0.2) * width);
-        EXPECT_NEAR(bottom, height - 1 - top, (width < height ? 0.2 : 0.05) * height);
-        EXPECT_TRUE(left > 0 && right < width - 1 && bottom > 0 && top < height - 1);
+        // The rectangle that is not background.
+        const std::string seen =
+            test_support::run({"convert", file("floor.png"), "-format", "%w %h %@", "info:"}).out;
+        int w = 0, h = 0, across = 0, up = 0, left = 0, top = 0;
+        ASSERT_EQ(std::sscanf(seen.c_str(), "%d %d %dx%d+%d+%d", &w, &h, &across, &up, &left, &top), 6)
+            << seen;
+        ASSERT_EQ(std::pair(w, h), std::pair(width, height));
+        const int right = width - left - across, bottom = height - top - up;
+        // Exactly in the middle where room is short, about so where it is not.
+        EXPECT_NEAR(left, right, (width < height ? 0.05 : 0.2) * width);
+        EXPECT_NEAR(bottom, top, (width < height ? 0.2 : 0.05) * height);
+        EXPECT_GT(std::min({left, right, top, bottom}), 0);
         EXPECT_LT(std::min(left, bottom), 20) << "as near as can be";
     }
 }
