@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -24,9 +25,12 @@ namespace {
 using libutils::mapping_failure;
 using libutils::ofsvector;
 using libutils::refvector2;
-using test_support::temporary_directory;
-
 using bytes = refvector2<unsigned char>;
+
+struct in_folder : testing::Test {
+    const test_support::temporary_directory directory;
+};
+using refvector2_of_file = in_folder;
 
 // That this process has open; 0 where that is not for us to know: Wine opens and keeps some of its own.
 std::ptrdiff_t descriptors() {
@@ -92,8 +96,7 @@ TEST(refvector2, more_than_the_address_space_fails_cleanly) {
     }
 }
 
-TEST(refvector2, maps_files) {
-    const temporary_directory directory;
+TEST_F(refvector2_of_file, is_mapped) {
     std::string text(200001, 'x');
     text[0] = 'a';
     text[70000] = 'b';
@@ -109,17 +112,24 @@ TEST(refvector2, maps_files) {
     EXPECT_FALSE(part.allocate(0, name.c_str(), 0, 1)) << "the whole file does not begin at its second byte";
     EXPECT_FALSE(part.allocate(3, name.c_str(), 0, 199999)) << "the view ends behind the file";
     ASSERT_TRUE(part.allocate(200003, name.c_str(), 1)) << "a writer extends the file";
-    part[1] = 'c';
+    part[1] = text[1] = 'c';
     part[200002] = 'd';
     part.release();
-    const std::string after = test_support::read_file(name);
-    ASSERT_EQ(after.size(), 200003u);
-    EXPECT_EQ(after.substr(0, 2), "ac");
-    EXPECT_EQ(after.substr(200000), std::string("x\0d", 3));
+    EXPECT_EQ(test_support::read_file(name), text + std::string("\0d", 2));
+
+    // Beyond 32 bits, in a file that is all hole.
+    const std::uint64_t size = (std::uint64_t(1) << 32) + 6;
+    std::filesystem::resize_file(name, size);
+    ASSERT_TRUE(part.allocate(2, name.c_str(), 1, size - 3));
+    part[1] = 'l';
+    ASSERT_TRUE(part.allocate(0, name.c_str(), 0));
+    ASSERT_EQ(part.size(), size);
+    EXPECT_TRUE(part[0] == 'a' && part[size - 2] == 'l');
+    ASSERT_TRUE(part.allocate(2, name.c_str(), 0, size - 2));
+    EXPECT_EQ(part[0], 'l');
 }
 
-TEST(refvector2, a_file_that_is_read_cannot_be_written) {
-    const temporary_directory directory;
+TEST_F(refvector2_of_file, that_is_read_cannot_be_written) {
     const std::string name = directory.write("file", "text");
     bytes reader, writer;
     ASSERT_TRUE(reader.allocate(0, name.c_str(), 0));
@@ -137,8 +147,7 @@ TEST(refvector2, a_file_that_is_read_cannot_be_written) {
 #endif
 }
 
-TEST(refvector2, what_cannot_be_read_is_zero_and_known) {
-    const temporary_directory directory;
+TEST_F(refvector2_of_file, is_zero_where_it_cannot_be_read_and_knows_it) {
     const std::string name = directory.write("file", std::string(300'000, 'x'));
     bytes other, cut;
     ASSERT_TRUE(other.try_allocate(0, directory.write("other", "y").c_str()));
@@ -165,32 +174,13 @@ TEST(refvector2, what_cannot_be_read_is_zero_and_known) {
     EXPECT_TRUE(cut.is_whole());
 }
 
-// Beyond 32 bits, in a file that is all hole.
-TEST(refvector2, maps_files_of_more_than_4_GiB) {
-    const temporary_directory directory;
-    const std::string name = directory.write("file", "first");
-    const std::uint64_t size = (std::uint64_t(1) << 32) + 6;
-    std::filesystem::resize_file(name, size);
-    bytes v;
-    ASSERT_TRUE(v.allocate(2, name.c_str(), 1, size - 3));
-    v[1] = 'l';
-    ASSERT_TRUE(v.allocate(0, name.c_str(), 0));
-    EXPECT_EQ(v.size(), size);
-    EXPECT_EQ(v[0], 'f');
-    EXPECT_EQ(v[size - 2], 'l');
-    ASSERT_TRUE(v.allocate(2, name.c_str(), 0, size - 2));
-    EXPECT_EQ(v[0], 'l');
-}
-
 #ifndef _WIN32
-TEST(refvector2, untouched_memory_costs_nothing_and_what_may_be_written_has_its_place_on_the_disk) {
+TEST_F(refvector2_of_file, has_its_place_on_the_disk_but_untouched_memory_costs_nothing) {
     refvector2<double> memory;
     ASSERT_TRUE(memory.allocate(std::uint64_t(1) << 33)) << "64 GiB";
     memory[memory.size() - 1] = 1.0;
     ASSERT_TRUE(memory.resize(std::uint64_t(1) << 34));
     EXPECT_EQ(memory[memory.size() / 2 - 1], 1.0);
-
-    const temporary_directory directory;
     const std::string name = directory.write("file", "first");
     std::filesystem::resize_file(name, 1 << 20);
     bytes v;
@@ -202,21 +192,14 @@ TEST(refvector2, untouched_memory_costs_nothing_and_what_may_be_written_has_its_
 
 #endif
 
-TEST(refvector2, who_asks_first_gets_an_ordinary_failure) {
+TEST_F(refvector2_of_file, fails_in_an_ordinary_way_for_who_asks_first) {
     using step = mapping_failure::step;
-    const temporary_directory directory;
     const std::string missing = directory.file("missing"), empty = directory.write("empty", ""),
                       small = directory.write("small", "four"), folder = directory.path().string(),
                       pipe = directory.file("pipe"), locked = directory.write("locked", "text");
     bytes reader;
     ASSERT_TRUE(reader.try_allocate(0, locked.c_str()));
-    struct failing {
-        const std::string& name;
-        std::uint64_t count;
-        int mode;
-        step at;
-    };
-    std::vector<failing> cases = {
+    std::vector<std::tuple<std::string, std::uint64_t, int, step>> cases = {
         {missing, 0, 0, step::open}, {missing, 1, 1, step::open},   {empty, 0, 0, step::create},
         {empty, 1, 0, step::create}, {small, 5, 0, step::create},   {folder, 0, 0, step::open},
         {small, 1, 2, step::mode},   {small, ~0ull, 0, step::view}, {locked, 0, 1, step::open},
@@ -226,21 +209,18 @@ TEST(refvector2, who_asks_first_gets_an_ordinary_failure) {
     cases.push_back({pipe, 0, 0, step::open}); // without waiting for who writes into it
 #endif
     const auto before = descriptors();
-    for (const failing& c : cases) {
+    for (const auto& [name, count, mode, at] : cases) {
         bytes v;
         mapping_failure why;
-        EXPECT_FALSE(v.try_allocate(c.count, c.name.c_str(), c.mode, 0, &why)) << c.name;
-        EXPECT_EQ(why.at, c.at) << c.name;
-        EXPECT_FALSE(why.text().empty() || why.text().ends_with('\n')) << c.name;
-        EXPECT_EQ(v.data(), nullptr);
+        EXPECT_FALSE(v.try_allocate(count, name.c_str(), mode, 0, &why) || v.data()) << name;
+        EXPECT_TRUE(why.at == at && !why.text().empty() && !why.text().ends_with('\n')) << name;
     }
     EXPECT_EQ(descriptors(), before) << "nothing was left open";
     EXPECT_TRUE(reader.try_allocate(0, small.c_str(), 1));
 }
 
-TEST(refvector2, an_unforeseen_failure_ends_the_process) {
+TEST_F(refvector2_of_file, that_fails_unforeseen_ends_the_process) {
     libutils::set_fatal_presenter([](const char* text, const char*) { std::fputs(text, stderr); });
-    const temporary_directory directory;
     const std::string missing = directory.file("missing"), empty = directory.write("empty", "");
     bytes v;
     const std::string failed = "alloc_mmap_win::allocate\\(\\) failed with error ";
@@ -252,8 +232,8 @@ TEST(refvector2, an_unforeseen_failure_ends_the_process) {
     libutils::set_fatal_presenter(nullptr);
 }
 
-TEST(ofsvector, views_of_one_file) {
-    const temporary_directory directory;
+using ofsvector_of_file = in_folder;
+TEST_F(ofsvector_of_file, views_a_part_of_it) {
     const std::string name = directory.write("file", "0123456789abcdefg");
     bytes file;
     ASSERT_TRUE(file.allocate(0, name.c_str(), 0));
@@ -269,15 +249,11 @@ TEST(ofsvector, views_of_one_file) {
     EXPECT_EQ(words[1], 0x66656463u);
     const ofsvector<std::uint32_t> copy = words;
     ofsvector<std::uint32_t> taken = std::move(words);
-    for (const auto* view : {&copy, static_cast<decltype(&copy)>(&taken)}) {
-        EXPECT_EQ(view->offset(), 8u);
-        EXPECT_EQ(view->count_limit(), 100u);
-    }
+    for (const auto* view : {&copy, static_cast<decltype(&copy)>(&taken)})
+        EXPECT_TRUE(view->offset() == 8 && view->count_limit() == 100);
     taken.release();
-    for (const auto* view : {&taken, &words}) {
-        EXPECT_EQ(view->offset(), 0u);
-        EXPECT_EQ(view->size(), 0u);
-    }
+    for (const auto* view : {&taken, &words})
+        EXPECT_TRUE(view->offset() == 0 && view->size() == 0);
     EXPECT_EQ(copy.end() - copy.begin(), 2);
     head.set_view(4, 0);
     EXPECT_TRUE(head.empty());
@@ -299,9 +275,7 @@ TEST(ofsvector, offsets_beyond_the_storage_and_new_sizes) {
     EXPECT_EQ(view[0], 1u);
     view.set_view(84);
     EXPECT_EQ(view.size(), (~std::uint64_t(0) - 3) / 4) << "unchecked, the count wraps";
-    ASSERT_TRUE(view.allocate(3));
-    EXPECT_EQ(view.offset(), 0u);
-    EXPECT_EQ(view.size(), 3u);
+    EXPECT_TRUE(view.allocate(3) && view.offset() == 0 && view.size() == 3);
 }
 
 } // namespace

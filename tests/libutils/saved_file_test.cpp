@@ -19,16 +19,17 @@
 
 namespace fs = std::filesystem;
 using test_support::read_file;
-using test_support::temporary_directory;
 
 namespace {
 
-std::ptrdiff_t files_in(const temporary_directory& directory) {
-    return std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator());
-}
+struct saved_file : testing::Test {
+    std::ptrdiff_t files() const {
+        return std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator());
+    }
+    const test_support::temporary_directory directory;
+};
 
-TEST(saved_file, appears_whole_and_only_when_committed) {
-    temporary_directory directory;
+TEST_F(saved_file, appears_whole_and_only_when_committed) {
     // On Windows this byte is a character that has another number.
     const std::string name = directory.path().string() + "/\x80.pmt";
     std::ofstream(name) << "old";
@@ -36,29 +37,24 @@ TEST(saved_file, appears_whole_and_only_when_committed) {
         std::ifstream by_the_system(name, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(by_the_system), {});
     };
-    {
-        libutils::saved_file abandoned(name);
-        ASSERT_TRUE(abandoned.is_open());
-        EXPECT_TRUE(abandoned.write("half of the n"));
-    }
+    EXPECT_TRUE(libutils::saved_file(name).write("half of the n")) << "and abandoned";
     libutils::saved_file file(name);
     EXPECT_TRUE(file.write(std::string("new\0", 4)) && file.write("\r\n"));
     EXPECT_EQ(read(), "old");
     EXPECT_TRUE(file.commit());
     EXPECT_EQ(read(), std::string("new\0\r\n", 6));
-    EXPECT_EQ(files_in(directory), 1);
+    EXPECT_EQ(files(), 1);
     libutils::refvector2<char> writer;
     EXPECT_TRUE(writer.try_allocate(0, name.c_str(), 1)) << "nobody holds it any more";
 
     EXPECT_FALSE(libutils::saved_file(directory.path().string()).is_open()) << "a directory";
     libutils::saved_file never(directory.file("missing/x.pmt"));
     EXPECT_FALSE(never.is_open() || never.write("x") || never.commit());
-    EXPECT_EQ(files_in(directory), 1);
+    EXPECT_EQ(files(), 1);
 }
 
 // Each thread stands for a process: what tells the saves apart are open files.
-TEST(saved_file, several_save_the_same_file_at_once) {
-    temporary_directory directory;
+TEST_F(saved_file, several_save_the_same_file_at_once) {
     const std::string name = directory.file("model.pmt");
     std::atomic<int> failed{0}, saving{4};
     std::vector<std::jthread> savers;
@@ -82,28 +78,25 @@ TEST(saved_file, several_save_the_same_file_at_once) {
     savers.clear();
     EXPECT_EQ(failed, 0);
     EXPECT_EQ(mixed, 0);
-    EXPECT_EQ(files_in(directory), 1);
+    EXPECT_EQ(files(), 1);
 }
 
-TEST(saved_file, removes_what_killed_saves_left_behind) {
-    temporary_directory directory;
+TEST_F(saved_file, removes_what_killed_saves_left_behind) {
     const std::string name = directory.file("model.pmt");
     const std::string begun(100'000, 'x');
     libutils::saved_file going_on(name);
     EXPECT_TRUE(going_on.write(begun));
-    for (const char* other : {".saving7", ".saving30", ".saving1x", ".saving", "x.saving1"})
-        directory.write("model.pmt" + std::string(other), "of a killed save, or not");
-    libutils::saved_file next(name);
-    EXPECT_TRUE(next.commit());
-    EXPECT_EQ(files_in(directory), 5) << "the file, the one that is still being saved and three of others";
+    for (const std::string other : {".saving7", ".saving30", ".saving1x", ".saving", "x.saving1"})
+        directory.write("model.pmt" + other, "of a killed save, or not");
+    EXPECT_TRUE(libutils::saved_file(name).commit());
+    EXPECT_EQ(files(), 5) << "the file, the one that is still being saved and three of others";
     EXPECT_TRUE(going_on.write("last") && going_on.commit());
     EXPECT_EQ(read_file(name), begun + "last");
-    EXPECT_EQ(files_in(directory), 4);
+    EXPECT_EQ(files(), 4);
 }
 
 #ifndef _WIN32
-TEST(saved_file, a_full_disk_leaves_the_old_file) {
-    temporary_directory directory;
+TEST_F(saved_file, a_full_disk_leaves_the_old_file) {
     const std::string name = directory.write("model.pmt", "old");
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
@@ -115,12 +108,11 @@ TEST(saved_file, a_full_disk_leaves_the_old_file) {
     EXPECT_FALSE(file.commit());
     setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(read_file(name), "old");
-    EXPECT_EQ(files_in(directory), 1);
+    EXPECT_EQ(files(), 1);
 
     libutils::saved_file full("/dev/full"); // no ordinary file: written in place
     EXPECT_TRUE(full.is_open());
-    full.write("x");
-    EXPECT_FALSE(full.commit());
+    EXPECT_FALSE(full.write("x") && full.commit());
 }
 
 // Nothing is read-only for root.
@@ -132,8 +124,7 @@ bool opens_for_ordinary_user(const std::string& name) {
     return opens;
 }
 
-TEST(saved_file, keeps_links_and_permissions) {
-    temporary_directory directory;
+TEST_F(saved_file, keeps_links_and_permissions) {
     const std::string name = directory.write("model.pmt", "old"), link = directory.file("link.pmt");
     fs::create_symlink("model.pmt", link);
     chmod(name.c_str(), 0640);
@@ -143,14 +134,10 @@ TEST(saved_file, keeps_links_and_permissions) {
     EXPECT_EQ(read_file(name), "new");
     EXPECT_EQ(fs::status(name).permissions(), fs::perms(0640));
 
-    const struct {
-        mode_t file, folder;
-        bool opens;
-    } cases[] = {{0444, 0777, false}, {0666, 0777, true}, {0666, 0555, false}};
-    for (const auto& c : cases) {
-        chmod(name.c_str(), c.file);
-        chmod(directory.path().c_str(), c.folder);
-        EXPECT_EQ(opens_for_ordinary_user(name), c.opens) << std::oct << c.file << ' ' << c.folder;
+    for (const auto& [of_file, of_folder] : {std::pair(0444u, 0777u), {0666, 0777}, {0666, 0555}}) {
+        chmod(name.c_str(), of_file);
+        chmod(directory.path().c_str(), of_folder);
+        EXPECT_EQ(opens_for_ordinary_user(name), (of_file & of_folder) == 0666) << std::oct << of_file;
     }
     chmod(directory.path().c_str(), 0700);
     EXPECT_EQ(read_file(name), "new");

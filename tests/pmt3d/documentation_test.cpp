@@ -1,5 +1,4 @@
 // The examples in the description of the model format are what they say.
-#include "libgr/image/autoformat.h"
 #include "pmt3d/format/dispatch.h"
 #include "pmt3d/mirror/open_pictures.h"
 
@@ -14,35 +13,17 @@
 
 namespace {
 
-using test_support::temporary_directory;
-
-std::vector<std::string> examples() {
-    const std::string text = test_support::read_file(QUENVAREL_TEST_DATA "/../../docs/model-format.md");
-    const std::string begin = "```pmt\n", end = "```\n";
-    std::vector<std::string> found;
-    for (std::size_t at = text.find(begin); at != text.npos; at = text.find(begin, at)) {
-        at += begin.size();
-        found.push_back(text.substr(at, text.find(end, at) - at));
-    }
-    return found;
-}
-
-void make_picture(const temporary_directory& directory, const std::string& name) {
-    libgr::image2d image;
-    image.width = image.height = 2;
-    image.descriptor.format = libgr::pixel_format::rgb;
-    ASSERT_TRUE(image.allocate());
-    ASSERT_TRUE(libgr::autosaveformat(image, directory.file(name)));
-}
-
 TEST(documentation, examples_load_without_a_word) {
-    const temporary_directory directory;
+    const test_support::temporary_directory directory;
+    const std::string root = QUENVAREL_TEST_DATA "/../../",
+                      picture = test_support::read_file(root + "fuzz/seeds/png/interlaced.png"),
+                      text = test_support::read_file(root + "docs/model-format.md"), begin = "```pmt\n";
     for (const char* name : {"oak planks.png", "oak bumps.png", "oak shine.png", "sky_posx.png",
                              "sky_negx.png", "sky_posy.png", "sky_negy.png", "sky_posz.png", "sky_negz.png"})
-        make_picture(directory, name);
+        directory.write(name, picture);
     for (const char* name : {"chrome", "evening", "ring"}) {
         const test_support::capture err(std::cerr);
-        const std::string file = std::string(QUENVAREL_TEST_DATA "/../../docs/examples/") + name + ".pmt";
+        const std::string file = root + "docs/examples/" + name + ".pmt";
         pmt3d::model_t model;
         pmt3d::open_pictures pictures;
         EXPECT_TRUE(pmt3d::load(model, file, {.error = std::cerr, .pictures = &pictures})) << file;
@@ -53,11 +34,13 @@ TEST(documentation, examples_load_without_a_word) {
     }
     std::vector<pmt3d::model_t> models;
     pmt3d::open_pictures pictures;
-    for (const std::string& text : examples()) {
+    for (std::size_t at = text.find(begin); at != text.npos; at = text.find(begin, at + 1)) {
         const test_support::capture err(std::cerr);
-        EXPECT_TRUE(pmt3d::load(models.emplace_back(), directory.write("x.pmt", text),
+        const std::string example =
+            text.substr(at + begin.size(), text.find("```\n", at + 1) - at - begin.size());
+        EXPECT_TRUE(pmt3d::load(models.emplace_back(), directory.write("x.pmt", example),
                                 {.error = std::cerr, .pictures = &pictures}))
-            << text;
+            << example;
         EXPECT_EQ(err.text(), "");
     }
     ASSERT_EQ(models.size(), 5u);
@@ -65,9 +48,9 @@ TEST(documentation, examples_load_without_a_word) {
         return models[number].items.front().polygon;
     };
     EXPECT_EQ(polygon(0).vertices()[3].color.g, 255 * 0.003921569f);
-    EXPECT_NEAR(polygon(1).vertices()[1].position.x, -std::sqrt(3.0f),
-                1e-6f); // a third of a turn to the left
-    EXPECT_NEAR(polygon(1).vertices()[1].position.y, -1.0f, 1e-6f);
+    const render::pos3 left = polygon(1).vertices()[1].position; // by a third of a turn
+    EXPECT_NEAR(left.x, -std::sqrt(3.0f), 1e-6f);
+    EXPECT_NEAR(left.y, -1.0f, 1e-6f);
     EXPECT_NEAR(polygon(1).normals()[0].normal.z, 1.0f, 1e-6f);
     EXPECT_FALSE(models[2].items.front().texture.maglinear);
     EXPECT_EQ(polygon(3).vertices()[9].position, (render::pos3{2, 1, 1})); // half way up to the point at 2

@@ -34,16 +34,26 @@ protected:
         take_err(); // uniforms that the driver left out
     }
 
-    // Draws with the surface program; returns how many primitives the GL made of it.
-    std::uint64_t draw(polygon_mirror& polygon, bool selection = false) {
+    // How many primitives the GL makes.
+    static std::uint64_t primitives(auto&& work) {
         render::query_t query;
         query.begin(render::query_target::primitives_generated, 0);
-        if (selection)
-            renderer_.drawselect(nullptr, false, texture_, polygon, unit, unit, unit, unit, {0, 0, 1}, 5.0f);
-        else
-            renderer_.drawsolid(nullptr, false, texture_, polygon, unit, unit, unit, unit, {0, 0, 1}, 5.0f);
+        work();
         query.end();
         return query.GetQuery();
+    }
+    // Draws with the surface program.
+    std::uint64_t draw(polygon_mirror& polygon, bool selection = false) {
+        const auto drawing = selection ? &render::glpolygon_t::drawselect : &render::glpolygon_t::drawsolid;
+        return primitives([&] {
+            (renderer_.*drawing)(nullptr, false, texture_, polygon, unit, unit, unit, unit, {0, 0, 1}, 5.0f);
+        });
+    }
+    // How often something is uploaded.
+    static int uploads(auto&& work) {
+        const watched<&__glewBufferSubData> counted(false);
+        work();
+        return counted.calls();
     }
 
     render::glpolygon_t renderer_;
@@ -84,42 +94,37 @@ TEST_F(surface_gl, draws_the_triangles_of_the_strips) {
 TEST_F(surface_gl, uploads_only_what_has_changed) {
     polygon_t polygon = surface(6, {0, 1, 2, 3, 4, 5});
     polygon_mirror mirror(polygon);
-    const auto uploads_of = [&](auto&& work) {
-        const watched<&__glewBufferSubData> uploads(false);
-        work();
-        return uploads.calls();
-    };
     const auto draw_it = [&] { draw(mirror); };
-    EXPECT_EQ(uploads_of(draw_it), 3); // vertices, frames, elements
-    EXPECT_EQ(uploads_of(draw_it), 0);
+    EXPECT_EQ(uploads(draw_it), 3); // vertices, frames, elements
+    EXPECT_EQ(uploads(draw_it), 0);
     polygon.edit_vertices()[0].position.x = 5;
-    EXPECT_EQ(uploads_of(draw_it), 1);
+    EXPECT_EQ(uploads(draw_it), 1);
     polygon.rebuildpolyids(); // all frames are there
-    EXPECT_EQ(uploads_of(draw_it), 0);
+    EXPECT_EQ(uploads(draw_it), 0);
     for (const float z : {0.0f, 1.0f}) { // filled by the rebuild, or as it is
         polygon.edit_normals()[2].normal = {0, 0, z};
         polygon.rebuildpolyids();
-        EXPECT_EQ(uploads_of(draw_it), 1);
+        EXPECT_EQ(uploads(draw_it), 1);
     }
     polygon.getarray(1).data[0] = 1;
     polygon.edit_elements()[5] = 0;
-    EXPECT_EQ(uploads_of(draw_it), 2);
+    EXPECT_EQ(uploads(draw_it), 2);
 
     const auto draw_points = [&] { mirror.draw_points(); };
-    EXPECT_EQ(uploads_of(draw_points), 1); // the marks
+    EXPECT_EQ(uploads(draw_points), 1); // the marks
     EXPECT_TRUE(polygon.markvertex(3));
-    EXPECT_EQ(uploads_of(draw_points), 1);
+    EXPECT_EQ(uploads(draw_points), 1);
     EXPECT_FALSE(polygon.markvertex(3));
-    EXPECT_EQ(uploads_of(draw_points), 0);
+    EXPECT_EQ(uploads(draw_points), 0);
     polygon.clearmarks();
-    EXPECT_EQ(uploads_of(draw_points), 1);
+    EXPECT_EQ(uploads(draw_points), 1);
 
     // Another surface in its place is another one's arrays, a copy of itself is not.
     polygon_t other = surface(6, {0, 1, 2, 3, 4, 5});
     polygon = polygon_t(polygon);
-    EXPECT_EQ(uploads_of(draw_it), 0);
+    EXPECT_EQ(uploads(draw_it), 0);
     polygon = other;
-    EXPECT_EQ(uploads_of(draw_it), 3);
+    EXPECT_EQ(uploads(draw_it), 3);
 }
 
 // The floats of an attribute in the vertex array that was made last.
@@ -142,30 +147,21 @@ TEST_F(surface_gl, every_vertex_is_a_point) {
     nurbs.allocate(3, 1, 4, 1);
     nurbs.afterload("net");
     nurbs.markvertex(11);
-    const auto points_of = [](auto&& work) {
-        render::query_t query;
-        query.begin(render::query_target::primitives_generated, 0);
-        work();
-        query.end();
-        return query.GetQuery();
-    };
     texture_.mercatorsphere = true; // so that the surface program draws, which gives the samplers their units
     draw(mirror);
     glUseProgram(renderer_.surface_program());
-    EXPECT_EQ(points_of([&] { EXPECT_EQ(mirror.draw_surface_points(), 6u); }), 6u);
-    EXPECT_EQ(points_of([&] { mirror.draw_points(); }), 6u);
+    EXPECT_EQ(primitives([&] { EXPECT_EQ(mirror.draw_surface_points(), 6u); }), 6u);
+    EXPECT_EQ(primitives([&] { mirror.draw_points(); }), 6u);
     EXPECT_EQ(floats_of(2), 1) << "sizes in the place of texture coordinates";
-    EXPECT_EQ(points_of([&] { mirror.draw_feedback_points(); }), 6u);
-    EXPECT_EQ(points_of([&] { control_points.draw_points(); }), 12u);
+    EXPECT_EQ(primitives([&] { mirror.draw_feedback_points(); }), 6u);
+    EXPECT_EQ(primitives([&] { control_points.draw_points(); }), 12u);
     EXPECT_EQ(floats_of(1), 4);
     EXPECT_EQ(floats_of(2), 1);
     nurbs.unmarkvertex(11);
-    const watched<&__glewBufferSubData> uploads(false);
-    EXPECT_EQ(points_of([&] { control_points.draw_points(); }), 12u);
-    EXPECT_EQ(uploads.calls(), 1); // the marks alone
+    EXPECT_EQ(uploads([&] { EXPECT_EQ(primitives([&] { control_points.draw_points(); }), 12u); }),
+              1); // the marks
     nurbs.getarray(0).data[0] = 1;
-    control_points.draw_points();
-    EXPECT_EQ(uploads.calls(), 2);
+    EXPECT_EQ(uploads([&] { control_points.draw_points(); }), 1); // the points
     glUseProgram(0);
 }
 
@@ -175,8 +171,7 @@ TEST_F(surface_gl, frames_of_the_gpu_are_those_of_the_cpu) {
     const auto direction = [&] { return render::dir3{number(random), number(random), number(random)}; };
     polygon_t gpu = surface(20'000, {0, 1, 2});
     for (pmt3d::differences_t& d : gpu.edit_wknmls()) {
-        // Steps forward and backward along much the same way, so that no sum is near 0, where rounding
-        // decides.
+        // Steps forward and backward along much the same way: no sum is near 0, where rounding decides.
         d.forward_u = direction() + render::dir3{2, 0, 0};
         d.forward_v = direction() + render::dir3{0, 2, 0};
         d.backward_u = d.forward_u + 0.3f * direction();
@@ -187,24 +182,17 @@ TEST_F(surface_gl, frames_of_the_gpu_are_those_of_the_cpu) {
     update(gpu);
     pmt3d::average_frames(cpu);
     const auto a = std::as_const(gpu).getarray(1), b = std::as_const(cpu).getarray(1);
-    float worst = 0.0f;
     for (std::uint64_t i = 0; i < a.count * a.stride; ++i)
-        worst = std::max(worst, std::abs(a.data[i] - b.data[i]));
-    EXPECT_LE(worst, 1e-5f);
+        ASSERT_NEAR(a.data[i], b.data[i], 1e-5f) << i;
     EXPECT_NE(a.data[8], 0.0f);
-    {
-        // Without a context the same function computes them on the CPU.
-        const test_support::without_context none;
-        update(other);
-    }
+    // Without a context the same function computes them on the CPU.
+    test_support::without_context(), update(other);
     EXPECT_EQ(other.normals()[7].normal, cpu.normals()[7].normal);
     // What a mirror has computed in the GL it does not upload again.
     polygon_mirror mirror(other);
     renderer_.update_frames(mirror);
     mirror.fetch_frames();
-    const watched<&__glewBufferSubData> uploads(false);
-    draw(mirror);
-    EXPECT_EQ(uploads.calls(), 1); // the elements
+    EXPECT_EQ(uploads([&] { draw(mirror); }), 1); // the elements
 }
 
 TEST_F(surface_gl, survives_the_loss_of_its_context) {
