@@ -4,94 +4,65 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <string>
 #include <vector>
 
 using namespace quenvarel;
 
 namespace {
 
-struct reading {
-    options_result result;
-    options_t options;
-    std::string complaint;
-};
-
-reading read(std::vector<const char*> arguments) {
-    arguments.insert(arguments.begin(), "program");
-    const int count = static_cast<int>(arguments.size());
+// The values that are read from arguments separated by blanks, '' for an empty one, or what is said instead.
+std::string read(const char* line) {
+    std::vector<std::string> words{"program"};
+    std::istringstream in(line);
+    for (std::string word; in >> word;)
+        words.push_back(word == "''" ? "" : word);
+    std::vector<const char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(word.c_str());
     arguments.push_back(nullptr);
-    reading got = {};
-    test_support::capture errors(std::cerr);
-    got.result = read_options(count, arguments.data(), got.options);
-    got.complaint = errors.text();
-    return got;
+    options_t o;
+    const test_support::capture errors(std::cerr);
+    const options_result result = read_options(static_cast<int>(words.size()), arguments.data(), o);
+    std::ostringstream read;
+    read << o.channel << ' ' << o.program << ' ' << o.notebase << ' ' << o.velocity << ' ' << o.program_given;
+    if (result == options_result::usage) return errors.text() + "usage";
+    if (result == options_result::refused) return errors.text() + read.str();
+    return errors.text() + read.str() + ' ' + o.device;
 }
 
-TEST(options, values) {
-    using o = options_t;
-    struct {
-        const char* option;
-        std::uint32_t o::*member;
-        const char* value;
-        std::uint32_t expected;
-        const char* complaint = "";
-    } const cases[] = {
-        {"-c", &o::channel, "15", 15},
-        {"-c", &o::channel, "0x0f", 15},
-        {"-c", &o::channel, "017", 15},
-        {"-c", &o::channel, "08", 0},
-        {"-c", &o::channel, "9x", 9},
-        {"-c", &o::channel, "", 0},
-        {"-c", &o::channel, "-4294967290", 6},
-        {"-c", &o::channel, "16", 1, "16: channel number over.\n"},
-        {"-c", &o::channel, "-1", 1, "4294967295: channel number over.\n"},
-        {"-c", &o::channel, "-4294967279", 1, "17: channel number over.\n"},
-        {"-c", &o::channel, "4294967296", 1, "4294967295: channel number over.\n"},
-        {"-p", &o::program, "127", 127},
-        {"-p", &o::program, "0x80", 0, "128: pgmchg number over.\n"},
-        {"-n", &o::notebase, "127", 127},
-        {"-n", &o::notebase, "128", 36, "128: notebase value over.\n"},
-        {"-l", &o::velocity, "127", 127},
-        {"-l", &o::velocity, "0200", 127, "128: velocity value over.\n"},
+TEST(options, are_read_or_refused) {
+    const struct {
+        const char *arguments, *read;
+    } cases[] = {
+        {"synth", "1 0 36 127 0 synth"},
+        {"-l 5 -n 4 -p 0 -c 2 synth -c", "2 0 4 5 1 synth"},
+        {"-c 15 a", "15 0 36 127 0 a"},
+        {"-c 0x0f a", "15 0 36 127 0 a"},
+        {"-c 017 a", "15 0 36 127 0 a"},
+        {"-c 08 a", "0 0 36 127 0 a"},
+        {"-c 9x a", "9 0 36 127 0 a"},
+        {"-c '' a", "0 0 36 127 0 a"},
+        {"-c -4294967290 a", "6 0 36 127 0 a"},
+        {"-c 16 a", "16: channel number over.\n1 0 36 127 0"},
+        {"-c -1 a", "4294967295: channel number over.\n1 0 36 127 0"},
+        {"-c -4294967279 a", "17: channel number over.\n1 0 36 127 0"},
+        {"-c 4294967296 a", "4294967295: channel number over.\n1 0 36 127 0"},
+        {"-p 127 a", "1 127 36 127 1 a"},
+        {"-p 0x80 a", "128: pgmchg number over.\n1 0 36 127 0"},
+        {"-n 127 a", "1 0 127 127 0 a"},
+        {"-n 128 a", "128: notebase value over.\n1 0 36 127 0"},
+        {"-l 127 a", "1 0 36 127 0 a"},
+        {"-l 0200 a", "128: velocity value over.\n1 0 36 127 0"},
+        {"1 -c 99", "1 0 36 127 0 1"},
+        {"-", "1 0 36 127 0 -"},
+        {"-cc 3", "1 0 36 127 0 -cc"},
+        {"-c 2 -5", "2 0 36 127 0 -5"},
+        {"''", "1 0 36 127 0 "},
+        {"-c -c -c", "usage"}, // "-c" is the value of the first, and the second has none
+        {"-c 2", "usage"},
     };
-    for (const auto& c : cases) {
-        const reading got = read({c.option, c.value, "device"});
-        EXPECT_EQ(got.complaint, c.complaint) << c.value;
-        EXPECT_EQ(got.result, *c.complaint ? options_result::refused : options_result::complete) << c.value;
-        EXPECT_EQ(got.options.*c.member, c.expected) << c.option << c.value;
-    }
-}
-
-TEST(options, where_the_device_argument_is) {
-    struct {
-        std::vector<const char*> arguments;
-        const char* device; // null: usage
-    } const cases[] = {
-        {{"1", "-c", "99"}, "1"},
-        {{"-"}, "-"},
-        {{"-cc", "3"}, "-cc"},
-        {{"-c", "2", "-5"}, "-5"},
-        {{""}, ""},
-        {{"-c", "-c", "-c"}, nullptr}, // "-c" is the value of the first, and the second has none
-        {{"-c", "2"}, nullptr},
-    };
-    for (const auto& c : cases) {
-        const reading got = read(c.arguments);
-        EXPECT_EQ(got.result, c.device ? options_result::complete : options_result::usage);
-        EXPECT_STREQ(got.options.device, c.device);
-        EXPECT_EQ(got.complaint, "");
-    }
-}
-
-TEST(options, all_of_them_and_none) {
-    const auto values = [](const options_t& o) {
-        return std::array{o.channel, o.program, o.notebase, o.velocity, std::uint32_t(o.program_given)};
-    };
-    EXPECT_EQ(values(read({"synth"}).options), (std::array{1u, 0u, 36u, 127u, 0u}));
-    EXPECT_EQ(values(read({"-l", "5", "-n", "4", "-p", "0", "-c", "2", "synth", "-c"}).options),
-              (std::array{2u, 0u, 4u, 5u, 1u}));
+    for (const auto& c : cases)
+        EXPECT_EQ(read(c.arguments), c.read) << c.arguments;
 }
 
 } // namespace

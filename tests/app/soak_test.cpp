@@ -3,22 +3,16 @@
 //
 // QUENVAREL_SOAK=50 in the environment makes it so many times longer: a million events.
 
-#include "app/quenvarel.h"
-#include "midi/midi_out.h"
+#include "player_driver.h"
 #include "support/gl_context.h"
-#include "support/recording_service.h"
 
 #include <GL/glew.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iostream>
-#include <limits>
 #include <malloc.h>
 #include <random>
 #include <unistd.h>
@@ -36,49 +30,39 @@ int times() {
     return text ? std::max(std::atoi(text), 1) : 1;
 }
 
-struct usage {
-    std::size_t heap;     // bytes in use
-    std::size_t resident; // bytes of memory
-    int gl_objects;
+// Bytes of the heap in use, bytes of memory, GL objects.
+using usage = std::array<std::size_t, 3>;
 
-    static usage now() {
-        usage u{mallinfo2().uordblks + mallinfo2().hblkhd, 0, 0};
-        std::size_t pages = 0;
-        std::ifstream("/proc/self/statm") >> pages >> u.resident;
-        u.resident *= std::size_t(sysconf(_SC_PAGESIZE));
-        for (GLuint name = 1; name < 4000; ++name)
-            u.gl_objects += glIsBuffer(name) + glIsTexture(name) + glIsVertexArray(name) + glIsProgram(name) +
-                            glIsShader(name) + glIsFramebuffer(name) + glIsRenderbuffer(name) +
-                            glIsQuery(name);
-        return u;
-    }
-};
+usage used_now() {
+    std::size_t pages = 0, objects = 0;
+    std::ifstream("/proc/self/statm") >> pages >> pages;
+    for (GLuint name = 1; name < 4000; ++name)
+        objects += glIsBuffer(name) + glIsTexture(name) + glIsVertexArray(name) + glIsProgram(name) +
+                   glIsShader(name) + glIsFramebuffer(name) + glIsRenderbuffer(name) + glIsQuery(name);
+    return {mallinfo2().uordblks + mallinfo2().hblkhd, pages * std::size_t(sysconf(_SC_PAGESIZE)), objects};
+}
 
 // Runs the work in ten stretches and compares the most that is in use after each of the first three, when all
 // has been used once, with the least after each of the last three. slack: by how many bytes the heap may
 // differ, as what the GL needs differs with the view.
 template <class Work>
 void expect_flat(const char* name, int count, std::size_t slack, Work work) {
-    usage warm{}, end{SIZE_MAX, SIZE_MAX, INT_MAX};
+    usage warm{}, end{SIZE_MAX, SIZE_MAX, SIZE_MAX};
     for (int stretch = 0; stretch < 10; ++stretch) {
         for (int i = 0; i < std::max(count / 10, 1); ++i)
             work();
-        const usage now = usage::now();
-        std::printf("%s %d: heap %zu KiB, resident %zu KiB, %d GL objects\n", name,
-                    (stretch + 1) * std::max(count / 10, 1), now.heap >> 10, now.resident >> 10,
-                    now.gl_objects);
-        if (stretch < 3)
-            warm = {std::max(warm.heap, now.heap), std::max(warm.resident, now.resident),
-                    std::max(warm.gl_objects, now.gl_objects)};
-        if (stretch >= 7)
-            end = {std::min(end.heap, now.heap), std::min(end.resident, now.resident),
-                   std::min(end.gl_objects, now.gl_objects)};
+        const usage now = used_now();
+        std::printf("%s %d: heap %zu KiB, resident %zu KiB, %zu GL objects\n", name,
+                    (stretch + 1) * std::max(count / 10, 1), now[0] >> 10, now[1] >> 10, now[2]);
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            if (stretch < 3) warm[i] = std::max(warm[i], now[i]);
+            if (stretch >= 7) end[i] = std::min(end[i], now[i]);
+        }
     }
-    EXPECT_LE(end.gl_objects, warm.gl_objects);
-    if (measures_memory) {
-        EXPECT_LE(end.heap, warm.heap + slack);
-        EXPECT_LE(end.resident, warm.resident + slack + (4 << 20));
-    }
+    EXPECT_LE(end[2], warm[2]);
+    if (!measures_memory) return;
+    EXPECT_LE(end[0], warm[0] + slack);
+    EXPECT_LE(end[1], warm[1] + slack + (4 << 20));
 }
 
 class soak : public test_support::gl_test {
@@ -86,22 +70,16 @@ protected:
     void SetUp() override {
         gl_test::SetUp();
         if (HasFatalFailure()) return;
-        before_err_ = std::cerr.rdbuf(nullptr);
-        before_out_ = std::cout.rdbuf(nullptr);
-        service_.records = false;
-        port_.open(0u);
-        quenvarel::midi_port = &port_;
-        player_.emplace(QUENVAREL_BIN "/quenvarel", 1, 0, 36, 127, false);
-        player_->init();
+        driver_.emplace(test_support::player_settings{}, QUENVAREL_BIN "/quenvarel");
+        std::cerr.rdbuf(nullptr); // the driver would keep all of it, and brings back what was there
+        service_ = &driver_->service();
+        service_->records = false;
+        player_ = &driver_->player();
         player_->reshape(800, 200);
         player_->display();
     }
     void TearDown() override {
-        if (player_) player_->closing();
-        player_.reset();
-        quenvarel::midi_port = nullptr;
-        std::cerr.rdbuf(before_err_);
-        std::cout.rdbuf(before_out_);
+        driver_.reset();
         gl_test::TearDown();
     }
 
@@ -110,8 +88,7 @@ protected:
     // Keys mostly, as in playing; what has gone down mostly comes up.
     void any_event() {
         constexpr int specials[] = {1, 2, 3, 4, 5, 104, 105, 106, 107, 108, 112, 113, 116, 117};
-        constexpr int highest = std::numeric_limits<int>::max();
-        const int x = below(50) ? below(900) - 50 : highest, y = below(50) ? below(240) - 20 : -highest - 1;
+        const int x = below(50) ? below(900) - 50 : INT_MAX, y = below(50) ? below(240) - 20 : INT_MIN;
         const int special = specials[below(std::size(specials))];
         const int character = below(8) ? 'a' + below(26) : below(256);
         const auto key = static_cast<unsigned char>(character == 27 ? ' ' : character); // Escape ends it all
@@ -138,11 +115,10 @@ protected:
             player_->display();
     }
 
-    std::streambuf *before_err_ = nullptr, *before_out_ = nullptr;
-    test_support::recording_service service_;
-    const decltype(service_.sounding) silence_{};
-    midi::midi_out_t port_{service_};
-    std::optional<quenvarel::Quenvarel> player_;
+    const decltype(test_support::recording_service::sounding) silence_{};
+    std::optional<test_support::player_driver> driver_;
+    test_support::recording_service* service_ = nullptr;
+    quenvarel::Quenvarel* player_ = nullptr;
     std::mt19937 random_{20240229};
 };
 
@@ -151,13 +127,12 @@ TEST_F(soak, random_events) {
         any_event();
         if (below(200)) return;
         player_->keyboardup(' ', 0, 0);
-        EXPECT_EQ(service_.sounding, silence_) << "after Space";
+        EXPECT_EQ(service_->sounding, silence_) << "after Space";
     });
-    EXPECT_GT(service_.notes_on, 1000u);
+    EXPECT_GT(service_->notes_on, 1000u);
     player_->keyboard('z', 0, 0);
-    player_->closing();
-    player_.reset();
-    EXPECT_EQ(service_.sounding, silence_) << "at the end";
+    driver_->end();
+    EXPECT_EQ(service_->sounding, silence_) << "at the end";
 }
 
 TEST_F(soak, redraws) {

@@ -5,15 +5,12 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
-namespace {
-
-using calls = std::vector<std::string>;
 using test_support::recording_service;
 
 TEST(joined_outputs, number_the_devices_of_all_services) {
     midi::joined_outputs joined;
     std::vector<recording_service*> parts;
-    for (const calls& names : {calls{"A", "B"}, calls{}, calls{"C"}}) {
+    for (const std::vector<std::string>& names : {std::vector<std::string>{"A", "B"}, {}, {"C"}}) {
         auto part = std::make_unique<recording_service>(names);
         parts.push_back(part.get());
         joined.add(std::move(part));
@@ -24,12 +21,10 @@ TEST(joined_outputs, number_the_devices_of_all_services) {
 
     // A device that appears is not seen before the next count, so that numbers keep meaning what was listed.
     parts[1]->names.push_back("New");
-    for (recording_service* part : parts)
-        part->clear();
+    parts[2]->calls.clear();
     std::unique_ptr<midi::output_device_t> device;
     EXPECT_EQ(joined.open(2, device), midi::no_error);
-    EXPECT_EQ(parts[2]->calls, calls{"open 0"});
-    device.reset();
+    EXPECT_EQ(parts[2]->calls, "open 0");
     std::string name;
     EXPECT_NE(joined.device_name(3, name), midi::no_error);
     EXPECT_NE(joined.open(3, device), midi::no_error);
@@ -37,5 +32,3 @@ TEST(joined_outputs, number_the_devices_of_all_services) {
     parts[0]->open_result = 4;
     EXPECT_EQ(joined.open(1, device), 4u) << "the service's own code";
 }
-
-} // namespace

@@ -3,8 +3,6 @@
 #include "support/recording_service.h"
 
 #include <gtest/gtest.h>
-#include <iostream>
-#include <sstream>
 
 namespace {
 
@@ -28,22 +26,15 @@ TEST(port_choice, lists_devices) {
 }
 
 TEST(port_choice, reads_device_arguments) {
-    const std::pair<const char*, std::int32_t> numbers[] = {
-        {"-", -1},
-        {"-0", -1},
-        {"-3", -4},
-        {"-0x10", -17},
-        {"0x1F", 31},
-        {"010", 8},
-        {"2147483648", 2147483647},
-        {"99999999999999999999999", 2147483647},
-        {"-2147483647", INT32_MIN},
-        {"-99999999999999999999999", INT32_MIN},
-    };
-    for (const auto& [argument, number] : numbers) {
-        EXPECT_FALSE(midi::parsedevice(argument).has_name) << argument;
-        EXPECT_EQ(midi::parsedevice(argument).number, number) << argument;
+    std::istringstream numbers("- -1  -0 -1  -3 -4  -0x10 -17  0x1F 31  010 8  2147483648 2147483647  "
+                               "99999999999999999999999 2147483647  -2147483647 -2147483648  "
+                               "-99999999999999999999999 -2147483648");
+    std::int32_t number = 0;
+    for (std::string argument; numbers >> argument >> number;) {
+        EXPECT_FALSE(midi::parsedevice(argument.c_str()).has_name) << argument;
+        EXPECT_EQ(midi::parsedevice(argument.c_str()).number, number) << argument;
     }
+    EXPECT_EQ(number, INT32_MIN) << "all are read";
     for (const char* name : {"-5a", "--1", "08", "0x", "1 ", " 1", "+1", ""}) {
         EXPECT_TRUE(midi::parsedevice(name).has_name) << name;
         EXPECT_EQ(midi::parsedevice(name).number, 0) << name;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,8 +18,10 @@ public:
     explicit scripted_inputs(std::vector<std::string> device_names) : names(std::move(device_names)) {}
 
     std::vector<std::string> names;
-    std::vector<std::string> failing; // calls that fail with code 7
-    std::vector<std::string> calls;   // in order: "open 1", "start", "prepare", "queue", ... , "destroyed"
+    std::set<std::string> failing; // calls that fail with code 7
+    std::string calls;             // in order: "open 1; start; prepare; queue; ... destroyed; "
+
+    std::string take_calls() { return std::exchange(calls, {}); }
 
     std::uint32_t device_count() override { return std::uint32_t(names.size()); }
     midi::result_t device_name(std::uint32_t device, std::string& name) override {
@@ -51,36 +54,31 @@ public:
 
 private:
     midi::result_t note(const std::string& call) {
-        calls.push_back(call);
-        return std::find(failing.begin(), failing.end(), call) != failing.end() ? 7 : midi::no_error;
+        calls += call + "; ";
+        return failing.count(call) ? 7 : midi::no_error;
     }
 
-    class device_t : public midi::input_device_t {
-    public:
-        explicit device_t(scripted_inputs& service) : service_(service) {}
-        ~device_t() override { service_.note("destroyed"); }
-        midi::result_t start() override { return service_.note("start"); }
-        midi::result_t prepare(midi::input_buffer_t&) override { return service_.note("prepare"); }
+    struct device_t : midi::input_device_t {
+        scripted_inputs& service;
+        explicit device_t(scripted_inputs& its_service) : service(its_service) {}
+        ~device_t() override { service.note("destroyed"); }
+        midi::result_t start() override { return service.note("start"); }
+        midi::result_t prepare(midi::input_buffer_t&) override { return service.note("prepare"); }
         midi::result_t queue(midi::input_buffer_t& buffer) override {
-            service_.queued_ = &buffer;
-            return service_.note(buffer.recorded == 0 ? "queue" : "queue with bytes");
+            service.queued_ = &buffer;
+            return service.note(buffer.recorded == 0 ? "queue" : "queue with bytes");
         }
-        midi::result_t stop() override { return service_.note("stop"); }
+        midi::result_t stop() override { return service.note("stop"); }
         midi::result_t reset() override {
-            const midi::result_t result = service_.note("reset");
             std::vector<std::uint8_t> nothing;
-            service_.send_long(nothing, 0);
-            return result;
+            service.send_long(nothing, 0);
+            return service.note("reset");
         }
-        midi::result_t unprepare(midi::input_buffer_t&) override { return service_.note("unprepare"); }
+        midi::result_t unprepare(midi::input_buffer_t&) override { return service.note("unprepare"); }
         midi::result_t close() override {
-            const midi::result_t result = service_.note("close");
-            service_.send(midi::input_event::close, 3, 4);
-            return result;
+            service.send(midi::input_event::close, 3, 4);
+            return service.note("close");
         }
-
-    private:
-        scripted_inputs& service_;
     };
 
     midi::input_sink_t* sink_ = nullptr;
