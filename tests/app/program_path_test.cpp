@@ -12,9 +12,7 @@ using namespace quenvarel;
 namespace {
 
 TEST(program_path, extension_gives_way_to_the_dot) {
-    struct {
-        const char *path, *base;
-    } const cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"quenvarel", "quenvarel."},
         {"quenvarel.exe", "quenvarel."},
         {"a.b/quenvarel", "a.b/quenvarel."},
@@ -29,8 +27,8 @@ TEST(program_path, extension_gives_way_to_the_dot) {
         {"C:.exe", "C:.exe."},
 #endif
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(without_extension(c.path), c.base) << c.path;
+    for (const auto& [path, base] : cases)
+        EXPECT_EQ(without_extension(path), base) << path;
 }
 
 TEST(program_path, models_are_looked_for_as_typed_then_beside_the_program_then_where_data_is_installed) {
