@@ -3,8 +3,6 @@
 
 #include <GL/glew.h>
 
-#include <tuple>
-
 namespace test_support {
 
 // While it lives, every call through the loader's pointer at Pointer (for example &__glewBindBuffer) is
@@ -45,16 +43,5 @@ private:
     static inline int calls_ = 0;
     static inline bool with_errors_ = true;
 };
-
-// While it lives, every call that makes, binds, fills or begins something leaves an error behind, so that
-// every step check reports.
-using everything_fails =
-    std::tuple<watched<&__glewActiveTexture>, watched<&__glewAttachShader>,
-               watched<&__glewBeginTransformFeedback>, watched<&__glewBindBuffer>,
-               watched<&__glewBindBufferBase>, watched<&__glewBindTransformFeedback>,
-               watched<&__glewBindVertexArray>, watched<&__glewBufferData>, watched<&__glewCompileShader>,
-               watched<&__glewEndTransformFeedback>, watched<&__glewGenBuffers>,
-               watched<&__glewGetUniformLocation>, watched<&__glewTransformFeedbackVaryings>,
-               watched<&__glewUniform1i>, watched<&__glewUniformMatrix4fv>, watched<&__glewUseProgram>>;
 
 } // namespace test_support
