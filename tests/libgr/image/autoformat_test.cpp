@@ -22,16 +22,12 @@ using pictures::said;
 using test_support::temporary_directory;
 
 TEST(autoformat, the_extension_decides_whatever_its_case) {
-    struct {
-        const char* name;
-        file_format expected;
-    } const cases[] = {
-        {"a.jpg", file_format::jpeg},  {"a.JPG", file_format::jpeg}, {"a.b.Bmp", file_format::bmp},
-        {".png", file_format::png},    {"a.tGa", file_format::tga},  {"a.jpeg", file_format::unknown},
-        {"jpg", file_format::unknown}, {"", file_format::unknown},   {"a.png ", file_format::unknown},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(format_of(c.name), c.expected) << c.name;
+    using enum file_format;
+    const std::pair<const char*, file_format> cases[] = {
+        {"a.JPG", jpeg},     {"a.b.Bmp", bmp}, {".png", png}, {"a.tGa", tga},
+        {"a.jpeg", unknown}, {"jpg", unknown}, {"", unknown}, {"a.png ", unknown}};
+    for (const auto& [name, format] : cases)
+        EXPECT_EQ(format_of(name), format) << name;
 
     image2d image = noise(2, 2);
     EXPECT_EQ(said([&] { EXPECT_FALSE(autoloadformat(image, "a.jpeg")); }),
@@ -70,7 +66,10 @@ TEST(autoformat, files_that_are_no_pictures_are_one_line) {
 }
 
 TEST(autoformat, what_a_format_takes_comes_back_and_the_rest_is_refused) {
-    constexpr pixel_descriptor as_written = {99};
+    constexpr pixel_descriptor as_written = {99}, numbers = {pixel_format::color_index};
+    constexpr auto of = [](std::uint32_t format, std::uint32_t type, std::uint32_t bits) {
+        return pixel_descriptor{format, type, bits};
+    };
     struct {
         const char* name;
         std::vector<pixel_descriptor> taken;
@@ -81,40 +80,26 @@ TEST(autoformat, what_a_format_takes_comes_back_and_the_rest_is_refused) {
         {"a.bmp",
          {grey1, grey4, grey8, bgr8},
          as_written,
-         {bgra8,
-          rgb8,
-          grey2,
-          grey16,
-          {pixel_format::bgr, 2, bits_class::bits_8},
-          {pixel_format::color_index}},
+         {bgra8, rgb8, grey2, grey16, of(pixel_format::bgr, 2, bits_class::bits_8), numbers},
          "convert(to bmp): not supported format."},
         {"a.tga",
          {grey8, bgr8, bgra8, bgra5551},
          as_written,
-         {grey_alpha8,
-          rgb16,
-          grey4,
-          {pixel_format::rgb, 1, bits_class::packed_1_5_5_5},
-          {pixel_format::color_index}},
+         {grey_alpha8, rgb16, grey4, of(pixel_format::rgb, 1, bits_class::packed_1_5_5_5), numbers},
          "convert(to tga): not supported format."},
         {"a.tga", {rgb8}, bgr8, {}, ""},
         {"a.tga", {rgba8}, bgra8, {}, ""},
         {"a.png",
          {grey1, grey2, grey4, grey8, grey16, grey_alpha8, grey_alpha16, rgb8, rgb16, rgba8, rgba16},
          as_written,
-         {bgr8,
-          bgra8,
-          bgra5551,
-          {0, 1, bits_class::bits_12},
-          {0, 1, bits_class::bits_32},
-          {0, 2, bits_class::bits_16}},
+         {bgr8, bgra8, bgra5551, of(0, 1, bits_class::bits_12), of(0, 1, bits_class::bits_32),
+          of(0, 2, bits_class::bits_16)},
          "convert(to png): not supported format."},
         {"a.jpg",
          {},
          {},
          {bgr8, rgba8, rgb16, grey_alpha8, signed_rgb8},
-         "convert(to jpeg): not supported format."},
-    };
+         "convert(to jpeg): not supported format."}};
     const temporary_directory folder;
     for (const auto& c : cases) {
         const std::string name = folder.write(c.name, "old");

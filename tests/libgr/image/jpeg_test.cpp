@@ -41,6 +41,13 @@ jpeg_file file_of(const std::string& bytes) {
     return file;
 }
 
+void expect_near(const image2d& is, const image2d& should, int tolerance) {
+    const std::vector<int> a = pictures::bytes(is), b = pictures::bytes(should);
+    ASSERT_EQ(a.size(), b.size());
+    for (std::size_t i = 0; i < a.size(); ++i)
+        ASSERT_NEAR(a[i], b[i], tolerance) << "byte " << i;
+}
+
 jpeg_file encoded(const image2d& image, jpeg_markers markers = {}, int quality = 95, bool baseline = true) {
     jpeg_file file;
     file.name = "test.jpg";
@@ -81,7 +88,8 @@ std::string coded(int components, J_COLOR_SPACE space, SetUp set_up, JDIMENSION 
 }
 
 constexpr auto usual = [](jpeg_compress_struct&) {};
-constexpr auto progressive = [](jpeg_compress_struct& info) { jpeg_simple_progression(&info); };
+constexpr auto progressive = [](auto& info) { jpeg_simple_progression(&info); };
+constexpr auto arithmetic = [](auto& info) { info.arith_code = TRUE; };
 
 TEST(jpeg, keeps_a_soft_picture) {
     for (const pixel_descriptor& d : {kinds::grey8, kinds::rgb8, kinds::ycbcr8}) {
@@ -90,10 +98,7 @@ TEST(jpeg, keeps_a_soft_picture) {
         image2d read;
         ASSERT_TRUE(decode_jpeg(read, file, d == kinds::ycbcr8));
         EXPECT_EQ(read.descriptor, d);
-        const std::vector<int> before = pictures::bytes(image), after = pictures::bytes(read);
-        ASSERT_EQ(after.size(), before.size());
-        for (std::size_t i = 0; i < after.size(); ++i)
-            EXPECT_NEAR(after[i], before[i], 6) << d.format;
+        expect_near(read, image, 6);
     }
     // Only without the flag steps take more than 8 bits: the first table begins with the width of its
     // entries.
@@ -105,17 +110,15 @@ TEST(jpeg, keeps_a_soft_picture) {
 
 TEST(jpeg, what_is_decoded_and_turned_and_what_is_refused) {
     constexpr char decoding[] = "test.jpg: jpeg decompress fail, stop.\n",
-                   turning[] = "test.jpg: jpeg transform fail, stop.\n";
-    constexpr char needs[] = "test.jpg: picture needs 1 MiB of memory, more than the 0 MiB allowed.\n";
-    const std::string whole = text(encoded(soft(64, 64)).bytes);
-    const std::string scans = coded(3, JCS_RGB, progressive);
+                   turning[] = "test.jpg: jpeg transform fail, stop.\n",
+                   needs[] = "test.jpg: picture needs 1 MiB of memory, more than the 0 MiB allowed.\n";
+    const std::string whole = text(encoded(soft(64, 64)).bytes), scans = coded(3, JCS_RGB, progressive);
     std::string huge = coded(3, JCS_RGB, usual), endless = scans;
     huge.replace(huge.find("\xFF\xC0") + 5, 4, "\x10\0\x10\0"s);
     const std::string last =
         scans.substr(scans.rfind("\xFF\xDA"), scans.size() - 2 - scans.rfind("\xFF\xDA"));
     for (int i = 0; i < 500; ++i)
         endless.insert(scans.size() - 2, last);
-    const auto arithmetic = [](auto& info) { info.arith_code = TRUE; };
     const auto damaged = [&](std::size_t from_end, std::size_t erased, const std::string& inserted) {
         return std::string(whole).replace(whole.size() - from_end, erased, inserted);
     };
@@ -134,7 +137,6 @@ TEST(jpeg, what_is_decoded_and_turned_and_what_is_refused) {
         {"another scan may have followed", scans.substr(0, scans.size() - 2), decoding, turning},
         {"damaged inside", damaged(60, 50, ""), "test.jpg: jpeg decompress fail, but continue.\n", turning},
         {"damaged behind the last row", damaged(2, 0, "a sentence that is no marker"), decoding, turning},
-        {"a frame behind the last row", damaged(2, 0, "\xFF\xC0"), decoding, turning},
         {"few bytes of many pixels", huge, decoding, turning},
         {"few bytes of one colour", coded(1, JCS_GRAYSCALE, arithmetic, 3000), "", ""},
         {"scans without end", endless, decoding, turning},
@@ -158,13 +160,11 @@ TEST(jpeg, what_is_decoded_and_turned_and_what_is_refused) {
 }
 
 TEST(jpeg, markers_are_written_back) {
-    const jpeg_markers markers = {
-        {0xFE, buffer("a comment")},
-        {0xE0, buffer("JFIF\0\1\1\1\0\x48\0\x90\0\0"s)},
-        {0xE1, buffer(std::string(65533, 'x'))},
-        {0xEE, buffer("Adobe\0\x64\0\0\0\0\0"s)},
-        {0xEF, buffer("")},
-    };
+    const jpeg_markers markers = {{0xFE, buffer("a comment")},
+                                  {0xE0, buffer("JFIF\0\1\1\1\0\x48\0\x90\0\0"s)},
+                                  {0xE1, buffer(std::string(65533, 'x'))},
+                                  {0xEE, buffer("Adobe\0\x64\0\0\0\0\0"s)},
+                                  {0xEF, buffer("")}};
     jpeg_file file = encoded(soft(16, 16), markers);
     image2d image;
     for (const char* density : {"\1\0\x48\0\x90", "\1\0\x90\0\x48"}) { // turned, the other way round
@@ -216,10 +216,7 @@ TEST(jpeg_turn, pixels_go_round_to_the_right) {
                     std::copy_n(expected.pixel(x, y), 3, next.pixel(y, expected.width - 1 - x));
             expected = next;
         }
-        const std::vector<int> is = pictures::bytes(turned), should = pictures::bytes(expected);
-        ASSERT_EQ(is.size(), should.size());
-        for (std::size_t i = 0; i < is.size(); ++i)
-            ASSERT_NEAR(is[i], should[i], 8) << turns << " turns, byte " << i;
+        expect_near(turned, expected, 8);
     }
 }
 

@@ -24,8 +24,8 @@ std::string be(std::uint64_t value, int count) {
 
 std::string chunk(const std::string& name, const std::string& data) {
     const std::string body = name + data;
-    const auto crc = crc32(0, reinterpret_cast<const Bytef*>(body.data()), uInt(body.size()));
-    return be(data.size(), 4) + body + be(crc, 4);
+    return be(data.size(), 4) + body +
+           be(crc32(0, reinterpret_cast<const Bytef*>(body.data()), uInt(body.size())), 4);
 }
 
 std::string deflated(const std::string& data) {

