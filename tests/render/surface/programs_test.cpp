@@ -33,15 +33,14 @@ void expect_near(const floats& actual, const floats& expected, const char* what,
             << what << ", float " << i;
 }
 
-const layout_ref lit_layout =
-    make_layout({attribute::position, attribute::rgba, attribute::texcoord2, attribute::position,
-                 attribute::position, attribute::position, attribute::position, attribute::rgba,
-                 attribute::texcoord2, attribute::position, attribute::position, attribute::position});
-const layout_ref surface_layout =
-    make_layout({attribute::position, attribute::rgba, attribute::texcoord2, attribute::position,
-                 attribute::position, attribute::position});
 const layout_ref colored_layout = make_layout({attribute::position, attribute::rgba});
 const layout_ref textured_layout = make_layout({attribute::position, attribute::rgba, attribute::texcoord2});
+
+layout_ref layout_of_two() {
+    using enum attribute;
+    return make_layout({position, rgba, texcoord2, position, position, position, position, rgba, texcoord2,
+                        position, position, position});
+}
 
 class Programs : public gl_test {
 protected:
@@ -76,7 +75,7 @@ TEST_F(Programs, SurfaceVertexStage) {
         program.set("SkyBox", skybox);
         const test_vertex v = random.next();
         const floats expected = flat(test_support::surface_vertex(v, view, skybox, 0.75f));
-        expect_near(program.run(surface_layout, flat(v), expected.size()), expected, "vertex");
+        expect_near(program.run(surface_layout(), flat(v), expected.size()), expected, "vertex");
     }
 }
 
@@ -137,7 +136,7 @@ TEST_F(Programs, MorphingBlendsTwoSurfaces) {
             surrounding(lit, norm, around, view);
         if (!sure) continue;
         ++compared;
-        expect_near(flat(program.pixel(lit_layout, flat(a, b))), flat(expected),
+        expect_near(flat(program.pixel(layout_of_two(), flat(a, b))), flat(expected),
                     ("morphing " + std::to_string(round)).c_str(), 0.02f);
     }
     EXPECT_GT(compared, 10);
@@ -212,7 +211,7 @@ TEST_F(Programs, SelectionQuartersTheAlphaOfMarkedTriangles) {
         input.insert(input.end(), in.begin(), in.end());
         expected.insert(expected.end(), out.begin(), out.end());
     }
-    expect_near(program.run(surface_layout, input, expected.size()), expected, "selection");
+    expect_near(program.run(surface_layout(), input, expected.size()), expected, "selection");
 }
 
 TEST_F(Programs, ClippedPointsKnowWhetherTheyAreInside) {

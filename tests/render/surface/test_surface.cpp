@@ -6,28 +6,18 @@ using namespace render;
 
 test_surface::test_surface(const std::vector<test_vertex>& vertices, const std::vector<std::uint32_t>& strips)
     : count_(vertices.size()) {
-    std::vector<float> positions, frames;
-    for (const test_vertex& v : vertices) {
-        positions.insert(positions.end(), {v.position.x, v.position.y, v.position.z, v.color.r, v.color.g,
-                                           v.color.b, v.color.a, v.texcoord.s, v.texcoord.t});
-        for (const dir3& d : {v.tangent, v.binormal, v.normal})
-            frames.insert(frames.end(), {d.x, d.y, d.z});
-    }
-    vertices_.allocate(count_, make_layout({attribute::position, attribute::rgba, attribute::texcoord2}),
-                       positions.data());
-    frames_.allocate(count_, make_layout({attribute::position, attribute::position, attribute::position}),
-                     frames.data());
+    vertices_.allocate(count_, surface_layout(), vertices.data());
     elements_.allocate(strips.size());
     elements_.upload(strips);
     layout_.create();
     vertices_.bind_layout_to(layout_, 0);
-    frames_.bind_layout_to(layout_, 3);
 }
 
 void test_surface::set_directions(const std::vector<std::array<dir3, 4>>& directions, std::uint64_t floats) {
-    const auto four =
-        make_layout({attribute::position, attribute::position, attribute::position, attribute::position});
-    directions_.allocate(directions.size(), four, directions.data());
+    using enum attribute;
+    frames_.allocate(count_, make_layout({position, position, position}));
+    directions_.allocate(directions.size(), make_layout({position, position, position, position}),
+                         directions.data());
     feedback_layout_.create();
     vertices_.bind_layout_to(feedback_layout_, 0);
     directions_.bind_layout_to(feedback_layout_, 3);

@@ -21,6 +21,10 @@ struct test_vertex {
     render::txc2 texcoord;
     render::dir3 tangent, binormal, normal;
 };
+inline render::layout_ref surface_layout() {
+    using enum render::attribute;
+    return render::make_layout({position, rgba, texcoord2, position, position, position});
+}
 
 // Triangle strips in a GL buffer of their own.
 class test_surface : public render::drawable {
