@@ -160,54 +160,44 @@ TEST(tga, colour_maps) {
 
 TEST(bmp_and_tga, what_cannot_be_right_is_refused_with_one_line) {
     constexpr std::uint32_t most = 0xFFFFFFFF;
-    const std::pair<bmp, const char*> bmps[] = {
-        {{.compression = 1}, ": compressed bmp not supported."},
-        {{.bit_count = 16}, ": bmp bit count not supported."},
-        {{.width = 0}, ": bmp size not supported."},
-        {{.width = most}, ": bmp size not supported."},
-        {{.height = 0}, ": bmp size not supported."},
-        {{.height = most}, ": top-down bmp not supported."},
-        {{.height = 0x80000000}, ": top-down bmp not supported."},
-        {{.width = 0x7FFFFFFF, .height = 0x7FFFFFFF}, ": bmp file is truncated."},
-        {{.pixels = std::string(15, 'x')}, ": bmp file is truncated."},
-        {{.offset = 53}, ": bmp pixels lie outside the file."},
-        {{.offset = 71}, ": bmp pixels lie outside the file."},
-        {{.offset = most}, ": bmp pixels lie outside the file."},
-        {{.offset = 54, .info_bytes = 108}, ": bmp pixels lie outside the file."},
-        {{.info_bytes = 12}, ": bmp header not supported."},
-        {{.info_bytes = most}, ": bmp header not supported."},
+    const std::pair<const char*, std::vector<bmp>> bmps[] = {
+        {": compressed bmp not supported.", {{.compression = 1}}},
+        {": bmp bit count not supported.", {{.bit_count = 16}}},
+        {": bmp size not supported.", {{.width = 0}, {.width = most}, {.height = 0}}},
+        {": top-down bmp not supported.", {{.height = most}, {.height = 0x80000000}}},
+        {": bmp file is truncated.",
+         {{.width = 0x7FFFFFFF, .height = 0x7FFFFFFF}, {.pixels = std::string(15, 'x')}}},
+        {": bmp pixels lie outside the file.",
+         {{.offset = 53}, {.offset = 71}, {.offset = most}, {.offset = 54, .info_bytes = 108}}},
+        {": bmp header not supported.", {{.info_bytes = 12}, {.info_bytes = most}}},
     };
-    const std::pair<tga, const char*> tgas[] = {
-        {{.image_type = 0}, ": tga image type not supported."},
-        {{.image_type = 3}, ": tga image type not supported."},
-        {{.flags = 0x20}, ": tga row order not supported."},
-        {{.flags = 0x40}, ": tga row order not supported."},
-        {{.flags = 0x80}, ": tga row order not supported."},
-        {{.depth = 15}, ": tga pixel depth not supported."},
-        {{.width = 0}, ": tga picture has no pixels."},
-        {{.height = 0}, ": tga picture has no pixels."},
-        {{.width = 65535, .height = 65535, .depth = 32}, ": tga file is truncated."},
-        {{.pixels = std::string(11, 'x')}, ": tga file is truncated."},
-        {{.map_type = 1, .map_length = 1, .map_entry_bits = 8}, ": tga file is truncated."},
-        {{.map_type = 1, .image_type = 1, .map_length = 1, .map_entry_bits = 24, .map = "abc"},
-         ": tga colour map not supported."},
-        {{.map_type = 1, .image_type = 1, .map_length = 1, .map_entry_bits = 14, .depth = 8, .map = "ab"},
-         ": tga colour map not supported."},
-        {{.map_type = 1, .image_type = 1, .map_length = 65535, .map_entry_bits = 32, .depth = 8},
-         ": tga file is truncated."},
+    const std::pair<const char*, std::vector<tga>> tgas[] = {
+        {": tga image type not supported.", {{.image_type = 0}, {.image_type = 3}}},
+        {": tga row order not supported.", {{.flags = 0x20}, {.flags = 0x40}, {.flags = 0x80}}},
+        {": tga pixel depth not supported.", {{.depth = 15}}},
+        {": tga picture has no pixels.", {{.width = 0}, {.height = 0}}},
+        {": tga file is truncated.",
+         {{.width = 65535, .height = 65535, .depth = 32},
+          {.pixels = std::string(11, 'x')},
+          {.map_type = 1, .map_length = 1, .map_entry_bits = 8},
+          {.map_type = 1, .image_type = 1, .map_length = 65535, .map_entry_bits = 32, .depth = 8}}},
+        {": tga colour map not supported.",
+         {{.map_type = 1, .image_type = 1, .map_length = 1, .map_entry_bits = 24, .map = "abc"},
+          {.map_type = 1, .image_type = 1, .map_length = 1, .map_entry_bits = 14, .depth = 8, .map = "ab"}}},
     };
     const temporary_directory folder;
-    const auto refused = [&](const auto& files, const char* extension, auto load) {
-        const std::string name = folder.file(extension);
-        for (const auto& [file, line] : files) {
-            image2d image;
-            folder.write(extension, file.file());
-            EXPECT_EQ(said([&] { EXPECT_FALSE(load(image, name)); }), name + line + "\n");
-            EXPECT_TRUE(image.pixels.empty());
-        }
+    const auto refuse = [&](const auto& lines, const std::string& base, auto load) {
+        const std::string name = folder.file(base);
+        for (const auto& [line, files] : lines)
+            for (const auto& file : files) {
+                image2d image;
+                folder.write(base, file.file());
+                EXPECT_EQ(said([&] { EXPECT_FALSE(load(image, name)); }), name + line + "\n");
+                EXPECT_TRUE(image.pixels.empty());
+            }
     };
-    refused(bmps, "a.bmp", [](image2d& to, const std::string& name) { return load_bmp(to, name); });
-    refused(tgas, "a.tga", [](image2d& to, const std::string& name) { return load_tga(to, name); });
+    refuse(bmps, "a.bmp", [](image2d& to, const std::string& name) { return load_bmp(to, name); });
+    refuse(tgas, "a.tga", [](image2d& to, const std::string& name) { return load_tga(to, name); });
 }
 
 // With the reader's option, alpha that says nothing is dropped and numbers of greys are greys.

@@ -7,24 +7,22 @@ namespace {
 using namespace libgr;
 
 TEST(descriptor, bits_per_pixel) {
-    struct {
-        std::uint32_t format, bits, expected;
-    } const cases[] = {
-        {pixel_format::luminance, bits_class::bits_1, 1},
-        {pixel_format::luminance_alpha, bits_class::bits_4, 8},
-        {pixel_format::rgb, bits_class::bits_8, 24},
-        {pixel_format::bgra, bits_class::bits_64, 256},
-        {pixel_format::depth_stencil, bits_class::bits_24, 48},
-        {pixel_format::special_4, bits_class::bits_32, 128},
-        {pixel_format::special_2, bits_class::bits_8, 16},
-        {pixel_format::bgr, bits_class::packed_5_6_5, 16},
-        {pixel_format::bgra, bits_class::packed_1_5_5_5, 16},
-        {pixel_format::rgba, bits_class::packed_2_10_10_10, 32},
-        {pixel_format::luminance_alpha, bits_class::packed_12_4, 16},
-        {pixel_format::rgba, bits_class::none, 0},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(bits_per_pixel({c.format, 1, c.bits}), c.expected) << c.format << ' ' << c.bits;
+    using namespace pixel_format;
+    using namespace bits_class;
+    const std::array<std::uint32_t, 3> cases[] = {{luminance, bits_1, 1},
+                                                  {luminance_alpha, bits_4, 8},
+                                                  {rgb, bits_8, 24},
+                                                  {bgra, bits_64, 256},
+                                                  {depth_stencil, bits_24, 48},
+                                                  {special_4, bits_32, 128},
+                                                  {special_2, bits_8, 16},
+                                                  {bgr, packed_5_6_5, 16},
+                                                  {bgra, packed_1_5_5_5, 16},
+                                                  {rgba, packed_2_10_10_10, 32},
+                                                  {luminance_alpha, packed_12_4, 16},
+                                                  {rgba, none, 0}};
+    for (const auto& [format, bits, expected] : cases)
+        EXPECT_EQ(bits_per_pixel({format, 1, bits}), expected) << format << ' ' << bits;
 }
 
 TEST(descriptor_death, numbers_outside_the_tables_stop_the_program) {
