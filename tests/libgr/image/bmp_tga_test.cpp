@@ -19,31 +19,28 @@ using ints = std::vector<int>;
 
 TEST(bmp, bit_counts_headers_and_colours) {
     const auto numbers = [](std::uint32_t bits) { return unsigned_samples(pixel_format::color_index, bits); };
-    struct {
-        std::uint16_t bit_count;
-        std::uint32_t info_bytes, colors;
-        pixel_descriptor expected;
-    } const cases[] = {{1, 40, 2, numbers(bits_class::bits_1)},
-                       {4, 52, 16, numbers(bits_class::bits_4)},
-                       {8, 40, 3, numbers(bits_class::bits_8)},
-                       {8, 124, 256, numbers(bits_class::bits_8)},
-                       {8, 64, 5, numbers(bits_class::bits_8)},
-                       {1, 40, 0, grey1},
-                       {4, 108, 0, grey4},
-                       {8, 56, 0, grey8},
-                       {24, 64, 2, bgr8},
-                       {32, 40, 3, bgra8}};
+    const std::tuple<std::uint16_t, std::uint32_t, std::uint32_t, pixel_descriptor> cases[] = {
+        {1, 40, 2, numbers(bits_class::bits_1)},
+        {4, 52, 16, numbers(bits_class::bits_4)},
+        {8, 40, 3, numbers(bits_class::bits_8)},
+        {8, 124, 256, numbers(bits_class::bits_8)},
+        {8, 64, 5, numbers(bits_class::bits_8)},
+        {1, 40, 0, grey1},
+        {4, 108, 0, grey4},
+        {8, 56, 0, grey8},
+        {24, 64, 2, bgr8},
+        {32, 40, 3, bgra8}};
     const temporary_directory folder;
-    for (const auto& c : cases) {
-        bmp b{.info_bytes = c.info_bytes, .bit_count = c.bit_count};
-        b.between.resize(c.info_bytes - 40, '\x20');
-        for (std::uint32_t i = 0; i < c.colors; ++i)
+    for (const auto& [bit_count, info_bytes, colors, expected] : cases) {
+        bmp b{.info_bytes = info_bytes, .bit_count = bit_count};
+        b.between.resize(info_bytes - 40, '\x20');
+        for (std::uint32_t i = 0; i < colors; ++i)
             b.between += "\1\2"s + char(i) + '\4';
         b.offset = 14 + 40 + std::uint32_t(b.between.size());
         image2d image;
-        ASSERT_TRUE(load_bmp(image, folder.write("a.bmp", b.file()))) << c.info_bytes;
-        EXPECT_EQ(image.descriptor, c.expected) << c.bit_count << " bits, " << c.colors << " colours";
-        ASSERT_EQ(image.colors.count, c.expected.format == pixel_format::color_index ? c.colors : 0);
+        ASSERT_TRUE(load_bmp(image, folder.write("a.bmp", b.file()))) << info_bytes;
+        EXPECT_EQ(image.descriptor, expected) << bit_count << " bits, " << colors << " colours";
+        ASSERT_EQ(image.colors.count, expected.format == pixel_format::color_index ? colors : 0);
         for (std::uint64_t i = 0; i < image.colors.count; ++i)
             EXPECT_EQ((ints{image.colors.red[i], image.colors.green[i], image.colors.blue[i]}),
                       (ints{int(i) * 257, 2 * 257, 257}));
@@ -97,11 +94,7 @@ TEST(bmp, is_written_field_by_field) {
 
 TEST(tga, each_depth_has_its_descriptor_and_rows_are_unpacked) {
     const ints letters = {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l'};
-    struct {
-        tga file;
-        pixel_descriptor expected;
-        ints bytes;
-    } const cases[] = {
+    const std::tuple<tga, pixel_descriptor, ints> cases[] = {
         {{.id = "some text"}, bgr8, letters},
         {{.map_type = 1, .map_length = 2, .map_entry_bits = 24, .map = "abcdef"}, bgr8, letters},
         {{.width = 1, .height = 3, .depth = 8}, grey8, {'a', 'b', 'c'}},
@@ -111,11 +104,11 @@ TEST(tga, each_depth_has_its_descriptor_and_rows_are_unpacked) {
         {{.height = 1, .flags = 0x10}, bgr8, {'d', 'e', 'f', 'a', 'b', 'c'}},
     };
     const temporary_directory folder;
-    for (const auto& c : cases) {
+    for (const auto& [file, expected, bytes] : cases) {
         image2d image;
-        ASSERT_TRUE(load_tga(image, folder.write("a.tga", c.file.file())));
-        EXPECT_EQ(image.descriptor, c.expected);
-        EXPECT_EQ(pictures::bytes(image), c.bytes);
+        ASSERT_TRUE(load_tga(image, folder.write("a.tga", file.file())));
+        EXPECT_EQ(image.descriptor, expected);
+        EXPECT_EQ(pictures::bytes(image), bytes);
     }
     // The last byte of the header counts the bits of alpha.
     for (const auto& [kind, bits] : {std::pair{bgra8, 8}, {bgra5551, 1}, {bgr8, 0}, {grey8, 0}}) {

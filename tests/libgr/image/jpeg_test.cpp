@@ -224,24 +224,22 @@ TEST(jpeg_turn, the_camera_knows_the_new_size) {
                le(2, 2) + entry(0xA002, 4, width) + entry(0xA003, 3, height) + le(0, 4);
     };
     const std::string nothing = "Exif\0\0MM\0*\0\0\0\x08\0"s, outside = "Exif\0\0II*\0\xff\xff\xff\xff\1\0"s;
-    const struct {
-        std::string before, after;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {exif(32, 16), exif(16, 32)},
         // What only looks like such notes, and entries outside or partly outside them, are left alone.
         {nothing, nothing},
         {outside, outside},
         {exif(32, 16).substr(0, 40), exif(32, 16).substr(0, 40)},
         {exif(32, 16).substr(0, 66), exif(16, 16).substr(0, 66)}};
-    for (const auto& c : cases) {
-        jpeg_file file = encoded(soft(32, 16), {{0xE1, buffer(c.before)}, {0xFE, buffer("note")}});
+    for (const auto& [before, after] : cases) {
+        jpeg_file file = encoded(soft(32, 16), {{0xE1, buffer(before)}, {0xFE, buffer("note")}});
         // An Exif file begins with its notes: take the encoder's own header away.
         file = file_of(text(file.bytes).erase(2, 18));
         image2d image;
         ASSERT_TRUE(turn_jpeg(file, 1));
         ASSERT_TRUE(decode_jpeg(image, file));
         ASSERT_EQ(file.markers.size(), 2u);
-        EXPECT_EQ(text(file.markers[0].data), c.after);
+        EXPECT_EQ(text(file.markers[0].data), after);
         EXPECT_EQ(text(file.markers[1].data), "note");
     }
 }

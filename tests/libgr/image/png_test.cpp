@@ -87,9 +87,7 @@ TEST(png, a_library_of_another_version_is_reported) {
 TEST(png, what_is_damaged_or_too_large_is_refused) {
     const temporary_directory folder;
     const std::string pixel = deflated("\0\x50"s), one = header(1, 1, 8, 0);
-    struct {
-        std::string file, line;
-    } const cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {header(0, 1, 8, 0), "Invalid IHDR data."},
         {header(1, 1, 255, 255), "Invalid IHDR data."},
         {header(0x7FFFFFFF, 0x7FFFFFFF, 8, 2), "Invalid IHDR data."},
@@ -101,10 +99,10 @@ TEST(png, what_is_damaged_or_too_large_is_refused) {
         {one + chunk("IDAT", pixel) + be(1, 4) + "tEXt?sum?" + end, "tEXt: CRC error."},
     };
     image2d image;
-    for (const auto& c : cases) {
-        const std::string name = folder.write("a.png", c.file);
+    for (const auto& [file, line] : cases) {
+        const std::string name = folder.write("a.png", file);
         EXPECT_EQ(said([&] { EXPECT_FALSE(load_png(image, name)); }),
-                  name + ": png read error, " + c.line + "\n");
+                  name + ": png read error, " + line + "\n");
     }
     const std::string name = folder.file("b.png");
     ASSERT_TRUE(save_png(pictures::noise(5, 3, kinds::rgba16), name)); // 40 bytes a row

@@ -122,12 +122,7 @@ TEST(processing, refuses_with_one_line) {
 
 TEST(convert, forms_of_the_same_picture) {
     constexpr pixel_descriptor bgr16 = unsigned_samples(pixel_format::bgr, bits_class::bits_16);
-    struct {
-        pixel_descriptor from;
-        std::vector<int> bytes;
-        pixel_descriptor to;
-        std::vector<int> expected;
-    } const cases[] = {
+    const std::tuple<pixel_descriptor, std::vector<int>, pixel_descriptor, std::vector<int>> cases[] = {
         {grey8, {7}, rgba8, {7, 7, 7, 255}},
         {rgb8, {1, 2, 3}, bgr8, {3, 2, 1}},
         {rgb8, {1, 2, 3}, bgra8, {3, 2, 1, 255}},
@@ -142,13 +137,13 @@ TEST(convert, forms_of_the_same_picture) {
         {grey4, {0x50}, grey8, {0x55}},
         {bgra5551, {0x1F, 0x84}, bgra8, {255, 0, 8, 255}},
     };
-    for (const auto& c : cases) {
-        image2d source = noise(1, 1, c.from), made;
-        std::copy(c.bytes.begin(), c.bytes.end(), source.row(0));
-        ASSERT_TRUE(convert_bits(made, source, c.to.bits));
-        ASSERT_TRUE(convert_format(made, made, c.to.format));
-        EXPECT_EQ(made.descriptor, c.to);
-        EXPECT_EQ(bytes(made), c.expected) << c.from.format << ' ' << c.from.bits;
+    for (const auto& [from, samples, to, expected] : cases) {
+        image2d source = noise(1, 1, from), made;
+        std::copy(samples.begin(), samples.end(), source.row(0));
+        ASSERT_TRUE(convert_bits(made, source, to.bits));
+        ASSERT_TRUE(convert_format(made, made, to.format));
+        EXPECT_EQ(made.descriptor, to);
+        EXPECT_EQ(bytes(made), expected) << from.format << ' ' << from.bits;
     }
     const image2d source = noise(2, 2, signed_rgb8);
     image2d made;
@@ -158,10 +153,7 @@ TEST(convert, forms_of_the_same_picture) {
 }
 
 TEST(scaledown, each_format_mixes_its_own_samples) {
-    struct {
-        std::uint32_t format;
-        std::vector<int> lower, upper, expected;
-    } const cases[] = {
+    const std::tuple<std::uint32_t, std::vector<int>, std::vector<int>, std::vector<int>> cases[] = {
         // x and x + 1: the right half is dropped.
         {0, {10, 20, 31, 99, 99}, {10, 20, 30, 99, 99}, {15, 25}},
         // 2x and 2x + 1.
@@ -171,13 +163,13 @@ TEST(scaledown, each_format_mixes_its_own_samples) {
         {9, {1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 7, 8}, {(1 + 4) / 2, (2 + 5) / 2, (3 + 6) / 2, 5}},
         {11, {0, 0, 0, 100, 0, 0, 0, 200}, {0, 0, 0, 100, 0, 0, 0, 200}, {50, 0, 0, 50}},
     };
-    for (const auto& c : cases) {
-        const std::uint32_t channels = components(c.format);
-        image2d source = noise(std::uint32_t(c.lower.size()) / channels, 3, {c.format, 1, 3}, 2), half;
-        std::copy(c.lower.begin(), c.lower.end(), source.row(0));
-        std::copy(c.upper.begin(), c.upper.end(), source.row(1));
+    for (const auto& [format, lower, upper, expected] : cases) {
+        const std::uint32_t channels = components(format);
+        image2d source = noise(std::uint32_t(lower.size()) / channels, 3, {format, 1, 3}, 2), half;
+        std::copy(lower.begin(), lower.end(), source.row(0));
+        std::copy(upper.begin(), upper.end(), source.row(1));
         ASSERT_TRUE(scaledown(half, source));
-        EXPECT_EQ(bytes(half), c.expected) << c.format;
+        EXPECT_EQ(bytes(half), expected) << format;
         EXPECT_EQ(half.width, source.width / 2);
         EXPECT_EQ(half.height, 1u);
         EXPECT_EQ(half.descriptor, source.descriptor);
@@ -261,26 +253,22 @@ TEST(normalmap, shares_what_is_a_normal_map_or_of_no_use) {
 }
 
 TEST(expand_color_index, every_width_of_numbers_and_numbers_without_a_colour) {
-    struct {
-        std::uint32_t bits;
-        std::vector<unsigned char> row;
-        std::vector<int> numbers;
-    } const cases[] = {
+    const std::tuple<std::uint32_t, std::vector<unsigned char>, std::vector<int>> cases[] = {
         {0, {0b01010000}, {0, 1, 0}},
         {1, {0b00011011}, {0, 1, 2, 3}},
         {2, {0x10, 0x20}, {1, 0, 2}},
         {3, {2, 255, 0}, {2, 255, 0}},
     };
-    for (const auto& c : cases) {
-        image2d source = noise(std::uint32_t(c.numbers.size()), 1, {17, 1, c.bits}), made;
-        std::copy(c.row.begin(), c.row.end(), source.row(0));
+    for (const auto& [bits, row, numbers] : cases) {
+        image2d source = noise(std::uint32_t(numbers.size()), 1, {17, 1, bits}), made;
+        std::copy(row.begin(), row.end(), source.row(0));
         ASSERT_TRUE(source.colors.allocate(3));
         for (int i = 0; i < 3; ++i)
             source.colors.set(i, static_cast<unsigned char>(10 + i), 20, 30);
         ASSERT_TRUE(expand_color_index(made, source));
         EXPECT_EQ(made.descriptor, rgb8);
         std::vector<int> expected;
-        for (const int n : c.numbers)
+        for (const int n : numbers)
             for (const int v : {10 + n, 20, 30})
                 expected.push_back(n < 3 ? v : 0);
         EXPECT_EQ(bytes(made), expected);

@@ -50,14 +50,13 @@ protected:
 };
 
 TEST_F(SurfaceTexture, PathsAndNames) {
-    const struct {
-        const char *model, *name, *path;
-    } cases[] = {{"/a/b/m.pmt", "c.png", "/a/b/c.png"},  {"/a/b/m.pmt", "/c.png", "/c.png"},
-                 {"m.pmt", "c d.png", "c d.png"},        {"/a/m.pmt", "../c.png", "/a/../c.png"},
-                 {"/a/m.pmt", "C:\\c.png", "C:\\c.png"}, {"/a/m.pmt", "C:/c.png", "C:/c.png"},
-                 {"/a/m.pmt", "\\\\h\\c", "\\\\h\\c"},   {"/a/m.pmt", "c:d", "/a/c:d"}};
-    for (const auto& one : cases)
-        EXPECT_EQ(picture_path(one.model, one.name), one.path);
+    const std::array<const char*, 3> cases[] = {
+        {"/a/b/m.pmt", "c.png", "/a/b/c.png"},  {"/a/b/m.pmt", "/c.png", "/c.png"},
+        {"m.pmt", "c d.png", "c d.png"},        {"/a/m.pmt", "../c.png", "/a/../c.png"},
+        {"/a/m.pmt", "C:\\c.png", "C:\\c.png"}, {"/a/m.pmt", "C:/c.png", "C:/c.png"},
+        {"/a/m.pmt", "\\\\h\\c", "\\\\h\\c"},   {"/a/m.pmt", "c:d", "/a/c:d"}};
+    for (const auto& [model, name, path] : cases)
+        EXPECT_EQ(picture_path(model, name), path);
     EXPECT_EQ(take_err(), "");
     EXPECT_EQ(picture_path("", "c.png"), "c.png");
     EXPECT_EQ(take_err(), "c.png: base filename.\n");
@@ -73,18 +72,15 @@ TEST_F(SurfaceTexture, DefaultsAreSinglePixels) {
     texture_t plain;
     EXPECT_FALSE(plain.has(texture_unit::color));
     plain.open(model_);
-    const struct {
-        texture_unit unit;
-        pixel_descriptor descriptor;
-        bytes pixel;
-    } expected[] = {{texture_unit::color, rgba8, {255, 255, 255, 255}},
-                    {texture_unit::bump, signed_rgb8, {0, 0, 127}},
-                    {texture_unit::specular, rgba8, {128, 128, 128, 255}}};
-    for (const auto& one : expected) {
-        ASSERT_TRUE(plain.has(one.unit));
-        EXPECT_EQ(image_of(plain, one.unit).descriptor, one.descriptor);
-        EXPECT_EQ(packed_rows(image_of(plain, one.unit)), one.pixel);
-        EXPECT_EQ(plain.record(one.unit)->parameters.min_filter, GL_LINEAR);
+    const std::tuple<texture_unit, pixel_descriptor, bytes> expected[] = {
+        {texture_unit::color, rgba8, {255, 255, 255, 255}},
+        {texture_unit::bump, signed_rgb8, {0, 0, 127}},
+        {texture_unit::specular, rgba8, {128, 128, 128, 255}}};
+    for (const auto& [unit, descriptor, pixel] : expected) {
+        ASSERT_TRUE(plain.has(unit));
+        EXPECT_EQ(image_of(plain, unit).descriptor, descriptor);
+        EXPECT_EQ(packed_rows(image_of(plain, unit)), pixel);
+        EXPECT_EQ(plain.record(unit)->parameters.min_filter, GL_LINEAR);
     }
     EXPECT_EQ(plain.bump_offset(), (std::array{0.0f, 0.0f}));
 }
@@ -109,27 +105,25 @@ TEST_F(SurfaceTexture, OneFileIsOneTextureInEverySpelling) {
 
 TEST_F(SurfaceTexture, OptionsChooseTheFilters) {
     save("a.png", rgba8);
-    const struct {
-        bool mipmap, nearlinear, maglinear;
-        GLint min_filter, mag_filter;
-    } cases[] = {{false, false, false, GL_NEAREST, GL_NEAREST},
-                 {false, true, true, GL_LINEAR, GL_LINEAR},
-                 {true, false, true, GL_NEAREST_MIPMAP_NEAREST, GL_LINEAR},
-                 {true, true, false, GL_LINEAR_MIPMAP_LINEAR, GL_NEAREST}};
+    const std::tuple<bool, bool, bool, GLint, GLint> cases[] = {
+        {false, false, false, GL_NEAREST, GL_NEAREST},
+        {false, true, true, GL_LINEAR, GL_LINEAR},
+        {true, false, true, GL_NEAREST_MIPMAP_NEAREST, GL_LINEAR},
+        {true, true, false, GL_LINEAR_MIPMAP_LINEAR, GL_NEAREST}};
     texture_t dressed;
     dressed.texture = "a.png";
-    for (const auto& one : cases) {
-        dressed.mipmap = one.mipmap, dressed.nearlinear = one.nearlinear, dressed.maglinear = one.maglinear;
-        dressed.aniso = one.mipmap ? 4.0f : 1.0f;
+    for (const auto& [mipmap, nearlinear, maglinear, min_filter, mag_filter] : cases) {
+        dressed.mipmap = mipmap, dressed.nearlinear = nearlinear, dressed.maglinear = maglinear;
+        dressed.aniso = mipmap ? 4.0f : 1.0f;
         dressed.open(model_);
         dressed.bind(texture_unit::color);
         const auto get = [](GLenum what) { return texture_parameter(GL_TEXTURE_2D, what); };
-        EXPECT_EQ(get(GL_TEXTURE_MIN_FILTER), one.min_filter);
-        EXPECT_EQ(get(GL_TEXTURE_MAG_FILTER), one.mag_filter);
+        EXPECT_EQ(get(GL_TEXTURE_MIN_FILTER), min_filter);
+        EXPECT_EQ(get(GL_TEXTURE_MAG_FILTER), mag_filter);
         EXPECT_EQ(get(GL_TEXTURE_WRAP_S), GL_REPEAT);
         EXPECT_EQ(get(GL_TEXTURE_WRAP_T), GL_REPEAT);
-        EXPECT_EQ(get(GL_TEXTURE_MAX_ANISOTROPY_EXT), one.mipmap ? 4 : 1);
-        EXPECT_EQ(level_parameter(GL_TEXTURE_2D, 1), one.mipmap ? 2 : 0);
+        EXPECT_EQ(get(GL_TEXTURE_MAX_ANISOTROPY_EXT), mipmap ? 4 : 1);
+        EXPECT_EQ(level_parameter(GL_TEXTURE_2D, 1), mipmap ? 2 : 0);
         dressed.unbind(texture_unit::color);
     }
 }

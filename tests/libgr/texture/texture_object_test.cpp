@@ -139,18 +139,16 @@ TEST_F(TextureObject, BindsAsImageUnit) {
         glGetIntegeri_v(what, 1, &value);
         return value;
     };
-    const struct {
-        pixel_descriptor descriptor;
-        GLint format;
-    } cases[] = {{{pixel_format::rgba, sample_type::signed_integer, bits_class::bits_8}, GL_RGBA8_SNORM},
-                 {{pixel_format::rgba, sample_type::signed_integer, bits_class::bits_16}, GL_RGBA16_SNORM},
-                 {rgba8, GL_RGBA8}};
-    for (const auto& c : cases) {
-        with(patterned(2, 2, c.descriptor)).bind_image(1, 0, image_access::write_only);
+    const std::pair<pixel_descriptor, GLint> cases[] = {
+        {{pixel_format::rgba, sample_type::signed_integer, bits_class::bits_8}, GL_RGBA8_SNORM},
+        {{pixel_format::rgba, sample_type::signed_integer, bits_class::bits_16}, GL_RGBA16_SNORM},
+        {rgba8, GL_RGBA8}};
+    for (const auto& [descriptor, format] : cases) {
+        with(patterned(2, 2, descriptor)).bind_image(1, 0, image_access::write_only);
         EXPECT_EQ(unit(GL_IMAGE_BINDING_NAME), GLint(object.id()));
         EXPECT_EQ(unit(GL_IMAGE_BINDING_ACCESS), GL_WRITE_ONLY);
         EXPECT_EQ(unit(GL_IMAGE_BINDING_LAYERED), GL_FALSE);
-        EXPECT_EQ(unit(GL_IMAGE_BINDING_FORMAT), c.format);
+        EXPECT_EQ(unit(GL_IMAGE_BINDING_FORMAT), format);
     }
     grTextureObject::unbind_image(1);
     EXPECT_EQ(unit(GL_IMAGE_BINDING_NAME), 0);

@@ -50,22 +50,19 @@ TEST(operations, products_of_quaternions) {
 TEST(operations, comparisons_and_their_edges) {
     const float e = 2e-5f, above = std::nextafter(e, 1.0f), below = std::nextafter(e, 0.0f);
     // For a difference d = a - b: which of equal, less, greater, less or equal, greater or equal hold.
-    const struct {
-        float a, b;
-        bool equal, less, greater, less_equal, greater_equal;
-    } cases[] = {
+    const std::tuple<float, float, bool, bool, bool, bool, bool> cases[] = {
         {0, 0, true, false, false, true, true},        {e, 0, true, false, false, false, true},
         {0, e, true, false, false, true, false},       {below, 0, true, false, false, true, true},
         {above, 0, false, false, true, false, true},   {0, above, false, true, false, true, false},
         {-inf, 1, false, true, false, true, false},    {nan, 0, false, false, false, false, false},
         {inf, inf, false, false, false, false, false},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(approx_equal(c.a, c.b), c.equal) << c.a << ' ' << c.b;
-        EXPECT_EQ(approx_less(c.a, c.b), c.less) << c.a << ' ' << c.b;
-        EXPECT_EQ(approx_greater(c.a, c.b), c.greater) << c.a << ' ' << c.b;
-        EXPECT_EQ(approx_less_equal(c.a, c.b), c.less_equal) << c.a << ' ' << c.b;
-        EXPECT_EQ(approx_greater_equal(c.a, c.b), c.greater_equal) << c.a << ' ' << c.b;
+    for (const auto& [a, b, equal, less, greater, less_equal, greater_equal] : cases) {
+        EXPECT_EQ(approx_equal(a, b), equal) << a << ' ' << b;
+        EXPECT_EQ(approx_less(a, b), less) << a << ' ' << b;
+        EXPECT_EQ(approx_greater(a, b), greater) << a << ' ' << b;
+        EXPECT_EQ(approx_less_equal(a, b), less_equal) << a << ' ' << b;
+        EXPECT_EQ(approx_greater_equal(a, b), greater_equal) << a << ' ' << b;
     }
     EXPECT_TRUE(approx_equal(0, e, e / 2));
     EXPECT_FALSE(approx_equal(-e / 2, e, 0)) << "each pair has to be equal";
@@ -73,16 +70,14 @@ TEST(operations, comparisons_and_their_edges) {
 }
 
 TEST(operations, grids) {
-    const struct {
-        float x, step, truncated, rounded;
-    } cases[] = {
+    const std::array<float, 4> cases[] = {
         {1.75f, 0.5f, 1.5f, 2.0f}, {-1.75f, 0.5f, -1.5f, -1.5f}, {1.5f, 0.5f, 1.5f, 1.5f},
         {0.25f, 1.0f, 0.0f, 1.0f}, {-0.25f, 1.0f, 0.0f, 0.0f},   {1.75f, -0.5f, 1.5f, 1.0f},
         {inf, 1.0f, inf, inf},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(truncate(c.x, c.step), c.truncated) << c.x;
-        EXPECT_EQ(round_up(c.x, c.step), c.rounded) << c.x;
+    for (const auto& [x, step, truncated, rounded] : cases) {
+        EXPECT_EQ(truncate(x, step), truncated) << x;
+        EXPECT_EQ(round_up(x, step), rounded) << x;
     }
     EXPECT_TRUE(std::isnan(truncate(1.0f, 0.0f) * 0));
     EXPECT_EQ(truncate(pos3{1.7f, 1.7f, -1.7f}, dir3{1, 0.5f, 1}), (pos3{1, 1.5f, -1}));
