@@ -16,25 +16,21 @@
 
 using namespace models;
 
-namespace {
-
-int at(const picture& p, unsigned x, unsigned y, unsigned channel) {
-    return p.pixels[(std::size_t{y % p.height} * p.width + x % p.width) * p.channels + channel];
-}
-
-} // namespace
-
 // A step from a pixel to its right or upper neighbour is on average no larger where the repetitions join.
 TEST(Materials, TileWithoutSeams) {
     for (const material& m : {make_ivory(), make_satin_black()})
         for (const picture* p : {&m.color, &m.bump, &m.specular}) {
             ASSERT_EQ(p->pixels.size(), std::size_t{p->width} * p->height * p->channels);
+            const auto sample = [p](unsigned x, unsigned y, unsigned channel) {
+                return p
+                    ->pixels[(std::size_t{y % p->height} * p->width + x % p->width) * p->channels + channel];
+            };
             double steps[2][2] = {}; // along s and t, inside and at the seam
             for (unsigned y = 0; y < p->height; ++y)
                 for (unsigned x = 0; x < p->width; ++x)
                     for (unsigned c = 0; c < p->channels; ++c) {
-                        steps[0][x + 1 == p->width] += std::abs(at(*p, x, y, c) - at(*p, x + 1, y, c));
-                        steps[1][y + 1 == p->height] += std::abs(at(*p, x, y, c) - at(*p, x, y + 1, c));
+                        steps[0][x + 1 == p->width] += std::abs(sample(x, y, c) - sample(x + 1, y, c));
+                        steps[1][y + 1 == p->height] += std::abs(sample(x, y, c) - sample(x, y + 1, c));
                     }
             for (const auto& [length, along] : {std::pair(p->width, 0), {p->height, 1}}) {
                 EXPECT_GT(steps[along][0], 0); // not one flat colour

@@ -59,19 +59,19 @@ std::string triangle(const std::string& lines) {
 }
 
 TEST(polygon_block, lines_without_a_value_are_reported_and_skipped) {
-    // The words of the message behind the key, or instead of it.
-    const std::pair<const char*, std::vector<const char*>> keys[] = {
-        {" parm",
-         {"color", "fcolor", "texcoord", "position", "circle", "sphere", "element", "tangent", "binormal",
-          "normal", "aniso", "bumpofs", "bump2mono", "mercatorsphere"}},
-        {" path", {"texture", "bumpmap", "specular"}},
-        {"", {"texfilter", "mipmap", "nearlinear", "maglinear", "refractfactor"}},
-    };
-    for (const auto& [words, names] : keys)
-        for (const std::string name : names)
-            check({{triangle(name + "\t1\r\n"), "2: " + name + words + " is not set. " + name + "\t1\r\n",
-                    true}});
-    check({{triangle("bumptex\n"), "2: bumpmap path is not set. bumptex\n", true}});
+    std::string lines, errors;
+    int number = 2;
+    for (const std::string key : {"color parm",     "fcolor parm",         "texcoord parm", "position parm",
+                                  "circle parm",    "sphere parm",         "element parm",  "tangent parm",
+                                  "binormal parm",  "normal parm",         "aniso parm",    "bumpofs parm",
+                                  "bump2mono parm", "mercatorsphere parm", "texture path",  "bumpmap path",
+                                  "specular path",  "texfilter",           "mipmap",        "nearlinear",
+                                  "maglinear",      "refractfactor"}) {
+        const std::string line = key.substr(0, key.find(' ')) + "\t1\r\n";
+        lines += line;
+        errors += std::to_string(number++) + ": " + key + " is not set. " + line;
+    }
+    check({{triangle(lines + "bumptex\n"), errors + "24: bumpmap path is not set. bumptex\n", true}});
 }
 
 TEST(polygon_block, diagnostics) {
