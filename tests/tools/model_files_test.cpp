@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -26,24 +27,23 @@ protected:
         return directory_.write(name, text);
     }
     std::string file(const std::string& name) { return directory_.file(name); }
-    // The words of a line; "@x" is the file x.
-    std::vector<std::string> words(const std::string& line) {
+    // Runs the program with the words of a line; "@x" is the file x.
+    process_result call(const std::string& line, const test_support::process_options& options = {}) {
         std::istringstream in(line);
-        std::vector<std::string> all;
+        std::vector<std::string> words;
         for (std::string word; in >> word;)
-            all.push_back(word[0] == '@' ? file(word.substr(1)) : word);
-        return all;
+            words.push_back(word[0] == '@' ? file(word.substr(1)) : word);
+        return pmt3d(words, options);
     }
     // A run that must succeed without a word on standard error.
-    std::string quietly(const std::vector<std::string>& words) {
-        const process_result r = pmt3d(words);
-        EXPECT_EQ(r.exit_code, 0) << words[0];
-        EXPECT_EQ(r.err, "") << words[0];
+    std::string quietly(const std::string& line) {
+        const process_result r = call(line);
+        EXPECT_TRUE(r.exit_code == 0 && r.err.empty()) << line << ": " << r.err;
         return r.out;
     }
     // With the number of triangles.
     std::string bounds(const std::string& name) {
-        const std::string info = quietly({"info", name});
+        const std::string info = quietly("info @" + name);
         return info.substr(info.find("triangles"), info.find("item 1") - info.find("triangles"));
     }
     test_support::temporary_directory directory_;
@@ -80,7 +80,7 @@ std::string vase(int seam = 1) {
 
 TEST_F(model_files, info) {
     const std::string name = file("two.pmt", triangle + vase());
-    EXPECT_EQ(quietly({"info", name}),
+    EXPECT_EQ(quietly("info @two.pmt"),
               "items: 2\ntriangles: 4097\n"
               "bounds: -1 0 -0.995153785 0.995153785 2.20000029 0.995153785\n"
               "item 1:\n  kind: polygon\n  name: " +
@@ -90,9 +90,12 @@ TEST_F(model_files, info) {
                   name +
                   "\n  vertices: 2145\n  elements: 4192\n"
                   "  net: 9 points of order 3 by 5 of order 4, resolution 65 by 33\n");
-    const process_result none = pmt3d({"info", file("none.stl", "solid\nendsolid\n")});
-    EXPECT_EQ(none.out.substr(0, 35), "items: 1\ntriangles: 0\nbounds: none\n");
+    file("none.stl", "solid\nendsolid\n");
+    const process_result none = call("info @none.stl");
+    EXPECT_TRUE(none.out.starts_with("items: 1\ntriangles: 0\nbounds: none\n")) << none.out;
     EXPECT_EQ(none.err, "pmt3d: warning: " + file("none.stl") + " has no facet.\n");
+    file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
+    EXPECT_TRUE(call("info @bare.pmt").out.ends_with("  elements: 0\n  specular: missing.png\n"));
 }
 
 TEST_F(model_files, dump) {
@@ -119,52 +122,41 @@ TEST_F(model_files, dump) {
     replace_all(expected, "OPTIONS",
                 R"("texture":"","bumpmap":"","specular":"","aniso":1,"refractfactor":0,"bumpofs":true,)"
                 R"("bump2mono":false,"mipmap":true,"nearlinear":true,"maglinear":true,"mercatorsphere":)");
-    EXPECT_EQ(quietly({"dump", name}), expected + '\n');
-    // Names need not be UTF-8: a lone byte, a surrogate, forms that are too long, and what is beyond the last
-    // code.
-    const std::string text =
-        pmt3d({"dump", file("x.pmt", "begin polygon_surface,0,0\ntexture \xC3\xA9\xFF\t\xED\xA0\x80|"
-                                     "\xC0\xAF|\xE0\x9F\xBF|\xF0\x8F\xBF\xBF|\xF4\x90\x80\x80|"
-                                     "\xF0\x9F\x98\x80|\xE2\x82\nend\n")})
-            .out;
+    EXPECT_EQ(pmt3d({"dump", name}).out, expected + '\n');
+    // Names need not be UTF-8: a lone byte, a surrogate, forms that are too long, and beyond the last code.
+    file("x.pmt", "begin polygon_surface,0,0\ntexture \xC3\xA9\xFF\t\xED\xA0\x80|\xC0\xAF|\xE0\x9F\xBF|"
+                  "\xF0\x8F\xBF\xBF|\xF4\x90\x80\x80|\xF0\x9F\x98\x80|\xE2\x82\nend\n");
+    const std::string text = call("dump @x.pmt").out;
     std::string bad = "\xC3\xA9#\\u0009###|##|###|####|####|\xF0\x9F\x98\x80|##";
     replace_all(bad, "#", "\\ufffd");
     EXPECT_NE(text.find('"' + bad + '"'), std::string::npos) << text;
 }
 
-TEST_F(model_files, check) {
-    file("good.pmt", triangle);
-    file("bad.pmt", "begin polygon_surface,1,0\nwhat\nend\n");
-    file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
-    EXPECT_EQ(quietly(words("check @good.pmt @good.pmt")), "");
-    const process_result bad = pmt3d(words("check @bad.pmt @good.pmt")),
-                         bare = pmt3d(words("check @bare.pmt"));
-    EXPECT_TRUE(bad.exit_code == 1 && bare.exit_code == 1);
-    EXPECT_EQ(bad.out, "");
-    EXPECT_TRUE(bad.err.starts_with("2: illegal command: what\n3: vertex(0) < 1: too few vertex.\n3:"))
-        << bad.err;
-    EXPECT_NE(bare.err.find(file("missing.png") + ": autoloadformat failed.\n"), std::string::npos);
-    EXPECT_TRUE(pmt3d(words("info @bare.pmt")).out.ends_with("  elements: 0\n  specular: missing.png\n"));
-}
-
-TEST_F(model_files, convert_there_and_back) {
-    const std::string pmt = file("in.pmt", vase() + triangle);
-    EXPECT_EQ(quietly(words("convert @in.pmt @a.stl")), "");
-    EXPECT_EQ(std::filesystem::file_size(file("a.stl")), 84u + 50 * 4097);
-    EXPECT_EQ(bounds(file("a.stl")), bounds(pmt)); // floats bit by bit
-    // By way of text, and a file onto itself.
-    EXPECT_EQ(quietly(words("convert --text @a.stl @b.stl")), "");
-    EXPECT_TRUE(read_file(file("b.stl")).starts_with("solid /t"));
-    for (const char* line : {"convert @b.stl @c.pmt", "convert @c.pmt @c.pmt"}) {
-        EXPECT_EQ(quietly(words(line)), "");
-        EXPECT_EQ(bounds(file("c.pmt")), bounds(file("b.stl")));
+TEST_F(model_files, convert_there_and_back_and_by_way_of_another_program) {
+    file("in.pmt", vase());
+    for (const bool text : {false, true}) {
+        quietly(std::string("convert @in.pmt @ours.stl") + (text ? " --text" : ""));
+        const process_result r =
+            test_support::run({"admesh", "--no-check", "--write-binary-stl=" + file("binary.stl"),
+                               "--write-ascii-stl=" + file("text.stl"), file("ours.stl")});
+        for (const char* part :
+             {text ? "ASCII STL file" : "Binary STL file", "Number of facets                 :  4096 ",
+              "Min X = -0.995154, Max X =  0.995154"})
+            EXPECT_NE(r.out.find(part), std::string::npos) << r.out << r.err;
+        if (text) continue; // six digits
+        for (const char* name : {"ours.stl", "binary.stl", "text.stl"})
+            EXPECT_EQ(bounds(name), bounds("in.pmt")) << name;
     }
-
+    EXPECT_TRUE(read_file(file("ours.stl")).starts_with("solid /t"));
+    for (const char* line : {"convert @ours.stl @c.pmt", "convert @c.pmt @c.pmt"}) { // a file onto itself
+        EXPECT_EQ(quietly(line), "");
+        EXPECT_EQ(bounds("c.pmt"), bounds("ours.stl"));
+    }
     // What cannot be saved leaves the old file.
     const std::string old = file("old.pmt", "old");
     file("inf.stl",
          "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 1e39\nvertex 1 0 0\nvertex 0 1 0\nendloop\n");
-    EXPECT_EQ(pmt3d(words("convert @inf.stl @old.pmt")).exit_code, 1);
+    EXPECT_EQ(call("convert @inf.stl @old.pmt").exit_code, 1);
     EXPECT_EQ(read_file(old), "old");
 }
 
@@ -181,39 +173,19 @@ TEST_F(model_files, a_model_that_moves_finds_its_pictures) {
     text.insert(text.find("position"),
                 "texture pictures/a b.png\nbumpmap " + absolute + "\nspecular ../c.png\n");
     directory_.write("in/m.pmt", text);
-    const struct {
-        std::string out, in, above; // the folders from there
-    } cases[] = {{"out/deep/m.pmt", "../../in/", "../../"},
-                 {link + "/m.pmt", "../../in/", "../../"},
-                 {"m.pmt", "in/", ""},
-                 {"in/same.pmt", "", "../"}};
-    for (const auto& [out, in, above] : cases) {
-        const process_result r = pmt3d({"convert", file("in/m.pmt"), file(out)});
+    const std::array<std::string, 3> cases[] = {{"out/deep/m.pmt", "../../in/", "../../"},
+                                                {link + "/m.pmt", "../../in/", "../../"},
+                                                {"m.pmt", "in/", ""},
+                                                {"in/same.pmt", "", "../"}};
+    for (const auto& [out, in, above] : cases) { // with the folders from there
+        const process_result r = call("convert @in/m.pmt @" + out);
         EXPECT_EQ(r.exit_code, 0);
-        EXPECT_NE(r.err.find("a b.png: color autoloadformat failed.\n"), std::string::npos)
-            << "it is missing";
+        EXPECT_NE(r.err.find("a b.png: color autoloadformat failed.\n"), std::string::npos) << "missing";
         std::string saved = read_file(file(out));
         std::erase(saved, '\r');
         for (const std::string& line : {"\ncubetex " + in + "sky.tga", "\ntexture " + in + "pictures/a b.png",
                                         "\nbumpmap " + absolute, "\nspecular " + above + "c.png"})
             EXPECT_NE(saved.find(line + '\n'), std::string::npos) << line << " is not in " << saved;
-    }
-}
-
-TEST_F(model_files, admesh_reads_what_is_written_and_the_other_way_round) {
-    const std::string triangles = bounds(file("in.pmt", vase()));
-    for (const bool text : {false, true}) {
-        quietly(words(std::string("convert @in.pmt @ours.stl") + (text ? " --text" : "")));
-        const process_result r =
-            test_support::run({"admesh", "--no-check", "--write-binary-stl=" + file("binary.stl"),
-                               "--write-ascii-stl=" + file("text.stl"), file("ours.stl")});
-        for (const char* part :
-             {text ? "ASCII STL file" : "Binary STL file", "Number of facets                 :  4096 ",
-              "Min X = -0.995154, Max X =  0.995154"})
-            EXPECT_NE(r.out.find(part), std::string::npos) << r.out << r.err;
-        if (text) continue; // six digits
-        EXPECT_EQ(bounds(file("binary.stl")), triangles);
-        EXPECT_EQ(bounds(file("text.stl")), triangles);
     }
 }
 
@@ -223,9 +195,8 @@ TEST_F(model_files, render_needs_no_display_and_shows_no_seam) {
         test_support::process_options options;
         if (!windows_player()) options.environment = {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}};
         const process_result r =
-            pmt3d(words("render @vase.pmt @vase.png --size 240x200 --eye 5,3,0.5 --target 0,1.1,0"), options);
-        EXPECT_EQ(r.exit_code, 0);
-        EXPECT_EQ(r.err, "");
+            call("render @vase.pmt @vase.png --size 240x200 --eye 5,3,0.5 --target 0,1.1,0", options);
+        EXPECT_TRUE(r.exit_code == 0 && r.err.empty()) << r.err;
         return test_support::load_png(file("vase.png"));
     };
     // Drawn by whatever renderer is here: edges may differ by a pixel, areas by rounding.
@@ -236,8 +207,8 @@ TEST_F(model_files, render_needs_no_display_and_shows_no_seam) {
                            [](int a, int b) { return std::abs(a - b) <= 4; }))
         << "it shows on which side the seam is";
     for (const std::string name : {"vase.bmp", "vase.tga", "vase.jpg"}) {
-        quietly(words("render @vase.pmt --size 12x10 @" + name));
-        EXPECT_EQ(quietly(words("image info @" + name)).substr(0, 12), "size: 12x10\n");
+        quietly("render @vase.pmt --size 12x10 @" + name);
+        EXPECT_TRUE(quietly("image info @" + name).starts_with("size: 12x10\n"));
     }
 }
 
@@ -248,7 +219,7 @@ TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
         text += std::string("position ") + corner + "\ntangent 1,0,0\nbinormal 0,0,-1\nnormal 0,1,0\n";
     file("floor.pmt", text + "element 0\nelement 1\nelement 2\nelement 3\nend\n");
     for (const auto& [width, height, size] : {std::tuple(300, 100, "300x100"), {100, 300, "100x300"}}) {
-        quietly(words("render @floor.pmt @floor.png --size " + std::string(size)));
+        quietly(std::string("render @floor.pmt @floor.png --size ") + size);
         // The rectangle that is not background.
         const std::string seen =
             test_support::run({"convert", file("floor.png"), "-format", "%w %h %@", "info:"}).out;
@@ -268,21 +239,23 @@ TEST_F(model_files, render_shows_all_of_a_model_in_the_middle) {
 TEST_F(model_files, failures_say_what_is_wrong) {
     file("in.pmt", triangle);
     file("void.pmt", "");
+    file("bad.pmt", "begin polygon_surface,1,0\nwhat\nend\n");
+    file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
     file("empty.pmt", "begin polygon_surface,0,0\nend\n");
     file("huge.pmt", "begin polygon_surface,1,1\nposition 1/0,0,0\nelement 0\n"
                      "tangent 1,0,0\nbinormal 0,1,0\nnormal 0,0,1\nend\n");
     file("fine.pmt", "begin nurbs_surface,1,1,1,1\nresolution 1500,1500\nknot1 0\nknot1 1\nknot2 0\nknot2 1\n"
                      "weight 1\nposition 1,2,3\nend\n");
-    const struct {
-        const char* words;
-        int code;
-        std::string err; // in it
-    } cases[] = {
+    // The exit code, and what is among the errors.
+    const std::tuple<const char*, int, std::string> cases[] = {
         {"info @in.pmt @in.pmt", 2, "usage: pmt3d info FILE\n"},
         {"info @none.stl", 1, "none.stl: file open error.\npmt3d: " + file("none.stl") + ": not loaded.\n"},
         {"info @x.obj", 1, "file extension not recognized.\n"},
         {"dump @void.pmt", 1, "void.pmt: not loaded.\n"},
         {"check", 2, "usage: pmt3d check FILE..."},
+        {"check @in.pmt @in.pmt", 0, ""},
+        {"check @bad.pmt @in.pmt", 1, "2: illegal command: what\n3: vertex(0) < 1: too few vertex.\n3:"},
+        {"check @bare.pmt", 1, file("missing.png") + ": autoloadformat failed.\n"},
         {"check @fine.pmt", 1, "2250000 vertices: 2097588 are left of the 2097588 that this file"},
         {"--vertices 2250000 check @fine.pmt", 0, ""},
         {"--vertices -1 check @in.pmt", 2, "--vertices takes a whole number"},
@@ -301,10 +274,10 @@ TEST_F(model_files, failures_say_what_is_wrong) {
         {"render @huge.pmt @o.png", 1, "huge.pmt is too large to be seen."},
         {"render @in.pmt @o.gif", 1, "o.gif"},
     };
-    for (const auto& c : cases) {
-        const process_result r = pmt3d(words(c.words));
-        EXPECT_EQ(r.exit_code, c.code) << c.words;
-        EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+    for (const auto& [line, code, err] : cases) {
+        const process_result r = call(line);
+        EXPECT_EQ(r.exit_code, code) << line;
+        EXPECT_TRUE(err.empty() ? r.err.empty() : r.err.find(err) != r.err.npos) << r.err;
         EXPECT_EQ(r.out, "");
     }
 }
