@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <iostream>
 #include <new>
+#include <sstream>
 #include <sys/mman.h>
 
 using test_support::read_file;
@@ -25,28 +26,14 @@ extern "C" void* __wrap_mmap(void* at, std::size_t size, int rights, int flags, 
 
 namespace {
 
-// Takes what is said without allocating, the first thousand characters.
-class fixed_text : public std::streambuf {
-public:
-    fixed_text() { setp(text_, text_ + sizeof text_); }
-    std::string text() const { return {pbase(), pptr()}; }
-
-protected:
-    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-
-private:
-    char text_[1000];
-};
-
 // Calls the work until it gets through, each time with the next allocation failing, and `check` after each
 // call, with whether it was done. A refusal says why. Returns the number of allocations that have failed.
 template <class Work, class Check>
 std::size_t fail_each(Work&& work, Check&& check) {
     for (std::size_t n = 0;; ++n) {
         SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
-        fixed_text heard;
-        std::ostream error(&heard);
-        std::streambuf* const before = std::cerr.rdbuf(&heard);
+        std::ostringstream error(std::string(1000, ' ')); // so much is said without an allocation
+        std::streambuf* const before = std::cerr.rdbuf(error.rdbuf());
         bool done = false, thrown = false;
         test_support::allocations_before_failure = n;
         try {
@@ -57,8 +44,9 @@ std::size_t fail_each(Work&& work, Check&& check) {
         const bool failed = test_support::allocations_before_failure == test_support::no_failure;
         test_support::allocations_before_failure = test_support::no_failure;
         std::cerr.rdbuf(before);
-        check(done, heard.text());
-        EXPECT_TRUE(done || thrown || heard.text().ends_with('\n')) << "refused without a word";
+        const std::string heard = error.str().substr(0, std::size_t(error.tellp()));
+        check(done, heard);
+        EXPECT_TRUE(done || thrown || heard.ends_with('\n')) << "refused without a word";
         EXPECT_TRUE(done || failed);
         if (!failed || testing::Test::HasFailure()) return n;
     }
