@@ -4,7 +4,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <random>
 #include <sstream>
@@ -13,26 +12,6 @@
 namespace {
 
 using namespace libutils;
-
-// As the C library reads them, in the "C" locale that tests run in: floats of any size with too few, enough
-// and too many digits, and digits around the middle of two floats.
-TEST(read_number, is_rounded_right) {
-    std::mt19937_64 random(1);
-    for (int i = 0; i < 100000; ++i) {
-        const float value = std::fabs(std::bit_cast<float>(std::uint32_t(random())));
-        if (!std::isfinite(value)) continue;
-        const double middle = (double(value) + std::nextafter(value, 0.0f)) / 2;
-        for (const auto& [format, number] :
-             {std::pair("%.*g", double(value)), {"%.*g", middle}, {"%.*a", middle}}) {
-            char text[64], *library_end = nullptr;
-            std::snprintf(text, sizeof text, format, int(random() % 20) + 1, number);
-            const float expected = std::strtof(text, &library_end);
-            float is = -1;
-            EXPECT_EQ(read_number(text, is), library_end) << text;
-            EXPECT_EQ(is, expected) << text;
-        }
-    }
-}
 
 TEST(read_float, decimal_with_space_and_sign) {
     const struct {
