@@ -6,65 +6,53 @@
 #include "midi/midi_out.h"
 #include "midi/senders.h"
 #include "midi/system.h"
+#include "support/capture.h"
 #include "support/jack_server.h"
 #include "support/pattern.h"
-#include "support/process.h"
 #include "support/sound.h"
-#include "support/temporary_directory.h"
 
+#include <algorithm>
 #include <cmath>
-#include <csignal>
-#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
-#include <sstream>
+
+using namespace test_support;
 
 namespace {
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using clock_type = std::chrono::steady_clock;
-using lines = std::vector<std::string>;
 using bytes = std::vector<std::uint8_t>;
-using test_support::matches;
-using test_support::read_file;
-using test_support::read_wav;
-using test_support::sound;
 
 const std::string play_notes = QUENVAREL_BIN "/../tests/play_notes";
 
 // The events of the file's track as midicsv writes them, which says nothing else about a sound file.
-lines events(const std::string& name) {
-    const test_support::process_result result = test_support::run({"midicsv", name});
+std::string events(const std::string& name) {
+    const process_result result = run({"midicsv", name});
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_EQ(result.err, "");
-    lines all;
-    std::istringstream in(result.out);
-    for (std::string line; std::getline(in, line);)
-        all.push_back(line);
-    const lines begin = {"0, 0, Header, 0, 1, 960", "1, 0, Start_track", "1, 0, Title_t, \"Quenvarel\"",
-                         "1, 0, Tempo, 500000"};
-    const bool is_whole = all.size() > 5 && std::equal(begin.begin(), begin.end(), all.begin()) &&
-                          all.back() == "0, 0, End_of_file" && all.end()[-2].ends_with(", End_track");
+    const std::string begin = "0, 0, Header, 0, 1, 960\n1, 0, Start_track\n1, 0, Title_t, \"Quenvarel\"\n"
+                              "1, 0, Tempo, 500000\n",
+                      end = "0, 0, End_of_file\n";
+    const bool is_whole = result.out.starts_with(begin) && result.out.ends_with(", End_track\n" + end);
     EXPECT_TRUE(is_whole) << result.out;
-    return is_whole ? lines(all.begin() + 4, all.end() - 1) : lines();
+    return is_whole ? result.out.substr(begin.size(), result.out.size() - begin.size() - end.size()) : "";
+}
+
+std::size_t count_events(const std::string& name) {
+    return std::size_t(std::ranges::count(events(name), '\n'));
 }
 
 // Each test works in a directory of its own.
-class midi_files : public testing::Test {
-protected:
-    void SetUp() override { fs::current_path(directory.path()); }
-    void TearDown() override { fs::current_path(before); }
-    bool open(const char* name) {
-        testing::internal::CaptureStdout();
-        const bool opened = port.open(name);
-        testing::internal::GetCapturedStdout();
-        return opened;
-    }
+struct midi_files : testing::Test {
+    midi_files() { fs::current_path(directory.path()); }
+    ~midi_files() override { fs::current_path(before); }
 
-    const test_support::no_jack_server quiet_machine;
+    const no_jack_server quiet_machine;
     const fs::path before = fs::current_path();
-    const test_support::temporary_directory directory;
+    const temporary_directory directory;
+    capture out{std::cout};
     midi::midi_out_t port{midi::system_outputs()};
 };
 
@@ -85,7 +73,7 @@ TEST_F(midi_files, midi_file_holds_the_performance_in_real_time) {
     };
     const auto begin = clock_type::now();
     const auto now = [&] { return std::chrono::duration<double>(clock_type::now() - begin).count(); };
-    ASSERT_TRUE(open("MIDI file"));
+    ASSERT_TRUE(port.open("MIDI file"));
     std::vector<std::pair<double, double>> bounds = {{0, now()}}; // between which each was sent
     for (const auto& step : performance) {
         std::this_thread::sleep_until(begin + milliseconds(step.milliseconds));
@@ -93,71 +81,75 @@ TEST_F(midi_files, midi_file_holds_the_performance_in_real_time) {
         EXPECT_TRUE(step.send());
         bounds.emplace_back(earliest, now());
     }
-    const lines found = events("quenvarel.mid");
-    ASSERT_EQ(found.size(), std::size(performance));
+    std::istringstream found(events("quenvarel.mid"));
+    std::string line;
     double last = 0;
-    for (std::size_t i = 0; i < found.size(); ++i) {
-        EXPECT_TRUE(matches(found[i], std::string("^1, [0-9]+, ") + performance[i].event)) << found[i];
-        const double time = std::stod(found[i].substr(3)) / 1920, tick = 1.0 / 1920;
+    for (std::size_t i = 0; i < std::size(performance) && std::getline(found, line); ++i) {
+        EXPECT_TRUE(matches(line, std::string("^1, [0-9]+, ") + performance[i].event)) << line;
+        const double time = std::stod(line.substr(3)) / 1920, tick = 1.0 / 1920;
         EXPECT_GE(time - last, bounds[i + 1].first - bounds[i].second - tick) << i;
         EXPECT_LE(time - last, bounds[i + 1].second - bounds[i].first + tick) << i;
         last = time;
     }
+    EXPECT_TRUE(line.ends_with("End_track") && found.peek() == EOF) << line;
 }
 
 TEST_F(midi_files, midi_file_ends_its_notes_and_holds_any_silence) {
     midi::smf_recording recording;
     ASSERT_TRUE(recording.create());
-    const struct {
-        double time;
-        bytes message;
-    } sent[] = {{0, {0x90, 60, 100}},   {0, {0x91, 60, 100}}, {0, {0x90, 62, 100}},  {0, {0x90, 62, 90}},
-                {0.5, {0x80, 60, 64}},  {0.5, {0x90, 64, 1}}, {0.75, {0x90, 64, 0}}, {1, {0xB1, 122, 0}},
-                {1, {0xB1, 123, 0}},    {1, {0xB0, 123, 0}},  {1, {0xB0, 123, 0}},   {1100, {0x90, 64, 1}},
-                {201100, {0x90, 64, 0}}};
+    const std::pair<double, bytes> sent[] = {
+        {0, {0x90, 60, 100}},    {0, {0x91, 60, 100}}, {0, {0x90, 62, 100}},  {0, {0x90, 62, 90}},
+        {0.5, {0x80, 60, 64}},   {0.5, {0x90, 64, 1}}, {0.75, {0x90, 64, 0}}, {1, {0xB1, 122, 0}},
+        {1, {0xB1, 123, 0}},     {1, {0xB0, 123, 0}},  {1, {0xB0, 123, 0}},   {1100, {0x90, 64, 1}},
+        {201100, {0x90, 64, 0}},
+    };
     for (const auto& [time, message] : sent)
         EXPECT_TRUE(recording.message(time, message.data(), message.size()));
     recording.finish(201101);
-    EXPECT_EQ(
-        events("quenvarel.mid"),
-        (lines{"1, 0, Note_on_c, 0, 60, 100", "1, 0, Note_on_c, 1, 60, 100", "1, 0, Note_on_c, 0, 62, 100",
-               "1, 0, Note_on_c, 0, 62, 90", "1, 960, Note_off_c, 0, 60, 64", "1, 960, Note_on_c, 0, 64, 1",
-               "1, 1440, Note_on_c, 0, 64, 0", "1, 1920, Control_c, 1, 122, 0",
-               "1, 1920, Note_on_c, 1, 60, 0", "1, 1920, Control_c, 1, 123, 0",
-               // Twice struck, twice ended.
-               "1, 1920, Note_on_c, 0, 62, 0", "1, 1920, Note_on_c, 0, 62, 0",
-               "1, 1920, Control_c, 0, 123, 0", "1, 1920, Control_c, 0, 123, 0",
-               "1, 2112000, Note_on_c, 0, 64, 1",
-               // More than a file can say at once.
-               "1, 136329727, Text_t, \"\"", "1, 270547454, Text_t, \"\"",
-               "1, 386112000, Note_on_c, 0, 64, 0", "1, 386113920, End_track"}));
+    // What is struck twice is ended twice; a silence of more than a file can say at once has empty texts.
+    EXPECT_EQ(events("quenvarel.mid"), R"(1, 0, Note_on_c, 0, 60, 100
+1, 0, Note_on_c, 1, 60, 100
+1, 0, Note_on_c, 0, 62, 100
+1, 0, Note_on_c, 0, 62, 90
+1, 960, Note_off_c, 0, 60, 64
+1, 960, Note_on_c, 0, 64, 1
+1, 1440, Note_on_c, 0, 64, 0
+1, 1920, Control_c, 1, 122, 0
+1, 1920, Note_on_c, 1, 60, 0
+1, 1920, Control_c, 1, 123, 0
+1, 1920, Note_on_c, 0, 62, 0
+1, 1920, Note_on_c, 0, 62, 0
+1, 1920, Control_c, 0, 123, 0
+1, 1920, Control_c, 0, 123, 0
+1, 2112000, Note_on_c, 0, 64, 1
+1, 136329727, Text_t, ""
+1, 270547454, Text_t, ""
+1, 386112000, Note_on_c, 0, 64, 0
+1, 386113920, End_track
+)");
 }
 
 TEST_F(midi_files, files_are_only_made_for_messages_and_never_touched_again) {
     directory.write("quenvarel.mid", "keep me");
     fs::create_symlink(directory.path() / "nowhere", directory.path() / "quenvarel-1.mid");
-    for (const char* name : {"MIDI file", "FluidSynth to WAV"}) {
-        ASSERT_TRUE(open(name));
-        EXPECT_TRUE(port.close()) << "without a message";
-    }
-    ASSERT_TRUE(open("MIDI file"));
+    for (const char* name : {"MIDI file", "FluidSynth to WAV"})
+        EXPECT_TRUE(port.open(name) && port.close()) << "without a message";
+    ASSERT_TRUE(port.open("MIDI file"));
     fs::rename("quenvarel-2.mid", "mine.mid");
     directory.write("quenvarel-2.mid", "keep me, too");
     EXPECT_TRUE(port.close());
     EXPECT_EQ(read_file("quenvarel.mid") + read_file("quenvarel-2.mid"), "keep mekeep me, too");
-    EXPECT_EQ(events("mine.mid").size(), 1u);
-    ASSERT_TRUE(open("MIDI file"));
-    EXPECT_TRUE(midi::noteon(port, 0, 60, 1));
-    EXPECT_TRUE(port.close());
-    EXPECT_EQ(events("quenvarel-3.mid").size(), 2u);
+    EXPECT_EQ(count_events("mine.mid"), 1u);
+    EXPECT_TRUE(port.open("MIDI file") && midi::noteon(port, 0, 60, 1) && port.close());
+    EXPECT_EQ(count_events("quenvarel-3.mid"), 2u);
     EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), 5);
 }
 
 TEST_F(midi_files, a_file_that_cannot_be_made_is_one_line_and_leaves_none) {
-    for (const char* command : {"cd $(mktemp -d) && rmdir $PWD && exec", "trap '' XFSZ; ulimit -f 0; exec"})
-        for (const std::string device : {"MIDI file", "to WAV"}) {
-            const auto played = test_support::run(
-                {"sh", "-c", std::string(command) + " \"$@\"", "", play_notes, device, "1", "0"});
+    for (const std::string command :
+         {"cd $(mktemp -d) && rmdir $PWD && exec \"$@\"", "trap '' XFSZ; ulimit -f 0; exec \"$@\""})
+        for (const char* device : {"MIDI file", "to WAV"}) {
+            const auto played = run({"sh", "-c", command, "", play_notes, device, "1", "0"});
             EXPECT_EQ(played.exit_code, 1);
             EXPECT_TRUE(matches(played.err, "(^|\n)DeviceID=[0-9]+: can't open MIDI device\\.\n$"))
                 << played.err;
@@ -174,40 +166,38 @@ TEST_F(midi_files, files_are_whole_when_the_process_is_killed) {
         {"to WAV", [] { return fs::file_size("quenvarel.wav") > 44 + 44100 * 4; }},
     };
     for (const auto& c : cases) {
-        test_support::process player({play_notes, c.device, "100", "12"});
+        process player({play_notes, c.device, "100", "12"});
         ASSERT_TRUE(player.wait_for_out("played\n"));
-        ASSERT_TRUE(test_support::jack_server::until(c.has_written)) << c.device;
+        ASSERT_TRUE(jack_server::until(c.has_written)) << c.device;
         player.send_signal(SIGKILL);
         EXPECT_EQ(player.wait(), 128 + SIGKILL);
     }
-    const lines found = events("quenvarel.mid");
-    ASSERT_EQ(found.size(), 101u);
-    EXPECT_TRUE(found[99].ends_with("Note_on_c, 1, 60, 100"));
+    EXPECT_EQ(count_events("quenvarel.mid"), 101u);
+    EXPECT_TRUE(matches(events("quenvarel.mid"), "Note_on_c, 1, 60, 100\n[^\n]*End_track\n$"));
     const sound heard = read_wav("quenvarel.wav");
     EXPECT_GE(heard.seconds(), 0.5);
     EXPECT_GT(heard.level(0.2, 0.5), 0.001);
 }
 
 TEST_F(midi_files, files_are_whole_when_the_disk_is_full) {
-    test_support::run({"jack_lsp"}); // JACK's own files, cut short, would stop every client for 18 s
-    // The limit is also that of shared memory, of which PulseAudio's library complains when ALSA asks for it.
-    setenv("ALSA_CONFIG_PATH", "/dev/null", 1);
-    for (const std::string file : {"quenvarel.mid", "quenvarel.wav"}) {
-        // 40 blocks of 512 bytes is all that a file may grow to.
-        const test_support::process_result played =
-            test_support::run({"sh", "-c", "trap '' XFSZ; ulimit -f 40; exec \"$0\" \"$1\" 1000000 0",
-                               play_notes, file == "quenvarel.mid" ? "MIDI file" : "to WAV"});
+    run({"jack_lsp"}); // JACK's own files, cut short, would stop every client for 18 s
+    for (const auto& [device, file] :
+         {std::pair<std::string, std::string>{"MIDI file", "quenvarel.mid"}, {"to WAV", "quenvarel.wav"}}) {
+        // 40 blocks of 512 bytes is all that a file may grow to; it is also the limit of shared memory, of
+        // which PulseAudio's library complains when ALSA asks for it.
+        const process_result played =
+            run({"sh", "-c", "trap '' XFSZ; ulimit -f 40; exec \"$0\" \"$1\" 1000000 0", play_notes, device},
+                {{{"ALSA_CONFIG_PATH", "/dev/null"}}, {}});
         EXPECT_EQ(played.exit_code, 2 + 4) << "sending and closing both say that it went wrong";
         EXPECT_EQ(played.err, file + ": the recording cannot go on and ends here.\n");
     }
-    unsetenv("ALSA_CONFIG_PATH");
-    EXPECT_GE(events("quenvarel.mid").size(), 3000u);
+    EXPECT_GE(count_events("quenvarel.mid"), 3000u);
     EXPECT_GT(read_wav("quenvarel.wav").seconds(), 0.05);
 }
 
 TEST_F(midi_files, wav_holds_the_performance_in_real_time) {
-    ASSERT_TRUE(open("FluidSynth to WAV"));
-    testing::internal::CaptureStdout();
+    ASSERT_TRUE(port.open("FluidSynth to WAV"));
+    out.take();
     const std::uint8_t text[] = {0x20, 0, 0, 'H', 'e', 'l', 'l', 'o'};
     EXPECT_TRUE(midi::rolandsysex(port, 0x41, 0x10, 0x16, 0x12, text, sizeof text));
     std::this_thread::sleep_for(milliseconds(400));
@@ -215,9 +205,9 @@ TEST_F(midi_files, wav_holds_the_performance_in_real_time) {
     EXPECT_TRUE(midi::noteon(port, 1, 69, 127));
     std::this_thread::sleep_for(milliseconds(1200));
     EXPECT_TRUE(midi::noteoff(port, 1, 69));
-    const auto after_note = clock_type::now();
+    const double held = std::chrono::duration<double>(clock_type::now() - before_note).count();
     EXPECT_TRUE(port.close());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Hello\n");
+    EXPECT_EQ(out.text(), "Hello\n");
 
     const sound heard = read_wav("quenvarel.wav");
     EXPECT_EQ(heard.rate, 44100);
@@ -227,8 +217,7 @@ TEST_F(midi_files, wav_holds_the_performance_in_real_time) {
         onset += 0.002;
     EXPECT_GE(onset, 0.39);
     EXPECT_NEAR(heard.pitch_near(440, onset + 0.2, onset + 1.1), 440, 1.27) << "5 cents";
-    const double released = onset + std::chrono::duration<double>(after_note - before_note).count();
-    EXPECT_GT(heard.level(released, released + 0.1), 0.001) << "the tail";
+    EXPECT_GT(heard.level(onset + held, onset + held + 0.1), 0.001) << "the tail";
     EXPECT_LT(heard.level(heard.seconds() - 0.02, heard.seconds()), 0.0001) << "which dies away";
 }
 
@@ -261,8 +250,9 @@ TEST_F(midi_files, each_channel_message_is_heard_on_its_channel) {
     EXPECT_NE(with({0xFF}, 0), without);
 }
 
-// The sound after a short note with the given reverb.
-sound tail_of(int mode, int time, int level, int send) {
+// The sound after a short note with a reverb of this mode, time, level and send.
+sound tail_of(const std::array<int, 4>& setting) {
+    const auto [mode, time, level, send] = setting;
     bytes reverb = {0xF0, 0x41, 0x10, 0x16, 0x12, 0x10, 0, 1};
     for (const int value : {mode, time, level, -(0x10 + 1 + mode + time + level)})
         reverb.push_back(std::uint8_t(value & 0x7F));
@@ -272,50 +262,44 @@ sound tail_of(int mode, int time, int level, int send) {
 }
 
 TEST_F(midi_files, every_reverb_setting_is_heard) {
-    struct settings {
-        int mode, time, level, send;
-    };
-    const std::vector<settings> each_louder[] = {
+    const std::vector<std::array<int, 4>> each_louder[] = {
         {{0, 5, 3, 20}, {0, 5, 3, 127}},
         {{0, 5, 0, 100}, {0, 5, 1, 100}, {0, 5, 4, 100}, {0, 5, 7, 100}},
         {{1, 0, 3, 100}, {1, 1, 3, 100}, {1, 4, 3, 100}, {1, 7, 3, 100}},
     };
     for (const auto& row : each_louder) {
         double quieter = 0;
-        for (const settings& s : row) {
-            const double loud = tail_of(s.mode, s.time, s.level, s.send).level(0.8, 1.5);
-            EXPECT_GT(loud, 1.08 * quieter) << s.time << ' ' << s.level << ' ' << s.send;
+        for (const auto& setting : row) {
+            const double loud = tail_of(setting).level(0.8, 1.5);
+            EXPECT_GT(loud, 1.08 * quieter) << testing::PrintToString(setting);
             quieter = loud;
         }
     }
     // The modes differ in how loud their tail is, or in how wide.
     std::vector<std::pair<double, double>> modes;
     for (int mode = 0; mode < 4; ++mode) {
-        const sound heard = tail_of(mode, 0, 0, 80); // where the player begins
+        const sound heard = tail_of({mode, 0, 0, 80}); // where the player begins
         double middle = 0, side = 0;
         for (std::size_t i = std::size_t(0.5 * heard.rate); i < heard.left.size(); ++i) {
             middle += std::pow(heard.left[i] + heard.right[i], 2);
             side += std::pow(heard.left[i] - heard.right[i], 2);
         }
-        modes.emplace_back(heard.level(0.5, 1), std::sqrt(side / middle));
-        for (int other = 0; other < mode; ++other)
-            EXPECT_TRUE(std::abs(std::log(modes[other].first / modes[mode].first)) > 0.23 ||
-                        std::abs(modes[other].second - modes[mode].second) > 0.15)
-                << other << " and " << mode;
+        const double loud = std::log(heard.level(0.5, 1)), wide = std::sqrt(side / middle);
+        for (const auto& [other_loud, other_wide] : modes)
+            EXPECT_TRUE(std::abs(other_loud - loud) > 0.23 || std::abs(other_wide - wide) > 0.15) << mode;
+        modes.emplace_back(loud, wide);
     }
 }
 
 TEST_F(midi_files, the_default_soundfont_comes_first) {
     const std::string any = midi::find_soundfont();
     ASSERT_NE(any, "");
-    for (const char* name :
-         {"first/none.sf2", "first/readme.txt", "second/B.sf2", "second/default-GM.sf3", "second/A.sf2"}) {
-        fs::create_directories(fs::path(name).parent_path());
-        if (name[0] == 's')
-            fs::create_symlink(any, name);
-        else
-            directory.write(name, "no SoundFont");
-    }
+    fs::create_directory("first");
+    fs::create_directory("second");
+    directory.write("first/none.sf2", "no SoundFont");
+    directory.write("first/readme.txt", "no SoundFont");
+    for (const char* name : {"second/B.sf2", "second/default-GM.sf3", "second/A.sf2"})
+        fs::create_symlink(any, name);
     for (const char* found : {"second/default-GM.sf3", "second/A.sf2", "second/B.sf2", ""}) {
         EXPECT_EQ(midi::find_soundfont({"nowhere", "first", "second"}), found);
         fs::remove(found);
