@@ -6,16 +6,13 @@
 #include "support/capture.h"
 #include "support/jack_server.h"
 #include "support/pattern.h"
-#include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
-#include <iostream>
 #include <optional>
 
 namespace {
 
-using test_support::jack_server;
-using test_support::process;
+using namespace test_support;
 
 class pulse_server {
 public:
@@ -27,16 +24,12 @@ public:
         server_.emplace(std::vector<std::string>{"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
                                                  "--exit-idle-time=-1", "-L", "module-native-protocol-unix",
                                                  "-L", "module-null-sink sink_name=ears"});
-        return jack_server::until([] { return test_support::run({"pactl", "info"}).exit_code == 0; });
+        return jack_server::until([] { return run({"pactl", "info"}).exit_code == 0; });
     }
-    void stop() {
-        server_->send_signal(SIGTERM);
-        server_->wait();
-    }
-    void freeze() { server_->send_signal(SIGSTOP); }
+    void signal(int number) { server_->send_signal(number); }
 
 private:
-    const test_support::temporary_directory directory_;
+    const temporary_directory directory_;
     std::optional<process> server_;
 };
 
@@ -63,26 +56,24 @@ TEST(speakers, are_heard_whatever_becomes_of_the_sound_systems) {
     ASSERT_TRUE(jack.runs() && pulse.start());
     midi::fluidsynth_outputs service;
     midi::midi_out_t port(service);
-    test_support::capture out(std::cout), err(std::cerr);
+    capture out(std::cout), err(std::cerr);
     ASSERT_TRUE(port.open(0u));
     EXPECT_TRUE(jack_server::until_port("quenvarel:left"));
     jack.freeze();
     EXPECT_TRUE(is_heard(port)) << "instead of JACK";
-    pulse.stop();
+    pulse.signal(SIGTERM);
     ASSERT_TRUE(pulse.start());
     EXPECT_TRUE(is_heard(port)) << "after a restart";
-    EXPECT_TRUE(takes_seconds([&] { EXPECT_TRUE(port.close()); }));
-    EXPECT_TRUE(takes_seconds([&] { EXPECT_TRUE(port.open(0u)); }));
-    EXPECT_TRUE(is_heard(port));
-    EXPECT_TRUE(port.close());
+    EXPECT_TRUE(takes_seconds([&] { EXPECT_TRUE(port.close() && port.open(0u)); }));
+    EXPECT_TRUE(is_heard(port) && port.close());
     EXPECT_EQ(err.take(), "FluidSynth: jack does not answer.\n");
 
-    pulse.freeze();
+    pulse.signal(SIGSTOP);
     EXPECT_TRUE(takes_seconds([&] { EXPECT_FALSE(port.open(0u)); }));
-    EXPECT_TRUE(test_support::matches(
-        err.text(), "^FluidSynth: no way to the loudspeakers: jack \\(no answer\\), pipewire, "
-                    "pulseaudio \\(no answer\\), alsa[^\n]*\\.\n"
-                    "DeviceID=0: can't open MIDI device\\.\n$"))
+    EXPECT_TRUE(matches(err.text(),
+                        "^FluidSynth: no way to the loudspeakers: jack \\(no answer\\), pipewire, "
+                        "pulseaudio \\(no answer\\), alsa[^\n]*\\.\n"
+                        "DeviceID=0: can't open MIDI device\\.\n$"))
         << err.text();
     jack.thaw();
 }

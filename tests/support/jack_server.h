@@ -11,7 +11,6 @@
 #include <iostream>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -34,11 +33,8 @@ public:
     }
     ~jack_server() {
         stop();
-        // Clients that outlived the server have left these behind.
-        std::error_code ignored;
-        for (const auto& file : std::filesystem::directory_iterator("/dev/shm", ignored))
-            if (file.path().filename().string().find(name_ + "_") != std::string::npos)
-                std::filesystem::remove(file, ignored);
+        for (const auto& left_behind : files_of("")) // by clients that outlived the server
+            std::filesystem::remove(left_behind);
     }
     jack_server(const jack_server&) = delete;
     jack_server& operator=(const jack_server&) = delete;
@@ -64,12 +60,7 @@ public:
     }
 
     // How many of its clients have names that begin so.
-    int clients(const std::string& name) const {
-        int count = 0;
-        for (const auto& file : std::filesystem::directory_iterator("/dev/shm"))
-            count += file.path().filename().string().find(name_ + "_" + name) != std::string::npos;
-        return count;
-    }
+    std::size_t clients(const std::string& name) const { return files_of(name).size(); }
 
     // Waits until the condition holds; false after ten seconds.
     template <class Condition>
@@ -81,15 +72,18 @@ public:
         return false;
     }
     static bool until_port(const std::string& name) {
-        const std::string line = name + "\n";
-        return until([&] {
-            const std::string ports = run({"jack_lsp"}).out;
-            const std::size_t at = ports.find(line);
-            return at == 0 || (at != std::string::npos && ports[at - 1] == '\n');
-        });
+        const std::string begin = "\n", line = begin + name + begin;
+        return until([&] { return (begin + run({"jack_lsp"}).out).find(line) != std::string::npos; });
     }
 
 private:
+    std::vector<std::filesystem::path> files_of(const std::string& client) const {
+        std::vector<std::filesystem::path> found;
+        for (const auto& file : std::filesystem::directory_iterator("/dev/shm"))
+            if (file.path().string().find(name_ + "_" + client) != std::string::npos) found.push_back(file);
+        return found;
+    }
+
     int playback_ports_, frames_;
     std::string name_;
     temporary_directory directory_;

@@ -9,17 +9,6 @@
 
 namespace test_support {
 
-namespace {
-
-std::uint32_t little_endian(const std::string& bytes, std::size_t at, std::size_t count) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < count; ++i)
-        value |= std::uint32_t(std::uint8_t(bytes[at + i])) << 8 * i;
-    return value;
-}
-
-} // namespace
-
 double sound::level(double from, double to) const {
     const auto begin = std::min(left.size(), std::size_t(from * rate));
     const auto end = std::min(left.size(), std::size_t(to * rate));
@@ -49,30 +38,26 @@ double sound::pitch_near(double expected, double from, double to) const {
 
 sound read_wav(const std::string& name) {
     const std::string bytes = read_file(name);
-    if (bytes.size() < 44 || bytes.compare(0, 4, "RIFF") != 0 || bytes.compare(8, 8, "WAVEfmt ") != 0)
+    const auto field = [&](std::size_t at, std::size_t count) {
+        std::size_t value = 0;
+        for (std::size_t i = 0; i < count; ++i)
+            value |= std::size_t(std::uint8_t(bytes[at + i])) << 8 * i;
+        return value;
+    };
+    if (bytes.size() < 44 || !bytes.starts_with("RIFF") || bytes.compare(8, 8, "WAVEfmt ") != 0 ||
+        bytes.compare(36, 4, "data") != 0)
         return {};
-    // What lies behind the stated end is not part of the sound.
-    const std::size_t end = std::size_t{little_endian(bytes, 4, 4)} + 8;
-    if (end > bytes.size()) return {};
     sound result;
-    for (std::size_t at = 12; at + 8 <= end;) {
-        const std::uint32_t length = little_endian(bytes, at + 4, 4);
-        if (length > end - at - 8) return {};
-        if (bytes.compare(at, 4, "fmt ") == 0) {
-            const auto field = [&](std::size_t from, std::size_t count) {
-                return little_endian(bytes, at + from, count);
-            };
-            result.rate = field(12, 4);
-            // PCM, stereo, 16 bits.
-            if (field(8, 2) != 1 || field(10, 2) != 2 || field(22, 2) != 16) return {};
-            if (field(16, 4) != 4 * result.rate || field(20, 2) != 4) return {};
-        } else if (bytes.compare(at, 4, "data") == 0) {
-            for (std::size_t i = at + 8; i + 4 <= at + 8 + length; i += 4) {
-                result.left.push_back(std::int16_t(little_endian(bytes, i, 2)) / 32768.0);
-                result.right.push_back(std::int16_t(little_endian(bytes, i + 2, 2)) / 32768.0);
-            }
-        }
-        at += 8 + length + (length & 1);
+    result.rate = double(field(24, 4));
+    // PCM, stereo, 16 bits.
+    if (field(20, 2) != 1 || field(22, 2) != 2 || field(34, 2) != 16) return {};
+    if (field(28, 4) != 4 * field(24, 4) || field(32, 2) != 4) return {};
+    // What lies behind the stated end is not part of the sound.
+    const std::size_t end = 44 + field(40, 4);
+    if (end > field(4, 4) + 8 || field(4, 4) + 8 > bytes.size()) return {};
+    for (std::size_t i = 44; i + 4 <= end; i += 4) {
+        result.left.push_back(std::int16_t(field(i, 2)) / 32768.0);
+        result.right.push_back(std::int16_t(field(i + 2, 2)) / 32768.0);
     }
     return result;
 }
