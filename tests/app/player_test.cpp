@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <regex>
 
 using namespace test_support;
 
@@ -23,57 +24,44 @@ struct sequence {
 const sequence sequences[] = {
     {"both manuals meet", "+q +/ -q -/", "91 3c 7f; 91 3c 7f; 91 3c 00; 91 3c 00",
      "key: 0x71, 'q', note: 60\nkey: 0x2f, '/', note: 60\n"},
-    {"notes wrap at 127",
-     "+[ -[",
+    {"notes and octaves wrap at 127",
+     "+[ -[ F+104 F+104 F+105 F+105",
      "90 23 7f; 90 23 00",
-     "key: 0x5b, '[', note: 35\n",
+     "key: 0x5b, '[', note: 35\nnotebase to 4\nnotebase to 16\nnotebase to 4\nnotebase to 120\n",
      {.channel = 0, .notebase = 120}},
-    {"repeated presses all sound", "+z +z -z", "91 2d 7f; 91 2d 7f; 91 2d 00",
-     "key: 0x7a, 'z', note: 45\nkey: 0x7a, 'z', note: 45\n"},
+    {"repeated presses all sound", "+z +z -z", "91 2d 7f; 91 2d 7f; 91 2d 00", "z z "},
     {"a release without a press", "-z", "91 2d 00", ""},
     {"tab and return", "+Tab -Tab +Return -Return", "", "key 0x9, '\t'\nreturn\n"},
     // Holding notes, and the focus.
     {"space holds until it is released, then keys work as before", "+Space +z +c -z -c -Space +z -z",
      "91 2d 7f; 91 30 7f; b1 7b 00; 91 2d 7f; 91 2d 00",
-     "keep: 0x20, ' '\nkey: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\nalloff\n"
-     "key: 0x7a, 'z', note: 45\n"},
+     "keep: 0x20, ' '\nz key: 0x63, 'c', note: 48\nalloff\nz "},
     {"an octave change leaves the note until space", "+z F+104 -z +Space -Space",
-     "91 2d 7f; 91 39 00; b1 7b 00", "key: 0x7a, 'z', note: 45\nnotebase to 48\nkeep: 0x20, ' '\nalloff\n"},
+     "91 2d 7f; 91 39 00; b1 7b 00", "z notebase to 48\nkeep: 0x20, ' '\nalloff\n"},
     {"space ends notes of other channels too", "+z F+108 -z +c +Space -Space",
      "91 2d 7f; 92 2d 00; 92 30 7f; b2 7b 00; 91 2d 00",
-     "key: 0x7a, 'z', note: 45\nnewch to 2\nkey: 0x63, 'c', note: 48\nkeep: 0x20, ' '\nalloff\n"},
+     "z newch to 2\nkey: 0x63, 'c', note: 48\nkeep: 0x20, ' '\nalloff\n"},
     {"focus lost with keys down", "+z +c focuslost -z", "91 2d 7f; 91 30 7f; 91 30 00; 91 2d 00; 91 2d 00",
-     "key: 0x7a, 'z', note: 45\nkey: 0x63, 'c', note: 48\n"},
+     "z key: 0x63, 'c', note: 48\n"},
     {"space comes up elsewhere", "+Space +z focuslost focusback +c -c",
-     "91 2d 7f; b1 7b 00; 91 30 7f; 91 30 00",
-     "keep: 0x20, ' '\nkey: 0x7a, 'z', note: 45\nalloff\nkey: 0x63, 'c', note: 48\n"},
+     "91 2d 7f; b1 7b 00; 91 30 7f; 91 30 00", "keep: 0x20, ' '\nz alloff\nkey: 0x63, 'c', note: 48\n"},
     {"focus lost with shift and alt down", "F+112 focuslost F+1 F+116 focuslost press:60",
-     "f0 41 10 16 12 10 00 01 01 00 00 6e f7; 91 3c 7f", "newrevb to 1, 0, 0\nnote: 60\n"},
+     "reverb 01 00 00; 91 3c 7f", "newrevb to 1, 0, 0\nnote: 60\n"},
     // Settings of the sound.
-    {"velocity", "++ ++ +* +z", "91 2d 7e", "vel: 0x7e\nvel: 0x7d\nvel: 0x7e\nkey: 0x7a, 'z', note: 45\n"},
-    {"velocity below 0", "++ +*", "", "vel: 0x7f\nvel: 0x0\n", {.velocity = 0}},
-    {"channel", "F+108 +Delete +Delete +Delete +z F+108", "9f 2d 7f",
-     "newch to 2\nnewch to 1\nnewch to 0\nnewch to 15\nkey: 0x7a, 'z', note: 45\nnewch to 0\n"},
-    {"octaves wrap",
-     "F+104 F+104 F+105 F+105",
-     "",
-     "notebase to 4\nnotebase to 16\nnotebase to 4\nnotebase to 120\n",
-     {.notebase = 120}},
-    {"programs",
-     "F+107 F+106 F+106",
+    {"velocity", "++ ++ +* +z", "91 2d 7e", "vel: 0x7e\nvel: 0x7d\nvel: 0x7e\nz "},
+    {"programs, and a velocity below 0",
+     "++ +* F+107 F+106 F+106",
      "c1 00; c1 7f; c1 00; c1 01",
-     "pgmchg to 0x7f\npgmchg to 0x0\npgmchg to 0x1\n",
-     {.program_given = true}},
+     "vel: 0x7f\nvel: 0x0\npgmchg to 0x7f\npgmchg to 0x0\npgmchg to 0x1\n",
+     {.velocity = 0, .program_given = true}},
+    {"channel", "F+108 +Delete +Delete +Delete +z F+108", "9f 2d 7f",
+     "newch to 2\nnewch to 1\nnewch to 0\nnewch to 15\nz newch to 0\n"},
     {"reverb mode", "F+116 F+1 F-116 F+112 F+1 F+1 F+116 F-116 F+1 F-112 F+1 F+1",
-     "f0 41 10 16 12 10 00 01 01 00 00 6e f7; f0 41 10 16 12 10 00 01 00 00 00 6f f7; "
-     "f0 41 10 16 12 10 00 01 03 00 00 6c f7; f0 41 10 16 12 10 00 01 02 00 00 6d f7; "
-     "f0 41 10 16 12 10 00 01 03 00 00 6c f7; f0 41 10 16 12 10 00 01 00 00 00 6f f7",
+     "reverb 01 00 00; reverb 00 00 00; reverb 03 00 00; reverb 02 00 00; reverb 03 00 00; reverb 00 00 00",
      "newrevb to 1, 0, 0\nnewrevb to 0, 0, 0\nnewrevb to 3, 0, 0\nnewrevb to 2, 0, 0\n"
      "newrevb to 3, 0, 0\nnewrevb to 0, 0, 0\n"},
     {"reverb time and level", "F+112 F+2 F-112 F+2 F+2 F+1 F+113 F+3",
-     "f0 41 10 16 12 10 00 01 00 07 00 68 f7; f0 41 10 16 12 10 00 01 00 00 00 6f f7; "
-     "f0 41 10 16 12 10 00 01 00 01 00 6e f7; f0 41 10 16 12 10 00 01 01 01 00 6d f7; "
-     "f0 41 10 16 12 10 00 01 01 01 07 66 f7",
+     "reverb 00 07 00; reverb 00 00 00; reverb 00 01 00; reverb 01 01 00; reverb 01 01 07",
      "newrevb to 0, 7, 0\nnewrevb to 0, 0, 0\nnewrevb to 0, 1, 0\nnewrevb to 1, 1, 0\nnewrevb to 1, 1, 7\n"},
     {"reverb send, and the other shift key releases", "F+4 F+112 F+4 F+4 F-113 F+4",
      "b1 5b 01; b1 5b 00; b1 5b 7f; b1 5b 00",
@@ -87,31 +75,36 @@ const sequence sequences[] = {
     {"tab released ends the camera mode", "F+116 -Tab press:60", "91 3c 7f", "note: 60\n"},
     {"tab released leaves the shift mode", "F+112 -Tab F+4", "b1 5b 7f", "cchg revb to 0x7f\n"},
     // The mouse.
-    {"a drag stops each note before the next", "press:60 drag:60 drag:62 drag:64 release:64",
-     "91 3c 7f; 91 3c 00; 91 3e 7f; 91 3e 00; 91 40 7f; 91 40 00", "note: 60\nnote: 62\nnote: 64\n"},
+    {"a drag stops each note before the next", "press:0 drag:0 drag:62 drag:127 release:127",
+     "91 00 7f; 91 00 00; 91 3e 7f; 91 3e 00; 91 7f 7f; 91 7f 00", "note: 0\nnote: 62\nnote: 127\n"},
     {"a drag off the keyboard and back",
      "press:60 drag: drag:60 release:", "91 3c 7f; 91 3c 00; 91 3c 7f; 91 3c 00", "note: 60\nnote: 60\n"},
     {"beside the keyboard, and without a button", "press: drag: release: drag:60", "", ""},
     {"released over another key than the sounding one", "press:60 release:72", "91 3c 7f; 91 3c 00; 91 48 00",
      "note: 60\n"},
-    {"alt comes in between", "press:60 F+116 drag:62 release:62", "91 3c 7f; 91 3c 00", "note: 60\n"},
-    {"shift comes in between", "press:60 F+112 drag:62 release:60 F-112 drag:64", "91 3c 7f; 91 3c 00",
-     "note: 60\n"},
-    {"shift clicks do nothing", "F+112 press:60 release:60", "", ""},
-    {"camera drags do nothing to notes", "F+116 press:60 drag:62 wheel:1 release:62 F-116 drag:60", "", ""},
-    {"key 0 is a key", "press:0 drag:127 release:127", "91 00 7f; 91 00 00; 91 7f 7f; 91 7f 00",
-     "note: 0\nnote: 127\n"},
+    {"alt comes in between",
+     "press:60 F+116 drag:62 release:62 press:60 drag:62 wheel:1 release:62 F-116 drag:60",
+     "91 3c 7f; 91 3c 00", "note: 60\n"},
+    {"shift comes in between", "press:60 F+112 drag:62 release:60 press:60 release:60 F-112 drag:64",
+     "91 3c 7f; 91 3c 00", "note: 60\n"},
     {"a lost focus ends the note", "press:60 focuslost drag:62", "91 3c 7f; 91 3c 00", "note: 60\n"},
     {"the channel changes in between", "press:60 F+108 release:60 +Space -Space",
      "91 3c 7f; 92 3c 00; b2 7b 00; 91 3c 00", "note: 60\nnewch to 2\nkeep: 0x20, ' '\nalloff\n"},
 };
 
+// With "reverb MODE TIME LEVEL" for the message that sets it, and "z " for the line of that key.
+std::string shortened(const std::string& text) {
+    static const std::regex reverb("f0 41 10 16 12 10 00 01 (..) (..) (..) .. f7");
+    static const std::regex z("key: 0x7a, 'z', note: 45\n");
+    return std::regex_replace(std::regex_replace(text, reverb, "reverb $1 $2 $3"), z, "z ");
+}
+
 TEST(player, sequences_of_events) {
     for (const sequence& s : sequences) {
         player_driver driver(s.settings);
         driver.play(s.events);
-        EXPECT_EQ(driver.sent(), s.sent) << s.name;
-        EXPECT_EQ(driver.traced(), s.traced) << s.name;
+        EXPECT_EQ(shortened(driver.sent()), s.sent) << s.name;
+        EXPECT_EQ(shortened(driver.traced()), s.traced) << s.name;
     }
 }
 

@@ -28,28 +28,26 @@ TEST(roland_module, understands_reverb_and_display) {
     const struct {
         bytes payload;
         change expected;
-        int mode, time, level;
+        std::array<int, 3> reverb; // mode, time, level
         const char* display;
     } steps[] = {
-        {{0x10, 0, 1, 2, 6, 7}, change::reverb, 2, 6, 7, ""},
-        {{0x10, 0, 2, 1}, change::reverb, 2, 1, 7, ""},     // the time alone
-        {{0x10, 0, 0, 64, 3}, change::reverb, 3, 1, 7, ""}, // from the tuning before it on
-        {{0x10, 0, 0, 64}, change::none, 3, 1, 7, ""},      // the tuning alone
-        {{0x10, 0, 1, 4, 0, 0}, change::none, 3, 1, 7, ""}, // there is no mode 4
-        {text_at(0, "Quenvarel-MIDI Ver 2"), change::display, 3, 1, 7, "Quenvarel-MIDI Ver 2"},
-        {text_at(19, "3 and what is beyond"), change::display, 3, 1, 7, "Quenvarel-MIDI Ver 3"},
-        {text_at(0, "\x01"), change::display, 3, 1, 7, " uenvarel-MIDI Ver 3"},
-        {{0x20, 1, 0, 0}, change::display_reset, 3, 1, 7, ""},
-        {text_at(2, "Hi"), change::display, 3, 1, 7, "  Hi"},
-        {{0x7F, 0, 0, 0}, change::none, 3, 1, 7, "  Hi"},
+        {{0x10, 0, 1, 2, 6, 7}, change::reverb, {2, 6, 7}, ""},
+        {{0x10, 0, 2, 1}, change::reverb, {2, 1, 7}, ""},     // the time alone
+        {{0x10, 0, 0, 64, 3}, change::reverb, {3, 1, 7}, ""}, // from the tuning before it on
+        {{0x10, 0, 0, 64}, change::none, {3, 1, 7}, ""},      // the tuning alone
+        {{0x10, 0, 1, 4, 0, 0}, change::none, {3, 1, 7}, ""}, // there is no mode 4
+        {text_at(0, "Quenvarel-MIDI Ver 2"), change::display, {3, 1, 7}, "Quenvarel-MIDI Ver 2"},
+        {text_at(19, "3 and what is beyond"), change::display, {3, 1, 7}, "Quenvarel-MIDI Ver 3"},
+        {text_at(0, "\x01"), change::display, {3, 1, 7}, " uenvarel-MIDI Ver 3"},
+        {{0x20, 1, 0, 0}, change::display_reset, {3, 1, 7}, ""},
+        {text_at(2, "Hi"), change::display, {3, 1, 7}, "  Hi"},
+        {{0x7F, 0, 0, 0}, change::none, {3, 1, 7}, "  Hi"},
     };
     midi::roland_module module;
     for (const auto& step : steps) {
         const bytes message = roland(step.payload);
         EXPECT_EQ(module.receive(message.data(), message.size()), step.expected);
-        EXPECT_EQ(module.reverb_mode, step.mode);
-        EXPECT_EQ(module.reverb_time, step.time);
-        EXPECT_EQ(module.reverb_level, step.level);
+        EXPECT_EQ((std::array{module.reverb_mode, module.reverb_time, module.reverb_level}), step.reverb);
         EXPECT_EQ(module.display(), step.display);
     }
 }
