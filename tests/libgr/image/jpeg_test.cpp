@@ -100,8 +100,7 @@ TEST(jpeg, keeps_a_soft_picture) {
         EXPECT_EQ(read.descriptor, d);
         expect_near(read, image, 6);
     }
-    // Only without the flag steps take more than 8 bits: the first table begins with the width of its
-    // entries.
+    // Only without the flag do steps take more than 8 bits, as the first byte of their table says.
     for (const bool baseline : {true, false}) {
         const std::string bytes = text(encoded(soft(8, 8), {}, 1, baseline).bytes);
         EXPECT_EQ(bytes[bytes.find("\xFF\xDB") + 4], baseline ? 0 : 0x10);

@@ -11,8 +11,7 @@
 
 namespace pictures {
 
-// Noise of the wanted form. With skips the picture lies inside larger storage, that many pixels from its left
-// and lower edges.
+// Noise. With skips the picture lies in larger storage, that many pixels from its left and lower edges.
 inline libgr::image2d noise(std::uint32_t width, std::uint32_t height,
                             libgr::pixel_descriptor descriptor = {}, std::uint32_t skips = 0) {
     libgr::image2d image;

@@ -204,8 +204,8 @@ TEST(normalmap, follows_the_slopes_and_wraps_around) {
     for (const int b : bytes(map))
         normals.push_back(static_cast<signed char>(b));
     normals.resize(4 * 3);
-    // Worked out by hand: (0, 0.2, 1 + sqrt(0.96)) and (1, 0.2, sqrt(0.96)) brought to unit length; then one
-    // compared with the left-most column, and one with the bottom row.
+    // (0, 0.2, 1 + sqrt(0.96)) and (1, 0.2, sqrt(0.96)) at unit length; one against the left-most column, and
+    // one against the bottom row.
     EXPECT_EQ(normals, (std::vector<int>{0, 13, 126, 90, 18, 88, -90, 0, 90, 0, -13, 126}));
 
     ASSERT_TRUE(normalmap(map, noise(1, 1)));

@@ -1,5 +1,4 @@
-// Surface textures and the environment from real picture files: what is loaded, derived, shared, reported and
-// let go.
+// Surface textures and the environment from real picture files.
 
 #include "libgr/texture/surface_texture.h"
 
@@ -241,8 +240,6 @@ TEST_F(SurfaceTexture, EverythingIsLetGo) {
     EXPECT_EQ(living_textures(), before);
     EXPECT_EQ(texture_table::shared()->size(), 0u);
 }
-
-// ---- The environment
 
 class Environment : public SurfaceTexture {
 protected:

@@ -110,8 +110,7 @@ TEST_F(TextureObject, ReadsFloatTexturesBack) {
 }
 
 TEST_F(TextureObject, WhatDoesNotComeBack) {
-    // The type that is asked for is then none that pixels can have: the GL says so, and the record stays
-    // black.
+    // The type asked for is none that pixels can have: the GL says so, and the record stays black.
     with(patterned(2, 2, rgba8));
     image2d image;
     EXPECT_TRUE(grTextureObject::GetTextureImage(GL_TEXTURE_2D, 0, image));

@@ -57,8 +57,7 @@ private:
     GLuint name_ = 0;
 };
 
-// Whatever the table can map is taken, or refused by the GL and skipped; what the GL keeps in full comes back
-// bit by bit.
+// What the table maps is taken, or refused by the GL and skipped; what the GL keeps in full comes back.
 TEST_F(Upload, EveryFormatComesBack) {
     using namespace bits_class;
     std::set<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>> exact;
@@ -214,8 +213,7 @@ TEST_F(Upload, PixelStoreIsAppliedAndPutBack) {
 }
 
 TEST_F(Upload, MipmapsThroughEachRoute) {
-    // The texture's own building keeps any size, and so does the GL's; the utility library makes powers of
-    // two.
+    // The texture's own building and the GL's keep any size; the utility library makes powers of two.
     const struct {
         pixel_descriptor descriptor;
         GLboolean by_itself;
@@ -297,8 +295,7 @@ TEST_F(Upload, AllocationWidthAndBorder) {
         fresh({patterned(20, 3, rgba8)});
         EXPECT_EQ(width(0) - 2 * border(), 32) << "wider than asked";
     }
-    // Border texels belong to the picture: 4 by 4 and a texel around it. What lies inside is the same whether
-    // or not the GL keeps a border.
+    // Border texels belong to the picture: 4 by 4 and a texel around it, whether or not the GL keeps them.
     picture.generate_mipmaps = false;
     picture.allocation_width = 0;
     picture.border = 1;
@@ -333,8 +330,7 @@ TEST_F(Upload, CompressedPictures) {
         EXPECT_EQ(take_err(),
                   "error, ARB_texture_compression unsupported when compressed image loading, skip.\n");
     }
-    // The table knows no compressed format of a size, so the GL refuses the call; that it is made is what
-    // counts.
+    // The table knows no compressed format of a size, so the GL refuses the call that is counted.
     const watched<&__glewCompressedTexImage2D> compressed;
     fresh({image});
     EXPECT_EQ(compressed.calls(), 1);

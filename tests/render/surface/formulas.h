@@ -1,6 +1,5 @@
 #pragma once
-// What the built-in shaders compute, computed here: lighting, surroundings and lookups, for any matrices and
-// frames.
+// Lighting, surroundings and lookups as the built-in shaders compute them, for any matrices and frames.
 
 #include "render/math/cube_map.h"
 #include "render/math/matrix.h"

@@ -29,8 +29,7 @@ floats flat(const Value&... values) {
 void expect_near(const floats& actual, const floats& expected, const char* what, float tolerance = 1e-5f) {
     ASSERT_EQ(actual.size(), expected.size()) << what;
     for (std::size_t i = 0; i < actual.size(); ++i)
-        EXPECT_NEAR(actual[i], expected[i], tolerance * (1 + std::abs(expected[i])))
-            << what << ", float " << i;
+        EXPECT_NEAR(actual[i], expected[i], tolerance * (1 + std::abs(expected[i]))) << what << ' ' << i;
 }
 
 const layout_ref colored_layout = make_layout({attribute::position, attribute::rgba});
@@ -53,10 +52,10 @@ protected:
         program.set("Shininess", {view.shininess});
     }
     vec3w clip(const pos3& p) const { return view.projection * (view.modelview * vec3w{p.x, p.y, p.z, 1}); }
-    static void wear(rig& program, int unit, const std::string& sampler, const texels& picture) {
+    static void wear(rig& program, int unit, const std::string& sampler, const test_texture& texture) {
         program.set(sampler.c_str(), unit);
         glActiveTexture(GL_TEXTURE0 + GLenum(unit));
-        glBindTexture(GL_TEXTURE_2D, picture.texture().name);
+        glBindTexture(texture.target, texture.name);
         glActiveTexture(GL_TEXTURE0);
     }
 
@@ -88,10 +87,8 @@ TEST_F(Programs, MorphingBlendsTwoSurfaces) {
         for (const auto& [name, picture] : {std::pair{"colorTex", &dressing->color},
                                             {"bumpTex", &dressing->bump},
                                             {"specTex", &dressing->gloss}})
-            wear(program, unit++, std::string(name) + number, *picture);
-    glActiveTexture(GL_TEXTURE0 + 7);
-    glBindTexture(GL_TEXTURE_CUBE_MAP, direction_cube().name);
-    glActiveTexture(GL_TEXTURE0);
+            wear(program, unit++, std::string(name) + number, picture->texture());
+    wear(program, 7, "cubeTex", direction_cube());
     program.set("bumpOfs", {0.3f, 0.55f});
     program.set("bumpOfs2", {0.6f, -0.2f});
     // The height is doubled around the middle before it wraps.
@@ -146,7 +143,7 @@ TEST_F(Programs, PlainIsTextureTimesColour) {
     rig program({plain_vertex, plain_fragment}, {"vertex_t.Position", "gl_Position"});
     look(program);
     const texels picture(30, 0, 1);
-    wear(program, 0, "Texture", picture);
+    wear(program, 0, "Texture", picture.texture());
     bool sure = true;
     const test_vertex v = random.next();
     const floats input = flat(v.position, v.color, v.texcoord);
@@ -193,15 +190,12 @@ TEST_F(Programs, SelectionQuartersTheAlphaOfMarkedTriangles) {
                 {"vertex_t.Color", "vertex_t.TexCoord", "vertex_t.ObjectToSurface"});
     look(program);
     program.set("ColorFactor", {1.0f});
-    program.set("vertids", 5);
     program.set("vertwidth", 2);
     // Six triangles in rows of two: only numbers 1 and 4 are marked, the latter by a single weak component.
     vec3w marks[6] = {};
     marks[1].x = 1, marks[4].w = 1 / 255.0f;
     const test_texture marked(GL_TEXTURE_2D, 2, 3, marks);
-    glActiveTexture(GL_TEXTURE0 + 5);
-    glBindTexture(GL_TEXTURE_2D, marked.name);
-    glActiveTexture(GL_TEXTURE0);
+    wear(program, 5, "vertids", marked);
     floats input, expected;
     for (int i = 0; i < 18; ++i) {
         const test_vertex v = random.next();

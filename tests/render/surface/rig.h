@@ -24,13 +24,12 @@ public:
     explicit rig(std::initializer_list<render::stored_shader> shaders,
                  std::vector<const char*> captured = {});
 
-    void set(const char* uniform,
-             const render::mtx3w& value); // as the renderer does, with the transpose flag
+    // A matrix is sent as the renderer does, with the transpose flag.
+    void set(const char* uniform, const render::mtx3w& value);
     void set(const char* uniform, std::initializer_list<float> value);
     void set(const char* uniform, int value);
 
-    // Draws vertices with the attributes of the layout at locations 0, 1, ...: as triangles where the program
-    // has a geometry stage, as points otherwise. Returns the captured floats.
+    // Draws triangles where the program has a geometry stage, points otherwise, and returns what is captured.
     std::vector<float> run(const render::layout_ref& layout, const std::vector<float>& vertices,
                            std::size_t floats_captured);
     // Draws them into the one pixel and returns its colour.
