@@ -66,46 +66,34 @@ TEST(autoformat, files_that_are_no_pictures_are_one_line) {
 }
 
 TEST(autoformat, what_a_format_takes_comes_back_and_the_rest_is_refused) {
-    constexpr pixel_descriptor as_written = {99}, numbers = {pixel_format::color_index};
     constexpr auto of = [](std::uint32_t format, std::uint32_t type, std::uint32_t bits) {
         return pixel_descriptor{format, type, bits};
     };
+    constexpr pixel_descriptor numbers = {pixel_format::color_index};
     struct {
-        const char* name;
-        std::vector<pixel_descriptor> taken;
-        pixel_descriptor comes_back;
-        std::vector<pixel_descriptor> refused;
-        const char* line;
+        std::string name, format;
+        std::vector<pixel_descriptor> taken, refused;
     } const cases[] = {
         {"a.bmp",
+         "bmp",
          {grey1, grey4, grey8, bgr8},
-         as_written,
-         {bgra8, rgb8, grey2, grey16, of(pixel_format::bgr, 2, bits_class::bits_8), numbers},
-         "convert(to bmp): not supported format."},
+         {bgra8, rgb8, grey2, grey16, of(pixel_format::bgr, 2, bits_class::bits_8), numbers}},
         {"a.tga",
-         {grey8, bgr8, bgra8, bgra5551},
-         as_written,
-         {grey_alpha8, rgb16, grey4, of(pixel_format::rgb, 1, bits_class::packed_1_5_5_5), numbers},
-         "convert(to tga): not supported format."},
-        {"a.tga", {rgb8}, bgr8, {}, ""},
-        {"a.tga", {rgba8}, bgra8, {}, ""},
+         "tga",
+         {grey8, bgr8, bgra8, bgra5551, rgb8, rgba8},
+         {grey_alpha8, rgb16, grey4, of(pixel_format::rgb, 1, bits_class::packed_1_5_5_5), numbers}},
         {"a.png",
+         "png",
          {grey1, grey2, grey4, grey8, grey16, grey_alpha8, grey_alpha16, rgb8, rgb16, rgba8, rgba16},
-         as_written,
          {bgr8, bgra8, bgra5551, of(0, 1, bits_class::bits_12), of(0, 1, bits_class::bits_32),
-          of(0, 2, bits_class::bits_16)},
-         "convert(to png): not supported format."},
-        {"a.jpg",
-         {},
-         {},
-         {bgr8, rgba8, rgb16, grey_alpha8, signed_rgb8},
-         "convert(to jpeg): not supported format."}};
+          of(0, 2, bits_class::bits_16)}},
+        {"a.jpg", "jpeg", {}, {bgr8, rgba8, rgb16, grey_alpha8, signed_rgb8}}};
     const temporary_directory folder;
     for (const auto& c : cases) {
         const std::string name = folder.write(c.name, "old");
         for (const pixel_descriptor& d : c.refused)
             EXPECT_EQ(said([&] { EXPECT_FALSE(autosaveformat(noise(3, 3, d), name)); }),
-                      std::string(c.line) + "\n");
+                      "convert(to " + c.format + "): not supported format.\n");
         for (std::uint8_t image2d::*const flag : {&image2d::topdown, &image2d::compressed}) {
             image2d image = noise(3, 3, c.taken.empty() ? grey8 : c.taken[0]);
             image.*flag = 1;
@@ -119,10 +107,10 @@ TEST(autoformat, what_a_format_takes_comes_back_and_the_rest_is_refused) {
             ASSERT_TRUE(autosaveformat(image, name));
             ASSERT_TRUE(autoloadformat(read, name)) << c.name << d.format << ' ' << d.bits;
             std::vector<int> expected = pictures::bytes(image);
-            const bool swapped = c.comes_back.format != as_written.format;
+            const bool swapped = c.format == "tga" && (d == rgb8 || d == rgba8);
             for (std::size_t i = 0; swapped && i < expected.size(); i += components(d.format))
                 std::swap(expected[i], expected[i + 2]);
-            EXPECT_EQ(read.descriptor, swapped ? c.comes_back : d);
+            EXPECT_EQ(read.descriptor, !swapped ? d : d == rgb8 ? bgr8 : bgra8);
             EXPECT_EQ(pictures::bytes(read), expected) << c.name << d.format << ' ' << d.bits;
         }
     }
