@@ -56,24 +56,17 @@ std::string seed(const std::string& name) {
     return read_file(std::string(QUENVAREL_TEST_DATA "/../../fuzz/seeds/") + name);
 }
 
-class allocation_failures : public testing::Test {
-protected:
-    void SetUp() override {
-        const std::string picture = seed("tga/bits24.tga");
-        for (const char* name : {"t", "t_posx", "t_negx", "t_posy", "t_negy", "t_posz", "t_negz"})
-            directory_.write(name + std::string(".tga"), picture);
-    }
-    test_support::temporary_directory directory_;
-};
-
-TEST_F(allocation_failures, loading) {
+TEST(allocation_failures, loading) {
+    const test_support::temporary_directory directory;
+    for (const std::string part : {"", "_posx", "_negx", "_posy", "_negy", "_posz", "_negz"})
+        directory.write("t" + part + ".tga", seed("tga/bits24.tga"));
     for (const std::string file :
          {"model/textured.pmt", "model/nurbs.pmt", "model/environment.pmt", "stl/binary", "stl/text",
           "bmp/bits8.bmp", "tga/mapped.tga", "png/palette.png", "png/interlaced.png", "jpeg/exif.jpg"}) {
         SCOPED_TRACE(file);
         const std::size_t dot = file.find('.');
         const std::string ending = dot == file.npos ? ".stl" : file.substr(dot),
-                          name = directory_.write("x" + ending, seed(file));
+                          name = directory.write("x" + ending, seed(file));
         const bool is_model = ending == ".pmt" || ending == ".stl";
         libgr::image2d image;
         std::string said;
@@ -96,21 +89,22 @@ TEST_F(allocation_failures, loading) {
     }
 }
 
-TEST_F(allocation_failures, saving_leaves_the_old_file_or_the_whole_new_one) {
-    const std::string name = directory_.write("m.pmt", seed("model/all_crlf.pmt"));
+TEST(allocation_failures, saving_leaves_the_old_file_or_the_whole_new_one) {
+    const test_support::temporary_directory directory;
+    const std::string name = directory.write("m.pmt", seed("model/all_crlf.pmt"));
     pmt3d::model_t model;
     ASSERT_TRUE(pmt3d::load(model, name, {std::cerr}));
     for (const char* copy : {"copy.pmt", "copy.stl"}) {
-        const std::string target = directory_.file(copy);
+        const std::string target = directory.file(copy);
         ASSERT_TRUE(pmt3d::save(model, target));
         const std::string whole = read_file(target);
-        directory_.write(copy, "old");
+        directory.write(copy, "old");
         fail_each([&](std::ostream&) { return pmt3d::save(model, target); },
                   [&](bool done, auto&&) {
                       EXPECT_EQ(read_file(target), done ? whole : "old");
-                      directory_.write(copy, "old");
+                      directory.write(copy, "old");
                   });
-        for (const auto& entry : std::filesystem::directory_iterator(directory_.path()))
+        for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
             EXPECT_EQ(entry.path().string().find(".saving"), std::string::npos) << "left behind";
     }
 }

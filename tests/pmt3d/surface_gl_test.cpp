@@ -86,8 +86,7 @@ TEST_F(surface_gl, draws_the_triangles_of_the_strips) {
     EXPECT_EQ(draw(mirror), 16u);
     mirror.release();
     EXPECT_EQ(draw(mirror), 16u);
-    EXPECT_EQ(draw(no_mirror), 0u);
-    EXPECT_EQ(draw(no_mirror, true), 0u);
+    EXPECT_EQ(draw(no_mirror) + draw(no_mirror, true), 0u);
     EXPECT_FALSE(glIsEnabled(GL_PRIMITIVE_RESTART));
 }
 
@@ -155,8 +154,7 @@ TEST_F(surface_gl, every_vertex_is_a_point) {
     EXPECT_EQ(floats_of(2), 1) << "sizes in the place of texture coordinates";
     EXPECT_EQ(primitives([&] { mirror.draw_feedback_points(); }), 6u);
     EXPECT_EQ(primitives([&] { control_points.draw_points(); }), 12u);
-    EXPECT_EQ(floats_of(1), 4);
-    EXPECT_EQ(floats_of(2), 1);
+    EXPECT_TRUE(floats_of(1) == 4 && floats_of(2) == 1);
     nurbs.unmarkvertex(11);
     EXPECT_EQ(uploads([&] { EXPECT_EQ(primitives([&] { control_points.draw_points(); }), 12u); }),
               1); // the marks

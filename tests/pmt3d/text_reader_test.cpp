@@ -202,8 +202,7 @@ TEST(environment_block, options_and_diagnostics) {
                      "refractfactor\nposition 1\n"));
     EXPECT_EQ(errors.str(), "9: illegal command: position 1\n");
     EXPECT_EQ(environment.cubetex, "");
-    EXPECT_EQ(environment.reflectalpha, 0.25f);
-    EXPECT_EQ(environment.refractalpha, 0.5f);
+    EXPECT_TRUE(environment.reflectalpha == 0.25f && environment.refractalpha == 0.5f);
     EXPECT_EQ(environment.refractfactor, 0.0f);
 }
 
