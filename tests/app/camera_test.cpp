@@ -10,32 +10,28 @@
 #include <cmath>
 
 using namespace quenvarel;
-using render::dir3;
-using render::mtx3w;
-using render::pos3;
-using render::vec3w;
+using namespace render;
 
 namespace {
 
 constexpr camera_t home = {{0, 30, 32}, {0, 0, 3}};
 constexpr float width = 800, height = 200;
 
-const render::projection extents =
-    render::to_projection({.aspect = width / height, .znear = 0.0625, .zfar = 1024});
+const projection extents = to_projection({.aspect = width / height, .znear = 0.0625, .zfar = 1024});
 
 pixel_space space_of(const camera_t& camera) {
-    return {render::inverse_perspective_matrix(extents), inverse_view_matrix(camera), width / 2, height / 2};
+    return {inverse_perspective_matrix(extents), inverse_view_matrix(camera), width / 2, height / 2};
 }
 
 // Pixel and depth of a point.
 pos3 pixel_of(const pos3& p, const camera_t& camera) {
-    const pos3 ndc = render::homogeneous_divide(render::perspective_matrix(extents) *
-                                                (view_matrix(camera) * vec3w{p.x, p.y, p.z, 1}));
+    const pos3 ndc =
+        homogeneous_divide(perspective_matrix(extents) * (view_matrix(camera) * vec3w{p.x, p.y, p.z, 1}));
     return {(ndc.x + 1) * width / 2, (ndc.y + 1) * height / 2, (ndc.z + 1) / 2};
 }
 
 float distance(const pos3& a, const pos3& b) {
-    return render::length(a - b);
+    return length(a - b);
 }
 
 float to_target(const camera_t& camera) {
@@ -88,10 +84,9 @@ TEST(home_view, shows_the_white_keys_over_the_whole_width_of_any_window) {
     for (const double aspect : {1.0, 4.0 / 3, 1.6, 16.0 / 9, 2.0, 3.0, 4.0, 5.0, 8.0}) {
         SCOPED_TRACE(aspect);
         const camera_t camera = home_camera(aspect);
-        const mtx3w to_clip =
-            render::perspective_matrix(render::to_projection(lens(aspect))) * view_matrix(camera);
+        const mtx3w to_clip = perspective_matrix(to_projection(lens(aspect))) * view_matrix(camera);
         const auto seen = [&](float x, float y, float z) {
-            return render::homogeneous_divide(to_clip * vec3w{x, y, z, 1});
+            return homogeneous_divide(to_clip * vec3w{x, y, z, 1});
         };
         EXPECT_NEAR(std::max({seen(37.5f, 0, 3).x, seen(37.5f, 0, 9.4f).x, seen(37.5f, -0.8f, 9.4f).x}),
                     0.97f, 0.01f);

@@ -55,14 +55,12 @@ struct head {
 // Between which columns all of a key is seen.
 std::pair<int, int> columns_of(int key) {
     const models::key_place place = models::place_of(key);
-    int left = width, right = 0;
+    std::vector<int> columns;
     for (const float x : {place.left, place.right})
         for (const float y : {-0.8f, 0.5f})
-            for (const float z : {models::key_back, models::key_back + models::white_length}) {
-                const int column = pixel(seen({x, y, z}).x);
-                left = std::min(left, column);
-                right = std::max(right, column);
-            }
+            for (const float z : {models::key_back, models::key_back + models::white_length})
+                columns.push_back(pixel(seen({x, y, z}).x));
+    const auto [left, right] = std::ranges::minmax(columns);
     return {left, right};
 }
 

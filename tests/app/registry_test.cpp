@@ -9,8 +9,6 @@
 #include <cstdlib>
 #include <sstream>
 
-namespace {
-
 TEST(registry, without_a_window_there_is_no_handler) {
     ASSERT_NE(gems::registry, nullptr);
     EXPECT_EQ(gems::registry->createwindow(nullptr, "title"), -1);
@@ -85,5 +83,3 @@ TEST(held_keys, tell_repetitions_and_what_comes_up) {
     EXPECT_TRUE(held.press({}, ~0u) && held.press({}, ~0u)) << "what no key gives";
     EXPECT_EQ(held.release({}, ~0u), ~0u);
 }
-
-} // namespace

@@ -4,25 +4,14 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-TEST(port_choice, lists_devices) {
-    const struct {
-        std::vector<std::string> names;
-        int nameless;
-        std::string list, err;
-    } cases[] = {{{"Alpha", "Beta"}, -1, "0: Alpha\n1: Beta\n", ""},
-                 {{"Alpha", "Beta"}, 1, "0: Alpha\n", "1: GetDevCaps() error.\n"},
-                 {{}, -1, "", ""}};
-    for (const auto& c : cases) {
-        test_support::recording_service service(c.names);
-        service.device_without_name = c.nameless;
-        std::ostringstream out;
-        const test_support::capture err(std::cerr);
-        EXPECT_EQ(midi::listdevices(out, service), c.err.empty());
-        EXPECT_EQ(out.str(), "\noutput devices:\n" + c.list);
-        EXPECT_EQ(err.text(), c.err);
-    }
+TEST(port_choice, lists_the_devices_that_have_a_name) {
+    test_support::recording_service service({"Alpha", "Beta"});
+    service.device_without_name = 1;
+    std::ostringstream out;
+    const test_support::capture err(std::cerr);
+    EXPECT_FALSE(midi::listdevices(out, service));
+    EXPECT_EQ(out.str(), "\noutput devices:\n0: Alpha\n");
+    EXPECT_EQ(err.text(), "1: GetDevCaps() error.\n");
 }
 
 TEST(port_choice, reads_device_arguments) {
@@ -40,5 +29,3 @@ TEST(port_choice, reads_device_arguments) {
         EXPECT_EQ(midi::parsedevice(name).number, 0) << name;
     }
 }
-
-} // namespace

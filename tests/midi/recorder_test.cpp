@@ -30,12 +30,9 @@ struct noting_recording : midi::recording_t {
         kept.messages.push_back(hex(bytes, length));
         return advance(time) && kept.accepts();
     }
-    bool advance(double time) override {
-        kept.times.push_back(time);
-        return true;
-    }
+    bool advance(double time) override { return kept.times.push_back(time), true; }
     void finish(double time) override {
-        advance(time);
+        kept.times.push_back(time);
         kept.end += "finished";
     }
     void discard() override { kept.end += "discarded"; }
