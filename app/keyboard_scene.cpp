@@ -181,7 +181,8 @@ void keyboard_scene::draw(const painter& with, const key_rectangles& covered,
             normal = normal * *with.reflection;
         }
         if (key.hides_its_back) glEnable(GL_CULL_FACE);
-        dimmed_surroundings around(environment_, key.polish);
+        // A reflection in a reflection is too faint to be worth its time.
+        dimmed_surroundings around(environment_, with.reflection ? 0 : key.polish);
         const auto draw = [&](render::appearance& appearance) {
             with.renderer.drawsolid(&around, environment_is_skybox_, appearance, key.mirror,
                                     mtx3w::identity(), model, normal, with.view.projection, with.light,

@@ -24,13 +24,16 @@ struct picture_file {
 };
 struct material_files {
     picture_file color, bump, specular;
+    float refractfactor; // refractive index, outside over inside, of what is polished
 };
 constexpr material_files ivory_files = {{"ivory-color.jpg", libgr::pixel_format::rgb},
                                         {"ivory-bump.png", libgr::pixel_format::rgb},
-                                        {"ivory-specular.tga", libgr::pixel_format::bgr}};
+                                        {"ivory-specular.tga", libgr::pixel_format::bgr},
+                                        0};
 constexpr material_files black_files = {{"black-color.png", libgr::pixel_format::rgb},
                                         {"black-bump.bmp", libgr::pixel_format::luminance},
-                                        {"black-specular.tga", libgr::pixel_format::bgr}};
+                                        {"black-specular.tga", libgr::pixel_format::bgr},
+                                        1 / 1.3f};
 
 bool write_picture(const std::string& directory, const picture_file& file, const picture& from) {
     libgr::image2d image;
@@ -111,6 +114,7 @@ bool write_key(const std::string& directory, int note, bool black) {
     item.texture.texture = files.color.name;
     item.texture.bumpmap = files.bump.name;
     item.texture.specular = files.specular.name;
+    item.texture.refractfactor = files.refractfactor;
     item.texture.mipmap = false;
     item.texture.nearlinear = false;
     return pmt3d::save_text(item, directory + std::to_string(note) + ".pmt");
