@@ -35,11 +35,3 @@ TEST(demo, leaves_a_picture_a_sound_and_a_midi_file) {
     EXPECT_GT(std::count_if(wav.begin(), wav.end(), [](char c) { return c != 0; }), 100000);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(results), {}), 3);
 }
-
-TEST(demo, says_why_when_the_program_does_not_start) {
-    const temporary_directory directory;
-    const process_result played = run({"env", "-u", "DISPLAY", QUENVAREL_DEMO_SCRIPT, "/bin/false",
-                                       directory.write("piece", "0 1 c\n"), directory.file("results")},
-                                      {}, 5 * generous);
-    EXPECT_NE(played.exit_code, 0);
-}

