@@ -21,9 +21,9 @@ std::size_t made = 0;
 auto& firsts = *new std::vector<std::size_t>; // never destroyed: allocations go on to the very end
 
 // The library or program whose code or data lies there.
-const void* object_of(const void* address) {
-    Dl_info about{};
-    return dladdr(address, &about) ? about.dli_fbase : nullptr;
+const void* object_of(void* address) {
+    dl_find_object about{};
+    return _dl_find_object(address, &about) == 0 ? about.dlfo_map_start : nullptr;
 }
 
 // A library may call a function of the standard library that calls a template's code in the program: then the
@@ -43,7 +43,7 @@ bool is_made_by_program(void* caller) {
 
 bool is_new_place() {
     static auto& places = *new std::set<std::vector<void*>>;
-    std::vector<void*> callers(24);
+    std::vector<void*> callers(10);
     callers.resize(std::size_t(backtrace(callers.data(), int(callers.size()))));
     return places.insert(callers).second;
 }

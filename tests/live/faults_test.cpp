@@ -1,6 +1,5 @@
 // Faults around the finished programs: the memory ends while the player starts, a save is killed, and keys
-// are wrong. QUENVAREL_SOAK=10 in the environment makes ten times as many starts, and a large number one for
-// each allocation.
+// are wrong.
 
 #include "player_under_test.h"
 #include "support/process.h"
