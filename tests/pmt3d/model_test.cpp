@@ -172,8 +172,8 @@ TEST_F(model, nurbs_surfaces_of_a_small_file_share_two_million_vertices) {
               "that this file may have (pmt3d --vertices N allows N).\n" +
                   failed);
     ASSERT_EQ(m.items.size(), 3u);
-    EXPECT_EQ(m.items.front().polygon.vertex_count(), 720u * 1024u);
-    EXPECT_EQ(m.items.back().polygon.vertex_count(), 0u);
+    EXPECT_TRUE(m.items.front().polygon.vertex_count() == 720 * 1024 &&
+                m.items.back().polygon.vertex_count() == 0);
     EXPECT_TRUE(pmt3d::load(with_option, thrice, {.error = std::cerr, .allowed_vertices = 3 * 720 * 1024}));
     // Whoever brings the bytes gets the memory for them.
     const std::string long_file = once + once + once + '#' + std::string(30'000, ' ');
@@ -222,8 +222,7 @@ TEST_F(model, progress_ends_at_the_end) {
     };
     const std::string name = directory_.file("x.pmt");
     EXPECT_TRUE(pmt3d::save_text(item, name, progress));
-    EXPECT_GT(calls, 10u);
-    EXPECT_EQ(last, total);
+    EXPECT_TRUE(calls > 10 && last == total);
     model_t m;
     calls = 0;
     EXPECT_TRUE(pmt3d::load(m, name, {std::cerr, {}, progress}));
