@@ -133,16 +133,18 @@ TEST(text, numbers_follow_the_stream) {
 
 TEST(text, extremes_fit) {
     const double big = std::numeric_limits<double>::max();
-    std::ostringstream is;
-    is << std::setprecision(17) << projection{-big, -big, -big, -big, -big, -big};
-    EXPECT_EQ(is.str().size(), std::string("projection()").size() + 6 * (1 + 309 + 1 + 17) + 5 * 2);
     mtx3w m;
     for (float& element : m.m)
         element = -std::numeric_limits<float>::max();
-    is.str("");
-    is << line3d{{m[0], m[0], m[0]}, m, m};
-    EXPECT_EQ(is.str().size(), std::string("line3d(dir3(), mtx3w(\t), mtx3w(\t))").size() +
-                                   35 * (1 + 39 + 1 + 17) + 2 * 2 + 2 * (12 * 2 + 3 * 3));
+    for (const std::size_t precision : {17, 300}) {
+        std::ostringstream numbers, matrices;
+        numbers << std::setprecision(int(precision)) << projection{-big, -big, -big, -big, -big, -big};
+        matrices << std::setprecision(int(precision)) << line3d{{m[0], m[0], m[0]}, m, m};
+        EXPECT_EQ(numbers.str().size(),
+                  std::string("projection()").size() + 6 * (1 + 309 + 1 + precision) + 5 * 2);
+        EXPECT_EQ(matrices.str().size(), std::string("line3d(dir3(), mtx3w(\t), mtx3w(\t))").size() +
+                                             35 * (1 + 39 + 1 + precision) + 2 * 2 + 2 * (12 * 2 + 3 * 3));
+    }
 }
 
 TEST(text, follows_only_the_flag_for_bases) {
