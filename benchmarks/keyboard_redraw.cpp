@@ -1,5 +1,6 @@
 // How long a window takes to draw the keyboard, whole and after one key, and to find the key under the
-// pointer. On a virtual display, so with the software renderer.
+// pointer; and how long it takes for a whole large screen. On a virtual display, so with the software
+// renderer.
 
 #include "priority.h"
 #include "report.h"
@@ -8,6 +9,7 @@
 #include "app/key_glow.h"
 #include "app/keyboard_view.h"
 #include "live/virtual_display.h"
+#include "render/gl/framebuffer.h"
 #include "render/gl/step_check.h"
 
 #include <GL/glew.h>
@@ -17,6 +19,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -30,6 +33,7 @@ using clock = std::chrono::steady_clock;
 using quenvarel::keyboard_view;
 
 constexpr int width = 800, height = 200;
+constexpr int large_width = 3840, large_height = 2160;
 
 // Of all threads, in seconds.
 double processor_time() {
@@ -41,12 +45,12 @@ double processor_time() {
 // Times repeated work. The time of all processors together is reported beside it, since other programs
 // disturb that less.
 template <class Action>
-double measure(const char* what, int times, std::optional<double> most, const benchmarks::bound& limit,
+double measure(const std::string& what, int times, std::optional<double> most, const benchmarks::bound& limit,
                Action action) {
     benchmarks::result made(what);
     made.most = most;
     made.limit = limit;
-    benchmarks::result busy(std::string(what) + ", all processors");
+    benchmarks::result busy(what + ", all processors");
     for (int i = 0; i < times; ++i) {
         const double spent = processor_time();
         const auto begin = clock::now();
@@ -57,6 +61,53 @@ double measure(const char* what, int times, std::optional<double> most, const be
     benchmarks::report(made);
     if (most) benchmarks::report(busy);
     return benchmarks::median(made.ours);
+}
+
+struct goals_t {
+    double whole, one_key, chord; // seconds
+};
+
+void measure_redraws(keyboard_view& view, const std::function<void()>& frame, double aspect, int times,
+                     const std::string& size, const std::optional<goals_t>& goals,
+                     const benchmarks::bound& empty) {
+    const auto goal = [&](double goals_t::*which) {
+        return goals ? std::optional(*goals.*which) : std::nullopt;
+    };
+    const auto turn_over = [&](int key) {
+        if (view.scene().pressed(key))
+            view.release(key);
+        else
+            view.press(key);
+    };
+    const quenvarel::camera_t home = quenvarel::home_camera(aspect);
+    measure("redrawing the whole keyboard" + size, times, goal(&goals_t::whole), empty, [&](int) {
+        view.look(home);
+        frame();
+    });
+    measure("redrawing while the view turns" + size, times / 2, {}, empty, [&](int i) {
+        quenvarel::camera_t turned = home;
+        turned.eye.x += 0.01f * float(i + 1);
+        view.look(turned);
+        frame();
+    });
+    view.look(home);
+    frame();
+    view.draw(); // takes its time to prepare for keys
+    // Each goes down: a key that comes up would go on fading in the pictures of the next ones.
+    measure("redrawing after one key" + size, times, goal(&goals_t::one_key), empty, [&](int i) {
+        view.press(i * 37 % 128);
+        frame();
+    });
+    view.release_all();
+    std::this_thread::sleep_for(2 * quenvarel::glow_fades_in);
+    frame();
+    measure("redrawing after a chord of two hands" + size, 2 * times, goal(&goals_t::chord), empty,
+            [&](int i) {
+                for (const int key : {36, 43, 48, 76, 79, 84})
+                    turn_over(key + i / 2 % 12);
+                frame();
+            });
+    view.release_all();
 }
 
 } // namespace
@@ -91,14 +142,8 @@ int main(int argc, char** argv) {
         view.show();
         finish();
     };
-    const auto turn_over = [&](int key) {
-        if (view.scene().pressed(key))
-            view.release(key);
-        else
-            view.press(key);
-    };
     for (int key = 0; key < 128; ++key) { // so that all shaders are compiled
-        turn_over(key);
+        view.press(key);
         frame();
     }
     view.release_all();
@@ -110,36 +155,26 @@ int main(int argc, char** argv) {
                                          glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
                                          finish();
                                      })};
-    measure("redrawing the whole keyboard", 100, 16e-3, empty, [&](int) {
-        view.look(quenvarel::home_camera(double(width) / height));
-        frame();
-    });
-    measure("redrawing while the view turns", 40, {}, empty, [&](int i) {
-        quenvarel::camera_t turned = quenvarel::home_camera(double(width) / height);
-        turned.eye.x += 0.01f * float(i + 1);
-        view.look(turned);
-        frame();
-    });
-    view.look(quenvarel::home_camera(double(width) / height));
-    frame();
-    view.draw(); // takes its time to prepare for keys
-    // Each goes down: a key that comes up would go on fading in the pictures of the next ones.
-    measure("redrawing after one key", 120, 2e-3, empty, [&](int i) {
-        view.press(i * 37 % 128);
-        frame();
-    });
-    view.release_all();
-    std::this_thread::sleep_for(2 * quenvarel::glow_fades_in);
-    frame();
-    measure("redrawing after a chord of two hands", 200, 8e-3, empty, [&](int i) {
-        for (const int key : {36, 43, 48, 76, 79, 84})
-            turn_over(key + i / 2 % 12);
-        frame();
-    });
+    measure_redraws(view, frame, double(width) / height, 100, "", {{16e-3, 2e-3, 8e-3}}, empty);
     int hits = 0;
     measure("picking: the key at a pixel", 8000, 50e-6, {},
             [&](int i) { hits += view.key_at(i % width, 70 + i / width * 6).has_value(); });
     std::printf("%d of 8000 pixels showed a key\n", hits);
+    {
+        // A window of that size would lie beyond the screen.
+        render::framebuffer_t screen;
+        if (!screen.allocate(large_width, large_height, 0)) return 1;
+        screen.bind();
+        GLint name = 0;
+        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &name);
+        view.resize(large_width, large_height);
+        const auto large_frame = [&] {
+            view.draw();
+            view.show(render::gl_uint(name));
+            glFinish();
+        };
+        measure_redraws(view, large_frame, double(large_width) / large_height, 10, ", 3840 by 2160", {}, {});
+    }
     view.close();
     glutExit(); // while there is still a display
 }
