@@ -33,8 +33,7 @@ pmt3d::polygon_t strip_of(const std::vector<pos3>& corners) {
 
 std::optional<float> pick(int x, int y, const pmt3d::polygon_t& surface,
                           const mtx3w& model = mtx3w::identity()) {
-    render::box3 bounds{};
-    surface.getbound(bounds.min, bounds.max);
+    const auto bounds = surface.bounds().value_or(render::box3{});
     return nearest_between(planes_around_pixel(x, y, width, height, projection), surface, bounds, model);
 }
 

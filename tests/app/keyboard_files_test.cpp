@@ -53,8 +53,7 @@ TEST_F(keyboard_files, one_file_is_one_key_and_the_others_are_reported) {
         EXPECT_EQ(pick(5, 5), std::nullopt);
         scene.clear();
     }
-    // Without a directory there are no keys, and nothing else happens; somebody wants to leave before the
-    // fourth key.
+    // Without a directory there are no keys; somebody wants to leave before the fourth one.
     int asked = 0;
     EXPECT_TRUE(scene.load("", [&] { return ++asked > 3; }));
     EXPECT_EQ(out.take(),

@@ -25,9 +25,8 @@ std::string read(const char* line) {
     const options_result result = read_options(static_cast<int>(words.size()), arguments.data(), o);
     std::ostringstream read;
     read << o.channel << ' ' << o.program << ' ' << o.notebase << ' ' << o.velocity << ' ' << o.program_given;
-    if (result == options_result::usage) return errors.text() + "usage";
-    if (result == options_result::refused) return errors.text() + read.str();
-    return errors.text() + read.str() + ' ' + o.device;
+    if (result == options_result::complete) read << ' ' << o.device;
+    return errors.text() + (result == options_result::usage ? "usage" : read.str());
 }
 
 TEST(options, are_read_or_refused) {

@@ -33,8 +33,7 @@ public:
 
     // Events separated by blanks: a key goes down or up "+z" "-z", a special key "F+112" "F-112" by its code,
     // the left button "press" or "release" and the pointer moved "drag", each over a key "press:60" or none
-    // "press:", "wheel:1", "focuslost", "focusback" with no key down. A key is a character or has one of the
-    // names below.
+    // "press:", "wheel:1", "focuslost", "focusback" with no key down. Some keys have names, see below.
     void play(const std::string& events) {
         std::istringstream words(events);
         for (std::string word; words >> word;)

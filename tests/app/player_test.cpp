@@ -29,8 +29,7 @@ const sequence sequences[] = {
      "90 23 7f; 90 23 00",
      "key: 0x5b, '[', note: 35\nnotebase to 4\nnotebase to 16\nnotebase to 4\nnotebase to 120\n",
      {.channel = 0, .notebase = 120}},
-    {"repeated presses all sound", "+z +z -z", "91 2d 7f; 91 2d 7f; 91 2d 00", "z z "},
-    {"a release without a press", "-z", "91 2d 00", ""},
+    {"every press and release sounds", "-z +z +z -z", "91 2d 00; 91 2d 7f; 91 2d 7f; 91 2d 00", "z z "},
     {"tab and return", "+Tab -Tab +Return -Return", "", "key 0x9, '\t'\nreturn\n"},
     // Holding notes, and the focus.
     {"space holds until it is released, then keys work as before", "+Space +z +c -z -c -Space +z -z",
@@ -122,9 +121,9 @@ TEST(player, every_character_of_the_key_map) {
         driver.player().keyboardup(static_cast<unsigned char>(c), 0, 0);
         const std::uint8_t on[] = {0x91, std::uint8_t(notes[c]), 0x7f}, off[] = {0x91, on[1], 0};
         EXPECT_EQ(driver.sent(), on[1] ? hex(on, 3) + "; " + hex(off, 3) : "") << c;
-        char line[32];
-        const int length = std::snprintf(line, sizeof line, "key 0x%x, '%c'\n", c, c);
-        EXPECT_TRUE(driver.traced() == std::string(line, std::size_t(length)) || notes[c]) << c;
+        std::ostringstream line;
+        line << "key 0x" << std::hex << c << ", '" << char(c) << "'\n";
+        EXPECT_TRUE(driver.traced() == line.str() || notes[c]) << c;
     }
 }
 

@@ -72,8 +72,7 @@ protected:
         if (HasFatalFailure()) return;
         driver_.emplace(test_support::player_settings{}, QUENVAREL_BIN "/quenvarel");
         std::cerr.rdbuf(nullptr); // the driver would keep all of it, and brings back what was there
-        service_ = &driver_->service();
-        service_->records = false;
+        driver_->service().records = false;
         player_ = &driver_->player();
         player_->reshape(800, 200);
         player_->display();
@@ -117,7 +116,6 @@ protected:
 
     const decltype(test_support::recording_service::sounding) silence_{};
     std::optional<test_support::player_driver> driver_;
-    test_support::recording_service* service_ = nullptr;
     quenvarel::Quenvarel* player_ = nullptr;
     std::mt19937 random_{20240229};
 };
@@ -127,12 +125,12 @@ TEST_F(soak, random_events) {
         any_event();
         if (below(200)) return;
         player_->keyboardup(' ', 0, 0);
-        EXPECT_EQ(service_->sounding, silence_) << "after Space";
+        EXPECT_EQ(driver_->service().sounding, silence_) << "after Space";
     });
-    EXPECT_GT(service_->notes_on, 1000u);
+    EXPECT_GT(driver_->service().notes_on, 1000u);
     player_->keyboard('z', 0, 0);
     driver_->end();
-    EXPECT_EQ(service_->sounding, silence_) << "at the end";
+    EXPECT_EQ(driver_->service().sounding, silence_) << "at the end";
 }
 
 TEST_F(soak, redraws) {

@@ -108,20 +108,17 @@ TEST_F(midi_jack, others_connect_to_the_virtual_port) {
     EXPECT_TRUE(plays(60)) << "nobody has to listen";
     auto dump = monitor();
     ASSERT_EQ(run({"jack_connect", "quenvarel:out", "midi-monitor:input"}).exit_code, 0);
-    EXPECT_TRUE(plays(61));
-    EXPECT_TRUE(dump->wait_for_out(": 91 3d 64"));
+    EXPECT_TRUE(plays(61) && dump->wait_for_out(": 91 3d 64"));
 }
 
 TEST_F(midi_jack, a_port_that_comes_back_is_connected_again) {
     auto dump = monitor();
     ASSERT_TRUE(port.open("midi-monitor"));
-    EXPECT_TRUE(plays(60));
-    EXPECT_TRUE(dump->wait_for_out(": 91 3c 64"));
+    EXPECT_TRUE(plays(60) && dump->wait_for_out(": 91 3c 64"));
     stop(*dump);
     EXPECT_TRUE(jack_server::until([&] { return !midi::noteoff(port, 1, 60); })) << "nobody hears it";
     dump = monitor();
-    EXPECT_TRUE(plays_soon(62));
-    EXPECT_TRUE(dump->wait_for_out(": 91 3e 64"));
+    EXPECT_TRUE(plays_soon(62) && dump->wait_for_out(": 91 3e 64"));
     EXPECT_TRUE(dumped(*dump).starts_with(" b1 40 00; b1 7b 00;")) << "what was not heard is made up for";
 
     // What somebody disconnects stays so.
@@ -135,8 +132,7 @@ TEST_F(midi_jack, a_client_that_is_thrown_out_joins_again) {
     ASSERT_TRUE(port.open("midi-monitor"));
     throw_out();
     EXPECT_TRUE(fails_soon());
-    EXPECT_TRUE(plays_soon(61));
-    EXPECT_TRUE(dump->wait_for_out(": 91 3d 64"));
+    EXPECT_TRUE(plays_soon(61) && dump->wait_for_out(": 91 3d 64"));
 }
 
 TEST_F(midi_jack, what_waited_while_the_server_stood_still_is_not_played_late) {
@@ -147,8 +143,7 @@ TEST_F(midi_jack, what_waited_while_the_server_stood_still_is_not_played_late) {
     EXPECT_TRUE(plays(61));
     EXPECT_TRUE(fails_soon());
     jack.thaw();
-    EXPECT_TRUE(plays_soon(63));
-    EXPECT_TRUE(dump->wait_for_out(": 91 3f 64"));
+    EXPECT_TRUE(plays_soon(63) && dump->wait_for_out(": 91 3f 64"));
     EXPECT_TRUE(dumped(*dump).starts_with(" b1 40 00;")) << dump->out();
 }
 
