@@ -35,9 +35,7 @@ void sound_source::message(const std::uint8_t* bytes, std::size_t length) {
     synth_->message(bytes, length);
     if (++waiting_ < most_waiting) return;
     const std::lock_guard lock(rendering_);
-    constexpr int frames = 64;
-    float unheard[2][frames];
-    fluid_synth_write_float(synth_->synth(), frames, unheard[0], 0, 1, unheard[1], 0, 1);
+    synth_->skip(64);
     waiting_ = 0;
 }
 
@@ -68,7 +66,7 @@ void sound_source::render(const outlet& asking, int frames, float* left, float* 
         if (now - rendered_ > patience) fluid_synth_all_sounds_off(synth_->synth(), -1);
         rendered_ = now;
         waiting_ = 0;
-        fluid_synth_write_float(synth_->synth(), frames, left, 0, 1, right, 0, 1);
+        synth_->render(frames, left, right);
     } else {
         std::fill_n(left, frames, 0.0f);
         std::fill_n(right, frames, 0.0f);

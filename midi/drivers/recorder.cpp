@@ -3,6 +3,7 @@
 #include "libutils/report.h"
 
 #include <algorithm>
+#include <iostream>
 #include <new>
 #include <utility>
 
@@ -73,6 +74,8 @@ void recorder::report_end() try {
 }
 
 bool recorder::record(entry& next) {
+    const bool is_note = next.length == 3 && (next.bytes[0] & 0xF0) == 0x90;
+    if (is_note && !begin_) begin_ = next.time;
     if (next.length) return recording_->message(seconds(next.time), next.bytes, next.length);
     const auto bytes = std::move(next.long_bytes);
     return recording_->message(seconds(next.time), bytes->data(), bytes->size());
@@ -111,6 +114,7 @@ result_t recorder::close() {
         }
         arrived_.notify_one();
         thread_.join();
+        if (!is_empty_ && !failed_) std::cout << "recorded: " + recording_->name() + '\n' << std::flush;
     }
     return failed_ ? cannot_record : no_error;
 }

@@ -1,6 +1,7 @@
 #pragma once
 // Takes messages with the time at which they were sent and hands them to a recording on a thread of its own,
-// so that rendering and writing never hold up the player.
+// so that rendering and writing never hold up the player. Time begins with the first note; what comes before
+// it happens at once.
 
 #include "midi/driver.h"
 #include "midi/message.h"
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,7 +20,7 @@
 namespace midi {
 
 // What is recorded into. All calls come from the recorder's thread, in the order of their times: seconds
-// since the recorder was made. False means that it cannot go on; no call but the last one follows.
+// since the first note, and 0 before it. False means that it cannot go on; no call but the last one follows.
 class recording_t {
 public:
     virtual ~recording_t() = default;
@@ -44,7 +46,7 @@ public:
     // error; its file stays as it is.
     result_t short_message(std::uint32_t message) override;
     result_t long_message(const std::uint8_t* bytes, std::size_t length) override;
-    // Returns when everything has been recorded.
+    // Returns when everything has been recorded. The name of what is left is one line on standard output.
     result_t close() override;
 
 private:
@@ -62,12 +64,12 @@ private:
     bool record_all(std::size_t count, clock::time_point now);
     void report_end();
     double seconds(clock::time_point time) const {
-        return std::chrono::duration<double>(time - begin_).count();
+        return begin_ ? std::chrono::duration<double>(time - *begin_).count() : 0;
     }
 
     message_reader pieces_; // of long messages
     std::unique_ptr<recording_t> recording_;
-    const clock::time_point begin_ = clock::now();
+    std::optional<clock::time_point> begin_; // of the first note; used by the thread alone
     std::vector<entry> ring_; // the waiting ones begin at first_; the thread reads them unlocked
     std::size_t first_ = 0, waiting_ = 0;
     bool closing_ = false;

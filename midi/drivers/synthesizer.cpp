@@ -4,6 +4,7 @@
 #include "midi/drivers/soundfont.h"
 #include "midi/message.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <string>
@@ -12,12 +13,15 @@ namespace midi {
 
 namespace {
 
-// Loud enough beside other programs, with room for two hands.
-constexpr double gain = 0.8;
+// Loud enough beside other programs: middle C of the piano, struck as hard as can be, peaks near -10 dB of
+// full scale. What is louder than full scale is limited.
+constexpr double gain = 1.5;
 constexpr int all_groups = -1, all_channels = -1, channels = 16;
 constexpr int sustain_pedal = 64, reverb_send = 91;
-// How much of a channel goes to the reverb at first: enough that the reverb can be heard.
-constexpr int first_reverb_send = 80;
+// How much of a channel goes to the reverb when its controller is 0, as it is at first: enough that the
+// reverb can be heard. The controller adds to that, so that a player who counts from 0 never turns it down
+// first.
+constexpr int least_reverb_send = 64, most_reverb_send = 127;
 
 // What a module's reverb mode is to FluidSynth, whose parameters all go from 0 to 1: the room size of the
 // shortest and of the longest time, how much the high tones are damped, how wide it is in stereo.
@@ -33,12 +37,16 @@ constexpr reverb_character reverb_characters[4] = {
 // The lowest level is not silence, so that a change of mode or time is always heard.
 constexpr double least_reverb = 0.25, most_reverb = 1.0;
 
+int sent_to_reverb(int controller) {
+    return least_reverb_send + controller * (most_reverb_send - least_reverb_send) / 127;
+}
+
 } // namespace
 
 std::unique_ptr<synthesizer> synthesizer::make(double sample_rate) {
     const std::string soundfont = find_soundfont();
     if (soundfont.empty()) return nullptr;
-    std::unique_ptr<synthesizer> made(new synthesizer);
+    std::unique_ptr<synthesizer> made(new synthesizer(sample_rate));
     made->settings_.reset(new_fluid_settings());
     if (!made->settings_) return nullptr;
     fluid_settings_setnum(made->settings_.get(), "synth.sample-rate", sample_rate);
@@ -48,7 +56,7 @@ std::unique_ptr<synthesizer> synthesizer::make(double sample_rate) {
         return nullptr;
     made->set_reverb();
     for (int channel = 0; channel < channels; ++channel)
-        fluid_synth_cc(made->synth(), channel, reverb_send, first_reverb_send);
+        fluid_synth_cc(made->synth(), channel, reverb_send, least_reverb_send);
     return made;
 }
 
@@ -68,7 +76,8 @@ void synthesizer::message(const std::uint8_t* bytes, std::size_t length) {
         fluid_synth_key_pressure(synth(), channel, bytes[1], bytes[2]);
         break;
     case 0xB0:
-        fluid_synth_cc(synth(), channel, bytes[1], bytes[2]);
+        fluid_synth_cc(synth(), channel, bytes[1],
+                       bytes[1] == reverb_send ? sent_to_reverb(bytes[2]) : bytes[2]);
         break;
     case 0xC0:
         fluid_synth_program_change(synth(), channel, bytes[1]);
@@ -100,6 +109,17 @@ void synthesizer::system_exclusive(const std::uint8_t* bytes, std::size_t length
     }
 }
 
+void synthesizer::render(int frames, float* left, float* right) {
+    fluid_synth_write_float(synth(), frames, left, 0, 1, right, 0, 1);
+    limiter_.process(left, right, static_cast<std::size_t>(frames));
+}
+
+void synthesizer::skip(int frames) {
+    float unheard[2][64];
+    for (; frames > 0; frames -= 64)
+        fluid_synth_write_float(synth(), std::min(frames, 64), unheard[0], 0, 1, unheard[1], 0, 1);
+}
+
 void synthesizer::release_all() {
     for (int channel = 0; channel < channels; ++channel)
         fluid_synth_cc(synth(), channel, sustain_pedal, 0);
@@ -111,6 +131,7 @@ void synthesizer::set_rate(double sample_rate) {
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations" // it may click; there is no other way
     fluid_synth_set_sample_rate(synth(), static_cast<float>(sample_rate));
 #pragma GCC diagnostic pop
+    limiter_.set_rate(sample_rate);
 }
 
 void synthesizer::set_reverb() {

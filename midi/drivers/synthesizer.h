@@ -1,6 +1,7 @@
 #pragma once
 // FluidSynth as a module that takes MIDI messages as bytes.
 
+#include "midi/drivers/limiter.h"
 #include "midi/drivers/roland_module.h"
 
 #include <cstddef>
@@ -31,6 +32,10 @@ public:
 
     // One complete message. A text for the module's display is one line on standard output.
     void message(const std::uint8_t* bytes, std::size_t length);
+    // The next frames of each channel, below full scale, 1.
+    void render(int frames, float* left, float* right);
+    // Renders frames that nobody hears.
+    void skip(int frames);
     // The sound has another number of frames in a second from here on.
     void set_rate(double sample_rate);
     // Releases all keys and pedals.
@@ -39,13 +44,14 @@ public:
     fluid_synth_t* synth() { return synth_.get(); }
 
 private:
-    synthesizer() = default;
+    explicit synthesizer(double sample_rate) : limiter_(sample_rate) {}
     void system_exclusive(const std::uint8_t* bytes, std::size_t length);
     void set_reverb();
 
     fluid_deleted<fluid_settings_t, delete_fluid_settings> settings_;
     fluid_deleted<fluid_synth_t, delete_fluid_synth> synth_;
     roland_module module_;
+    limiter limiter_;
 };
 
 } // namespace midi

@@ -15,6 +15,7 @@ constexpr std::uint64_t most_frames =
     (std::numeric_limits<std::uint32_t>::max() - header_bytes) / frame_bytes;
 constexpr std::uint64_t frames_between_headers = wav_recording::sample_rate / 2;
 constexpr std::uint64_t longest_tail = 6 * wav_recording::sample_rate;
+constexpr std::uint64_t fading = wav_recording::sample_rate; // the last part of that tail
 
 void store(std::uint8_t* at, std::uint32_t value) {
     for (int i = 0; i < 4; ++i)
@@ -49,7 +50,12 @@ bool wav_recording::update_header() {
 
 bool wav_recording::render(int frames) {
     if (frames_ + frames > most_frames) return false;
-    fluid_synth_write_s16(synth_->synth(), frames, samples_.data(), 0, 2, samples_.data(), 1, 2);
+    float channels[2][block];
+    synth_->render(frames, channels[0], channels[1]);
+    for (std::size_t i = 0; i < 2 * std::size_t(frames); ++i) {
+        if (i % 2 == 0) volume_ = std::max(0.0f, volume_ - volume_step_);
+        samples_[i] = static_cast<std::int16_t>(std::lround(volume_ * channels[i % 2][i / 2] * 32767));
+    }
     if (!file_.write(header_bytes + frames_ * frame_bytes, samples_.data(), frames * frame_bytes))
         return false;
     frames_ += frames;
@@ -73,9 +79,11 @@ bool wav_recording::message(double time, const std::uint8_t* bytes, std::size_t 
 void wav_recording::finish(double time) {
     if (advance(time)) {
         synth_->release_all();
+        // What sounds for longer than that ends without a click.
         const std::uint64_t end = frames_ + longest_tail;
-        while (frames_ < end && render(block) && !last_block_is_silent(block)) {
-        }
+        do {
+            if (frames_ + fading >= end) volume_step_ = 1.0f / fading;
+        } while (frames_ < end + block && render(block) && !last_block_is_silent(block));
     }
     update_header();
 }

@@ -34,6 +34,7 @@ private:
     std::unique_ptr<synthesizer> synth_;
     output_file file_;
     std::uint64_t frames_ = 0, frames_in_header_ = 0;
+    float volume_ = 1, volume_step_ = 0; // and by how much each frame is softer than the one before
     std::array<std::int16_t, 2 * block> samples_{};
 };
 
