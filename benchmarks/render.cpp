@@ -26,10 +26,20 @@ namespace {
 constexpr int width = 800, height = 200, surfaces = 128;
 constexpr int columns = 31, rows = 11; // 600 triangles
 
+// Sees with which of its programs the renderer draws.
+struct program_of_mirror : pmt3d::polygon_mirror {
+    using polygon_mirror::polygon_mirror;
+    static inline GLint last_seen = 0;
+    void draw() override {
+        if (last_seen == 0) glGetIntegerv(GL_CURRENT_PROGRAM, &last_seen);
+        polygon_mirror::draw();
+    }
+};
+
 struct scene {
     render::glpolygon_t renderer;
     std::deque<pmt3d::polygon_t> shapes;
-    std::deque<pmt3d::polygon_mirror> mirrors;
+    std::deque<program_of_mirror> mirrors;
     libgr::texture_t dress;
     libgr::environment_t around;
     render::framebuffer_t target;
@@ -95,9 +105,10 @@ struct scene {
     }
     // The same picture, with only the differences between the surfaces set for each.
     void draw_bare() {
-        // The renderer has set all uniforms when it drew a surface.
-        const GLuint program = renderer.surface_program();
-        const GLint modelview = renderer.uniforms()[1], inverse_modelview = renderer.uniforms()[2];
+        // The renderer has set all uniforms of its program when it drew a surface.
+        const auto program = GLuint(program_of_mirror::last_seen);
+        const GLint modelview = glGetUniformLocation(program, "Modelview"),
+                    inverse_modelview = glGetUniformLocation(program, "invModelview");
         glUseProgram(program);
         for (const auto unit :
              {render::texture_unit::color, render::texture_unit::bump, render::texture_unit::specular}) {
@@ -130,6 +141,7 @@ scene& plain() {
 
 void frame(benchmark::State& state, scene& what, void (scene::*draw)()) {
     what.clear();
+    program_of_mirror::last_seen = 0;
     what.draw();
     glFinish();
     std::uint64_t calls = 0;
@@ -169,6 +181,7 @@ const benchmarks::goal frame_goals[] = {
 void submit(benchmark::State& state, void (scene::*draw)()) {
     scene& what = plain();
     what.clear();
+    program_of_mirror::last_seen = 0;
     what.draw();
     glEnable(GL_RASTERIZER_DISCARD);
     for (auto _ : state) {
