@@ -194,14 +194,22 @@ void gluty_registry::postredisplay() {
 }
 
 void gluty_registry::redisplay_in(unsigned milliseconds) {
-    if (!has_window() || !awaiting_redisplay_.insert(glutGetWindow()).second) return;
+    if (!has_window()) return;
+    const auto when = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    const auto [awaited, is_new] = next_redisplay_.emplace(glutGetWindow(), when);
+    if (!is_new && awaited->second <= when) return;
+    awaited->second = when; // a later one that GLUT waits for comes to nothing
     glutTimerFunc(
         milliseconds,
         [](int window) {
-            registry->awaiting_redisplay_.erase(window);
-            glutPostWindowRedisplay(window);
+            if (registry->next_redisplay_.erase(window) > 0) glutPostWindowRedisplay(window);
         },
         glutGetWindow());
+}
+
+void gluty_registry::handle_keys() {
+    if (!has_window()) return;
+    if (window_system* const system = windows_[glutGetWindow()].system.get()) system->handle_keys(key_event);
 }
 
 void gluty_registry::swapbuffers() {

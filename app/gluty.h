@@ -4,9 +4,9 @@
 #include "app/held_keys.h"
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
-#include <set>
 
 namespace gems {
 
@@ -76,9 +76,11 @@ public:
 
     // For handlers, about their own window; without effect while there is none.
     void postredisplay();
-    // The same after so many milliseconds; asked again in the meantime, still once.
+    // The same after so many milliseconds, or earlier if that was asked before.
     void redisplay_in(unsigned milliseconds);
     void swapbuffers();
+    // In the midst of long work: handles the keys that wait, where the window system lets us.
+    void handle_keys();
     void initwindowsize(int width, int height);
 
     // Routing, the part of a callback that follows GLUT's. The handler of a window; null, and remembered as
@@ -105,7 +107,7 @@ private:
 
     std::map<int, bound_window> windows_;
     std::atomic<bool> leaving_ = false;
-    std::set<int> awaiting_redisplay_; // windows
+    std::map<int, std::chrono::steady_clock::time_point> next_redisplay_; // of the windows that await one
     bool callbacks_installed_ = false;
     bool idle_ = false;
     bool key_repeat_ = false;

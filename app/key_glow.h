@@ -8,20 +8,22 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <vector>
 
 namespace quenvarel {
 
-// Strength of a glow: from 0, none, to that of a key that is down.
+// Strength of a glow: from 0, none, to that of a key that is down. Each step of a fading key is a picture
+// more for which the next key may have to wait, so there are few.
 using glow_level = int;
-inline constexpr glow_level full_glow = 6;
+inline constexpr glow_level full_glow = 3;
 
-inline constexpr std::chrono::milliseconds glow_fades_in{64};
+inline constexpr std::chrono::milliseconds glow_step{30}, glow_fades_in = (full_glow - 1) * glow_step;
 
 // Of a key that came up so long ago.
 inline glow_level faded_glow(std::chrono::steady_clock::duration since) {
-    const double left = 1 - std::chrono::duration<double>(since) / glow_fades_in;
-    return std::clamp(static_cast<glow_level>(left * full_glow + 1), 0, left > 0 ? full_glow : 0);
+    return static_cast<glow_level>(
+        std::clamp<std::int64_t>(full_glow - 1 - since / glow_step, 0, full_glow - 1));
 }
 
 // The textures of glowing keys: instead of its colour picture such a key wears the average of its colours,

@@ -173,7 +173,8 @@ void keyboard_scene::draw(const painter& with, const key_rectangles& covered,
     for (std::size_t k = 0; k < slots_.size(); ++k) {
         slot& key = slots_[k];
         if (!key.bounds || render::intersection(part, covered[k]).empty()) continue;
-        const glow_level glow = with.at_rest ? 0 : key.glow;
+        glow_level glow = with.at_rest ? 0 : key.glow;
+        if (glow > 0 && with.reflection) glow = full_glow; // its steps would cost more than they show
         mtx3w model = with.at_rest ? key.model_at_rest : key.model;
         mtx3w normal = with.at_rest ? *with.at_rest : key.normal;
         if (with.reflection) {

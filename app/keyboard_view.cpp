@@ -6,6 +6,9 @@
 
 #include <GL/glew.h>
 
+#include <algorithm>
+#include <utility>
+
 namespace quenvarel {
 
 namespace {
@@ -18,6 +21,16 @@ std::size_t index(int key) {
 }
 
 constexpr int wanted_samples = 4; // for each pixel
+
+// Waits until the GL has done everything so far, which on a software renderer takes most of the time.
+void await_gl(const std::function<void()>& meanwhile) {
+    constexpr GLuint64 glance = 100'000; // nanoseconds
+    const GLsync done = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    do
+        meanwhile();
+    while (glClientWaitSync(done, GL_SYNC_FLUSH_COMMANDS_BIT, glance) == GL_TIMEOUT_EXPIRED);
+    glDeleteSync(done);
+}
 
 void hold(const render::pixel_rect& part) {
     glScissor(part.left, part.bottom, part.width(), part.height());
@@ -121,10 +134,22 @@ void keyboard_view::fade(clock::time_point when) {
         if (!fading_[index(key)]) continue;
         const glow_level level = faded_glow(when - released_[index(key)]);
         if (level == scene_.glow(key)) continue;
+        // In the mirror a key glows or does not.
+        if (level == 0) damage_.add(mirrored_[index(key)]);
+        damage_.add(covered_[index(key)]);
         scene_.set_glow(key, level);
         fading_.set(index(key), level > 0);
-        add_damage(key);
     }
+}
+
+std::optional<keyboard_view::clock::time_point> keyboard_view::next_fade() const {
+    std::optional<clock::time_point> next;
+    for (int key = 0; fading_.any() && key < keyboard_scene::key_count; ++key) {
+        if (!fading_[index(key)]) continue;
+        const auto step = released_[index(key)] + (full_glow - scene_.glow(key)) * glow_step;
+        next = next ? std::min(*next, step) : step;
+    }
+    return next;
 }
 
 // The keys' images in the mirror are there as they are at rest; beside it is kept what the mirror shows
@@ -159,7 +184,7 @@ bool keyboard_view::keep_fixed(const painter& with) {
 
 // Whole, into the framebuffer that is bound. The keys come first, since they hide much that then need not be
 // lit.
-void keyboard_view::draw_whole(const painter& with) {
+void keyboard_view::draw_whole(const painter& with, const std::function<void()>& meanwhile) {
     const render::pixel_rect whole = port_.whole();
     hold(whole);
     stage_.clear_picture();
@@ -167,11 +192,13 @@ void keyboard_view::draw_whole(const painter& with) {
     stage_.draw_fixed(with, whole);
     stage_.draw_mirrored(with, scene_, mirrored_, whole);
     stage_.draw_translucent(with, whole);
+    await_gl(meanwhile);
     frame_.resolve(whole);
 }
 
 // What the keys do not change is taken from where it is kept.
-void keyboard_view::draw_damage(const painter& with) {
+void keyboard_view::draw_damage(const painter& with, const std::function<void()>& meanwhile) {
+    const damage now = std::exchange(damage_, {});
     // Images in the mirror that are not those of keys at rest.
     render::pixel_rect moved;
     for (int key = 0; key < keyboard_scene::key_count; ++key)
@@ -180,25 +207,28 @@ void keyboard_view::draw_damage(const painter& with) {
                 moved = render::enclosing(moved, (*images)[index(key)]);
     // One step for all parts after the other: changing the framebuffer is what takes time.
     const render::pixel_rect mirror = stage_.mirror();
-    for (const render::pixel_rect& part : damage_.parts()) {
+    for (const render::pixel_rect& part : now.parts()) {
         frame_.copy_samples(fixed_, part);
         frame_.copy_samples(bare_mirror_, render::intersection(part, moved), -mirror.left, -mirror.bottom);
     }
     frame_.bind();
-    for (const render::pixel_rect& part : damage_.parts()) {
+    for (const render::pixel_rect& part : now.parts()) {
+        meanwhile();
         if (const auto images = render::intersection(part, moved); !images.empty()) {
             hold(images);
             stage_.draw_mirrored(with, scene_, mirrored_, images);
+            meanwhile();
         }
         hold(part);
         scene_.draw(with, covered_, part);
         stage_.draw_translucent(with, part);
     }
-    for (const render::pixel_rect& part : damage_.parts())
+    await_gl(meanwhile);
+    for (const render::pixel_rect& part : now.parts())
         frame_.resolve(part);
 }
 
-void keyboard_view::draw(clock::time_point when) {
+void keyboard_view::draw(clock::time_point when, const std::function<void()>& meanwhile) {
     if (!renderer_) return;
     fade(when);
     const render::context_stays stays;
@@ -211,20 +241,21 @@ void keyboard_view::draw(clock::time_point when) {
     glEnable(GL_SCISSOR_TEST);
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_FALSE);
     // A view that has just changed may change again before a key is pressed.
-    if (!view_is_new_ && keep_fixed(brush)) {
-        draw_damage(brush);
+    if (!std::exchange(view_is_new_, false) && keep_fixed(brush)) {
+        draw_damage(brush, meanwhile);
     } else {
+        damage_.clear();
         frame_.bind();
-        draw_whole(brush);
+        draw_whole(brush, meanwhile);
     }
-    view_is_new_ = false;
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     glDisable(GL_SCISSOR_TEST);
-    damage_.clear();
 }
 
-void keyboard_view::show(render::gl_uint framebuffer) {
-    if (renderer_) frame_.present(framebuffer);
+void keyboard_view::show(render::gl_uint framebuffer, const std::function<void()>& meanwhile) {
+    if (!renderer_) return;
+    frame_.present(framebuffer);
+    await_gl(meanwhile);
 }
 
 std::optional<int> keyboard_view::key_at(int x, int y, std::optional<int> at_rest) const {

@@ -42,16 +42,19 @@ public:
     void press(int key);
     void release(int key, clock::time_point when = clock::now());
     void release_all(clock::time_point when = clock::now());
-    // Whether it takes more pictures until all glows have faded.
-    bool fading() const { return fading_.any(); }
+    // When the next picture of a fading glow is due; nothing when none fades.
+    std::optional<clock::time_point> next_fade() const;
     // Whether one more draw(), soon, with nothing to do, would make the next key's picture come sooner.
     bool can_prepare() const { return renderer_ && may_keep_ && !fixed_is_current_ && frame_.allocated(); }
 
-    // Brings the picture up to date, drawing only what has changed. With the context.
-    void draw(clock::time_point when = clock::now());
+    // Brings the picture up to date, drawing only what has changed. With the context. Calls the function now
+    // and then; what it does to keys and view is in the next picture at the latest.
+    void draw(
+        clock::time_point when = clock::now(), const std::function<void()>& meanwhile = [] {});
     // Copies the picture to the bound window's back buffer, or to the framebuffer object with that name. With
-    // the context.
-    void show(render::gl_uint framebuffer = 0);
+    // the context. Calls the function now and then.
+    void show(
+        render::gl_uint framebuffer = 0, const std::function<void()>& meanwhile = [] {});
 
     // The nearest key at a pixel, counted from the lower left. The key `at_rest` counts as not pressed.
     std::optional<int> key_at(int x, int y, std::optional<int> at_rest = {}) const;
@@ -69,8 +72,8 @@ private:
     void change(int key, Change how);
     void fade(clock::time_point when);
     bool keep_fixed(const painter& with);
-    void draw_whole(const painter& with);
-    void draw_damage(const painter& with);
+    void draw_whole(const painter& with, const std::function<void()>& meanwhile);
+    void draw_damage(const painter& with, const std::function<void()>& meanwhile);
     void locate(int key);
     void add_damage(int key);
     void view_changed();

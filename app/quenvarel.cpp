@@ -20,8 +20,9 @@ namespace {
 
 constexpr int initial_width = 800, initial_height = 200;
 
-constexpr unsigned frame_time = 12; // milliseconds, while something fades
-constexpr unsigned rest = 150;      // and after the view has changed
+// A screen shows some sixty pictures a second; drawing more would only make keys wait.
+constexpr std::chrono::milliseconds between_pictures{12};
+constexpr unsigned rest = 150; // milliseconds after the view has changed
 
 constexpr int left_button = 0, middle_button = 1, pressed = 0;
 
@@ -79,11 +80,13 @@ void Quenvarel::reshape(int width, int height) {
 }
 
 void Quenvarel::display() {
-    view_.draw();
-    view_.show();
+    const auto let_keys_in = [] { gems::registry->handle_keys(); };
+    view_.draw(clock::now(), let_keys_in);
+    view_.show(0, let_keys_in);
     gems::registry->swapbuffers();
-    if (view_.fading())
-        gems::registry->redisplay_in(frame_time);
+    drawn_at_ = clock::now();
+    if (const auto next = view_.next_fade())
+        redraw_at(*next);
     else if (view_.can_prepare())
         gems::registry->redisplay_in(rest);
 }
@@ -235,7 +238,12 @@ void Quenvarel::release_all() {
 }
 
 void Quenvarel::redraw() {
-    gems::registry->postredisplay();
+    redraw_at(drawn_at_ + between_pictures);
+}
+
+void Quenvarel::redraw_at(clock::time_point when) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(when - clock::now()).count();
+    left > 0 ? gems::registry->redisplay_in(unsigned(left)) : gems::registry->postredisplay();
 }
 
 } // namespace quenvarel

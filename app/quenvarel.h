@@ -8,6 +8,7 @@
 #include "app/sound.h"
 #include "app/synthesizer_controls.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -53,12 +54,14 @@ protected:
     virtual std::optional<int> key_under(int x, int y);
 
 private:
+    using clock = std::chrono::steady_clock;
     enum class mode_t { normal = 0, shift = 1, camera = 3 };
 
     void press(int key) override;
     void release(int key) override;
     void release_all() override;
     void redraw() override;
+    void redraw_at(clock::time_point when); // at once when that is past
 
     void home_view();
     void camera_changed();
@@ -72,8 +75,9 @@ private:
 
     keyboard_view view_;
     camera_controller camera_;
-    int width_, height_;     // of the window
-    float picked_depth_ = 1; // under the pointer where a camera drag began
+    clock::time_point drawn_at_; // the last picture
+    int width_, height_;         // of the window
+    float picked_depth_ = 1;     // under the pointer where a camera drag began
 };
 
 } // namespace quenvarel

@@ -28,6 +28,10 @@ public:
     // nothing when that is unknown.
     virtual std::optional<unsigned> place_of_key(unsigned gives, bool pressed) = 0;
 
+    // Hands the key events that wait before all other events to the function, as GLUT would to its callbacks.
+    using key_handler = void (*)(unsigned gives, bool pressed, int x, int y);
+    virtual void handle_keys(key_handler) {}
+
     // What happened before the last call of place_of_key or end_of_round, in order.
     virtual std::optional<keyboard_news> next_news() = 0;
     // GLUT has handled all events that it had.

@@ -125,6 +125,18 @@ public:
         return place;
     }
 
+    void handle_keys(key_handler handle) override {
+        while (knows_repetitions_ && XEventsQueued(connection_, QueuedAfterReading) > 0) {
+            XEvent event;
+            XPeekEvent(connection_, &event);
+            const bool is_key = event.type == KeyPress || event.type == KeyRelease;
+            if (!is_key || event.xkey.window != watched_window) return;
+            XNextEvent(connection_, &event);
+            if (const auto gives = given_by(event.xkey))
+                handle(*gives, event.type == KeyPress, event.xkey.x, event.xkey.y);
+        }
+    }
+
     std::optional<keyboard_news> next_news() override {
         while (handled_ > 0) {
             const XEvent event = seen_.front();

@@ -165,17 +165,16 @@ TEST_F(keyboard_picture_test, a_glow_fades_within_80_ms) {
     EXPECT_LT(down, at_rest - 80);
     now_ += std::chrono::seconds(100);
     EXPECT_EQ(blue(), down) << "as long as the key is down";
-    EXPECT_FALSE(view_.fading());
+    EXPECT_FALSE(view_.next_fade());
     view_.release(60, now_);
-    int last = down - 15; // it lies otherwise in the light
-    for (int i = 0; i < 4; ++i, now_ += std::chrono::milliseconds(16)) {
-        const int next = blue();
-        EXPECT_TRUE(next > last && view_.fading()) << i;
-        last = next;
+    const auto released = now_;
+    int last = down;
+    for (blue(); view_.next_fade(); now_ = *view_.next_fade(), blue()) {
+        EXPECT_TRUE(blue() > last && *view_.next_fade() > now_);
+        last = blue();
     }
-    now_ += std::chrono::milliseconds(16);
     EXPECT_EQ(shot().rgba, before.rgba);
-    EXPECT_FALSE(view_.fading());
+    EXPECT_EQ(now_ - released, std::chrono::milliseconds(60));
     // Pressed anew in the meantime it glows on.
     view_.press(60);
     view_.release(60, now_);
@@ -188,6 +187,10 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
     keyboard_view other;
     other.open("", QUENVAREL_BIN "/quenvarel.pmt");
     std::mt19937 random(3);
+    const auto turn_over = [&](int key) {
+        for (keyboard_view* view : {&view_, &other})
+            view->scene().pressed(key) ? view->release(key, now_) : view->press(key);
+    };
     // At home; with keys partly outside and behind the eye; and with the end of the mirror in sight.
     for (const camera_t& camera : {home_camera(double(width) / height),
                                    {{-30, 2.0f, 6}, {-30, 0, -20}},
@@ -196,11 +199,13 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
         shot();
         for (int step = 0; step < 20; ++step) {
             // One key, or several at once.
-            for (unsigned count = step % 4 == 0 ? 1 + random() % 12 : 1; count > 0; --count) {
-                const int key = static_cast<int>(random() % 128);
-                for (keyboard_view* view : {&view_, &other})
-                    view->scene().pressed(key) ? view->release(key, now_) : view->press(key);
-            }
+            for (unsigned count = step % 4 == 0 ? 1 + random() % 12 : 1; count > 0; --count)
+                turn_over(int(random() % 128));
+            // And one while they are drawn.
+            unsigned calls = random() % 5;
+            view_.draw(now_, [&] {
+                if (calls-- == 0) turn_over(int(random() % 128));
+            });
             if (step % 13 == 12)
                 for (keyboard_view* view : {&view_, &other})
                     view->release_all(now_);
