@@ -24,7 +24,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -42,11 +41,12 @@ double processor_time() {
     return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
 }
 
-// Times repeated work. The time of all processors together is reported beside it, since other programs
-// disturb that less.
-template <class Action>
-double measure(const std::string& what, int times, std::optional<double> most, const benchmarks::bound& limit,
-               Action action) {
+// Times repeated work; afterwards() is not timed. The time of all processors together is reported beside it,
+// since other programs disturb that less.
+template <class Action, class Afterwards = void (*)()>
+double measure(
+    const std::string& what, int times, std::optional<double> most, const benchmarks::bound& limit,
+    Action action, Afterwards afterwards = [] {}) {
     benchmarks::result made(what);
     made.most = most;
     made.limit = limit;
@@ -57,6 +57,7 @@ double measure(const std::string& what, int times, std::optional<double> most, c
         action(i);
         made.ours.push_back(std::chrono::duration<double>(clock::now() - begin).count());
         busy.ours.push_back(processor_time() - spent);
+        afterwards();
     }
     benchmarks::report(made);
     if (most) benchmarks::report(busy);
@@ -93,14 +94,16 @@ void measure_redraws(keyboard_view& view, const std::function<void()>& frame, do
     view.look(home);
     frame();
     view.draw(); // takes its time to prepare for keys
-    // Each goes down: a key that comes up would go on fading in the pictures of the next ones.
-    measure("redrawing after one key" + size, times, goal(&goals_t::one_key), empty, [&](int i) {
-        view.press(i * 37 % 128);
-        frame();
-    });
-    view.release_all();
-    std::this_thread::sleep_for(2 * quenvarel::glow_fades_in);
-    frame();
+    measure(
+        "redrawing after one key" + size, times, goal(&goals_t::one_key), empty,
+        [&](int i) {
+            view.press(i * 37 % 128);
+            frame();
+        },
+        [&] { // all keys at rest again, and none fading
+            view.release_all(clock::now() - quenvarel::glow_fades_in);
+            frame();
+        });
     measure("redrawing after a chord of two hands" + size, 2 * times, goal(&goals_t::chord), empty,
             [&](int i) {
                 for (const int key : {36, 43, 48, 76, 79, 84})
