@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <regex>
 #include <sys/socket.h>
@@ -55,6 +56,16 @@ protected:
     bool plays_soon(int note) {
         return jack_server::until([&] { return plays(note); });
     }
+    // Again and again: what comes late on a busy machine is dropped, and a new client misses its first
+    // cycles.
+    static bool is_heard(midi::midi_out_t& from, int channel, int note, process& dump) {
+        char text[16];
+        std::snprintf(text, sizeof text, ": 9%x %02x 64", channel, note);
+        return jack_server::until([&] {
+            return midi::noteon(from, channel, note, 100) && dump.wait_for_out(text, std::chrono::seconds(1));
+        });
+    }
+    bool is_heard(int note, process& dump) { return is_heard(port, 1, note, dump); }
     bool fails_soon() {
         return jack_server::until([&] { return !plays(60); });
     }
@@ -108,17 +119,17 @@ TEST_F(midi_jack, others_connect_to_the_virtual_port) {
     EXPECT_TRUE(plays(60)) << "nobody has to listen";
     auto dump = monitor();
     ASSERT_EQ(run({"jack_connect", "quenvarel:out", "midi-monitor:input"}).exit_code, 0);
-    EXPECT_TRUE(plays(61) && dump->wait_for_out(": 91 3d 64"));
+    EXPECT_TRUE(is_heard(61, *dump));
 }
 
 TEST_F(midi_jack, a_port_that_comes_back_is_connected_again) {
     auto dump = monitor();
     ASSERT_TRUE(port.open("midi-monitor"));
-    EXPECT_TRUE(plays(60) && dump->wait_for_out(": 91 3c 64"));
+    EXPECT_TRUE(is_heard(60, *dump));
     stop(*dump);
     EXPECT_TRUE(jack_server::until([&] { return !midi::noteoff(port, 1, 60); })) << "nobody hears it";
     dump = monitor();
-    EXPECT_TRUE(plays_soon(62) && dump->wait_for_out(": 91 3e 64"));
+    EXPECT_TRUE(is_heard(62, *dump));
     EXPECT_TRUE(dumped(*dump).starts_with(" b1 40 00; b1 7b 00;")) << "what was not heard is made up for";
 
     // What somebody disconnects stays so.
@@ -132,7 +143,7 @@ TEST_F(midi_jack, a_client_that_is_thrown_out_joins_again) {
     ASSERT_TRUE(port.open("midi-monitor"));
     throw_out();
     EXPECT_TRUE(fails_soon());
-    EXPECT_TRUE(plays_soon(61) && dump->wait_for_out(": 91 3d 64"));
+    EXPECT_TRUE(is_heard(61, *dump));
 }
 
 TEST_F(midi_jack, what_waited_while_the_server_stood_still_is_not_played_late) {
@@ -143,7 +154,7 @@ TEST_F(midi_jack, what_waited_while_the_server_stood_still_is_not_played_late) {
     EXPECT_TRUE(plays(61));
     EXPECT_TRUE(fails_soon());
     jack.thaw();
-    EXPECT_TRUE(plays_soon(63) && dump->wait_for_out(": 91 3f 64"));
+    EXPECT_TRUE(is_heard(63, *dump));
     EXPECT_TRUE(dumped(*dump).starts_with(" b1 40 00;")) << dump->out();
 }
 
@@ -200,9 +211,7 @@ TEST_F(midi_jack, ports_find_their_own_way_when_the_server_is_started_again) {
         }
         dump = monitor();
         dump2 = monitor("midi-monitor-01:input");
-        EXPECT_TRUE(plays_soon(62));
-        EXPECT_TRUE(jack_server::until([&] { return midi::noteon(second, 2, 62, 100); }));
-        EXPECT_TRUE(dump->wait_for_out(": 91 3e 64") && dump2->wait_for_out(": 92 3e 64"));
+        EXPECT_TRUE(is_heard(62, *dump) && is_heard(second, 2, 62, *dump2)) << late;
         EXPECT_FALSE(matches(dump->out(), ": 92") || matches(dump2->out(), ": 91"));
     }
     EXPECT_TRUE(second.close() && port.close());
