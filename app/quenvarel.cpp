@@ -22,7 +22,8 @@ constexpr int initial_width = 800, initial_height = 200;
 
 // A screen shows some sixty pictures a second; drawing more would only make keys wait.
 constexpr std::chrono::milliseconds between_pictures{12};
-constexpr unsigned rest = 150; // milliseconds after the view has changed
+// After the view has changed, before preparing for keys.
+constexpr std::chrono::milliseconds rest{150};
 
 constexpr int left_button = 0, middle_button = 1, pressed = 0;
 
@@ -88,7 +89,7 @@ void Quenvarel::display() {
     if (const auto next = view_.next_fade())
         redraw_at(*next);
     else if (view_.can_prepare())
-        gems::registry->redisplay_in(rest);
+        redraw_at(drawn_at_ + rest);
 }
 
 // ---- Keys
