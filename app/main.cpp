@@ -25,7 +25,7 @@
 
 namespace {
 
-constexpr char window_title[] = "Quenvarel(TM) for MIDI Version 2.2.0";
+constexpr char window_title[] = "Quenvarel(TM) for MIDI Version " QUENVAREL_VERSION;
 
 quenvarel::Quenvarel* application = nullptr;
 
@@ -33,6 +33,16 @@ void print_usage(const char* program_path) {
     std::cout << "usage: " << program_path << " [-c ch] [-p pgm] [-n notebase] [-l vel] <device>"
               << std::endl;
     midi::listdevices(std::cout, midi::system_outputs());
+}
+
+void print_manual(const char* program_path) {
+    print_usage(program_path);
+    quenvarel::list_options(std::cout);
+#ifdef _WIN32
+    std::cout << "manual: README.md" << std::endl;
+#else
+    std::cout << "manual: man quenvarel" << std::endl;
+#endif
 }
 
 // The application still speaks to the port when it goes.
@@ -86,6 +96,15 @@ int main(int argc, char** argv) {
         return 1;
     case quenvarel::options_result::refused:
         return 1;
+    case quenvarel::options_result::unknown_option:
+        quenvarel::list_options(std::cout);
+        return 1;
+    case quenvarel::options_result::version:
+        std::cout << "Quenvarel " QUENVAREL_VERSION "\n";
+        [[fallthrough]];
+    case quenvarel::options_result::help:
+        print_manual(argv[0]);
+        return 0;
     case quenvarel::options_result::complete:
         break;
     }

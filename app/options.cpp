@@ -6,7 +6,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iomanip>
 #include <limits>
+#include <ostream>
+#include <string>
+#include <string_view>
 
 namespace quenvarel {
 
@@ -32,6 +36,41 @@ const option_t* find_option(const char* argument) {
     return nullptr;
 }
 
+struct long_option {
+    const char* name;
+    const char* value; // what stands after the equals sign, as the list shows it; nullptr for an option
+                       // without a value
+    const char* help;
+    // complete where the option is taken, and unknown_option where the value is none of its values.
+    options_result (*take)(options_t& options, const char* value);
+};
+
+constexpr long_option long_options[] = {
+    {"--help", nullptr, "how to call the program",
+     [](options_t&, const char*) { return options_result::help; }},
+    {"--version", nullptr, "the version, and how to call the program",
+     [](options_t&, const char*) { return options_result::version; }},
+};
+
+bool is_long(const char* argument) {
+    return std::strncmp(argument, "--", 2) == 0;
+}
+
+options_result take_long_option(const char* argument, options_t& options) {
+    const std::string_view word = argument;
+    const std::string_view name = word.substr(0, word.find('='));
+    const char* const value = name.size() < word.size() ? argument + name.size() + 1 : nullptr;
+    for (const long_option& option : long_options) {
+        if (name != option.name) continue;
+        const bool fits = (option.value != nullptr) == (value != nullptr);
+        const options_result result = fits ? option.take(options, value) : options_result::unknown_option;
+        if (result == options_result::unknown_option) libutils::report(argument, ": no such value.");
+        return result;
+    }
+    libutils::report(argument, ": no such option.");
+    return options_result::unknown_option;
+}
+
 std::uint32_t to_number(const char* text) {
     errno = 0;
     const unsigned long long wide = std::strtoull(text, nullptr, 0);
@@ -48,7 +87,14 @@ std::uint32_t to_number(const char* text) {
 } // namespace
 
 options_result read_options(int argc, const char* const* argv, options_t& options) {
-    for (int at = 1; at < argc; at += 2) {
+    int at = 1;
+    while (at < argc) {
+        if (is_long(argv[at])) {
+            const options_result result = take_long_option(argv[at], options);
+            if (result != options_result::complete) return result;
+            ++at;
+            continue;
+        }
         const option_t* option = find_option(argv[at]);
         if (!option) {
             options.device = argv[at];
@@ -62,8 +108,18 @@ options_result read_options(int argc, const char* const* argv, options_t& option
         }
         options.*option->value = value;
         if (option->value == &options_t::program) options.program_given = true;
+        at += 2;
     }
     return options_result::usage;
+}
+
+void list_options(std::ostream& out) {
+    out << "options before the device:\n";
+    for (const long_option& option : long_options) {
+        std::string word = option.name;
+        if (option.value) word = word + '=' + option.value;
+        out << "  " << std::left << std::setw(20) << word << ' ' << option.help << '\n';
+    }
 }
 
 } // namespace quenvarel

@@ -1,7 +1,9 @@
 #pragma once
-// The command line: [-c ch] [-p pgm] [-n notebase] [-l vel] <device>
+// The command line: [-c ch] [-p pgm] [-n notebase] [-l vel] <device>, and options with two dashes before the
+// device
 
 #include <cstdint>
+#include <iosfwd>
 
 namespace quenvarel {
 
@@ -16,12 +18,21 @@ struct options_t {
 
 enum class options_result {
     complete,
-    usage,   // no device, or an option without a value
-    refused, // a value out of range, which has been reported on standard error
+    usage,          // no device, or an option without a value
+    refused,        // a value out of range, which has been reported on standard error
+    unknown_option, // an option with two dashes that does not exist or does not take that value, reported
+                    // likewise
+    help,           // --help
+    version,        // --version
 };
 
 // Reads the arguments after argv[0]. Values are numbers in strtoul's base 0 notation of 32 bits on every
-// system: larger ones become 4294967295 and a minus sign wraps. Arguments after the device are left alone.
+// system: larger ones become 4294967295 and a minus sign wraps. Options with two dashes are one word,
+// "--name" or
+// "--name=value". Arguments after the device are left alone.
 options_result read_options(int argc, const char* const* argv, options_t& options);
+
+// The options with two dashes, a line each.
+void list_options(std::ostream& out);
 
 } // namespace quenvarel

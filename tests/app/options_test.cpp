@@ -26,7 +26,18 @@ std::string read(const char* line) {
     std::ostringstream read;
     read << o.channel << ' ' << o.program << ' ' << o.notebase << ' ' << o.velocity << ' ' << o.program_given;
     if (result == options_result::complete) read << ' ' << o.device;
-    return errors.text() + (result == options_result::usage ? "usage" : read.str());
+    switch (result) {
+    case options_result::usage:
+        return errors.text() + "usage";
+    case options_result::unknown_option:
+        return errors.text() + "list";
+    case options_result::help:
+        return errors.text() + "help";
+    case options_result::version:
+        return errors.text() + "version";
+    default:
+        return errors.text() + read.str();
+    }
 }
 
 TEST(options, are_read_or_refused) {
@@ -53,6 +64,14 @@ TEST(options, are_read_or_refused) {
         {"''", "1 0 36 127 0 "},
         {"-c -c -c", "usage"}, // "-c" is the value of the first, and the second has none
         {"-c 2", "usage"},
+        {"--help", "help"},
+        {"-c 2 --version synth", "version"},
+        {"-c --help -p 5 synth", "0 5 36 127 1 synth"},
+        {"synth --nonsense", "1 0 36 127 0 synth"},
+        {"--nonsense synth", "--nonsense: no such option.\nlist"},
+        {"-- synth", "--: no such option.\nlist"},
+        {"--helpful", "--helpful: no such option.\nlist"},
+        {"--help=me", "--help=me: no such value.\nlist"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(read(c.arguments), c.read) << c.arguments;

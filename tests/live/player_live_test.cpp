@@ -362,6 +362,9 @@ TEST(live_player, command_lines) {
     } const cases[] = {
         {{}, 0, usage, ""},
         {{"-c"}, 1, usage, ""},
+        {{"--help"}, 0, usage, ""},
+        {{"--version"}, 0, "Quenvarel 2.2.0\nusage: ", ""},
+        {{"--nonsense", "0"}, 1, "options before the device:\n  --help", "--nonsense: no such option.\n"},
         {{"-c", "-1", "0"}, 1, "", "4294967295: channel number over.\n"},
         {{"-p", "99999999999", "0"}, 1, "", "4294967295: pgmchg number over.\n"},
         {{"-x", "3"}, 1, list, "-x: device name not found.\n-x: midiout open() failed.\n"},
