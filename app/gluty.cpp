@@ -4,6 +4,8 @@
 
 #include <GL/freeglut.h>
 
+#include <utility>
+
 namespace gems {
 
 namespace {
@@ -78,6 +80,7 @@ void gluty_registry::key_event(unsigned gives, bool pressed, int x, int y) {
         catch_up(at);
     }
     if (pressed) {
+        gives = given_at(at, place, gives);
         // GLUT's own filter has let it through.
         if (!registry->knows_repetitions()) at.keys.release(place, gives);
         if (at.keys.press(place, gives) || registry->key_repeat_) deliver_key(gives, true, x, y);
@@ -86,12 +89,20 @@ void gluty_registry::key_event(unsigned gives, bool pressed, int x, int y) {
     }
 }
 
+// What counts of a key.
+unsigned gluty_registry::given_at(const bound_window& at, std::optional<unsigned> place, unsigned gives) {
+    const auto stands_for = place && at.handler ? at.handler->placed(*place) : std::nullopt;
+    return stands_for ? first_placed + *stands_for : gives;
+}
+
 void gluty_registry::deliver_key(unsigned gives, bool pressed, int x, int y) {
     deliver([=](glutyAPI4& handler) {
         const auto character = static_cast<unsigned char>(gives);
         const int code = static_cast<int>(gives - first_special);
         if (gives < first_special)
             pressed ? handler.keyboard(character, x, y) : handler.keyboardup(character, x, y);
+        else if (gives >= first_placed)
+            pressed ? handler.placedkey(character) : handler.placedkeyup(character);
         else
             pressed ? handler.special(code, x, y) : handler.specialup(code, x, y);
     });
@@ -102,6 +113,9 @@ void gluty_registry::catch_up(bound_window& at) {
     const auto release = [](unsigned gives) { deliver_key(gives, false, 0, 0); };
     while (const auto news = at.system->next_news())
         switch (news->what) {
+        case keyboard_news::pressed:
+            press_placed(at, news->place);
+            break;
         case keyboard_news::released:
             if (const auto as = at.keys.release(news->place)) release(*as);
             break;
@@ -130,7 +144,8 @@ void gluty_registry::mainloop() {
 }
 
 void gluty_registry::install_callbacks() {
-    if (has_window()) windows_[glutGetWindow()].system = window_system::of_current_window();
+    if (has_window())
+        windows_[glutGetWindow()].system = window_system::of_current_window({news_waits, placed_key});
     for (const auto& [name, window] : windows_)
         if (window.handler) window.handler->init();
     setidle(idle_);
@@ -170,7 +185,7 @@ void gluty_registry::deliver(Event event) {
     if (registry->leaving_) glutLeaveMainLoop();
 }
 
-void gluty_registry::tick(int) {
+void gluty_registry::catch_up_all() {
     for (auto& [name, window] : registry->windows_) {
         if (!window.system) continue;
         glutSetWindow(name);
@@ -178,6 +193,40 @@ void gluty_registry::tick(int) {
         catch_up(window);
         if (window.system->window_gone()) registry->leavemainloop();
     }
+}
+
+void gluty_registry::news_waits() {
+    static bool waits = false;
+    if (std::exchange(waits, true)) return;
+    glutTimerFunc(
+        0,
+        [](int) {
+            waits = false;
+            catch_up_all();
+        },
+        0);
+}
+
+bool gluty_registry::placed_key(unsigned place, bool pressed) {
+    bound_window& at = registry->windows_[glutGetWindow()];
+    catch_up(at);
+    if (pressed) return press_placed(at, place);
+    if (const auto as = at.keys.release(place)) deliver_key(*as, false, 0, 0);
+    return true;
+}
+
+// Whether it counts by its place.
+bool gluty_registry::press_placed(bound_window& at, unsigned place) {
+    const unsigned gives = given_at(at, place, 0);
+    if (gives < first_placed) return false;
+    if (at.keys.press(place, gives)) deliver_key(gives, true, 0, 0);
+    return true;
+}
+
+void gluty_registry::tick(int) {
+    catch_up_all();
+    for (const auto& [name, window] : registry->windows_)
+        if (window.handler && !registry->leaving_) window.handler->tick();
     if (registry->leaving_) glutLeaveMainLoop();
     glutTimerFunc(tick_interval, tick, 0);
 }
@@ -209,7 +258,10 @@ void gluty_registry::redisplay_in(unsigned milliseconds) {
 
 void gluty_registry::handle_keys() {
     if (!has_window()) return;
-    if (window_system* const system = windows_[glutGetWindow()].system.get()) system->handle_keys(key_event);
+    bound_window& at = windows_[glutGetWindow()];
+    if (!at.system) return;
+    at.system->handle_keys(key_event);
+    catch_up(at);
 }
 
 void gluty_registry::swapbuffers() {

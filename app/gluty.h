@@ -7,6 +7,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 
 namespace gems {
 
@@ -43,6 +44,15 @@ public:
     virtual void specialup(int /*key*/, int /*x*/, int /*y*/) {}
     // Direction +1 is away from the user.
     virtual void mousewheel(int /*wheel*/, int /*direction*/, int /*x*/, int /*y*/) {}
+    // The character that a key at this place stands for, whatever it types; nothing for a key that counts by
+    // what it types. In the numbers of X11's keycodes or of Windows' scan codes. Asked when the key goes
+    // down.
+    virtual std::optional<unsigned char> placed(unsigned /*place*/) { return std::nullopt; }
+    // A key that counts by its place goes down or comes up.
+    virtual void placedkey(unsigned char /*key*/) {}
+    virtual void placedkeyup(unsigned char /*key*/) {}
+    // Comes some fifty times a second.
+    virtual void tick() {}
     // The window has lost the keyboard. Before this, keys that were down have come up, except those that stay
     // down: they come up once the window has the keyboard again and finds them up.
     virtual void focuslost() {}
@@ -102,6 +112,11 @@ private:
     static void key_event(unsigned gives, bool pressed, int x, int y);
     static void deliver_key(unsigned gives, bool pressed, int x, int y);
     static void catch_up(bound_window& at);
+    static unsigned given_at(const bound_window& at, std::optional<unsigned> place, unsigned gives);
+    static void catch_up_all();
+    static void news_waits();
+    static bool placed_key(unsigned place, bool pressed);
+    static bool press_placed(bound_window& at, unsigned place);
     bool knows_repetitions();
     static void tick(int);
 

@@ -12,8 +12,9 @@
 
 namespace gems {
 
-// What a key gives: a character, or this plus GLUT's code of a key without one.
-constexpr unsigned first_special = 256;
+// What a key gives: a character; this plus GLUT's code of a key without one; or, where its place counts, this
+// plus the character that its place stands for.
+constexpr unsigned first_special = 256, first_placed = 512;
 
 constexpr unsigned key_places = 512;
 using key_set = std::bitset<key_places>;
@@ -69,7 +70,7 @@ private:
 
     // Null for what no key gives.
     std::uint16_t* find(std::optional<unsigned> place, unsigned gives) {
-        if (gives >= 2 * first_special) return nullptr;
+        if (!place && gives >= first_placed) return nullptr;
         return &as_[place ? *place % key_places : key_places + gives];
     }
     template <class Release>
@@ -78,7 +79,7 @@ private:
         if (as < silent) release(unsigned{as});
     }
 
-    std::array<std::uint16_t, key_places + 2 * first_special> as_; // by place, then by what they give
+    std::array<std::uint16_t, key_places + first_placed> as_; // by place, then by what they give
 };
 
 } // namespace gems

@@ -126,6 +126,7 @@ int main(int argc, char** argv) {
                                            static_cast<signed char>(options.program),
                                            static_cast<signed char>(options.notebase),
                                            static_cast<signed char>(options.velocity), options.program_given);
+    if (options.by_places) application->play_by_places();
     gems::registry->createwindow(application, window_title);
     quenvarel::interrupts_are_noticed();
     gems::registry->mainloop();

@@ -50,6 +50,12 @@ constexpr long_option long_options[] = {
      [](options_t&, const char*) { return options_result::help; }},
     {"--version", nullptr, "the version, and how to call the program",
      [](options_t&, const char*) { return options_result::version; }},
+    {"--keys", "places|characters", "what of a key decides about its note",
+     [](options_t& options, const char* value) {
+         options.by_places = value == std::string_view("places");
+         return options.by_places || value == std::string_view("characters") ? options_result::complete
+                                                                             : options_result::unknown_option;
+     }},
 };
 
 bool is_long(const char* argument) {

@@ -13,6 +13,7 @@ struct options_t {
     std::uint32_t notebase = 36;  // note number of offset 0 of the key map, 0..127
     std::uint32_t velocity = 127; // 0..127
     bool program_given = false;
+    bool by_places = false;       // the notes lie at places, not at characters
     const char* device = nullptr; // the device argument as typed, one of argv
 };
 

@@ -10,7 +10,9 @@
 #include "render/math/projection.h"
 
 #include <cstdlib>
+#include <iostream>
 #include <stdexcept>
+#include <utility>
 
 namespace quenvarel {
 
@@ -59,6 +61,7 @@ Quenvarel::~Quenvarel() {
 
 void Quenvarel::init() {
     if (!render::load_gl()) std::exit(1);
+    find_places();
     const auto leaving = [] { return gems::registry->leaving(); };
     view_.open(model_base_path_, model_base_path_ + "pmt", leaving);
     if (leaving()) return;
@@ -66,6 +69,14 @@ void Quenvarel::init() {
     controls_.greet();
     gems::registry->setkeyrepeat(false);
     gems::registry->setidle(false);
+}
+
+void Quenvarel::find_places() {
+    if (auto layout = keyboard_layout::of_current_window()) places_.emplace(std::move(layout));
+    if (places_ && !by_places_ && !places_->written_as_drawn())
+        std::cout << "This keyboard layout is not Japanese: some notes are elsewhere or need Shift. "
+                     "--keys=places plays by the places of the keys."
+                  << std::endl;
 }
 
 void Quenvarel::closing() {
@@ -95,8 +106,7 @@ void Quenvarel::display() {
 // ---- Keys
 
 void Quenvarel::keyboard(unsigned char key, int, int) {
-    const signed char value = key_map[key];
-    switch (value) {
+    switch (const signed char value = value_of(key)) {
     case return_key:
         trace().text("return");
         home_view();
@@ -127,8 +137,7 @@ void Quenvarel::keyboard(unsigned char key, int, int) {
 }
 
 void Quenvarel::keyboardup(unsigned char key, int, int) {
-    const signed char value = key_map[key];
-    switch (value) {
+    switch (const signed char value = value_of(key)) {
     case space:
         player_.release_held();
         break;
@@ -138,6 +147,29 @@ void Quenvarel::keyboardup(unsigned char key, int, int) {
     default:
         if (value >= 0) player_.key_up(value);
     }
+}
+
+std::optional<unsigned char> Quenvarel::placed(unsigned place) {
+    return by_places_ && places_ ? places_->drawn_at(place) : std::nullopt;
+}
+
+void Quenvarel::placedkey(unsigned char key) {
+    player_.key_down(key, key_map[key]);
+}
+
+void Quenvarel::placedkeyup(unsigned char key) {
+    player_.key_up(key_map[key]);
+}
+
+// A note's character on another key than the drawing's does nothing where places count.
+signed char Quenvarel::value_of(unsigned char typed) const {
+    const signed char value = key_map[typed];
+    if (value >= 0 && by_places_ && places_) return no_function;
+    return value;
+}
+
+void Quenvarel::tick() {
+    if (places_ && places_->update()) redraw();
 }
 
 void Quenvarel::special(int key, int, int) {

@@ -3,6 +3,7 @@
 
 #include "app/camera.h"
 #include "app/gluty.h"
+#include "app/key_places.h"
 #include "app/keyboard_view.h"
 #include "app/note_player.h"
 #include "app/sound.h"
@@ -27,6 +28,9 @@ public:
     // The program path locates the models and must not be null. The program is sent if it was given.
     Quenvarel(const char* program_path, signed char channel, signed char program, signed char notebase,
               signed char velocity, bool program_given);
+    // Notes lie where the drawing of the two manuals has them, whatever the keyboard's layout. To be called
+    // before the main loop.
+    void play_by_places() { by_places_ = true; }
     // Ends what still sounds and resets the module's display. The GL context may be gone.
     ~Quenvarel() override;
     Quenvarel(const Quenvarel&) = delete;
@@ -42,6 +46,10 @@ public:
     void keyboardup(unsigned char key, int x, int y) override;
     void specialup(int key, int x, int y) override;
     void mousewheel(int wheel, int direction, int x, int y) override;
+    std::optional<unsigned char> placed(unsigned place) override;
+    void placedkey(unsigned char key) override;
+    void placedkeyup(unsigned char key) override;
+    void tick() override;
     bool staysdown(unsigned char key) override;
     void focuslost() override;
     void closing() override;
@@ -63,6 +71,8 @@ private:
     void redraw() override;
     void redraw_at(clock::time_point when); // at once when that is past
 
+    void find_places();
+    signed char value_of(unsigned char typed) const;
     void home_view();
     void camera_changed();
     int bottom_up(int y) const { return static_cast<int>(std::int64_t{height_} - 1 - y); }
@@ -72,6 +82,8 @@ private:
     note_player player_;
     synthesizer_controls controls_;
     mode_t mode_ = mode_t::normal;
+    std::optional<key_places> places_; // where the system tells them
+    bool by_places_ = false;
 
     keyboard_view view_;
     camera_controller camera_;

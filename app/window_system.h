@@ -12,16 +12,27 @@ namespace gems {
 
 // Something that GLUT does not tell.
 struct keyboard_news {
-    enum kind { released, lost, regained } what;
-    unsigned place = 0; // released: of the key
+    // pressed: a key of which GLUT tells nothing, because it types nothing
+    enum kind { pressed, released, lost, regained } what;
+    unsigned place = 0; // of the key that is pressed or released
     key_set down = {};  // regained: the keys that are down
+};
+
+// What a window system calls between the calls of GLUT.
+struct window_callbacks {
+    // There is news. Called while a connection is locked: to be looked at as soon as GLUT has handled the
+    // events that it has.
+    void (*news_waits)() = [] {};
+    // A key goes down or, when this was true for it, comes up: whether it counts by its place. Then GLUT is
+    // told nothing of it.
+    bool (*placed_key)(unsigned place, bool pressed) = [](unsigned, bool) { return false; };
 };
 
 class window_system {
 public:
     // For the window of the current GL context, which from then on swaps its buffers without waiting for the
     // display and, on Windows, has no keyboard-driven system menu. Null when the system refuses.
-    static std::unique_ptr<window_system> of_current_window();
+    static std::unique_ptr<window_system> of_current_window(const window_callbacks& call = {});
     virtual ~window_system() = default;
 
     // To be called in every key event, with what the key gives. Returns the place of the key on the keyboard;

@@ -22,7 +22,7 @@ void do_not_wait_for_display() {
 // Stands before GLUT's window procedure.
 class win32_window final : public window_system {
 public:
-    explicit win32_window(HWND window) : window_(window) {
+    win32_window(HWND window, const window_callbacks& call) : window_(window), call_(call) {
         SetPropA(window_, property, this);
         inner_ = reinterpret_cast<WNDPROC>(
             SetWindowLongPtrA(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
@@ -75,6 +75,32 @@ private:
             (*still_down_)[place] = down_[place] != 0;
     }
 
+    static bool is_key(UINT message) {
+        return message == WM_KEYDOWN || message == WM_SYSKEYDOWN || message == WM_KEYUP ||
+               message == WM_SYSKEYUP;
+    }
+
+    // Handles the messages of a key that counts by its place, with those of the characters that it types.
+    bool counts_by_place(UINT message, unsigned place) {
+        if (message == WM_KEYDOWN || message == WM_SYSKEYDOWN) {
+            by_place_[place] = call_.placed_key(place, true);
+            if (by_place_[place]) down_[place] = virtual_key_;
+        } else if (!by_place_[place]) {
+            return false;
+        } else if (message == WM_KEYUP || message == WM_SYSKEYUP) {
+            down_[place] = 0;
+            by_place_[place] = false;
+            call_.placed_key(place, false);
+            return true;
+        } else if (message == WM_DEADCHAR || message == WM_SYSDEADCHAR) {
+            // Else the accent would be on the next character, such as the one of a command.
+            const BYTE no_keys[256] = {};
+            WCHAR accent[8];
+            ToUnicode(VK_SPACE, 0, no_keys, accent, 8, 0);
+        }
+        return by_place_[place];
+    }
+
     static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM parameter1, LPARAM parameter2) {
         const auto self = static_cast<win32_window*>(GetPropA(window, property));
         if (!self) return DefWindowProcA(window, message, parameter1, parameter2);
@@ -91,14 +117,16 @@ private:
         case WM_SYSKEYDOWN:
         case WM_CHAR:
         case WM_SYSCHAR:
+        case WM_DEADCHAR:
+        case WM_SYSDEADCHAR:
         case WM_KEYUP:
         case WM_SYSKEYUP: {
             // The scan code, with the bit that tells the keys of the right side from those of the left.
             const unsigned place = static_cast<unsigned>(parameter2 >> 16) & 0x1FF;
             if (message == WM_KEYDOWN || message == WM_SYSKEYDOWN)
                 self->virtual_key_ = static_cast<UINT>(parameter1) & 0xFF;
-            if (message != WM_CHAR && message != WM_SYSCHAR)
-                self->look_for_missed_releases(place, parameter2 & (1 << 30));
+            if (is_key(message)) self->look_for_missed_releases(place, parameter2 & (1 << 30));
+            if (self->counts_by_place(message, place)) return 0;
             self->place_ = place;
             const LRESULT result = CallWindowProcA(inner, window, message, parameter1, parameter2);
             if (GetPropA(window, property) != self) return result; // gone meanwhile
@@ -120,21 +148,23 @@ private:
 
     static constexpr char property[] = "quenvarel";
     HWND window_;
+    window_callbacks call_;
     WNDPROC inner_ = nullptr;
     bool lost_ = false, regained_ = false; // the keyboard, in this order
     std::array<UINT, key_places> down_{};  // by place, the virtual keys of those that are down, else 0
     UINT virtual_key_ = 0;                 // the last to go down
+    key_set by_place_;                     // those of the keys that are down that count by their place
     std::optional<key_set> still_down_;    // where the release of others has been missed
     std::optional<unsigned> place_;        // of the key whose message is on its way through GLUT
 };
 
 } // namespace
 
-std::unique_ptr<window_system> window_system::of_current_window() {
+std::unique_ptr<window_system> window_system::of_current_window(const window_callbacks& call) {
     const HWND window = WindowFromDC(wglGetCurrentDC());
     if (!window) return nullptr;
     do_not_wait_for_display();
-    return std::make_unique<win32_window>(window);
+    return std::make_unique<win32_window>(window, call);
 }
 
 } // namespace gems

@@ -95,8 +95,9 @@ std::optional<unsigned> given_by(XKeyEvent event) {
 // Watches what comes through GLUT's connection, to which it adds the focus events.
 class x11_window final : public window_system {
 public:
-    x11_window(Display* connection, Window window, bool knows_repetitions)
+    x11_window(Display* connection, Window window, bool knows_repetitions, const window_callbacks& call)
         : connection_(connection),
+          call_(call),
           knows_repetitions_(knows_repetitions) {
         watched_window = window;
         watcher = this;
@@ -134,6 +135,8 @@ public:
             XNextEvent(connection_, &event);
             if (const auto gives = given_by(event.xkey))
                 handle(*gives, event.type == KeyPress, event.xkey.x, event.xkey.y);
+            else
+                pass_over(event.xkey);
         }
     }
 
@@ -143,10 +146,11 @@ public:
             seen_.erase(seen_.begin());
             --handled_;
             if (event.type == FocusOut) return keyboard_news{keyboard_news::lost};
-            // GLUT tells nothing of the release of a key that has no character with the modifiers of that
-            // moment.
-            if (event.type == KeyRelease && knows_repetitions_)
-                return keyboard_news{keyboard_news::released, event.xkey.keycode};
+            // GLUT tells nothing of a key that has no character with the modifiers of that moment.
+            if ((event.type == KeyPress || event.type == KeyRelease) && knows_repetitions_)
+                return keyboard_news{event.type == KeyPress ? keyboard_news::pressed
+                                                            : keyboard_news::released,
+                                     event.xkey.keycode};
             const bool back = std::exchange(back_, event.type == FocusIn);
             if (event.type == KeymapNotify && back) return regained(event.xkeymap);
         }
@@ -162,8 +166,17 @@ private:
             watched_window_gone |= event.xdestroywindow.window == watched_window;
         } else if (event.type == KeymapNotify || event.xany.window == watched_window) {
             const bool of_focus = event.type == FocusIn || event.type == FocusOut;
-            if (!of_focus || takes_keyboard(event.xfocus)) seen_.push_back(event);
+            if (of_focus && !takes_keyboard(event.xfocus)) return;
+            seen_.push_back(event);
+            if (!of_focus) call_.news_waits();
         }
+    }
+    // A key event that nobody will be told of is news.
+    void pass_over(const XKeyEvent& key) {
+        const auto found = std::ranges::find_if(seen_, [&](const XEvent& event) {
+            return event.type == key.type && event.xkey.keycode == key.keycode && event.xkey.time == key.time;
+        });
+        if (found != seen_.end()) handled_ = static_cast<std::size_t>(found - seen_.begin()) + 1;
     }
     // Grabs count: key releases go to whoever grabs.
     static bool takes_keyboard(const XFocusChangeEvent& event) {
@@ -179,6 +192,7 @@ private:
     static x11_window* watcher;
 
     Display* connection_;
+    window_callbacks call_;
     bool knows_repetitions_;
     std::vector<XEvent> seen_; // and not told yet
     std::size_t handled_ = 0;  // of these, by GLUT
@@ -189,7 +203,7 @@ x11_window* x11_window::watcher = nullptr;
 
 } // namespace
 
-std::unique_ptr<window_system> window_system::of_current_window() {
+std::unique_ptr<window_system> window_system::of_current_window(const window_callbacks& call) {
     Display* display = glXGetCurrentDisplay();
     const GLXDrawable drawable = glXGetCurrentDrawable();
     if (!display || drawable == None) return nullptr;
@@ -201,7 +215,7 @@ std::unique_ptr<window_system> window_system::of_current_window() {
     // The server else repeats a key as releases and presses, which look like the player's own.
     Bool no_false_releases = False;
     XkbSetDetectableAutoRepeat(display, True, &no_false_releases);
-    return std::make_unique<x11_window>(display, drawable, no_false_releases);
+    return std::make_unique<x11_window>(display, drawable, no_false_releases, call);
 }
 
 } // namespace gems

@@ -25,7 +25,7 @@ std::string read(const char* line) {
     const options_result result = read_options(static_cast<int>(words.size()), arguments.data(), o);
     std::ostringstream read;
     read << o.channel << ' ' << o.program << ' ' << o.notebase << ' ' << o.velocity << ' ' << o.program_given;
-    if (result == options_result::complete) read << ' ' << o.device;
+    if (result == options_result::complete) read << ' ' << o.device << (o.by_places ? " by places" : "");
     switch (result) {
     case options_result::usage:
         return errors.text() + "usage";
@@ -72,6 +72,9 @@ TEST(options, are_read_or_refused) {
         {"-- synth", "--: no such option.\nlist"},
         {"--helpful", "--helpful: no such option.\nlist"},
         {"--help=me", "--help=me: no such value.\nlist"},
+        {"--keys=characters --keys=places synth", "1 0 36 127 0 synth by places"},
+        {"--keys=places --keys=characters synth", "1 0 36 127 0 synth"},
+        {"--keys=letters", "--keys=letters: no such value.\nlist"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(read(c.arguments), c.read) << c.arguments;
