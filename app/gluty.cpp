@@ -4,6 +4,7 @@
 
 #include <GL/freeglut.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace gems {
@@ -14,6 +15,7 @@ gluty_registry the_registry;
 
 // How often the loop wakes on its own, to see requests that arrive outside of it. In milliseconds.
 constexpr unsigned tick_interval = 20;
+constexpr unsigned ticks_between_calls = 50;
 
 // The number of a key without a character, beyond those of the characters. GLUT's codes are not negative.
 unsigned special_key(int code) {
@@ -54,7 +56,14 @@ glutyAPI4* gluty_registry::handler(int window) {
 void gluty_registry::setidle(bool on) {
     idle_ = on;
     if (!initialised()) return;
-    glutIdleFunc(on ? +[] { deliver([](glutyAPI4& handler) { handler.idle(); }); } : nullptr);
+    // An idle loop does not sleep, unless we do.
+    if (on)
+        glutIdleFunc([] {
+            deliver([](glutyAPI4& handler) { handler.idle(); });
+            sleep();
+        });
+    else
+        glutIdleFunc(sleeps_itself_ ? sleep : nullptr);
 }
 
 void gluty_registry::setkeyrepeat(bool on) {
@@ -137,7 +146,7 @@ void gluty_registry::mainloop() {
     if (!leaving_ && !callbacks_installed_) install_callbacks();
     if (!leaving_) {
         glutSetOption(GLUT_ACTION_ON_WINDOW_CLOSE, GLUT_ACTION_GLUTMAINLOOP_RETURNS);
-        glutTimerFunc(tick_interval, tick, 0);
+        set_tick();
         glutMainLoop();
     }
     leaving_ = false; // the next one is to be entered
@@ -148,6 +157,11 @@ void gluty_registry::install_callbacks() {
         windows_[glutGetWindow()].system = window_system::of_current_window({news_waits, placed_key});
     for (const auto& [name, window] : windows_)
         if (window.handler) window.handler->init();
+    for (const auto& [name, window] : windows_)
+        if (calls_ && window.system) window.system->answer_rings(answer_calls);
+    const bool sleeps =
+        has_window() && windows_[glutGetWindow()].system && windows_[glutGetWindow()].system->sleeps_itself();
+    sleeps_itself_ = calls_ && sleeps;
     setidle(idle_);
     setkeyrepeat(key_repeat_);
 
@@ -185,6 +199,49 @@ void gluty_registry::deliver(Event event) {
     if (registry->leaving_) glutLeaveMainLoop();
 }
 
+void gluty_registry::set_tick() {
+    next_tick_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(tick_interval);
+    glutTimerFunc(tick_interval, tick, 0);
+}
+
+void gluty_registry::call() noexcept {
+    window_system::ring();
+}
+
+void gluty_registry::answer_calls() {
+    if (registry->answers_soon_) return;
+    for (const auto& [name, window] : registry->windows_) {
+        if (!window.handler) continue;
+        glutSetWindow(name);
+        registry->answers_soon_ = window.handler->called() || registry->answers_soon_;
+    }
+    if (!registry->answers_soon_) return;
+    // Not at once: the answers to an endless stream of calls would keep everything else waiting.
+    glutTimerFunc(
+        1,
+        [](int) {
+            registry->answers_soon_ = false;
+            answer_calls();
+        },
+        0);
+}
+
+// GLUT sleeps until there is an event or its next timer, and hears no bell.
+void gluty_registry::sleep() {
+    bound_window& current = registry->windows_[glutGetWindow()];
+    if (!registry->sleeps_itself_ || !current.system || registry->leaving_) return;
+    using std::chrono::milliseconds;
+    if (std::exchange(registry->goes_on_, false) || registry->idle_ || registry->answers_soon_)
+        return current.system->sleep(milliseconds(0));
+    auto until = registry->next_tick_;
+    for (const auto& [window, when] : registry->next_redisplay_)
+        until = std::min(until, when);
+    // GLUT's timers count whole milliseconds: a little too early it would have nothing to do.
+    const auto left =
+        std::chrono::ceil<milliseconds>(until - std::chrono::steady_clock::now()) + milliseconds(1);
+    current.system->sleep(std::max(left, milliseconds(0)));
+}
+
 void gluty_registry::catch_up_all() {
     for (auto& [name, window] : registry->windows_) {
         if (!window.system) continue;
@@ -198,6 +255,7 @@ void gluty_registry::catch_up_all() {
 void gluty_registry::news_waits() {
     static bool waits = false;
     if (std::exchange(waits, true)) return;
+    registry->goes_on_ = true;
     glutTimerFunc(
         0,
         [](int) {
@@ -228,7 +286,8 @@ void gluty_registry::tick(int) {
     for (const auto& [name, window] : registry->windows_)
         if (window.handler && !registry->leaving_) window.handler->tick();
     if (registry->leaving_) glutLeaveMainLoop();
-    glutTimerFunc(tick_interval, tick, 0);
+    registry->set_tick();
+    if (registry->calls_ && ++registry->ticks_ % ticks_between_calls == 0) registry->call();
 }
 
 void gluty_registry::route_mouse(glutyAPI4& handler, int button, int state, int x, int y) {
@@ -239,7 +298,9 @@ void gluty_registry::route_mouse(glutyAPI4& handler, int button, int state, int 
 }
 
 void gluty_registry::postredisplay() {
-    if (has_window()) glutPostRedisplay();
+    if (!has_window()) return;
+    goes_on_ = true;
+    glutPostRedisplay();
 }
 
 void gluty_registry::redisplay_in(unsigned milliseconds) {
@@ -251,7 +312,9 @@ void gluty_registry::redisplay_in(unsigned milliseconds) {
     glutTimerFunc(
         milliseconds,
         [](int window) {
-            if (registry->next_redisplay_.erase(window) > 0) glutPostWindowRedisplay(window);
+            if (registry->next_redisplay_.erase(window) == 0) return;
+            registry->goes_on_ = true;
+            glutPostWindowRedisplay(window);
         },
         glutGetWindow());
 }

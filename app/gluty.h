@@ -57,6 +57,9 @@ public:
     // down: they come up once the window has the keyboard again and finds them up.
     virtual void focuslost() {}
     virtual bool staysdown(unsigned char /*key*/) { return false; }
+    // Somebody has called the registry's call(); also about once a second. True when there is more to do: it
+    // comes again soon, after the window's events.
+    virtual bool called() { return false; }
     // The window is about to go. Its GL context is current for the last time.
     virtual void closing() {}
 };
@@ -83,6 +86,11 @@ public:
     // handler and on any thread.
     void leavemainloop() noexcept { leaving_ = true; }
     bool leaving() const noexcept { return leaving_; }
+
+    // Has the handlers called soon, once for all calls so far. Safe on any thread, also a realtime one. They
+    // must want calls: said before the loop begins.
+    void call() noexcept;
+    void setcalls(bool on) { calls_ = on; }
 
     // For handlers, about their own window; without effect while there is none.
     void postredisplay();
@@ -119,6 +127,9 @@ private:
     static bool press_placed(bound_window& at, unsigned place);
     bool knows_repetitions();
     static void tick(int);
+    static void answer_calls();
+    static void sleep();
+    void set_tick();
 
     std::map<int, bound_window> windows_;
     std::atomic<bool> leaving_ = false;
@@ -126,6 +137,11 @@ private:
     bool callbacks_installed_ = false;
     bool idle_ = false;
     bool key_repeat_ = false;
+    bool calls_ = false, sleeps_itself_ = false;
+    bool goes_on_ = false;      // the loop, without sleeping
+    bool answers_soon_ = false; // a call that was answered in part
+    std::chrono::steady_clock::time_point next_tick_{};
+    unsigned ticks_ = 0;
 };
 
 // The one registry, there before main and until after the at-exit functions.

@@ -1,6 +1,7 @@
 // Start and end of the player.
 
 #include "app/gluty.h"
+#include "app/input_player.h"
 #include "app/interrupt.h"
 #include "app/options.h"
 #include "app/quenvarel.h"
@@ -28,6 +29,7 @@ namespace {
 constexpr char window_title[] = "Quenvarel(TM) for MIDI Version " QUENVAREL_VERSION;
 
 quenvarel::Quenvarel* application = nullptr;
+quenvarel::input_player* inputs = nullptr;
 
 void print_usage(const char* program_path) {
     std::cout << "usage: " << program_path << " [-c ch] [-p pgm] [-n notebase] [-l vel] <device>"
@@ -49,6 +51,7 @@ void print_manual(const char* program_path) {
 void end() {
     delete application;
     application = nullptr;
+    if (inputs) inputs->leave();
     if (quenvarel::midi_port) quenvarel::midi_port->close();
 }
 
@@ -69,6 +72,18 @@ bool open_port(const char* device) {
     libutils::report(device, ": midiout open() failed.");
     midi::listdevices(std::cout, midi::system_outputs());
     return false;
+}
+
+bool open_inputs(const std::vector<const char*>& devices) {
+    if (devices.empty()) return true;
+    inputs = new quenvarel::input_player(*quenvarel::midi_port, midi::system_inputs(),
+                                         [] { gems::registry->call(); });
+    for (const char* device : devices)
+        if (!inputs->open(device)) {
+            midi::listinputdevices(std::cout, midi::system_inputs());
+            return false;
+        }
+    return true;
 }
 
 // GLUT cannot go on after an error, such as a display that it cannot open.
@@ -105,12 +120,14 @@ int main(int argc, char** argv) {
     case quenvarel::options_result::help:
         print_manual(argv[0]);
         return 0;
+    case quenvarel::options_result::inputs:
+        return midi::listinputdevices(std::cout, midi::system_inputs()) ? 0 : 1;
     case quenvarel::options_result::complete:
         break;
     }
 
     quenvarel::install_interrupt_handler(leave);
-    if (!open_port(options.device)) return 1;
+    if (!open_port(options.device) || !open_inputs(options.inputs)) return 1;
     if (gems::registry->leaving()) return 0;
 #ifdef _WIN32
     timeGetTime();
@@ -127,6 +144,7 @@ int main(int argc, char** argv) {
                                            static_cast<signed char>(options.notebase),
                                            static_cast<signed char>(options.velocity), options.program_given);
     if (options.by_places) application->play_by_places();
+    if (inputs) application->play(*inputs);
     gems::registry->createwindow(application, window_title);
     quenvarel::interrupts_are_noticed();
     gems::registry->mainloop();

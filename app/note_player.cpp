@@ -129,6 +129,10 @@ void note_player::stop_mouse_note() {
     mouse_note_off(mouse_note_);
 }
 
+bool note_player::sounds(int channel, int note) const {
+    return sounding_[sounding_index(channel, note)];
+}
+
 void note_player::silence() {
     for (std::size_t at = 0; sounding_.any() && at < sounding_.size(); ++at) {
         if (!sounding_[at]) continue;

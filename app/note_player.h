@@ -58,6 +58,8 @@ public:
         return mouse_note_ < 0 ? std::nullopt : std::optional<int>(mouse_note_);
     }
 
+    // Whether it sounds the note on the channel.
+    bool sounds(int channel, int note) const;
     // Ends what still sounds, note by note.
     void silence();
 

@@ -48,6 +48,13 @@ struct long_option {
 constexpr long_option long_options[] = {
     {"--help", nullptr, "how to call the program",
      [](options_t&, const char*) { return options_result::help; }},
+    {"--input", "NAME",
+     "a MIDI input that plays along: a number or a part of its name; --input=list lists them",
+     [](options_t& options, const char* value) {
+         if (std::strcmp(value, "list") == 0) return options_result::inputs;
+         options.inputs.push_back(value);
+         return options_result::complete;
+     }},
     {"--version", nullptr, "the version, and how to call the program",
      [](options_t&, const char*) { return options_result::version; }},
     {"--keys", "places|characters", "what of a key decides about its note",

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <vector>
 
 namespace quenvarel {
 
@@ -13,8 +14,9 @@ struct options_t {
     std::uint32_t notebase = 36;  // note number of offset 0 of the key map, 0..127
     std::uint32_t velocity = 127; // 0..127
     bool program_given = false;
-    bool by_places = false;       // the notes lie at places, not at characters
-    const char* device = nullptr; // the device argument as typed, one of argv
+    bool by_places = false;          // the notes lie at places, not at characters
+    std::vector<const char*> inputs; // as typed, each part of one of argv
+    const char* device = nullptr;    // the device argument as typed, one of argv
 };
 
 enum class options_result {
@@ -25,6 +27,7 @@ enum class options_result {
                     // likewise
     help,           // --help
     version,        // --version
+    inputs,         // --input=list
 };
 
 // Reads the arguments after argv[0]. Values are numbers in strtoul's base 0 notation of 32 bits on every

@@ -56,6 +56,7 @@ Quenvarel::Quenvarel(const char* program_path, signed char channel, signed char 
 
 Quenvarel::~Quenvarel() {
     player_.silence();
+    if (inputs_) inputs_->leave();
     controls_.reset_display();
 }
 
@@ -67,8 +68,18 @@ void Quenvarel::init() {
     if (leaving()) return;
     home_view();
     controls_.greet();
+    if (inputs_) {
+        const auto greeting = controls_.greeting();
+        inputs_->expect_no_echo_of({greeting.begin(), greeting.end()});
+    }
     gems::registry->setkeyrepeat(false);
     gems::registry->setidle(false);
+}
+
+void Quenvarel::play(input_player& inputs) {
+    inputs_ = &inputs;
+    inputs.tell(this);
+    gems::registry->setcalls(true);
 }
 
 void Quenvarel::find_places() {
@@ -92,7 +103,10 @@ void Quenvarel::reshape(int width, int height) {
 }
 
 void Quenvarel::display() {
-    const auto let_keys_in = [] { gems::registry->handle_keys(); };
+    const auto let_keys_in = [this] {
+        gems::registry->handle_keys();
+        called();
+    };
     view_.draw(clock::now(), let_keys_in);
     view_.show(0, let_keys_in);
     gems::registry->swapbuffers();
@@ -197,6 +211,10 @@ bool Quenvarel::staysdown(unsigned char key) {
     return key_map[key] == space;
 }
 
+bool Quenvarel::called() {
+    return inputs_ && inputs_->handle();
+}
+
 void Quenvarel::focuslost() {
     player_.mouse_lost();
 }
@@ -258,16 +276,42 @@ void Quenvarel::camera_changed() {
 
 // ---- The keys in the picture
 
+// A key is down as long as anybody holds it down.
 void Quenvarel::press(int key) {
+    pressed_.set(static_cast<std::size_t>(key) & 127);
     view_.press(key);
 }
 
 void Quenvarel::release(int key) {
-    view_.release(key);
+    pressed_.reset(static_cast<std::size_t>(key) & 127);
+    if (!inputs_ || !inputs_->holds(key)) view_.release(key);
 }
 
 void Quenvarel::release_all() {
+    pressed_.reset();
     view_.release_all();
+    for (int key = 0; inputs_ && key < keyboard_scene::key_count; ++key)
+        if (inputs_->holds(key)) view_.press(key);
+}
+
+void Quenvarel::input_pressed(int key) {
+    view_.press(key);
+}
+
+void Quenvarel::input_released(int key) {
+    if (!pressed_[static_cast<std::size_t>(key)]) view_.release(key);
+}
+
+void Quenvarel::input_moved() {
+    redraw();
+}
+
+void Quenvarel::input_program(int channel, int program) {
+    if (channel == sound_.channel) sound_.program = static_cast<std::uint8_t>(program);
+}
+
+bool Quenvarel::sounds_elsewhere(int channel, int note) const {
+    return player_.sounds(channel, note);
 }
 
 void Quenvarel::redraw() {

@@ -3,12 +3,14 @@
 
 #include "app/camera.h"
 #include "app/gluty.h"
+#include "app/input_player.h"
 #include "app/key_places.h"
 #include "app/keyboard_view.h"
 #include "app/note_player.h"
 #include "app/sound.h"
 #include "app/synthesizer_controls.h"
 
+#include <bitset>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -23,7 +25,7 @@ namespace quenvarel {
 // The port that everything is sent to. Set before the instrument is made and open until it is gone.
 extern midi::midi_out_t* midi_port;
 
-class Quenvarel : public gems::glutyAPI4, private keyboard_picture {
+class Quenvarel : public gems::glutyAPI4, private keyboard_picture, private input_listener {
 public:
     // The program path locates the models and must not be null. The program is sent if it was given.
     Quenvarel(const char* program_path, signed char channel, signed char program, signed char notebase,
@@ -35,6 +37,9 @@ public:
     ~Quenvarel() override;
     Quenvarel(const Quenvarel&) = delete;
     Quenvarel& operator=(const Quenvarel&) = delete;
+
+    // From now on plays these as well; they must outlive the instrument. Before the loop.
+    void play(input_player& inputs);
 
     void reshape(int width, int height) override;
     void display() override;
@@ -53,6 +58,7 @@ public:
     bool staysdown(unsigned char key) override;
     void focuslost() override;
     void closing() override;
+    bool called() override;
 
     const camera_t& camera() const { return camera_.camera(); }
     const keyboard_scene& scene() const { return view_.scene(); }
@@ -71,6 +77,12 @@ private:
     void redraw() override;
     void redraw_at(clock::time_point when); // at once when that is past
 
+    void input_pressed(int key) override;
+    void input_released(int key) override;
+    void input_moved() override;
+    void input_program(int channel, int program) override;
+    bool sounds_elsewhere(int channel, int note) const override;
+
     void find_places();
     signed char value_of(unsigned char typed) const;
     void home_view();
@@ -81,6 +93,8 @@ private:
     sound_t sound_;
     note_player player_;
     synthesizer_controls controls_;
+    input_player* inputs_ = nullptr;
+    std::bitset<keyboard_scene::key_count> pressed_; // by the computer's keys and the mouse
     mode_t mode_ = mode_t::normal;
     std::optional<key_places> places_; // where the system tells them
     bool by_places_ = false;

@@ -85,13 +85,16 @@ void synthesizer_controls::change_channel(int step) {
     trace().text("newch to ").dec(sound_.channel);
 }
 
-void synthesizer_controls::greet() {
-    // As wide as the display.
+synthesizer_controls::greeting_t synthesizer_controls::greeting() {
     constexpr std::string_view text = "Quenvarel-MIDI Ver 2";
-    static_assert(text.size() == 20);
-    std::array<std::uint8_t, 3 + text.size()> payload{0x20, 0x00, 0x00};
+    greeting_t payload{0x20, 0x00, 0x00};
+    static_assert(payload.size() == 3 + text.size());
     text.copy(reinterpret_cast<char*>(payload.data() + 3), text.size());
-    data_set(out_, payload);
+    return payload;
+}
+
+void synthesizer_controls::greet() {
+    data_set(out_, greeting());
 }
 
 void synthesizer_controls::reset_display() {

@@ -3,6 +3,7 @@
 
 #include "app/sound.h"
 
+#include <array>
 #include <cstdint>
 
 namespace midi {
@@ -22,7 +23,11 @@ public:
     void special(int key, bool reversed);
     // To the next channel, around from 15 to 0, or back.
     void change_channel(int step);
-    // Writes the program's name on the module's display.
+    // The program's name on the module's display, which it fills: an address and the text, inside of the
+    // message.
+    using greeting_t = std::array<std::uint8_t, 3 + 20>;
+    static greeting_t greeting();
+    // Writes it there.
     void greet();
     // Gives the display back to the module.
     void reset_display();

@@ -1,10 +1,11 @@
 #pragma once
 // What an instrument needs from its window beyond what GLUT offers: which key an event is about, when the
-// window loses the keyboard and gets it back, swaps that do not wait for the display, and no menu on the Alt
-// key.
+// window loses the keyboard and gets it back, swaps that do not wait for the display, no menu on the Alt key,
+// and a bell for other threads.
 
 #include "app/held_keys.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -53,6 +54,15 @@ public:
 
     // Whether somebody else has destroyed the window.
     virtual bool window_gone() { return false; }
+
+    // The bell: any thread may ring it, also a realtime one. The answer is called on the loop's thread soon
+    // after; rings that have not been answered by then count as one.
+    static void ring() noexcept;
+    virtual void answer_rings(void (*answer)()) = 0;
+    // Where GLUT would not notice the bell: sleeps in its place until there is an event, a ring, which is
+    // answered, or the time is over.
+    virtual void sleep(std::chrono::milliseconds) {}
+    virtual bool sleeps_itself() const { return false; }
 };
 
 } // namespace gems

@@ -5,6 +5,7 @@
 #include <GL/gl.h>
 
 #include <array>
+#include <atomic>
 #include <optional>
 #include <utility>
 
@@ -19,6 +20,16 @@ void do_not_wait_for_display() {
     if (address > 3) reinterpret_cast<swap_interval>(address)(0);
 }
 
+// Who is told of the bell; a message in its queue, so that it hears it also while the user moves the window.
+constexpr UINT bell_message = WM_APP + 0x51;
+std::atomic<HWND> hears_bell = nullptr;
+std::atomic<bool> bell_rings = false;
+
+void post_ring() {
+    const HWND window = hears_bell;
+    if (window && !PostMessageA(window, bell_message, 0, 0)) bell_rings = false;
+}
+
 // Stands before GLUT's window procedure.
 class win32_window final : public window_system {
 public:
@@ -28,6 +39,7 @@ public:
             SetWindowLongPtrA(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
     }
     ~win32_window() override {
+        hears_bell = nullptr;
         if (!window_) return;
         SetWindowLongPtrA(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(inner_));
         RemovePropA(window_, property);
@@ -40,6 +52,12 @@ public:
         if (gives >= first_special || !place_) return std::nullopt;
         if (pressed) down_[*place_] = virtual_key_;
         return place_;
+    }
+
+    void answer_rings(void (*answer)()) override {
+        answer_ = answer;
+        hears_bell = window_;
+        if (bell_rings) post_ring();
     }
 
     std::optional<keyboard_news> next_news() override {
@@ -134,6 +152,9 @@ private:
             if (message == WM_KEYUP || message == WM_SYSKEYUP) self->down_[place] = 0;
             return result;
         }
+        case bell_message:
+            if (bell_rings.exchange(false) && self->answer_) self->answer_();
+            return 0;
         case WM_SYSCOMMAND:
             // A lone Alt or F10 would open the system menu, which keeps the keys that follow for itself.
             if ((parameter1 & 0xFFF0) == SC_KEYMENU) return 0;
@@ -156,9 +177,14 @@ private:
     key_set by_place_;                     // those of the keys that are down that count by their place
     std::optional<key_set> still_down_;    // where the release of others has been missed
     std::optional<unsigned> place_;        // of the key whose message is on its way through GLUT
+    void (*answer_)() = nullptr;
 };
 
 } // namespace
+
+void window_system::ring() noexcept {
+    if (!bell_rings.exchange(true)) post_ring();
+}
 
 std::unique_ptr<window_system> window_system::of_current_window(const window_callbacks& call) {
     const HWND window = WindowFromDC(wglGetCurrentDC());

@@ -9,8 +9,12 @@
 #include <X11/keysym.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
+#include <iterator>
+#include <poll.h>
 #include <string>
+#include <sys/eventfd.h>
 #include <utility>
 #include <vector>
 
@@ -57,6 +61,10 @@ int on_lost_display(Display* display) {
     libutils::report("lost display '", DisplayString(display), "'");
     std::exit(1);
 }
+
+// Readable from the first ring to the answer.
+const int bell = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+std::atomic<bool> bell_rings = false;
 
 // What GLUT makes of a key event: a character, or the code of a key without one; nothing of all others.
 std::optional<unsigned> given_by(XKeyEvent event) {
@@ -113,6 +121,19 @@ public:
     x11_window& operator=(const x11_window&) = delete;
 
     bool window_gone() override { return watched_window_gone; }
+
+    void answer_rings(void (*answer)()) override { answer_ = answer; }
+    bool sleeps_itself() const override { return true; }
+    void sleep(std::chrono::milliseconds most) override {
+        // What has been read while a picture was drawn waits in the library, not in the connection.
+        if (XEventsQueued(connection_, QueuedAfterFlush) == 0) {
+            pollfd waiting[] = {{ConnectionNumber(connection_), POLLIN, 0}, {bell, POLLIN, 0}};
+            poll(waiting, std::size(waiting), static_cast<int>(most.count()));
+        }
+        eventfd_t rings;
+        eventfd_read(bell, &rings);
+        if (bell_rings.exchange(false) && answer_) answer_();
+    }
     bool knows_repetitions() const override { return knows_repetitions_; }
 
     std::optional<unsigned> place_of_key(unsigned gives, bool pressed) override {
@@ -197,11 +218,16 @@ private:
     std::vector<XEvent> seen_; // and not told yet
     std::size_t handled_ = 0;  // of these, by GLUT
     bool back_ = false;        // the focus; which keys are down comes next
+    void (*answer_)() = nullptr;
 };
 
 x11_window* x11_window::watcher = nullptr;
 
 } // namespace
+
+void window_system::ring() noexcept {
+    if (!bell_rings.exchange(true)) eventfd_write(bell, 1);
+}
 
 std::unique_ptr<window_system> window_system::of_current_window(const window_callbacks& call) {
     Display* display = glXGetCurrentDisplay();

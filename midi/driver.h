@@ -47,8 +47,9 @@ struct input_buffer_t {
     std::uint32_t recorded; // bytes received so far
 };
 
-// What a device that is open has lost: nothing, the device itself, or the service that it is reached through.
-enum class input_absence : std::uint8_t { none, device, service };
+// What a device that is open has lost: nothing, the device itself, the service that it is reached through, or
+// a connection with an output of this process, which would send everything round and round and has been cut.
+enum class input_absence : std::uint8_t { none, device, service, loop };
 
 enum class input_event {
     open,      // also when the device is back
@@ -87,6 +88,9 @@ public:
 
 class input_service_t : public service_t {
 public:
+    // Whether its devices tell by events that they go and come back. Else that is to be found out from the
+    // list, and a device that is back is to be opened again.
+    virtual bool tells_absence() const { return true; }
     // On success stores the open device. The sink must outlive it.
     virtual result_t open(std::uint32_t device, input_sink_t& sink,
                           std::unique_ptr<input_device_t>& opened) = 0;

@@ -58,12 +58,23 @@ bool midi_in_t::open(const char* name) {
 }
 
 bool midi_in_t::close() {
+    return end(true);
+}
+
+void midi_in_t::drop() {
+    end(false);
+}
+
+bool midi_in_t::end(bool says_what_fails) {
     if (!opened_) return true;
+    const auto done = [says_what_fails](result_t result, const char* text) {
+        return says_what_fails ? succeeded(result, text) : result == no_error;
+    };
     stopping_ = true;
-    bool all = succeeded(device_->stop(), ": can't stop MIDI in.");
-    all = succeeded(device_->reset(), ": can't reset MIDI in.") && all;
-    all = succeeded(device_->unprepare(buffer_), ": can't unprepare MIDI in.") && all;
-    const bool closed = succeeded(device_->close(), ": can't close MIDI in.");
+    bool all = done(device_->stop(), ": can't stop MIDI in.");
+    all = done(device_->reset(), ": can't reset MIDI in.") && all;
+    all = done(device_->unprepare(buffer_), ": can't unprepare MIDI in.") && all;
+    const bool closed = done(device_->close(), ": can't close MIDI in.");
     if (closed) device_.reset(); // one that is still open may call, and fill what it was lent
     opened_ = false;
     return closed && all;

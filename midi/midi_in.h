@@ -59,6 +59,8 @@ public:
     bool open(const char* name) override;
     // False when a step of stopping the device failed; the port is closed all the same.
     bool close() override;
+    // Closes it without a word: the device has gone, so that no step need succeed.
+    void drop();
     ~midi_in_t() override;
 
     // The number of the device that was chosen last.
@@ -68,6 +70,7 @@ private:
     template <class Key>
     bool open_chosen(Key key);
     bool start();
+    bool end(bool says_what_fails);
     bool queue_buffer();
     void receive(input_event event, std::uintptr_t parameter1, std::uintptr_t parameter2) override;
 

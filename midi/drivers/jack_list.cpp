@@ -19,7 +19,7 @@ std::optional<std::optional<std::vector<std::string>>> ask_for_ports(peer_direct
         const char** names = jack_get_ports(session->client(), nullptr, JACK_DEFAULT_MIDI_TYPE, flag);
         std::vector<std::string> ports;
         for (const char** name = names; name && *name; ++name)
-            ports.emplace_back(*name);
+            if (!jack_session::is_own(*name)) ports.emplace_back(*name);
         jack_free(names);
         return ports;
     });

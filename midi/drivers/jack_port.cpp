@@ -153,6 +153,7 @@ void jack_port::drop_session() {
 }
 
 void jack_port::look_for_peer() {
+    if (cut_loop()) tell(input_absence::loop);
     if (is_virtual()) return tell(input_absence::none);
     const bool is_there = jack_port_by_name(session_->client(), peer_.c_str()) != nullptr;
     const bool left = a_port_left_.exchange(false);
@@ -161,6 +162,17 @@ void jack_port::look_for_peer() {
         is_there && (!peer_was_there_ || (left && !jack_port_connected_to(port_, peer_.c_str())));
     peer_was_there_ = is_there && (!came || connects());
     tell(is_there ? input_absence::none : input_absence::device);
+}
+
+bool jack_port::cut_loop() {
+    if (peers_ == peer_direction::to_peer) return false;
+    const char** const senders = jack_port_get_connections(port_);
+    bool any = false;
+    for (const char** sender = senders; sender && *sender; ++sender)
+        if (jack_session::is_own(*sender))
+            any = jack_disconnect(session_->client(), *sender, jack_port_name(port_)) == 0 || any;
+    jack_free(senders);
+    return any;
 }
 
 bool jack_port::connects() {

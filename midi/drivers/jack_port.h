@@ -1,7 +1,8 @@
 #pragma once
 // A JACK client with one MIDI port, "quenvarel:out" or "quenvarel:in". It follows the port that it was opened
 // for: when that port returns under its name, or the server restarts, they are connected again within a
-// second. A client that a running server throws out joins again.
+// second. A client that a running server throws out joins again. An input is not left connected with an
+// output of this process.
 //
 // Three kinds of threads meet here. The owner opens, uses and leaves the port and never calls JACK itself.
 // JACK's thread (jack_thread.h) makes all calls that may block. JACK's own threads call back: the realtime
@@ -43,7 +44,7 @@ protected:
 
     // Realtime thread, in each cycle: the port's buffer, and the time since the cycle before.
     virtual void cycle(void* buffer, clock::duration since) = 0;
-    // JACK's thread: what the port is for has gone or is back.
+    // JACK's thread: what the port is for has gone or is back, or a loop has been cut.
     virtual void peer_changed(input_absence) {}
 
     bool is_virtual() const { return peer_.empty(); }
@@ -73,8 +74,8 @@ private:
     void look_around();
     bool join();
     void drop_session();
-    bool find_peer();
     void look_for_peer();
+    bool cut_loop();
     void tell(input_absence absence);
     bool connects();
 

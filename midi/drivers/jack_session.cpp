@@ -38,6 +38,13 @@ std::unique_ptr<jack_session> jack_session::open(const char* name, std::function
     return session;
 }
 
+bool jack_session::is_own(const std::string& port) {
+    return std::ranges::any_of(sessions(), [&](const jack_session* s) {
+        return s->client_ && !s->has_ended() &&
+               port.starts_with(std::string(jack_get_client_name(s->client_)) + ':');
+    });
+}
+
 jack_session::~jack_session() {
     std::erase(sessions(), this);
     close();

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <pthread.h>
+#include <string>
 
 struct _jack_client; // JACK's own name for its client type
 
@@ -32,6 +33,8 @@ public:
     // Null after it has ended and another has been opened: JACK's library crashes when a client is opened
     // while one of a server that has gone is still there, so that one is closed first.
     _jack_client* client() const { return client_; }
+    // Whether a port, by its full name, belongs to a session of this process.
+    static bool is_own(const std::string& port);
     // On any thread.
     bool has_ended() const { return has_ended_; }
     void end() { has_ended_ = true; }

@@ -16,6 +16,7 @@ public:
 
 class winmm_inputs : public input_service_t {
 public:
+    bool tells_absence() const override { return false; }
     std::uint32_t device_count() override;
     result_t device_name(std::uint32_t device, std::string& name) override;
     result_t open(std::uint32_t device, input_sink_t& sink, std::unique_ptr<input_device_t>& opened) override;

@@ -1,8 +1,6 @@
 #include "tools/midimon/describe.h"
-#include "tools/midimon/event_queue.h"
 
 #include <gtest/gtest.h>
-#include <numeric>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -36,25 +34,6 @@ TEST(midimon_describe, says_what_messages_mean) {
     }
     const std::uint8_t stop = 0xFC;
     EXPECT_EQ(midimon::line(4294967005u, &stop, 1), "4294967.005 fc stop");
-}
-
-TEST(midimon_event_queue, keeps_order_and_counts_what_it_loses) {
-    midimon::event_queue queue(4);
-    bytes message(200);
-    std::iota(message.begin(), message.end(), std::uint8_t(0));
-    midimon::event event{};
-    EXPECT_FALSE(queue.take(event));
-    for (std::uint32_t round = 0; round < 3; ++round) {
-        for (std::uint32_t i = 0; i < 6; ++i)
-            queue.put(round * 10 + i, message.data(), i == 0 ? 200 : i);
-        for (std::uint32_t i = 0; i < 4; ++i) {
-            ASSERT_TRUE(queue.take(event));
-            EXPECT_TRUE(event.milliseconds == round * 10 + i && event.length == (i == 0 ? 128 : i));
-            EXPECT_TRUE(std::equal(event.bytes.begin(), event.bytes.begin() + event.length, message.begin()));
-        }
-        EXPECT_FALSE(queue.take(event));
-        EXPECT_EQ(queue.take_lost(), 2u);
-    }
 }
 
 } // namespace
