@@ -4,11 +4,13 @@
 #include "app/input_player.h"
 #include "app/interrupt.h"
 #include "app/options.h"
+#include "app/program_path.h"
 #include "app/quenvarel.h"
 #include "libutils/out_of_memory.h"
 #include "libutils/report.h"
 #include "midi/midi_out.h"
 #include "midi/port_choice.h"
+#include "midi/soundfont.h"
 #include "midi/system.h"
 
 #include <GL/freeglut.h>
@@ -71,6 +73,9 @@ bool open_port(const char* device) {
     if (opened) return true;
     libutils::report(device, ": midiout open() failed.");
     midi::listdevices(std::cout, midi::system_outputs());
+    if (midi::lacks_soundfont())
+        std::cout << "FluidSynth needs a SoundFont, such as that of the package fluid-soundfont-gm."
+                  << std::endl;
     return false;
 }
 
@@ -126,6 +131,12 @@ int main(int argc, char** argv) {
         break;
     }
 
+    midi::add_soundfont_directory(quenvarel::model_base_path(argv[0]) + "pmt");
+    if (options.soundfont && !midi::prefer_soundfont(options.soundfont)) {
+        libutils::report(
+            "--soundfont: Windows has no synthesizer of ours. Its devices bring their own sounds.");
+        return 1;
+    }
     quenvarel::install_interrupt_handler(leave);
     if (!open_port(options.device) || !open_inputs(options.inputs)) return 1;
     if (gems::registry->leaving()) return 0;

@@ -63,6 +63,11 @@ constexpr long_option long_options[] = {
          return options.by_places || value == std::string_view("characters") ? options_result::complete
                                                                              : options_result::unknown_option;
      }},
+    {"--soundfont", "FILE", "the SoundFont that FluidSynth plays",
+     [](options_t& options, const char* value) {
+         options.soundfont = value;
+         return *value ? options_result::complete : options_result::unknown_option;
+     }},
 };
 
 bool is_long(const char* argument) {

@@ -16,6 +16,7 @@ struct options_t {
     bool program_given = false;
     bool by_places = false;          // the notes lie at places, not at characters
     std::vector<const char*> inputs; // as typed, each part of one of argv
+    const char* soundfont = nullptr; // a file, one of argv
     const char* device = nullptr;    // the device argument as typed, one of argv
 };
 

@@ -1,6 +1,7 @@
 #include "midi/system.h"
 
 #include "midi/drivers/winmm.h"
+#include "midi/soundfont.h"
 
 namespace midi {
 
@@ -14,6 +15,21 @@ output_service_t& system_outputs() {
 input_service_t& system_inputs() {
     static input_service_t& all = *new winmm_inputs;
     return all;
+}
+
+// The system's devices bring their own sounds.
+bool prefer_soundfont(const std::string&) {
+    return false;
+}
+
+void add_soundfont_directory(const std::string&) {}
+
+bool lacks_soundfont() {
+    return false;
+}
+
+std::string soundfont_name() {
+    return {};
 }
 
 } // namespace midi

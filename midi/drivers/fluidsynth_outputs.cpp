@@ -16,6 +16,7 @@ constexpr result_t cannot_open = 1;
 result_t open_wav(std::unique_ptr<output_device_t>& opened) {
     auto synth = synthesizer::make(wav_recording::sample_rate);
     if (!synth) return cannot_open;
+    announce_soundfont(synth->soundfont());
     auto recording = std::make_unique<wav_recording>();
     if (!recording->create(std::move(synth))) return cannot_open;
     opened = std::make_unique<recorder>(std::move(recording));
@@ -25,7 +26,7 @@ result_t open_wav(std::unique_ptr<output_device_t>& opened) {
 } // namespace
 
 std::uint32_t fluidsynth_outputs::device_count() {
-    return find_soundfont().empty() ? 0 : 2;
+    return lacks_soundfont() ? 0 : 2;
 }
 
 result_t fluidsynth_outputs::device_name(std::uint32_t device, std::string& name) {

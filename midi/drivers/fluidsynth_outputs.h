@@ -6,7 +6,8 @@
 
 namespace midi {
 
-// Two devices, listed while a SoundFont is found.
+// Two devices, listed while there is a SoundFont to try. The one that is played is one line on standard
+// output when a device is opened.
 //
 // "FluidSynth" plays on the loudspeakers.
 //

@@ -1,6 +1,7 @@
 #include "midi/drivers/quiet.h"
 
 #include <alsa/asoundlib.h>
+#include <dlfcn.h>
 #include <fluidsynth.h>
 #include <jack/jack.h>
 
@@ -12,6 +13,16 @@ void no_jack_line(const char*) {}
 void no_alsa_line(const char*, int, const char*, int, const char*, ...) {}
 void no_fluid_line(int, const char*, void*) {}
 
+void no_glib_line(const char*, int, const char*, void*) {}
+
+// Where FluidSynth reads other kinds of files with a library that reports through GLib, it has brought GLib
+// along.
+void quiet_glib() {
+    void* const found = dlsym(RTLD_DEFAULT, "g_log_set_default_handler");
+    using handler = decltype(&no_glib_line);
+    if (found) reinterpret_cast<handler (*)(handler, void*)>(found)(no_glib_line, nullptr);
+}
+
 } // namespace
 
 void quiet_sound_libraries() {
@@ -21,6 +32,7 @@ void quiet_sound_libraries() {
         snd_lib_error_set_handler(no_alsa_line);
         for (int level = FLUID_PANIC; level <= FLUID_DBG; ++level)
             fluid_set_log_function(level, no_fluid_line, nullptr);
+        quiet_glib();
         return true;
     }();
 }

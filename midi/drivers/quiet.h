@@ -5,7 +5,8 @@
 
 namespace midi {
 
-// Gives JACK, ALSA and FluidSynth loggers that write nothing. Called before the first use of any of them.
+// Gives JACK, ALSA, FluidSynth and GLib loggers that write nothing. Called before the first use of any of
+// them.
 void quiet_sound_libraries();
 
 // Nothing that is written to std::cerr while it lives comes out.

@@ -3,6 +3,7 @@
 #include "libutils/report.h"
 #include "midi/drivers/jack_thread.h"
 #include "midi/drivers/outlet.h"
+#include "midi/drivers/soundfont.h"
 #include "midi/message.h"
 
 #include <chrono>
@@ -222,6 +223,7 @@ private:
 result_t open_speakers(std::unique_ptr<output_device_t>& opened) {
     auto synth = synthesizer::make(synthesizer::speaker_rate);
     if (!synth) return cannot_open;
+    announce_soundfont(synth->soundfont());
     auto device = std::make_unique<speakers>(std::move(synth));
     if (!device->open()) return cannot_open;
     opened = std::move(device);

@@ -1,5 +1,6 @@
 #include "midi/drivers/synthesizer.h"
 
+#include "libutils/report.h"
 #include "midi/drivers/quiet.h"
 #include "midi/drivers/soundfont.h"
 #include "midi/message.h"
@@ -44,20 +45,34 @@ int sent_to_reverb(int controller) {
 } // namespace
 
 std::unique_ptr<synthesizer> synthesizer::make(double sample_rate) {
-    const std::string soundfont = find_soundfont();
-    if (soundfont.empty()) return nullptr;
+    quiet_sound_libraries();
     std::unique_ptr<synthesizer> made(new synthesizer(sample_rate));
     made->settings_.reset(new_fluid_settings());
     if (!made->settings_) return nullptr;
     fluid_settings_setnum(made->settings_.get(), "synth.sample-rate", sample_rate);
     fluid_settings_setnum(made->settings_.get(), "synth.gain", gain);
     made->synth_.reset(new_fluid_synth(made->settings_.get()));
-    if (!made->synth_ || fluid_synth_sfload(made->synth(), soundfont.c_str(), 1) == FLUID_FAILED)
-        return nullptr;
+    if (!made->synth_ || !made->load_soundfont()) return nullptr;
     made->set_reverb();
     for (int channel = 0; channel < channels; ++channel)
         fluid_synth_cc(made->synth(), channel, reverb_send, least_reverb_send);
     return made;
+}
+
+bool synthesizer::load_soundfont() {
+    for (const std::filesystem::path& file : soundfonts_to_try()) {
+        const auto facts = read_soundfont_facts(file);
+        if (facts && !fits_into_memory(*facts)) {
+            libutils::report(file.string(),
+                             ": SoundFont too large for the memory: ", facts->samples / 1'000'000, " MB.");
+        } else if (!facts || fluid_synth_sfload(synth(), file.c_str(), 1) == FLUID_FAILED) {
+            libutils::report(file.string(), ": no SoundFont that can be played.");
+        } else {
+            soundfont_ = file;
+            return true;
+        }
+    }
+    return false;
 }
 
 void synthesizer::message(const std::uint8_t* bytes, std::size_t length) {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <fluidsynth.h>
 #include <memory>
 
@@ -27,7 +28,8 @@ public:
     // What sound cards run at, so that nothing resamples.
     static constexpr double speaker_rate = 48000;
 
-    // With a SoundFont loaded; null when there is none that works. The rate is in frames in a second.
+    // With the first SoundFont loaded that works; one line on standard error for each that does not. Null
+    // when none works. The rate is in frames in a second.
     static std::unique_ptr<synthesizer> make(double sample_rate);
 
     // One complete message. A text for the module's display is one line on standard output.
@@ -41,15 +43,19 @@ public:
     // Releases all keys and pedals.
     void release_all();
 
+    // The file that is played.
+    const std::filesystem::path& soundfont() const { return soundfont_; }
     fluid_synth_t* synth() { return synth_.get(); }
 
 private:
     explicit synthesizer(double sample_rate) : limiter_(sample_rate) {}
+    bool load_soundfont();
     void system_exclusive(const std::uint8_t* bytes, std::size_t length);
     void set_reverb();
 
     fluid_deleted<fluid_settings_t, delete_fluid_settings> settings_;
     fluid_deleted<fluid_synth_t, delete_fluid_synth> synth_;
+    std::filesystem::path soundfont_;
     roland_module module_;
     limiter limiter_;
 };

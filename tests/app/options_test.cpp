@@ -26,6 +26,7 @@ std::string read(const char* line) {
     std::ostringstream read;
     read << o.channel << ' ' << o.program << ' ' << o.notebase << ' ' << o.velocity << ' ' << o.program_given;
     if (result == options_result::complete) read << ' ' << o.device << (o.by_places ? " by places" : "");
+    if (o.soundfont) read << " font " << o.soundfont;
     switch (result) {
     case options_result::usage:
         return errors.text() + "usage";
@@ -70,6 +71,8 @@ TEST(options, are_read_or_refused) {
         {"synth --nonsense", "1 0 36 127 0 synth"},
         {"--nonsense synth", "--nonsense: no such option.\nlist"},
         {"-- synth", "--: no such option.\nlist"},
+        {"--soundfont=a=b.sf2 synth", "1 0 36 127 0 synth font a=b.sf2"},
+        {"--soundfont= synth", "--soundfont=: no such value.\nlist"},
         {"--helpful", "--helpful: no such option.\nlist"},
         {"--help=me", "--help=me: no such value.\nlist"},
         {"--keys=characters --keys=places synth", "1 0 36 127 0 synth by places"},

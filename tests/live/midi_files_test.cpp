@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <regex>
@@ -309,19 +310,80 @@ TEST_F(midi_files, every_reverb_setting_is_heard) {
     }
 }
 
-TEST_F(midi_files, the_default_soundfont_comes_first) {
-    const std::string any = midi::find_soundfont();
-    ASSERT_NE(any, "");
-    fs::create_directory("first");
-    fs::create_directory("second");
-    directory.write("first/none.sf2", "no SoundFont");
-    directory.write("first/readme.txt", "no SoundFont");
-    for (const char* name : {"second/B.sf2", "second/default-GM.sf3", "second/A.sf2"})
-        fs::create_symlink(any, name);
-    for (const char* found : {"second/default-GM.sf3", "second/A.sf2", "second/B.sf2", ""}) {
-        EXPECT_EQ(midi::find_soundfont({"nowhere", "first", "second"}), found);
-        fs::remove(found);
+std::string chunk(const std::string& kind, const std::string& contents) {
+    std::string size(4, 0);
+    for (int i = 0; i < 4; ++i)
+        size[i] = char(contents.size() >> 8 * i);
+    return kind + size + contents + std::string(contents.size() % 2, 0);
+}
+
+// All that is asked of a SoundFont before it is played.
+std::string soundfont(int version, int programs, std::size_t samples, int drum_bank = 128) {
+    std::string presets;
+    for (int i = 0; i <= programs + 1; ++i) {
+        std::string preset(38, 0);
+        preset[20] = char(i < programs ? i : 0);
+        preset[22] = char(i < programs ? 0 : drum_bank);
+        presets += preset;
     }
+    return chunk("RIFF",
+                 "sfbk" +
+                     chunk("LIST", "INFO" + chunk("INAM", "odd") + chunk("ifil", {char(version), 0, 1, 0})) +
+                     chunk("LIST", "sdta" + chunk("smpl", std::string(samples, 0))) +
+                     chunk("LIST", "pdta" + chunk("phdr", presets)));
+}
+
+TEST_F(midi_files, large_general_midi_sets_come_before_small_ones) {
+    const std::pair<const char*, std::string> best_first[] = {
+        {"e.sf2", soundfont(2, 128, 17'000'000)},     {"d.sf2", soundfont(2, 128, 16'000'000)},
+        {"c.sf3", soundfont(3, 128, 3'000'000)},      {"f.sf2", soundfont(2, 128, 15'000'000)},
+        {"g.sf3", soundfont(3, 128, 1'000'000)},      {"b.sf2", soundfont(2, 127, 20'000'000)},
+        {"a.sf2", soundfont(2, 128, 18'000'000, 64)},
+    };
+    const std::string whole = soundfont(2, 128, 20'000'000);
+    for (const std::size_t damage : {0, 8, 12, 20, 60})
+        directory.write("broken " + std::to_string(damage) + ".sf2",
+                        whole.substr(0, damage) + 'x' + whole.substr(damage + 1));
+    directory.write("cut.sf2", whole.substr(0, whole.size() - 1));
+    directory.write("readme.txt", whole);
+    fs::create_directory("other");
+    fs::create_directory("other/x.sf2");
+    fs::create_symlink("../a.sf2", "other/again.sf3");
+    std::vector<fs::path> expected;
+    for (const auto& [name, contents] : best_first) {
+        directory.write(name, contents);
+        expected.push_back(fs::canonical(name));
+    }
+    EXPECT_EQ(midi::ranked_soundfonts({"nowhere", ".", "other"}), expected);
+}
+
+TEST_F(midi_files, the_first_soundfont_that_works_is_played_and_named) {
+    const fs::path installed = midi::soundfonts_to_try().back(), mine = fs::path("keys") / "mine.sf2";
+    fs::create_directory("keys");
+    directory.write("keys/broken.sf2", soundfont(2, 128, 10));
+    std::ofstream("zeros.sf2");
+    fs::resize_file("zeros.sf2", 2'000'000'000);
+    fs::copy_file(installed, mine);
+    midi::prefer_soundfont("zeros.sf2");
+    midi::add_soundfont_directory("keys");
+    capture err(std::cerr);
+    ASSERT_TRUE(port.open("to WAV"));
+    EXPECT_EQ(err.take(), "zeros.sf2: no SoundFont that can be played.\n"
+                          "keys/broken.sf2: no SoundFont that can be played.\n");
+    EXPECT_TRUE(out.take().ends_with("\nSoundFont: keys/mine.sf2\n"));
+    EXPECT_EQ(midi::soundfont_name(), "mine");
+    fs::remove(mine);
+    EXPECT_TRUE(midi::noteon(port, 1, 69, 127));
+    std::this_thread::sleep_for(milliseconds(100));
+    EXPECT_TRUE(port.close());
+    EXPECT_GT(read_wav("quenvarel.wav").level(0, 0.1), 0.001) << "although it has vanished";
+
+    midi::prefer_soundfont(mine.string());
+    midi::add_soundfont_directory("nowhere");
+    ASSERT_TRUE(port.open("to WAV") && port.close());
+    EXPECT_EQ(err.take(), "keys/mine.sf2: no SoundFont that can be played.\n");
+    midi::prefer_soundfont("");
+    EXPECT_EQ(midi::soundfonts_to_try().back(), installed);
 }
 
 } // namespace
