@@ -73,10 +73,15 @@ void sound_source::render(const outlet& asking, int frames, float* left, float* 
     }
 }
 
-std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr<sound_source> source) {
+std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr<sound_source> source,
+                                     std::string& reason) {
     quiet_sound_libraries();
     double rate = synthesizer::speaker_rate;
-    if (std::string_view(system.name) == "jack" && !ask_jack_for(rate)) return nullptr;
+    if (std::string_view(system.name) == "jack" && !ask_jack_for(rate)) {
+        reason = "no server";
+        return nullptr;
+    }
+    const fluid_error error;
     std::unique_ptr<outlet> made(new outlet(std::move(source), rate));
     made->settings_.reset(new_fluid_settings());
     fluid_settings_t* const settings = made->settings_.get();
@@ -88,6 +93,7 @@ std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr
     fluid_settings_setint(settings, "audio.period-size", system.period);
     fluid_settings_setint(settings, "audio.periods", system.periods);
     made->driver_.reset(new_fluid_audio_driver2(settings, asked, made.get()));
+    reason = error.reason();
     return made->driver_ ? std::move(made) : nullptr;
 }
 

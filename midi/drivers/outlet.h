@@ -10,6 +10,7 @@
 #include <fluidsynth.h>
 #include <memory>
 #include <mutex>
+#include <string>
 
 namespace midi {
 
@@ -50,9 +51,10 @@ struct sound_system {
 
 class outlet {
 public:
-    // Null when the system is not there. Waits for the system as long as it likes, and so does the
-    // destructor.
-    static std::unique_ptr<outlet> open(const sound_system& system, std::shared_ptr<sound_source> source);
+    // Null when the system does not work; then the reason says why. Waits for the system as long as it likes,
+    // and so does the destructor.
+    static std::unique_ptr<outlet> open(const sound_system& system, std::shared_ptr<sound_source> source,
+                                        std::string& reason);
     ~outlet();
     outlet(const outlet&) = delete;
     outlet& operator=(const outlet&) = delete;

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fluidsynth.h>
 #include <jack/jack.h>
+#include <string_view>
 
 namespace midi {
 
@@ -11,7 +12,10 @@ namespace {
 
 void no_jack_line(const char*) {}
 void no_alsa_line(const char*, int, const char*, int, const char*, ...) {}
-void no_fluid_line(int, const char*, void*) {}
+thread_local fluid_error* listening = nullptr;
+void no_fluid_line(int level, const char* line, void*) {
+    if (level <= FLUID_ERR && listening) listening->note(line);
+}
 
 void no_glib_line(const char*, int, const char*, void*) {}
 
@@ -35,6 +39,21 @@ void quiet_sound_libraries() {
         quiet_glib();
         return true;
     }();
+}
+
+fluid_error::fluid_error() {
+    listening = this;
+}
+
+fluid_error::~fluid_error() {
+    listening = nullptr;
+}
+
+std::string fluid_error::reason() const {
+    if (line_.find("the requested audio driver") != std::string::npos) return "not in this FluidSynth";
+    constexpr std::string_view before = "failed with error: ";
+    const std::size_t found = line_.rfind(before);
+    return found == std::string::npos ? line_ : line_.substr(found + before.size());
 }
 
 } // namespace midi

@@ -86,14 +86,17 @@ public:
         stands_still_ = !opening_.valid() && !answers(system_);
         if (stands_still_) return false;
         if (!opening_.valid()) {
-            opening_ = elsewhere(
-                system_, [system = system_, source = source_] { return outlet::open(system, source); });
+            opening_ = elsewhere(system_, [system = system_, source = source_] {
+                attempt made;
+                made.made = outlet::open(system, source, made.reason);
+                return made;
+            });
             const auto end = std::chrono::steady_clock::now() + patience;
             while (is_pending(opening_, step) && std::chrono::steady_clock::now() < end && !gives_up()) {
             }
         }
         if (is_pending(opening_)) return false;
-        outlet_ = opening_.get();
+        take_attempt();
         if (outlet_) source_->let_in(outlet_.get());
         return outlet_ != nullptr;
     }
@@ -109,18 +112,31 @@ public:
     // What was opened too late to be of use is left.
     void leave_late() {
         if (!opening_.valid() || is_pending(opening_)) return;
-        outlet_ = opening_.get();
+        take_attempt();
         leave();
     }
     bool is_awaited() const { return stands_still_ || is_pending(opening_) || is_pending(leaving_); }
     const char* name() const { return system_.name; }
+    // Why it was not opened when last tried.
+    std::string reason() const { return is_awaited() ? "no answer" : reason_; }
 
 private:
+    struct attempt {
+        std::unique_ptr<outlet> made;
+        std::string reason;
+    };
+    void take_attempt() {
+        attempt made = opening_.get();
+        outlet_ = std::move(made.made);
+        reason_ = std::move(made.reason);
+    }
+
     sound_system system_;
     std::shared_ptr<sound_source> source_;
     bool stands_still_ = false; // when last tried
     std::unique_ptr<outlet> outlet_;
-    std::future<std::unique_ptr<outlet>> opening_;
+    std::string reason_;
+    std::future<attempt> opening_;
     std::future<void> leaving_;
 };
 
@@ -139,8 +155,7 @@ public:
         for (const way& each : ways_) {
             if (found && each.is_awaited())
                 libutils::report("FluidSynth: ", each.name(), " does not answer.");
-            tried += std::string(tried.empty() ? "" : ", ") + each.name() +
-                     (each.is_awaited() ? " (no answer)" : "");
+            tried += std::string(tried.empty() ? "" : ", ") + each.name() + " (" + each.reason() + ")";
         }
         if (!found) return libutils::report("FluidSynth: no way to the loudspeakers: ", tried, ".");
         keeper_ = std::thread([this] { keep(); });

@@ -20,10 +20,16 @@ public:
         for (const char* variable : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH", "XDG_CONFIG_HOME"})
             setenv(variable, directory_.path().c_str(), 1);
     }
-    bool start() {
-        server_.emplace(std::vector<std::string>{"pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no",
-                                                 "--exit-idle-time=-1", "-L", "module-native-protocol-unix",
-                                                 "-L", "module-null-sink sink_name=ears"});
+    bool start(const std::string& sink = "module-null-sink sink_name=ears") {
+        std::vector<std::string> command = {"pulseaudio",
+                                            "-n",
+                                            "--daemonize=no",
+                                            "--use-pid-file=no",
+                                            "--exit-idle-time=-1",
+                                            "-L",
+                                            "module-native-protocol-unix"};
+        if (!sink.empty()) command.insert(command.end(), {"-L", sink});
+        server_.emplace(command);
         return jack_server::until([] { return run({"pactl", "info"}).exit_code == 0; });
     }
     void signal(int number) { server_->send_signal(number); }
@@ -50,6 +56,9 @@ bool takes_seconds(Action action) {
     return std::chrono::steady_clock::now() - begin < std::chrono::seconds(10);
 }
 
+const std::string no_way = "^FluidSynth: no way to the loudspeakers: ",
+                  no_device = "\\.\nDeviceID=0: can't open MIDI device\\.\n$";
+
 TEST(speakers, are_heard_whatever_becomes_of_the_sound_systems) {
     pulse_server pulse;
     jack_server jack(2);
@@ -70,12 +79,23 @@ TEST(speakers, are_heard_whatever_becomes_of_the_sound_systems) {
 
     pulse.signal(SIGSTOP);
     EXPECT_TRUE(takes_seconds([&] { EXPECT_FALSE(port.open(0u)); }));
-    EXPECT_TRUE(matches(err.text(),
-                        "^FluidSynth: no way to the loudspeakers: jack \\(no answer\\), pipewire, "
-                        "pulseaudio \\(no answer\\), alsa[^\n]*\\.\n"
-                        "DeviceID=0: can't open MIDI device\\.\n$"))
+    EXPECT_TRUE(
+        matches(err.text(), no_way +
+                                "jack \\(no answer\\), pipewire \\([^)]+\\), pulseaudio \\(no answer\\), "
+                                "alsa \\([^)]+\\)" +
+                                no_device))
         << err.text();
     jack.thaw();
+    jack.stop();
+    pulse.signal(SIGKILL);
+    ASSERT_TRUE(pulse.start(""));
+    err.take();
+    EXPECT_TRUE(takes_seconds([&] { EXPECT_FALSE(port.open(0u)); }));
+    EXPECT_TRUE(matches(err.text(), no_way +
+                                        "jack \\(no server\\), pipewire \\([^)]+\\), "
+                                        "pulseaudio \\(No such entity\\), alsa \\([^)]+\\)" +
+                                        no_device))
+        << err.text() << "a server without a sink";
 }
 
 } // namespace
