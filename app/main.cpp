@@ -1,5 +1,6 @@
 // Start and end of the player.
 
+#include "app/failure_notice.h"
 #include "app/gluty.h"
 #include "app/input_player.h"
 #include "app/interrupt.h"
@@ -102,6 +103,7 @@ bool open_inputs(const std::vector<const char*>& devices) {
 } // namespace
 
 int main(int argc, char** argv) {
+    quenvarel::watch_failures();
     if (argc < 2) {
         print_usage(argc == 1 ? argv[0] : "");
         return 0;
@@ -139,7 +141,10 @@ int main(int argc, char** argv) {
     }
     quenvarel::install_interrupt_handler(leave);
     if (!open_port(options.device) || !open_inputs(options.inputs)) return 1;
-    if (gems::registry->leaving()) return 0;
+    if (gems::registry->leaving()) {
+        quenvarel::forget_failures();
+        return 0;
+    }
 #ifdef _WIN32
     timeGetTime();
     // That of an X server on the same machine, which GLUT would take for the name of a Windows display.
@@ -159,5 +164,6 @@ int main(int argc, char** argv) {
     gems::registry->createwindow(application, window_title);
     quenvarel::interrupts_are_noticed();
     gems::registry->mainloop();
+    quenvarel::forget_failures();
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "app/quenvarel.h"
 
+#include "app/failure_notice.h"
 #include "app/home_view.h"
 #include "app/key_map.h"
 #include "app/program_path.h"
@@ -62,6 +63,7 @@ Quenvarel::~Quenvarel() {
 
 void Quenvarel::init() {
     if (!render::load_gl()) std::exit(1);
+    forget_failures();
     find_places();
     const auto leaving = [] { return gems::registry->leaving(); };
     view_.open(model_base_path_, model_base_path_ + "pmt", leaving);

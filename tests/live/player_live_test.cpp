@@ -1,6 +1,7 @@
 // Sequences of real key and mouse events into the real window, with every trace line and every message.
 
 #include "player_under_test.h"
+#include "support/jack_server.h"
 
 #include <gtest/gtest.h>
 
@@ -373,6 +374,12 @@ TEST(live_player, command_lines) {
         {{"-3"}, 1, list, "-4" + refusal + "-3: midiout open() failed.\n"},
         {{"99"}, 1, list, "99" + refusal + "99: midiout open() failed.\n"},
         {{"4294967296"}, 1, list, "2147483647" + refusal + "4294967296: midiout open() failed.\n"},
+        {{"--soundfont=a.sf2", "99"},
+         1,
+         system.windows ? "" : list,
+         system.windows
+             ? "--soundfont: Windows has no synthesizer of ours. Its devices bring their own sounds.\n"
+             : "99" + refusal + "99: midiout open() failed.\n"},
     };
     const temporary_directory directory;
     for (const auto& c : cases) {
@@ -403,6 +410,34 @@ TEST(live_player, no_display_is_one_clear_line) {
         EXPECT_EQ(result.err, "failed to open display '" + std::string(display) + "'\n");
         EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
     }
+}
+
+TEST(live_player, a_desktop_shows_why_it_does_not_start) {
+    if (under_test().windows) GTEST_SKIP() << "there is a console";
+    const temporary_directory directory;
+    virtual_display display;
+    const process_options menu = {{{"DISPLAY", display.name()}, {"GIO_LAUNCHED_DESKTOP_FILE", "quenvarel"}},
+                                  directory.path()};
+    const char title[] = "Quenvarel cannot start";
+    for (const bool by_key : {true, false}) {
+        process program({under_test().command[0], "no such device"}, menu);
+        const virtual_display::window window = display.find_window(title);
+        ASSERT_NE(window, 0u);
+        const auto has_text = [&] {
+            const picture shown = display.screenshot(window);
+            return std::ranges::count(shown.rgba, 0) > 3 * 500;
+        };
+        EXPECT_TRUE(jack_server::until(has_text));
+        if (by_key && display.focus(window))
+            display.drive("key x");
+        else
+            display.request_close(window);
+        EXPECT_EQ(program.wait(), 1);
+    }
+    process program({under_test().command[0], "--soundfont=none", "FluidSynth to WAV"}, menu);
+    EXPECT_EQ(play_a_note(display, program), 0);
+    EXPECT_EQ(program.err().find("none: no SoundFont"), 0u);
+    EXPECT_FALSE(display.has_window(title)) << "it did start";
 }
 
 } // namespace
