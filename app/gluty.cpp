@@ -331,6 +331,10 @@ void gluty_registry::swapbuffers() {
     if (has_window()) glutSwapBuffers();
 }
 
+void gluty_registry::settitle(const char* title) {
+    if (has_window()) glutSetWindowTitle(title);
+}
+
 void gluty_registry::initwindowsize(int width, int height) {
     glutInitWindowSize(width, height);
 }

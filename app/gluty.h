@@ -97,6 +97,7 @@ public:
     // The same after so many milliseconds, or earlier if that was asked before.
     void redisplay_in(unsigned milliseconds);
     void swapbuffers();
+    void settitle(const char* title);
     // In the midst of long work: handles the keys that wait, where the window system lets us.
     void handle_keys();
     void initwindowsize(int width, int height);

@@ -1,5 +1,6 @@
 #include "app/home_view.h"
 
+#include "render/math/matrix.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"
 
@@ -14,8 +15,8 @@ using render::pos3;
 
 namespace {
 
-// Half the width of the white keys, and z of the edge of theirs that is nearest to the player.
-constexpr double half_width = 37.5, front = 9.4;
+// Half the width of the white keys, z of the edge of theirs that is nearest to the player, and y of its end.
+constexpr double half_width = 37.5, front = 9.4, bottom = -0.8;
 constexpr double share_of_width = 0.97;
 constexpr double narrowest = 0.05;
 
@@ -62,6 +63,13 @@ camera_t fitted_camera(double aspect) {
 camera_t home_camera(double aspect) {
     const camera_t fitted = fitted_camera(aspect);
     return {fitted.eye + camera_offset, fitted.target};
+}
+
+double room_below_keys(double aspect) {
+    const render::vec3w end = render::perspective_matrix(render::to_projection(lens(aspect))) *
+                              view_matrix(home_camera(aspect)) *
+                              render::vec3w{0, float(bottom), float(front), 1};
+    return (1 + double(end.y) / double(end.w)) / 2;
 }
 
 } // namespace quenvarel

@@ -18,4 +18,7 @@ camera_t home_camera(double aspect);
 // The same without the offset.
 camera_t fitted_camera(double aspect);
 
+// The share of the window's height that lies below the keys then.
+double room_below_keys(double aspect);
+
 } // namespace quenvarel

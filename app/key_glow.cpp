@@ -30,13 +30,18 @@ render::gl_uint glow_t::color(const render::col3& of_key, glow_level level) {
     return found->textures[static_cast<std::size_t>(level - 1)];
 }
 
+render::col3 glow_t::seen(const render::col3& of_key, glow_level level) {
+    const float share = most * static_cast<float>(level) / full_glow;
+    return {std::lerp(of_key.r, amber.r, share), std::lerp(of_key.g, amber.g, share),
+            std::lerp(of_key.b, amber.b, share)};
+}
+
 glow_t::levels glow_t::make_textures(const render::col3& of_key) {
     levels names{};
     glGenTextures(full_glow, names.data());
     for (std::size_t i = 0; i < names.size(); ++i) {
-        const float share = most * static_cast<float>(i + 1) / full_glow;
-        const float pixel[] = {std::lerp(of_key.r, amber.r, share), std::lerp(of_key.g, amber.g, share),
-                               std::lerp(of_key.b, amber.b, share)};
+        const render::col3 color = seen(of_key, static_cast<glow_level>(i + 1));
+        const float pixel[] = {color.r, color.g, color.b};
         glBindTexture(GL_TEXTURE_2D, names[i]);
         // As those of the usual keys, for which a software renderer has its programs ready.
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);

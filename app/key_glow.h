@@ -38,6 +38,8 @@ public:
     // Gives the textures back. With the context in which something was drawn.
     void destroy() noexcept;
 
+    // What a key of that colour looks like with that level.
+    static render::col3 seen(const render::col3& of_key, glow_level level);
     // For a level from 1 to full_glow. All levels of a colour are made when the first of them is asked for.
     render::gl_uint color(const render::col3& of_key, glow_level level);
 

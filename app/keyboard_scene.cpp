@@ -190,14 +190,19 @@ void keyboard_scene::draw(const painter& with, const key_rectangles& covered,
                                     with.shininess);
         };
         if (glow > 0) {
-            if (!key.color) key.color = average_color(key.texture);
-            glowing appearance(key.texture, with.glow.color(*key.color, glow));
+            glowing appearance(key.texture, with.glow.color(color(static_cast<int>(k)), glow));
             draw(appearance);
         } else {
             draw(key.texture);
         }
         if (key.hides_its_back) glDisable(GL_CULL_FACE);
     }
+}
+
+render::col3 keyboard_scene::color(int key) {
+    slot& which = slots_[index(key)];
+    if (!which.color) which.color = average_color(which.texture);
+    return *which.color;
 }
 
 bool keyboard_scene::pick(int x, int y, const viewport& view, const std::function<void(int)>& action,

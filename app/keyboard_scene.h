@@ -81,6 +81,10 @@ public:
     const render::mtx3w& model_matrix(int key) const { return slots_[index(key)].model; }
     const render::mtx3w& normal_matrix(int key) const { return slots_[index(key)].normal; }
     const pmt3d::polygon_t& surface(int key) const { return slots_[index(key)].surface; }
+    // Of its model; nothing without a triangle.
+    const std::optional<render::box3>& bounds(int key) const { return slots_[index(key)].bounds; }
+    // On average, without a glow.
+    render::col3 color(int key);
 
     // Draws the keys in ascending order with the current context: those of which a part of the picture may
     // show something, going by the pixels that each may cover.

@@ -53,6 +53,7 @@ void keyboard_view::close() {
     fixed_.destroy();
     bare_mirror_.destroy();
     stage_.clear();
+    captions_.destroy();
     glow_.destroy();
     scene_.clear();
     renderer_.reset();
@@ -67,6 +68,7 @@ void keyboard_view::resize(int width, int height) {
     bare_mirror_.destroy();
     may_keep_ = true;
     damage_.clear();
+    captions_.lay_out(port_);
     view_changed();
 }
 
@@ -152,6 +154,17 @@ std::optional<keyboard_view::clock::time_point> keyboard_view::next_fade() const
     return next;
 }
 
+void keyboard_view::inscribe(const key_inscriptions& keys) {
+    captions_.inscribe(keys, [&](int key) { damage_.add(covered_[index(key)]); });
+}
+
+void keyboard_view::say(const state_line::words& line) {
+    damage_.add(captions_.line());
+    captions_.say(line);
+    captions_.lay_out(port_);
+    damage_.add(captions_.line());
+}
+
 // The keys' images in the mirror are there as they are at rest; beside it is kept what the mirror shows
 // without them.
 bool keyboard_view::keep_fixed(const painter& with) {
@@ -192,6 +205,7 @@ void keyboard_view::draw_whole(const painter& with, const std::function<void()>&
     stage_.draw_fixed(with, whole);
     stage_.draw_mirrored(with, scene_, mirrored_, whole);
     stage_.draw_translucent(with, whole);
+    captions_.draw(with, scene_, covered_, whole);
     await_gl(meanwhile);
     frame_.resolve(whole);
 }
@@ -222,6 +236,7 @@ void keyboard_view::draw_damage(const painter& with, const std::function<void()>
         hold(part);
         scene_.draw(with, covered_, part);
         stage_.draw_translucent(with, part);
+        captions_.draw(with, scene_, covered_, part);
     }
     await_gl(meanwhile);
     for (const render::pixel_rect& part : now.parts())

@@ -6,6 +6,7 @@
 #include "app/damage.h"
 #include "app/keyboard_scene.h"
 #include "app/stage.h"
+#include "app/text/captions.h"
 #include "render/gl/framebuffer.h"
 #include "render/math/types.h"
 #include "render/surface/glpolygon.h"
@@ -47,6 +48,10 @@ public:
     // Whether one more draw(), soon, with nothing to do, would make the next key's picture come sooner.
     bool can_prepare() const { return renderer_ && may_keep_ && !fixed_is_current_ && frame_.allocated(); }
 
+    // What is written on the keys, and on the line below them.
+    void inscribe(const key_inscriptions& keys);
+    void say(const state_line::words& line);
+
     // Brings the picture up to date, drawing only what has changed. With the context. Calls the function now
     // and then; what it does to keys and view is in the next picture at the latest.
     void draw(
@@ -84,6 +89,7 @@ private:
     std::bitset<keyboard_scene::key_count> fading_; // keys that are up and still glow
     std::array<clock::time_point, keyboard_scene::key_count> released_{};
     stage stage_;
+    captions captions_;
     render::framebuffer_t frame_;
     render::framebuffer_t fixed_;       // what the keys do not change
     render::framebuffer_t bare_mirror_; // what the mirror shows without them; of its size

@@ -161,7 +161,7 @@ int main(int argc, char** argv) {
                                            static_cast<signed char>(options.velocity), options.program_given);
     if (options.by_places) application->play_by_places();
     if (inputs) application->play(*inputs);
-    gems::registry->createwindow(application, window_title);
+    gems::registry->createwindow(application, application->choose(options.says, window_title));
     quenvarel::interrupts_are_noticed();
     gems::registry->mainloop();
     quenvarel::forget_failures();

@@ -42,6 +42,7 @@ public:
     void hold(unsigned char key);
     // Ends all notes and the sustain.
     void release_held();
+    bool holds() const { return keep_; }
     // One step, around from 127 to 0.
     void change_velocity(int step);
 

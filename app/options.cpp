@@ -45,6 +45,26 @@ struct long_option {
     options_result (*take)(options_t& options, const char* value);
 };
 
+// The values of an option, by their names.
+template <class Value>
+struct named_value {
+    const char* name;
+    Value value;
+};
+constexpr named_value<label_choice> labels[] = {
+    {"typed", label_choice::typed}, {"notes", label_choice::notes}, {"off", label_choice::off}};
+constexpr named_value<bool> on_or_off[] = {{"on", true}, {"off", false}};
+
+template <class Value, std::size_t Count>
+options_result choose(std::string_view name, const named_value<Value> (&values)[Count], Value& chosen) {
+    for (const named_value<Value>& each : values) {
+        if (name != each.name) continue;
+        chosen = each.value;
+        return options_result::complete;
+    }
+    return options_result::unknown_option;
+}
+
 constexpr long_option long_options[] = {
     {"--help", nullptr, "how to call the program",
      [](options_t&, const char*) { return options_result::help; }},
@@ -55,6 +75,10 @@ constexpr long_option long_options[] = {
          options.inputs.push_back(value);
          return options_result::complete;
      }},
+    {"--labels", "typed|notes|off", "what is written on the keys (typed)",
+     [](options_t& options, const char* value) { return choose(value, labels, options.says.labels); }},
+    {"--state", "on|off", "whether a line says how the instrument is set (on)",
+     [](options_t& options, const char* value) { return choose(value, on_or_off, options.says.state); }},
     {"--version", nullptr, "the version, and how to call the program",
      [](options_t&, const char*) { return options_result::version; }},
     {"--keys", "places|characters", "what of a key decides about its note",

@@ -2,6 +2,8 @@
 // The command line: [-c ch] [-p pgm] [-n notebase] [-l vel] <device>, and options with two dashes before the
 // device
 
+#include "app/announcement_options.h"
+
 #include <cstdint>
 #include <iosfwd>
 #include <vector>
@@ -15,6 +17,7 @@ struct options_t {
     std::uint32_t velocity = 127; // 0..127
     bool program_given = false;
     bool by_places = false;          // the notes lie at places, not at characters
+    announcement_options says;
     std::vector<const char*> inputs; // as typed, each part of one of argv
     const char* soundfont = nullptr; // a file, one of argv
     const char* device = nullptr;    // the device argument as typed, one of argv

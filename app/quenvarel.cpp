@@ -10,10 +10,15 @@
 #include "render/math/operations.h"
 #include "render/math/projection.h"
 
+#include "midi/midi_out.h"
+#include "midi/soundfont.h"
+
+#include <cctype>
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace quenvarel {
 
@@ -48,11 +53,13 @@ Quenvarel::Quenvarel(const char* program_path, signed char channel, signed char 
              unsigned_byte(velocity)},
       player_(*midi_port, sound_, *this),
       controls_(*midi_port, sound_),
+      announcer_(view_, sound_),
       camera_(fitted_camera(render::aspect(initial_width, initial_height))),
       width_(initial_width),
       height_(initial_height) {
     gems::registry->initwindowsize(initial_width, initial_height);
     if (program_given) controls_.send_program();
+    announcer_.device(midi_port->name(), midi::soundfont_name(), clock::now());
 }
 
 Quenvarel::~Quenvarel() {
@@ -69,6 +76,7 @@ void Quenvarel::init() {
     view_.open(model_base_path_, model_base_path_ + "pmt", leaving);
     if (leaving()) return;
     home_view();
+    announce();
     controls_.greet();
     if (inputs_) {
         const auto greeting = controls_.greeting();
@@ -90,6 +98,25 @@ void Quenvarel::find_places() {
         std::cout << "This keyboard layout is not Japanese: some notes are elsewhere or need Shift. "
                      "--keys=places plays by the places of the keys."
                   << std::endl;
+    if (places_) read_layout();
+}
+
+void Quenvarel::read_layout() {
+    std::vector<typed_key> typed;
+    if (by_places_) {
+        // As it is drawn from the left, the lower manual first.
+        for (const key_assignment& key : key_assignments)
+            for (const note_key& note : places_->notes())
+                if (note.drawn == key.character && note.written != 0)
+                    typed.push_back({key.value, note.written});
+    } else {
+        for (const typed_key& key : typed_characters()) {
+            // Others may be there with AltGr.
+            const bool is_plain = key.character < 128 && std::isalnum(static_cast<int>(key.character)) != 0;
+            if (!is_plain || places_->typing_of(key.character)) typed.push_back(key);
+        }
+    }
+    announcer_.typed(typed);
 }
 
 void Quenvarel::closing() {
@@ -105,6 +132,7 @@ void Quenvarel::reshape(int width, int height) {
 }
 
 void Quenvarel::display() {
+    announce();
     const auto let_keys_in = [this] {
         gems::registry->handle_keys();
         called();
@@ -113,10 +141,32 @@ void Quenvarel::display() {
     view_.show(0, let_keys_in);
     gems::registry->swapbuffers();
     drawn_at_ = clock::now();
+    if (const auto news = announcer_.next_change()) redraw_at(*news);
     if (const auto next = view_.next_fade())
         redraw_at(*next);
     else if (view_.can_prepare())
         redraw_at(drawn_at_ + rest);
+}
+
+// ---- What the window says
+
+const char* Quenvarel::choose(const announcement_options& options, const char* plain_title) {
+    announcer_.choose(options);
+    plain_title_ = plain_title;
+    title_ = announcer_.title(plain_title_);
+    return title_.c_str();
+}
+
+void Quenvarel::look_for_news() {
+    if (announcer_.look(controls_.reverb(), player_.holds(), clock::now())) redraw();
+}
+
+void Quenvarel::announce() {
+    if (!announcer_.update(controls_.reverb(), player_.holds(), clock::now())) return;
+    if (std::string now = announcer_.title(plain_title_); now != title_) {
+        title_ = std::move(now);
+        gems::registry->settitle(title_.c_str());
+    }
 }
 
 // ---- Keys
@@ -150,6 +200,7 @@ void Quenvarel::keyboard(unsigned char key, int, int) {
     default:
         player_.key_down(key, value);
     }
+    look_for_news();
 }
 
 void Quenvarel::keyboardup(unsigned char key, int, int) {
@@ -163,6 +214,7 @@ void Quenvarel::keyboardup(unsigned char key, int, int) {
     default:
         if (value >= 0) player_.key_up(value);
     }
+    look_for_news();
 }
 
 std::optional<unsigned char> Quenvarel::placed(unsigned place) {
@@ -185,7 +237,9 @@ signed char Quenvarel::value_of(unsigned char typed) const {
 }
 
 void Quenvarel::tick() {
-    if (places_ && places_->update()) redraw();
+    if (!places_ || !places_->update()) return;
+    read_layout();
+    redraw();
 }
 
 void Quenvarel::special(int key, int, int) {
@@ -201,6 +255,7 @@ void Quenvarel::special(int key, int, int) {
     default:
         controls_.special(key, mode_ == mode_t::shift);
     }
+    look_for_news();
 }
 
 void Quenvarel::specialup(int key, int, int) {
@@ -281,6 +336,7 @@ void Quenvarel::camera_changed() {
 // A key is down as long as anybody holds it down.
 void Quenvarel::press(int key) {
     pressed_.set(static_cast<std::size_t>(key) & 127);
+    if (sound_.velocity > 0) announcer_.note_begins(clock::now());
     view_.press(key);
 }
 
@@ -297,6 +353,7 @@ void Quenvarel::release_all() {
 }
 
 void Quenvarel::input_pressed(int key) {
+    announcer_.note_begins(clock::now());
     view_.press(key);
 }
 
@@ -310,6 +367,8 @@ void Quenvarel::input_moved() {
 
 void Quenvarel::input_program(int channel, int program) {
     if (channel == sound_.channel) sound_.program = static_cast<std::uint8_t>(program);
+    announcer_.program(channel, program);
+    look_for_news();
 }
 
 bool Quenvarel::sounds_elsewhere(int channel, int note) const {

@@ -1,6 +1,7 @@
 #pragma once
 // The instrument: one window's events turned into notes, sounds and a picture.
 
+#include "app/announcer.h"
 #include "app/camera.h"
 #include "app/gluty.h"
 #include "app/input_player.h"
@@ -33,6 +34,9 @@ public:
     // Notes lie where the drawing of the two manuals has them, whatever the keyboard's layout. To be called
     // before the main loop.
     void play_by_places() { by_places_ = true; }
+    // What the window says, to be chosen before it is there. Returns its title, which begins with the given
+    // one.
+    const char* choose(const announcement_options& options, const char* plain_title);
     // Ends what still sounds and resets the module's display. The GL context may be gone.
     ~Quenvarel() override;
     Quenvarel(const Quenvarel&) = delete;
@@ -76,6 +80,9 @@ private:
     void release_all() override;
     void redraw() override;
     void redraw_at(clock::time_point when); // at once when that is past
+    // After whatever may have changed what the window says; the second one says it.
+    void look_for_news();
+    void announce();
 
     void input_pressed(int key) override;
     void input_released(int key) override;
@@ -84,6 +91,7 @@ private:
     bool sounds_elsewhere(int channel, int note) const override;
 
     void find_places();
+    void read_layout();
     signed char value_of(unsigned char typed) const;
     void home_view();
     void camera_changed();
@@ -100,6 +108,8 @@ private:
     bool by_places_ = false;
 
     keyboard_view view_;
+    announcer announcer_;
+    std::string plain_title_, title_; // as the window has it
     camera_controller camera_;
     clock::time_point drawn_at_; // the last picture
     int width_, height_;         // of the window

@@ -12,4 +12,13 @@ struct sound_t {
     std::uint8_t velocity; // 0..127
 };
 
+// Of the sound module, 0 at the start.
+struct reverb_t {
+    std::uint8_t send;  // 0..127
+    std::uint8_t mode;  // 0..3
+    std::uint8_t time;  // 0..7
+    std::uint8_t level; // 0..7
+    friend bool operator==(const reverb_t&, const reverb_t&) = default;
+};
+
 } // namespace quenvarel

@@ -29,11 +29,11 @@ void synthesizer_controls::special(int key, bool reversed) {
     const int step = reversed ? -1 : 1;
     switch (key) {
     case gems::key_f1:
-        return change_reverb(reverb_mode_, step, 3);
+        return change_reverb(reverb_.mode, step, 3);
     case gems::key_f2:
-        return change_reverb(reverb_time_, step, 7);
+        return change_reverb(reverb_.time, step, 7);
     case gems::key_f3:
-        return change_reverb(reverb_level_, step, 7);
+        return change_reverb(reverb_.level, step, 7);
     case gems::key_f4:
         return change_reverb_send(step);
     case gems::key_page_up:
@@ -55,16 +55,16 @@ void synthesizer_controls::change_reverb(std::uint8_t& value, int step, int mask
     const auto changed = static_cast<std::uint8_t>((value + step) & mask);
     if (changed == value) return;
     value = changed;
-    data_set<6>(out_, {0x10, 0x00, 0x01, reverb_mode_, reverb_time_, reverb_level_});
-    trace().text("newrevb to ").dec(reverb_mode_).text(", ").dec(reverb_time_).text(", ").dec(reverb_level_);
+    data_set<6>(out_, {0x10, 0x00, 0x01, reverb_.mode, reverb_.time, reverb_.level});
+    trace().text("newrevb to ").dec(reverb_.mode).text(", ").dec(reverb_.time).text(", ").dec(reverb_.level);
 }
 
 void synthesizer_controls::change_reverb_send(int step) {
-    const auto changed = static_cast<std::uint8_t>((reverb_send_ + step) & 127);
-    if (changed == reverb_send_) return;
-    reverb_send_ = changed;
-    midi::reverbsend(out_, sound_.channel, reverb_send_);
-    trace().text("cchg revb to 0x").hex(reverb_send_);
+    const auto changed = static_cast<std::uint8_t>((reverb_.send + step) & 127);
+    if (changed == reverb_.send) return;
+    reverb_.send = changed;
+    midi::reverbsend(out_, sound_.channel, reverb_.send);
+    trace().text("cchg revb to 0x").hex(reverb_.send);
 }
 
 void synthesizer_controls::change_notebase(int step) {

@@ -32,6 +32,8 @@ public:
     // Gives the display back to the module.
     void reset_display();
 
+    const reverb_t& reverb() const { return reverb_; }
+
 private:
     void change_reverb(std::uint8_t& value, int step, int mask);
     void change_reverb_send(int step);
@@ -40,10 +42,7 @@ private:
 
     midi::midi_out_t& out_;
     sound_t& sound_;
-    std::uint8_t reverb_send_ = 0;  // 0..127
-    std::uint8_t reverb_mode_ = 0;  // 0..3
-    std::uint8_t reverb_time_ = 0;  // 0..7
-    std::uint8_t reverb_level_ = 0; // 0..7
+    reverb_t reverb_{};
 };
 
 } // namespace quenvarel

@@ -1,7 +1,7 @@
 # Sourced by the top-level commands: which Debian packages each of them needs, and how a missing one is installed.
 
 packages_to_run="g++ cmake ninja-build pkg-config freeglut3-dev libglew-dev libglu1-mesa-dev libgl-dev libegl-dev libjpeg-dev libfreetype-dev
-  fonts-ebgaramond
+  fonts-ebgaramond fonts-inter fonts-dejavu-core
   libpng-dev librtmidi-dev libfluidsynth-dev libasound2-dev libjack-jackd2-dev libx11-dev timgm6mb-soundfont"
 packages_for_demo="xvfb xauth xdotool imagemagick libgl1-mesa-dri"
 packages_to_package="dpkg-dev file"

@@ -27,6 +27,8 @@ std::string read(const char* line) {
     read << o.channel << ' ' << o.program << ' ' << o.notebase << ' ' << o.velocity << ' ' << o.program_given;
     if (result == options_result::complete) read << ' ' << o.device << (o.by_places ? " by places" : "");
     if (o.soundfont) read << " font " << o.soundfont;
+    if (int(o.says.labels) != 0 || !o.says.state)
+        read << " labels " << int(o.says.labels) << " state " << o.says.state;
     switch (result) {
     case options_result::usage:
         return errors.text() + "usage";
@@ -58,6 +60,10 @@ TEST(options, are_read_or_refused) {
         {"-p 0x80 a", "128: pgmchg number over.\n1 0 36 127 0"},
         {"-n 128 a", "128: notebase value over.\n1 0 36 127 0"},
         {"-l 0200 a", "128: velocity value over.\n1 0 36 127 0"},
+        {"--labels=off --labels=notes --state=off -c 2 a", "2 0 36 127 0 a labels 1 state 0"},
+        {"--labels=typed --state=on --labels=off a", "1 0 36 127 0 a labels 2 state 1"},
+        {"--labels=Off a", "--labels=Off: no such value.\nlist"},
+        {"--state a", "--state: no such value.\nlist"},
         {"1 -c 99", "1 0 36 127 0 1"},
         {"-", "1 0 36 127 0 -"},
         {"-cc 3", "1 0 36 127 0 -cc"},

@@ -192,6 +192,18 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
             view->scene().pressed(key) ? view->release(key, now_) : view->press(key);
     };
     // At home; with keys partly outside and behind the eye; and with the end of the mirror in sight.
+    state_line line;
+    instrument_state state;
+    const auto say = [&](int step) {
+        state.program = std::uint8_t(step * 31 & 127);
+        line.say(state, now_);
+        for (keyboard_view* view : {&view_, &other}) {
+            view->say(line.at(now_));
+            if (step % 5 == 0)
+                view->inscribe(inscribe(label_choice(step / 5 % 3), step % 11 * 12, typed_characters()));
+        }
+    };
+    say(0);
     for (const camera_t& camera : {home_camera(double(width) / height),
                                    {{-30, 2.0f, 6}, {-30, 0, -20}},
                                    {{-42, 25, 40}, {-34, 2, 0}}}) {
@@ -210,6 +222,7 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
                 for (keyboard_view* view : {&view_, &other})
                     view->release_all(now_);
             now_ += std::chrono::milliseconds(random() % 25); // some glow, some fade
+            if (step % 3 == 0) say(step);
             other.resize(width, height);
             other.look(camera);
             ASSERT_EQ(shot().rgba, shot_of(other).rgba) << "step " << step;

@@ -52,7 +52,8 @@ virtual_display::window virtual_display::find_window(const std::string& title, m
         for (unsigned i = 0; i < count; ++i) {
             char* name = nullptr;
             XWindowAttributes attributes;
-            if (XFetchName(connection_, children[i], &name) && name && title == name &&
+            if (XFetchName(connection_, children[i], &name) && name &&
+                std::string_view(name).starts_with(title) &&
                 XGetWindowAttributes(connection_, children[i], &attributes) &&
                 attributes.map_state == IsViewable)
                 found = children[i];
