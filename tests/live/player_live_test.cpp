@@ -225,7 +225,7 @@ TEST(live_player, a_device_that_blocks_is_waited_for) {
 // Also while another one starts.
 TEST(live_player, keys_are_shown_at_rest_and_pressed) {
     if (under_test().windows) GTEST_SKIP() << "the screen shows its frame too";
-    player_under_test player, other;
+    player_under_test player({"--state=off"}), other; // which shows the time of its recording
     for (player_under_test* const one : {&player, &other}) {
         ASSERT_TRUE(one->open_window()) << one->program().err();
         EXPECT_EQ(one->program().out().find("LoadShape"), std::string::npos) << one->program().out();
@@ -252,6 +252,10 @@ TEST(live_player, keys_are_shown_at_rest_and_pressed) {
     EXPECT_TRUE(shows([&](const picture& p) { return p.rgba != at_rest.rgba; }));
     player.drive("keyup q");
     EXPECT_TRUE(shows([&](const picture& p) { return p.rgba == at_rest.rgba; }));
+    other.drive("key Home key Home key End");
+    const std::string plain = window_title, instrument = " - Bright Acoustic Piano";
+    EXPECT_NE(other.display().find_window(plain + instrument), 0u);
+    EXPECT_FALSE(display.has_window(plain + " -")) << "without state";
     EXPECT_EQ(player.end() + other.end(), 0);
 }
 
