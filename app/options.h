@@ -16,7 +16,7 @@ struct options_t {
     std::uint32_t notebase = 36;  // note number of offset 0 of the key map, 0..127
     std::uint32_t velocity = 127; // 0..127
     bool program_given = false;
-    bool by_places = false;          // the notes lie at places, not at characters
+    bool by_places = false; // the notes lie at places, not at characters
     announcement_options says;
     std::vector<const char*> inputs; // as typed, each part of one of argv
     const char* soundfont = nullptr; // a file, one of argv
