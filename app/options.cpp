@@ -160,7 +160,7 @@ void list_options(std::ostream& out) {
     for (const long_option& option : long_options) {
         std::string word = option.name;
         if (option.value) word = word + '=' + option.value;
-        out << "  " << std::left << std::setw(20) << word << ' ' << option.help << '\n';
+        out << "  " << std::left << std::setw(26) << word << ' ' << option.help << '\n';
     }
 }
 
