@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <regex>
@@ -192,6 +193,59 @@ TEST(player_on_windows, a_device_that_does_nothing_any_more_does_not_stop_the_pl
             std::count(calls.begin(), calls.end(), "midiOutLongMsg " + reset + " -> " + c.last_messages), 1);
         EXPECT_EQ(calls.back(), "midiOutClose -> " + c.close);
     }
+}
+
+// What it has sent since the greeting, in the stand-in's words.
+std::string sent_on(const player& run) {
+    std::string all;
+    bool greeted = false;
+    for (const std::string& call : run.calls()) {
+        const bool is_long = call.starts_with("midiOutLongMsg ");
+        if (greeted && (is_long || call.starts_with("midiOutShortMsg ")))
+            all += call.substr(call.find(' ')) + ";";
+        greeted = greeted || call.starts_with("midiOutLongMsg " + greeting);
+    }
+    return all;
+}
+
+TEST(player_on_windows, passes_on_what_an_input_delivers) {
+    std::string long_word = "f0", long_bytes = " f0";
+    for (int i = 0; i < 130; ++i) {
+        long_word += "55";
+        long_bytes += " 55";
+    }
+    player run({"--input=Keys", "0"}, {{"QUENVAREL_WINMM_INPUTS", "Pedal;Keys"},
+                                       {"QUENVAREL_WINMM_INPUT",
+                                        "wait:1500 913c7f more:b14001 f8 " + long_word + "f7 c105 913c00"}});
+    ASSERT_TRUE(run.wait_for("midiOutShortMsg 91 3c 00 00 -> 0")) << run.program().err();
+    EXPECT_EQ(run.interrupt(), 0);
+    EXPECT_EQ(sent_on(run), " 91 3c 7f 00 -> 0; b1 40 01 00 -> 0; f8 00 00 00 -> 0;" + long_bytes +
+                                " f7 -> 0; c1 05 00 00 -> 0; 91 3c 00 00 -> 0; " + reset + " -> 0;");
+    EXPECT_NE(unix_text(run.program().out()).find("\nselect read device: 1: Keys\n"), std::string::npos);
+    EXPECT_EQ(unix_text(run.program().err()), "");
+    EXPECT_EQ(run.calls().back(), "midiOutClose -> 0");
+}
+
+TEST(player_on_windows, silences_an_input_that_is_unplugged_and_takes_it_again) {
+    player run({"--input=0", "0"},
+               {{"QUENVAREL_WINMM_INPUT", "wait:1500 913c7f wait:300 unplug:2500 913d7f"}});
+    ASSERT_TRUE(run.program().wait_for_err("Stand-in Keys has gone.\r\n"));
+    ASSERT_TRUE(run.program().wait_for_err("Stand-in Keys is back.\r\n"));
+    ASSERT_TRUE(run.wait_for("midiOutShortMsg 91 3d 7f 00 -> 0", 2));
+    EXPECT_EQ(run.interrupt(), 0);
+    const std::string note = " 91 3c 7f 00 -> 0; 91 3d 7f 00 -> 0; 91 3c 00 00 -> 0; 91 3d 00 00 -> 0;";
+    EXPECT_EQ(sent_on(run), note + note + " " + reset + " -> 0;");
+}
+
+TEST(player_on_windows, leaves_out_an_input_that_brings_back_its_greeting) {
+    std::string echo;
+    std::copy_if(greeting.begin(), greeting.end(), std::back_inserter(echo), [](char c) { return c != ' '; });
+    player run({"--input=0", "0"}, {{"QUENVAREL_WINMM_INPUT", echo + " 913c7f"}});
+    EXPECT_TRUE(run.program().wait_for_err(
+        "Stand-in Keys: what this program sends comes back; the input is left out.\r\n"));
+    EXPECT_TRUE(run.wait_for("midiInClose -> 0"));
+    EXPECT_EQ(run.interrupt(), 0);
+    EXPECT_EQ(sent_on(run), " " + reset + " -> 0;");
 }
 
 // The monitor's lines without the time in seconds that each begins with.

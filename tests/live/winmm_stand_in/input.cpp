@@ -2,6 +2,7 @@
 #include "stand_in.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <thread>
 
@@ -19,6 +20,7 @@ struct input_half : half {
     DWORD_PTR callback = 0, instance = 0;
     std::thread deliverer;
     clock::time_point started;
+    std::atomic<clock::time_point> absent_until{};
 
     void tell(UINT message, DWORD_PTR parameter1, DWORD_PTR parameter2) const {
         using function = void(CALLBACK*)(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
@@ -48,6 +50,11 @@ struct input_half : half {
         header->dwFlags = (header->dwFlags | MHDR_DONE) & ~DWORD(MHDR_INQUEUE);
         tell(MIM_LONGDATA, reinterpret_cast<DWORD_PTR>(header), now());
     }
+    UINT count() const override {
+        if (clock::now() >= absent_until.load()) return half::count();
+        note(name + "GetNumDevs -> 0");
+        return 0;
+    }
     // The callback that is running gets to its end.
     void stop(std::unique_lock<std::mutex>& lock) {
         running = false;
@@ -70,6 +77,13 @@ void deliver_long(const std::string& bytes) {
 
 void deliver(const std::string& word) {
     const std::string digits = word.substr(word.find(':') + 1);
+    if (word.starts_with("wait:")) return Sleep(DWORD(std::stoul(digits)));
+    if (word.starts_with("unplug:")) {
+        static bool was_unplugged = false;
+        if (!std::exchange(was_unplugged, true))
+            in.absent_until = clock::now() + std::chrono::milliseconds(std::stoul(digits));
+        return;
+    }
     std::string bytes;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
         bytes += char(std::stoi(digits.substr(i, 2), nullptr, 16));
