@@ -28,7 +28,7 @@ virtual_display::virtual_display(const std::string& layout)
     : server_({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-noreset", "-nolisten", "tcp"}) {
     if (!server_.wait_for_out("\n")) throw std::runtime_error("Xvfb: " + server_.err());
     name_ = ':' + server_.out().substr(0, server_.out().find('\n'));
-    run_on(name_, {"setxkbmap", layout});
+    set_layout(layout);
     connection_ = XOpenDisplay(name_.c_str());
     if (!connection_) throw std::runtime_error("cannot open display " + name_);
 }
@@ -38,6 +38,10 @@ virtual_display::~virtual_display() {
     if (connection_) XCloseDisplay(connection_);
     server_.send_signal(SIGTERM);
     server_.wait();
+}
+
+void virtual_display::set_layout(const std::string& layout) {
+    run_on(name_, {"setxkbmap", layout});
 }
 
 virtual_display::window virtual_display::find_window(const std::string& title, milliseconds limit) {
@@ -85,6 +89,20 @@ void virtual_display::send_protocol(window w, const char* name) {
     event.xclient.data.l[1] = CurrentTime;
     XSendEvent(connection_, w, False, NoEventMask, &event);
     XSync(connection_, False);
+}
+
+std::vector<unsigned long> virtual_display::property(window w, const std::string& name) {
+    Atom type;
+    int format = 0;
+    unsigned long count = 0, rest;
+    unsigned char* data = nullptr;
+    XGetWindowProperty(connection_, w, XInternAtom(connection_, name.c_str(), False), 0, 1 << 24, False,
+                       AnyPropertyType, &type, &format, &count, &rest, &data);
+    std::vector<unsigned long> numbers(count);
+    for (unsigned long i = 0; i < count; ++i)
+        numbers[i] = format == 32 ? reinterpret_cast<const unsigned long*>(data)[i] : data[i];
+    if (data) XFree(data);
+    return numbers;
 }
 
 void virtual_display::move(window w, int x, int y) {

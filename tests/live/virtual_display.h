@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 struct _XDisplay;
 
@@ -21,6 +22,8 @@ public:
     virtual_display(const virtual_display&) = delete;
     virtual_display& operator=(const virtual_display&) = delete;
 
+    void set_layout(const std::string& layout);
+
     // As in DISPLAY.
     const std::string& name() const { return name_; }
     // The visible window with this title, waiting until there is one; 0 when none came.
@@ -28,6 +31,8 @@ public:
     bool has_window(const std::string& title) {
         return find_window(title, std::chrono::milliseconds(0)) != 0;
     }
+    // The numbers of a window's property, or its bytes.
+    std::vector<unsigned long> property(window w, const std::string& name);
     // Puts the window's upper left corner there. Without a window manager new ones may lie partly off the
     // screen.
     void move(window w, int x, int y);
