@@ -34,7 +34,7 @@ protected:
         const process_result unpacked = run({"dpkg-deb", "-x", package(), root()});
         ASSERT_EQ(unpacked.exit_code, 0) << unpacked.err;
     }
-    std::string root() const { return directory_.file("root"); }
+    std::string root() const { return directory_.file("root of 鍵盤 żółć"); }
     // As where it is installed.
     process_options options() const {
         return {.environment = {{"PATH", root() + "/usr/bin:" + variable("PATH")}},
@@ -85,7 +85,7 @@ class windows_package : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_EQ(package().filename(), "quenvarel-2.2.0-windows-x86_64.zip");
-        const fs::path target = directory_.path() / "My Music (x86)";
+        const fs::path target = directory_.path() / "My Music (x86) 鍵盤 żółć";
         fs::create_directory(target);
         const process_result unpacked =
             run({"cmake", "-E", "tar", "xf", package()}, {.environment = {}, .directory = target});
@@ -114,6 +114,13 @@ TEST_F(windows_package, double_click_plays_on_the_first_device) {
     EXPECT_NE(program.out().find("select write device: 0: GS Synth"), std::string::npos) << program.out();
     EXPECT_EQ(program.out().find("LoadShape"), std::string::npos) << program.out();
     EXPECT_NE(read_file(directory_.file("log")).find("midiOutShortMsg 91 3c 7f 00 -> 0"), std::string::npos);
+}
+
+// GLUT gives its windows the icon of this name.
+TEST_F(windows_package, holds_its_icon_and_knows_every_monitor) {
+    const std::string program = read_file(place_ / "quenvarel.exe");
+    EXPECT_NE(program.find(std::string("G\0L\0U\0T\0_\0I\0C\0O\0N\0", 18)), std::string::npos);
+    EXPECT_NE(program.find(">PerMonitorV2, PerMonitor<"), std::string::npos);
 }
 
 TEST_F(windows_package, double_click_without_a_device_says_so) {
