@@ -1,6 +1,7 @@
 #include "app/window_system.h"
 
 #include "app/special_keys.h"
+#include "app/window_identity_x11.h"
 #include "app/x11_event_tap.h"
 #include "libutils/report.h"
 
@@ -238,6 +239,7 @@ std::unique_ptr<window_system> window_system::of_current_window(const window_cal
     XSetIOErrorExitHandler(
         display, [](Display*, void*) {}, nullptr);
     do_not_wait_for_display(display, drawable);
+    introduce(display, drawable);
     // The server else repeats a key as releases and presses, which look like the player's own.
     Bool no_false_releases = False;
     XkbSetDetectableAutoRepeat(display, True, &no_false_releases);

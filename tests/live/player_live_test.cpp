@@ -259,6 +259,33 @@ TEST(live_player, keys_are_shown_at_rest_and_pressed) {
     EXPECT_EQ(player.end() + other.end(), 0);
 }
 
+TEST(live_player, tells_the_desktop_who_it_is) {
+    if (under_test().windows) GTEST_SKIP() << "the window manager is Wine's";
+    player_under_test player;
+    ASSERT_TRUE(player.open_window());
+    const auto property = [&](const char* name) { return player.display().property(player.window(), name); };
+    const auto names = property("WM_CLASS");
+    EXPECT_EQ(std::string(names.begin(), names.end()), std::string("quenvarel\0Quenvarel\0", 20));
+    EXPECT_EQ(property("_NET_WM_PID"), std::vector<unsigned long>{unsigned(player.program().pid())});
+    EXPECT_NE(property("WM_CLIENT_MACHINE").size(), 0u);
+    const auto icons = property("_NET_WM_ICON");
+    std::string sizes;
+    for (std::size_t at = 0; at + 1 < icons.size(); at += 2 + icons[at] * icons[at + 1]) {
+        const unsigned long width = icons[at], height = icons[at + 1];
+        sizes += std::to_string(width) + 'x' + std::to_string(height) + ' ';
+        ASSERT_LE(at + 2 + width * height, icons.size());
+        const auto color = [&](double x, double y) {
+            return icons[at + 2 + std::size_t(y * double(height)) * width + std::size_t(x * double(width))] &
+                   0xFFFFFFFF;
+        };
+        EXPECT_LT(color(0, 0) >> 24, 60u) << "round corners";
+        EXPECT_EQ(color(0.5, 0.78), 0xFFE8B04Au) << "the key in the middle is played";
+        EXPECT_EQ(color(0.5, 0.03), 0xFF1B2028u) << "the edge";
+    }
+    EXPECT_EQ(sizes, "16x16 24x24 32x32 48x48 64x64 128x128 256x256 ");
+    EXPECT_EQ(player.end(), 0);
+}
+
 // ---- Ways to end
 
 enum systems { everywhere, linux_only, windows_only };
