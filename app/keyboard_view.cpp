@@ -23,12 +23,11 @@ std::size_t index(int key) {
 constexpr int wanted_samples = 4; // for each pixel
 
 // Waits until the GL has done everything so far, which on a software renderer takes most of the time.
-void await_gl(const std::function<void()>& meanwhile) {
+void await_gl(const keyboard_view::meanwhile_t& meanwhile) {
     constexpr GLuint64 glance = 100'000; // nanoseconds
     const GLsync done = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
-    do
-        meanwhile();
-    while (glClientWaitSync(done, GL_SYNC_FLUSH_COMMANDS_BIT, glance) == GL_TIMEOUT_EXPIRED);
+    while (meanwhile() && glClientWaitSync(done, GL_SYNC_FLUSH_COMMANDS_BIT, glance) == GL_TIMEOUT_EXPIRED) {
+    }
     glDeleteSync(done);
 }
 
@@ -167,22 +166,24 @@ void keyboard_view::say(const state_line::words& line) {
 
 // The keys' images in the mirror are there as they are at rest; beside it is kept what the mirror shows
 // without them.
-bool keyboard_view::keep_fixed(const painter& with) {
+bool keyboard_view::keep_fixed(const painter& with, const meanwhile_t& meanwhile) {
     if (fixed_is_current_) return true;
-    if (!frame_.allocated() || !may_keep_) return false;
+    if (!frame_.allocated() || !may_keep_ || !meanwhile()) return false;
     const auto has_size = [](render::framebuffer_t& kept, int width, int height) {
         return (kept.width() == width && kept.height() == height) ||
-               kept.allocate(width, height, wanted_samples);
+               kept.allocate_samples(width, height, wanted_samples);
     };
     const render::pixel_rect mirror = stage_.mirror();
     may_keep_ = has_size(fixed_, port_.width, port_.height) &&
                 (mirror.empty() || has_size(bare_mirror_, mirror.width(), mirror.height()));
     if (!may_keep_) return false; // for want of memory, which is reported once
+    fixed_is_current_ = true;     // until the view changes, which it may do meanwhile
     fixed_.bind();
     hold(port_.whole());
     stage_.clear_picture();
     stage_.draw_fixed(with, port_.whole());
-    if (!mirror.empty()) {
+    await_gl(meanwhile);
+    if (!mirror.empty() && meanwhile()) {
         bare_mirror_.copy_samples(fixed_, {0, 0, mirror.width(), mirror.height()}, mirror.left,
                                   mirror.bottom);
         fixed_.bind();
@@ -190,14 +191,14 @@ bool keyboard_view::keep_fixed(const painter& with) {
         painter resting = with;
         resting.at_rest = &inverse_view_;
         stage_.draw_mirrored(resting, scene_, mirrored_, mirror);
+        await_gl(meanwhile);
     }
-    fixed_is_current_ = true;
-    return true;
+    return fixed_is_current_ = meanwhile() && fixed_is_current_;
 }
 
 // Whole, into the framebuffer that is bound. The keys come first, since they hide much that then need not be
 // lit.
-void keyboard_view::draw_whole(const painter& with, const std::function<void()>& meanwhile) {
+void keyboard_view::draw_whole(const painter& with, const meanwhile_t& meanwhile) {
     const render::pixel_rect whole = port_.whole();
     hold(whole);
     stage_.clear_picture();
@@ -211,7 +212,7 @@ void keyboard_view::draw_whole(const painter& with, const std::function<void()>&
 }
 
 // What the keys do not change is taken from where it is kept.
-void keyboard_view::draw_damage(const painter& with, const std::function<void()>& meanwhile) {
+void keyboard_view::draw_damage(const painter& with, const meanwhile_t& meanwhile) {
     const damage now = std::exchange(damage_, {});
     // Images in the mirror that are not those of keys at rest.
     render::pixel_rect moved;
@@ -243,7 +244,7 @@ void keyboard_view::draw_damage(const painter& with, const std::function<void()>
         frame_.resolve(part);
 }
 
-void keyboard_view::draw(clock::time_point when, const std::function<void()>& meanwhile) {
+void keyboard_view::draw(clock::time_point when, const meanwhile_t& meanwhile) {
     if (!renderer_) return;
     fade(when);
     const render::context_stays stays;
@@ -256,9 +257,10 @@ void keyboard_view::draw(clock::time_point when, const std::function<void()>& me
     glEnable(GL_SCISSOR_TEST);
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_FALSE);
     // A view that has just changed may change again before a key is pressed.
-    if (!std::exchange(view_is_new_, false) && keep_fixed(brush)) {
+    const bool prepared = !std::exchange(view_is_new_, false) && keep_fixed(brush, meanwhile);
+    if (prepared) {
         draw_damage(brush, meanwhile);
-    } else {
+    } else if (meanwhile()) {
         damage_.clear();
         frame_.bind();
         draw_whole(brush, meanwhile);
@@ -267,7 +269,7 @@ void keyboard_view::draw(clock::time_point when, const std::function<void()>& me
     glDisable(GL_SCISSOR_TEST);
 }
 
-void keyboard_view::show(render::gl_uint framebuffer, const std::function<void()>& meanwhile) {
+void keyboard_view::show(render::gl_uint framebuffer, const meanwhile_t& meanwhile) {
     if (!renderer_) return;
     frame_.present(framebuffer);
     await_gl(meanwhile);

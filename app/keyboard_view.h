@@ -52,14 +52,17 @@ public:
     void inscribe(const key_inscriptions& keys);
     void say(const state_line::words& line);
 
-    // Brings the picture up to date, drawing only what has changed. With the context. Calls the function now
-    // and then; what it does to keys and view is in the next picture at the latest.
+    // Called now and then while a picture is made. What it does to keys and view is in the next picture at
+    // the latest. False when no picture is wanted any more.
+    using meanwhile_t = std::function<bool()>;
+
+    // Brings the picture up to date, drawing only what has changed. With the context.
     void draw(
-        clock::time_point when = clock::now(), const std::function<void()>& meanwhile = [] {});
+        clock::time_point when = clock::now(), const meanwhile_t& meanwhile = [] { return true; });
     // Copies the picture to the bound window's back buffer, or to the framebuffer object with that name. With
-    // the context. Calls the function now and then.
+    // the context.
     void show(
-        render::gl_uint framebuffer = 0, const std::function<void()>& meanwhile = [] {});
+        render::gl_uint framebuffer = 0, const meanwhile_t& meanwhile = [] { return true; });
 
     // The nearest key at a pixel, counted from the lower left. The key `at_rest` counts as not pressed.
     std::optional<int> key_at(int x, int y, std::optional<int> at_rest = {}) const;
@@ -76,9 +79,9 @@ private:
     template <class Change>
     void change(int key, Change how);
     void fade(clock::time_point when);
-    bool keep_fixed(const painter& with);
-    void draw_whole(const painter& with, const std::function<void()>& meanwhile);
-    void draw_damage(const painter& with, const std::function<void()>& meanwhile);
+    bool keep_fixed(const painter& with, const meanwhile_t& meanwhile);
+    void draw_whole(const painter& with, const meanwhile_t& meanwhile);
+    void draw_damage(const painter& with, const meanwhile_t& meanwhile);
     void locate(int key);
     void add_damage(int key);
     void view_changed();

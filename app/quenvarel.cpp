@@ -136,9 +136,11 @@ void Quenvarel::display() {
     const auto let_keys_in = [this] {
         gems::registry->handle_keys();
         called();
+        return !gems::registry->leaving();
     };
     view_.draw(clock::now(), let_keys_in);
     view_.show(0, let_keys_in);
+    if (gems::registry->leaving()) return;
     gems::registry->swapbuffers();
     drawn_at_ = clock::now();
     if (const auto news = announcer_.next_change()) redraw_at(*news);

@@ -204,19 +204,24 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
         }
     };
     say(0);
-    for (const camera_t& camera : {home_camera(double(width) / height),
-                                   {{-30, 2.0f, 6}, {-30, 0, -20}},
-                                   {{-42, 25, 40}, {-34, 2, 0}}}) {
+    for (camera_t camera : {home_camera(double(width) / height),
+                            {{-30, 2.0f, 6}, {-30, 0, -20}},
+                            {{-42, 25, 40}, {-34, 2, 0}}}) {
         view_.look(camera);
         shot();
         for (int step = 0; step < 20; ++step) {
             // One key, or several at once.
             for (unsigned count = step % 4 == 0 ? 1 + random() % 12 : 1; count > 0; --count)
                 turn_over(int(random() % 128));
-            // And one while they are drawn.
+            // And one while they are drawn; or somebody comes home just then.
             unsigned calls = random() % 5;
             view_.draw(now_, [&] {
-                if (calls-- == 0) turn_over(int(random() % 128));
+                if (calls-- == 0) {
+                    turn_over(int(random() % 128));
+                    camera.eye.x += step < 3 ? 1 : 0;
+                    view_.look(camera);
+                }
+                return true;
             });
             if (step % 13 == 12)
                 for (keyboard_view* view : {&view_, &other})

@@ -66,7 +66,7 @@ TEST_P(Framebuffer, KeepsThePictureOutsideOfWhatIsRedrawn) {
     EXPECT_EQ(window_pixel(5, 5), kept.samples() > 0 ? green : blue);
 }
 
-TEST_P(Framebuffer, SmoothsEdgesFillsAPartAndLeavesTheScissorAlone) {
+TEST_P(Framebuffer, SmoothsEdges) {
     framebuffer_t kept;
     ASSERT_TRUE(kept.allocate(6, 3, GetParam()));
     kept.bind();
@@ -75,22 +75,12 @@ TEST_P(Framebuffer, SmoothsEdgesFillsAPartAndLeavesTheScissorAlone) {
     glColor3f(0, 1, 0);
     glRectf(5.5f / 3 - 1, -1, 1, 1); // begins in the middle of the last pixels
     kept.resolve({0, 0, 6, 3});
-    glScissor(5, 6, 7, 8);
-    for (const bool scissored : {false, true}) {
-        if (scissored) glEnable(GL_SCISSOR_TEST);
-        kept.fill({2, 1, 5, 2}, {1, 0, 0});
-        EXPECT_EQ(glIsEnabled(GL_SCISSOR_TEST), scissored);
-        GLint box[4] = {};
-        glGetIntegerv(GL_SCISSOR_BOX, box);
-        EXPECT_EQ((std::array{box[0], box[1], box[2], box[3]}), (std::array{5, 6, 7, 8}));
-    }
     unsigned char rows[3][20] = {}; // 18 bytes and padding
     kept.read(rows);
     const bool smooth = kept.samples() > 0;
     for (int y = 0; y < 3; ++y) {
         for (int x = 0; x < 5; ++x)
-            EXPECT_EQ((std::array<int, 3>{rows[y][x * 3], rows[y][x * 3 + 1], rows[y][x * 3 + 2]}),
-                      smooth && y == 1 && x >= 2 ? red : blue);
+            EXPECT_EQ((std::array<int, 3>{rows[y][x * 3], rows[y][x * 3 + 1], rows[y][x * 3 + 2]}), blue);
         EXPECT_TRUE(!smooth || (rows[y][16] > 60 && rows[y][16] < 200)) << int(rows[y][16]);
     }
 }
