@@ -30,9 +30,10 @@ struct key_lines {
     float margin; // on each side
 };
 constexpr key_lines on_white = {{0.24f, 0.46f}, {0.86f, 0.70f}, {1.70f, 0.42f}, 0.07f};
-constexpr key_lines on_black = {{}, {1.26f, 0.68f}, {2.12f, 0.68f}, 0.05f};
+constexpr key_lines on_black = {{}, {1.24f, 0.70f}, {2.12f, 0.68f}, 0.08f};
 // Seen from home the letters are as wide as they should be.
 constexpr float width_per_height = 0.88f;
+constexpr float narrowest = 0.7f; // of that width; what is still too wide becomes smaller
 constexpr float dot_size = 0.20f;
 
 constexpr render::col3 dark_ink = {0.13f, 0.10f, 0.08f}, light_ink = {0.93f, 0.90f, 0.84f};
@@ -54,8 +55,8 @@ struct key_top {
     template <class Scale>
     void write(lettering& on, std::u32string_view text, const ink_t& ink, float place, Scale scale) const {
         const float width = text_width(text), room = box.max.x - box.min.x - 2 * margin;
-        const float across = std::min(scale.across, room / width),
-                    along = scale.along * across / scale.across;
+        const float across = std::min(scale.across, room / width);
+        const float along = scale.along * std::min(1.0f, across / (narrowest * scale.across));
         const float left = (box.min.x + box.max.x - width * across) / 2, front = box.max.z - place;
         on.set(text, ink, [&](float x, float y) { return clip(left + x * across, front - y * along); });
     }
@@ -159,7 +160,7 @@ void captions::write_on(int key, const painter& with, keyboard_scene& keys) {
     const key_top top = {with.view.projection * keys.model_matrix(key), *box, lines.margin};
     const bool legible = top.seen_height(on_white.main, with.view) >= least_height;
     const bool on_light = luminance(with.glow.seen(keys.color(key), keys.glow(key))) > 0.3f;
-    const ink_t ink = on_light ? ink_t{dark_ink, main_alpha} : ink_t{light_ink, main_alpha, halo_on_dark};
+    const ink_t ink = on_light ? ink_t{dark_ink, main_alpha} : ink_t{light_ink, 1, halo_on_dark};
     if (!legible) {
         if (says.main.empty()) return;
         const em_scale scale(dot_size * font.em / font.capital);

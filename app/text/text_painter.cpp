@@ -18,6 +18,7 @@ extern const std::string_view text_frag, text_vert;
 using vertex = lettering::vertex;
 
 bool text_painter::make() {
+    render::step_check("text", " (before)"); // an error of something else
     render::shader_t seen, colored;
     if (!seen.compile_text(render::shader_stage::vertex, shaders::text_vert) ||
         !colored.compile_text(render::shader_stage::fragment, shaders::text_frag) || !program_.create())

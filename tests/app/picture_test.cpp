@@ -82,9 +82,9 @@ protected:
     }
 
     picture shot() { return shot_of(view_); }
-    picture shot_of(keyboard_view& view) {
+    picture shot_of(keyboard_view& view, int wide = width, int high = height) {
         view.draw(now_);
-        const render_target target(width, height);
+        const render_target target(wide, high);
         const int name = state(GL_FRAMEBUFFER_BINDING);
         view.show(static_cast<render::gl_uint>(name));
         glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(name));
@@ -234,6 +234,100 @@ TEST_F(keyboard_picture_test, what_is_drawn_after_a_key_equals_a_whole_new_pictu
         }
     }
     other.close();
+}
+
+TEST_F(keyboard_picture_test, writing_is_legible_from_1280_by_320_on_and_goes_down_with_its_key) {
+    // With ascenders; black and white, dark and light.
+    constexpr int tall[] = {52, 56, 58, 61, 68};
+    constexpr int down = 52;
+    for (const int wide : {800, 1280, 2560}) {
+        SCOPED_TRACE(wide);
+        const int high = wide / 4;
+        view_.resize(wide, high);
+        view_.inscribe({});
+        // Rows with writing, from the bottom, by key.
+        const auto written = [&](const picture& with, const picture& without) {
+            std::array<std::pair<int, int>, 128> rows;
+            rows.fill({high, -1});
+            for (int y = 0; y < high; ++y)
+                for (int x = 0; x < wide; ++x) {
+                    if (std::abs(with.at(x, y)[1] - without.at(x, y)[1]) < 40) continue;
+                    const auto key = view_.key_at(x, y);
+                    EXPECT_TRUE(key) << x << ' ' << y;
+                    auto& [first, last] = rows[std::size_t(key.value_or(0))];
+                    first = std::min(first, y);
+                    last = std::max(last, y);
+                }
+            return rows;
+        };
+        const picture bare = shot_of(view_, wide, high);
+        view_.press(down);
+        const picture bare_down = shot_of(view_, wide, high);
+        view_.inscribe(inscribe(label_choice::typed, 36, typed_characters()));
+        const auto pressed = written(shot_of(view_, wide, high), bare_down);
+        view_.release(down, now_ - std::chrono::seconds(1));
+        const auto rows = written(shot_of(view_, wide, high), bare);
+        for (int key = 0; key < 128; ++key) {
+            const auto& [first, last] = rows[std::size_t(key)];
+            const bool typed = key >= 44 && key <= 79;
+            EXPECT_TRUE(last >= first || !typed) << key;
+            EXPECT_TRUE(last == -1 || typed || (key % 12 == 0 && wide >= 1280)) << key;
+        }
+        for (const int key : tall) {
+            const int height = rows[std::size_t(key)].second - rows[std::size_t(key)].first + 1;
+            EXPECT_TRUE(wide < 1280 ? height <= 5 : height >= captions::least_height) << key << ' ' << height;
+        }
+        EXPECT_LT(pressed[down].first, rows[down].first - wide / 400);
+    }
+}
+
+TEST_F(keyboard_picture_test, the_line_lies_below_the_keys_of_every_window) {
+    state_line line;
+    line.say({.channel = 1, .velocity = 127}, now_);
+    for (const auto& [wide, high] : {std::pair{500, 500}, {800, 200}, {960, 540}, {1600, 200}, {200, 100}}) {
+        SCOPED_TRACE(wide);
+        view_.resize(wide, high);
+        view_.look(home_camera(double(wide) / high));
+        view_.say({});
+        const picture before = shot_of(view_, wide, high);
+        const auto changed = [&](const picture& with) {
+            int brightest = 0;
+            for (int y = 0; y < high; ++y)
+                for (int x = 0; x < wide; ++x) {
+                    const int brighter = with.at(x, y)[0] - before.at(x, y)[0];
+                    if (brighter <= 8) continue;
+                    EXPECT_FALSE(view_.key_at(x, y)) << x << ' ' << y;
+                    brightest = std::max(brightest, brighter);
+                }
+            return brightest;
+        };
+        const auto at = [&](std::chrono::seconds time) {
+            view_.say(line.at(now_ + time));
+            return changed(shot_of(view_, wide, high));
+        };
+        line.say({.channel = 2, .velocity = 127}, now_);
+        const int quiet = (line.at(now_ + std::chrono::seconds(9)), at(std::chrono::seconds(9)));
+        line.say({.channel = 1, .velocity = 127}, now_);
+        EXPECT_GT(quiet, 60);
+        // Where there is room for it.
+        EXPECT_TRUE(wide == 200 || at(std::chrono::seconds(1)) > quiet + 30) << "news are brighter";
+    }
+}
+
+TEST_F(keyboard_picture_test, without_text_the_keys_are_drawn) {
+    const picture before = shot();
+    {
+        const watched<&__glewGenVertexArrays> failing;
+        view_.inscribe(inscribe(label_choice::notes, 36, {}));
+        EXPECT_EQ(shot().rgba, before.rgba);
+    }
+    const std::string err = take_err();
+    EXPECT_EQ(std::ranges::count(err, '\n'), 1) << err;
+    view_.inscribe({});
+    const int at_rest = blue_at(head(60), view_);
+    view_.press(60);
+    EXPECT_LT(blue_at(head(60), view_), at_rest - 80);
+    EXPECT_EQ(take_err(), "");
 }
 
 // The keys are loaded and drawn, whatever is wrong with what stands around them; each fault is one line.

@@ -11,7 +11,7 @@ uniform sampler2D Field;
 layout(location = 0) out vec4 FragmentColor; // its alpha has been multiplied
 
 const float spread = 4.0;       // texels from an outline to where the field ends
-const float halo_reach = 3.0;   // texels
+const float halo_reach = 2.0; // texels
 
 void main() {
     vec2 size = vec2(textureSize(Field, 0));
