@@ -200,8 +200,13 @@ void keyboard_scene::draw(const painter& with, const key_rectangles& covered,
 }
 
 render::col3 keyboard_scene::color(int key) {
-    slot& which = slots_[index(key)];
-    if (!which.color) which.color = average_color(which.texture);
+    const slot& which = slots_[index(key)];
+    if (!which.color) {
+        const render::col3 average = average_color(which.texture);
+        const auto* const picture = which.texture.record(render::texture_unit::color);
+        for (slot& other : slots_)
+            if (other.texture.record(render::texture_unit::color) == picture) other.color = average;
+    }
     return *which.color;
 }
 

@@ -115,8 +115,9 @@ private:
         // Of the surface, kept when it is loaded.
         std::optional<render::box3> bounds; // nothing without a triangle
         bool hides_its_back = false;
-        float polish = 0;                  // share of the environment that it reflects
-        std::optional<render::col3> color; // on average; found out when it is needed
+        float polish = 0; // share of the environment that it reflects
+        std::optional<render::col3>
+            color; // on average; found out when it is needed, for all with that picture
     };
     static std::size_t index(int key) { return static_cast<unsigned>(key) & 127; }
     static bool LoadShape(slot& key, const std::string& name);
