@@ -104,8 +104,10 @@ void write(std::ostream& out, const std::vector<letter>& letters, unsigned heigh
 } // namespace
 
 int main(int argc, char** argv) {
-    FT_Library freetype = nullptr;
-    if (argc < 3 || FT_Init_FreeType(&freetype) != 0) return 1;
+    FT_Library opened = nullptr;
+    if (argc < 3 || FT_Init_FreeType(&opened) != 0) return 1;
+    const std::unique_ptr<FT_LibraryRec_, decltype(&FT_Done_FreeType)> library(opened, FT_Done_FreeType);
+    FT_Library const freetype = library.get();
     int reach = spread;
     for (const char* const renderer : {"sdf", "bsdf"})
         if (FT_Property_Set(freetype, renderer, "spread", &reach) != 0) return 1;
