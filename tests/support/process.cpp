@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -24,6 +25,9 @@ process::process(const std::vector<std::string>& arguments, const process_option
     argv.push_back(nullptr);
     pid_ = fork();
     if (pid_ == 0) {
+        // It ends with a test that is killed: a JACK server that goes on holds one of the few places for
+        // servers.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
         dup2(out[1], STDOUT_FILENO);
         dup2(err[1], STDERR_FILENO);
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
