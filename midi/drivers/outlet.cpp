@@ -17,6 +17,8 @@ namespace {
 // begin.
 constexpr std::chrono::seconds patience{1}, patience_at_first{3};
 constexpr int first_periods = 5;
+// Of those that sound systems are asked for.
+constexpr std::chrono::milliseconds longest_period{50};
 // FluidSynth's queue holds the events of some more messages. What nobody asks for in time is rendered for
 // nobody.
 constexpr int most_waiting = 200;
@@ -34,6 +36,10 @@ bool ask_jack_for(double& rate) {
 void sound_source::message(const std::uint8_t* bytes, std::size_t length) {
     synth_->message(bytes, length);
     if (++waiting_ < most_waiting) return;
+    // Whoever plays may wait. The sound thread may not, so nothing is rendered here while it is at work.
+    while (waiting_ >= most_waiting && clock::now().time_since_epoch() - rendered_.load() < longest_period)
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
+    if (waiting_ < most_waiting) return;
     const std::lock_guard lock(rendering_);
     synth_->skip(64);
     waiting_ = 0;
@@ -62,8 +68,8 @@ void sound_source::shut_out(const outlet* heard) {
 void sound_source::render(const outlet& asking, int frames, float* left, float* right) {
     const std::lock_guard lock(rendering_);
     if (heard_ == &asking) {
-        const auto now = std::chrono::steady_clock::now();
-        if (now - rendered_ > patience) fluid_synth_all_sounds_off(synth_->synth(), -1);
+        const auto now = clock::now().time_since_epoch();
+        if (now - rendered_.load() > patience) fluid_synth_all_sounds_off(synth_->synth(), -1);
         rendered_ = now;
         waiting_ = 0;
         synth_->render(frames, left, right);

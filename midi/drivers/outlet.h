@@ -17,7 +17,8 @@ namespace midi {
 class outlet;
 
 // A synthesizer that several outlets may ask for sound, of which one hears it. The others play silence.
-// Messages always reach the synthesizer; notes played while nobody asks for sound are not heard late.
+// Messages always reach the synthesizer; notes played while nobody asks for sound are not heard late. The
+// thread that renders allocates nothing and takes no lock that another one works under.
 class sound_source {
 public:
     explicit sound_source(std::unique_ptr<synthesizer> synth) : synth_(std::move(synth)) {}
@@ -34,11 +35,13 @@ public:
     void render(const outlet& asking, int frames, float* left, float* right);
 
 private:
+    using clock = std::chrono::steady_clock;
+
     std::unique_ptr<synthesizer> synth_;
     std::mutex rendering_; // held by whoever renders
     const outlet* heard_ = nullptr;
     double rate_ = synthesizer::speaker_rate;
-    std::chrono::steady_clock::time_point rendered_ = std::chrono::steady_clock::now();
+    std::atomic<clock::duration> rendered_{clock::now().time_since_epoch()};
     std::atomic<int> waiting_{0}; // messages since then
 };
 
