@@ -125,6 +125,10 @@ TEST_F(input_live, a_device_that_goes_is_silenced_and_taken_again) {
     ASSERT_TRUE(player.open_window());
     midi::noteon(keys, 0, 60, 64);
     midi::holdon(keys, 0);
+    // The title follows the programs of each channel; Insert goes on to the third one.
+    midi::pgmchg(keys, 2, 19);
+    player.drive("key Insert");
+    EXPECT_NE(player.display().find_window(std::string(window_title) + " - Church Organ"), 0u);
     EXPECT_TRUE(keys.close());
     EXPECT_TRUE(player.program().wait_for_err("quenvarel:out has gone.\n"));
     ASSERT_TRUE(keys.open("Virtual port"));
@@ -134,7 +138,7 @@ TEST_F(input_live, a_device_that_goes_is_silenced_and_taken_again) {
     EXPECT_TRUE(keys.close());
     EXPECT_TRUE(player.program().wait_for_err("quenvarel:out has gone.\n"));
     EXPECT_EQ(player.end(), 0);
-    EXPECT_EQ(player.played(), "90 3c 40; b0 40 40; b0 40 00; 90 3c 00; 90 3e 40; 90 3e 00");
+    EXPECT_EQ(player.played(), "90 3c 40; b0 40 40; c2 13; b0 40 00; 90 3c 00; 90 3e 40; 90 3e 00");
 }
 
 TEST_F(input_live, no_loop_stays) {
