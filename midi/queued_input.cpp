@@ -62,8 +62,8 @@ void queued_input::look_for_device() {
     if (!is_listed) {
         port_.drop();
         lose(input_absence::device);
-    } else if (port_.open(device)) {
-        absence_ = input_absence::none;
+    } else {
+        port_.open(device);
     }
 }
 

@@ -66,7 +66,7 @@ struct input_player_test : testing::Test, quenvarel::input_listener {
                 std::vector<std::uint8_t> bytes;
                 for (std::size_t i = 0; i < what.size(); i += 2)
                     bytes.push_back(std::uint8_t(std::stoul(what.substr(i, 2), nullptr, 16)));
-                if (bytes[0] == 0xF0 || bytes[0] < 0x80) {
+                if (bytes[0] == 0xF0 || bytes[0] == 0xF7 || bytes[0] < 0x80) {
                     while (!bytes.empty())
                         ASSERT_TRUE(from.send_long(bytes, 0));
                 } else {
@@ -113,8 +113,8 @@ TEST_F(input_player_test, passes_everything_on_and_moves_keys) {
         {"0:903c40 0:b07c00 0:913d40 0:ff", "90 3c 40; b0 7c 00; 91 3d 40; ff", "+60 -60 +61 -61 "},
         {"0:903c40 0:b07900 0:b07a00 0:803c00", "90 3c 40; b0 79 00; b0 7a 00; 80 3c 00", "+60 -60 "},
         // Long messages, whole whatever comes between, and what is none.
-        {"0:f07e01f7 0:f001 0:f8 1:903c40 0:02f7 1:803c00", "f0 7e 01 f7; f8; 90 3c 40; f0 01 02 f7; 80 3c 00",
-         "+60 -60 "},
+        {"0:f07e01f7 0:f00304 0:f7 0:f001 0:f8 1:903c40 0:02f7 1:803c00",
+         "f0 7e 01 f7; f0 03 04 f7; f8; 90 3c 40; f0 01 02 f7; 80 3c 00", "+60 -60 "},
         {"0:f001 0:c105 0:02f7 0:0304 0:f003 0:f00405f7", "c1 05; f0 04 05 f7", "P1:5 "},
     };
     for (const auto& c : cases) {
@@ -138,7 +138,8 @@ TEST_F(input_player_test, releases_what_an_input_leaves_down) {
         {"0:903c40 0:gone 0:back 0:903d40", "90 3c 40; 90 3c 00; 90 3d 40; 90 3d 00", "+60 -60 +61 ", both},
         {"0:b0407f 0:b1423f 0:bf4240 0:b2457f 0:b2457f 0:gone",
          "b0 40 7f; b1 42 3f; bf 42 40; b2 45 7f; b2 45 7f; b0 40 00; bf 42 00; b2 45 00", "", gone},
-        {"0:b0407f 0:b07900 0:b1407f 0:ff 0:gone", "b0 40 7f; b0 79 00; b1 40 7f; ff", "", gone},
+        {"0:b0407f 0:b07900 0:gone", "b0 40 7f; b0 79 00", "", gone},
+        {"0:b1407f 0:ff 0:gone", "b1 40 7f; ff", "", gone},
         {"0:903c40 1:903c40 0:gone", "90 3c 40; 90 3c 40; 90 3c 00", "+60 ", gone},
         {"0:923c40 0:933c40 0:gone", "92 3c 40; 93 3c 40; 93 3c 00", "+60 -60 ", gone},
         {"0:f001 0:gone 0:back 0:02f7", "", "", both},
@@ -165,6 +166,10 @@ TEST_F(input_player_test, chooses_inputs_as_outputs_are_chosen) {
     play("leave");
     EXPECT_EQ(service.each[1]->take_calls(),
               "open 0; start; prepare; queue; stop; reset; unprepare; close; destroyed; ");
+    service.each[0]->names = service.each[1]->names;
+    EXPECT_TRUE(player->open("0") && player->open("1")) << "two of one kind";
+    EXPECT_EQ(service.each[1]->take_calls(), "open 0; start; prepare; queue; ");
+    play("leave");
     service.each[0]->failing = {"start"};
     EXPECT_FALSE(player->open("0"));
     EXPECT_TRUE(player->empty());
@@ -198,6 +203,36 @@ TEST_F(input_player_test, is_not_drowned_by_a_flood) {
     std::getline(line, rest);
     EXPECT_EQ(rest, " messages came too fast and are lost.");
     EXPECT_EQ(output.notes_on + lost, far_too_many + 2u);
+}
+
+TEST_F(input_player_test, keeps_long_messages_and_what_came_before_the_end_whole) {
+    open();
+    auto& from = *service.each[0];
+    std::string word = "0:f0", sent = "f0";
+    for (int i = 0; i < 300; ++i) {
+        word += "11";
+        sent += " 11";
+    }
+    play(word + "f7");
+    EXPECT_EQ(output.take_messages(), sent + " f7");
+    for (int i = 0; i < 100; ++i) // more than at one turn
+        from.send(midi::input_event::data, 0x643E90, 0);
+    play("0:gone 0:back");
+    EXPECT_TRUE(output.take_messages().ends_with("90 3e 64; 90 3e 00"));
+    EXPECT_EQ(err.take(), "Keys has gone.\nKeys is back.\n");
+
+    // Its middle is lost.
+    std::vector<std::uint8_t> begin = {0xF0, 1, 2}, end = {3, 0xF7};
+    ASSERT_TRUE(from.send_long(begin, 0));
+    output.records = false;
+    for (int i = 0; i < 300'000; ++i)
+        from.send(midi::input_event::data, 0xF8, 0);
+    EXPECT_TRUE(player->handle());
+    ASSERT_TRUE(from.send_long(end, 0));
+    output.records = true;
+    while (player->handle()) {
+    }
+    EXPECT_EQ(output.take_messages().find("f0"), std::string::npos);
 }
 
 TEST_F(input_player_test, leaves_out_an_input_that_brings_back_what_is_sent) {

@@ -22,7 +22,7 @@ TEST(message_queue, keeps_order_and_tells_what_it_loses) {
     const struct {
         std::size_t lengths[6];
         std::size_t lost;
-    } rounds[] = {{{128, 1, 2, 3, 3, 3}, 2}, {{3, 128, 4, 11, 1, 1}, 3}, {{11, 12, 128, 3, 3, 3}, 1}};
+    } rounds[] = {{{128, 1, 2, 3, 3, 3}, 2}, {{3, 128, 11, 4, 1, 1}, 3}, {{11, 12, 128, 3, 3, 3}, 1}};
     bool loses = false;
     for (const auto& round : rounds) {
         std::vector<std::pair<std::size_t, bool>> fitting;
@@ -161,6 +161,14 @@ TEST(queued_input, looks_for_a_device_that_does_not_tell) {
     EXPECT_EQ(service.take_calls(), "open 0; start; prepare; queue; ");
     EXPECT_EQ(input.news(), midi::input_absence::none);
     EXPECT_EQ(err.text(), "");
+    // Somebody else has it now: said once.
+    service.names = {};
+    input.look_for_device();
+    service.names = {"Keys"};
+    service.failing = {"open 0"};
+    for (int i = 0; i < 3; ++i)
+        input.look_for_device();
+    EXPECT_EQ(err.text(), "DeviceID=0: can't open MIDI device.\n");
 }
 
 } // namespace
