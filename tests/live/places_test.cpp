@@ -15,7 +15,7 @@ namespace {
 // Wine makes its scan codes from the characters, and has the places of few layouts.
 std::vector<const char*> layouts() {
     if (under_test().windows) return {"us", "gb", "jp"};
-    return {"us", "gb", "de", "fr", "us(dvorak)", "jp"};
+    return {"us", "gb", "de", "fr", "us(dvorak)", "jp", "ru"};
 }
 
 // With a dead key and with commands on notes' places, where the system has its places.
@@ -89,9 +89,10 @@ TEST(places, keep_the_rules_of_all_keys) {
 TEST(places, count_and_not_characters) {
     struct {
         const char *layout, *commands, *played, *traced;
-    } const cases[] = {{"us(dvorak)", "key 40 key 20 key 97", "91 3e 7f; 91 3e 00",
-                        "key 0x65, 'e'\nkey 0x5b, '['\nkey: 0x5c, '\\', note: 62\n"},
-                       {"jp", "key 132", "", "key 0x5c, '\\'\n"}};
+    } const cases[] = {
+        {"us(dvorak)", "key 40 key 20 key 97 key 52", "91 3e 7f; 91 3e 00; 91 2d 7f; 91 2d 00",
+         "key 0x65, 'e'\nkey 0x5b, '['\nkey: 0x5c, '\\', note: 62\nkey: 0x7a, 'z', note: 45\n"},
+        {"jp", "key 132", "", "key 0x5c, '\\'\n"}};
     for (const auto& c : cases) {
         if (under_test().windows && c.layout != std::string("jp")) continue;
         player_under_test player({"--keys=places"}, c.layout);
