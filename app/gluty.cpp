@@ -331,6 +331,15 @@ void gluty_registry::swapbuffers() {
     if (has_window()) glutSwapBuffers();
 }
 
+bool gluty_registry::keepspicture() {
+    window_system* const system = has_window() ? windows_[glutGetWindow()].system.get() : nullptr;
+    return system && system->keeps_picture();
+}
+
+void gluty_registry::showparts(std::span<const render::pixel_rect> parts) {
+    if (has_window()) windows_[glutGetWindow()].system->show_parts(parts);
+}
+
 void gluty_registry::settitle(const char* title) {
     if (has_window()) glutSetWindowTitle(title);
 }

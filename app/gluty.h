@@ -2,12 +2,14 @@
 // Objects that receive the events of a window. Only the registry and main know the window library below.
 
 #include "app/held_keys.h"
+#include "render/math/pixel_rect.h"
 
 #include <atomic>
 #include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 
 namespace gems {
 
@@ -97,6 +99,9 @@ public:
     // The same after so many milliseconds, or earlier if that was asked before.
     void redisplay_in(unsigned milliseconds);
     void swapbuffers();
+    // See window_system::keeps_picture() and show_parts().
+    bool keepspicture();
+    void showparts(std::span<const render::pixel_rect> parts);
     void settitle(const char* title);
     // In the midst of long work: handles the keys that wait, where the window system lets us.
     void handle_keys();

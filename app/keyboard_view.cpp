@@ -67,6 +67,7 @@ void keyboard_view::resize(int width, int height) {
     bare_mirror_.destroy();
     may_keep_ = true;
     damage_.clear();
+    changed_.clear();
     captions_.lay_out(port_);
     view_changed();
 }
@@ -209,6 +210,7 @@ void keyboard_view::draw_whole(const painter& with, const meanwhile_t& meanwhile
     captions_.draw(with, scene_, covered_, whole);
     await_gl(meanwhile);
     frame_.resolve(whole);
+    changed_.add(whole);
 }
 
 // What the keys do not change is taken from where it is kept.
@@ -240,8 +242,10 @@ void keyboard_view::draw_damage(const painter& with, const meanwhile_t& meanwhil
         captions_.draw(with, scene_, covered_, part);
     }
     await_gl(meanwhile);
-    for (const render::pixel_rect& part : now.parts())
+    for (const render::pixel_rect& part : now.parts()) {
         frame_.resolve(part);
+        changed_.add(part);
+    }
 }
 
 void keyboard_view::draw(clock::time_point when, const meanwhile_t& meanwhile) {
@@ -272,7 +276,17 @@ void keyboard_view::draw(clock::time_point when, const meanwhile_t& meanwhile) {
 void keyboard_view::show(render::gl_uint framebuffer, const meanwhile_t& meanwhile) {
     if (!renderer_) return;
     frame_.present(framebuffer);
+    changed_.clear();
     await_gl(meanwhile);
+}
+
+damage keyboard_view::show_changes(render::gl_uint framebuffer, const meanwhile_t& meanwhile) {
+    const damage now = std::exchange(changed_, {});
+    if (!renderer_ || now.parts().empty()) return {};
+    for (const render::pixel_rect& part : now.parts())
+        frame_.present(framebuffer, part);
+    await_gl(meanwhile);
+    return now;
 }
 
 std::optional<int> keyboard_view::key_at(int x, int y, std::optional<int> at_rest) const {

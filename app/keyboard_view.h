@@ -63,6 +63,12 @@ public:
     // the context.
     void show(
         render::gl_uint framebuffer = 0, const meanwhile_t& meanwhile = [] { return true; });
+    // Copies only what has changed since show() or the last of these calls, and says where that is. The rest
+    // of the buffer stays as it is.
+    damage show_changes(
+        render::gl_uint framebuffer = 0, const meanwhile_t& meanwhile = [] { return true; });
+    // Whether there is a picture to copy from; otherwise draw() draws all of it into the bound buffer.
+    bool keeps_picture() const { return frame_.allocated(); }
 
     // The nearest key at a pixel, counted from the lower left. The key `at_rest` counts as not pressed.
     std::optional<int> key_at(int x, int y, std::optional<int> at_rest = {}) const;
@@ -98,6 +104,7 @@ private:
     render::framebuffer_t bare_mirror_; // what the mirror shows without them; of its size
     bool fixed_is_current_ = false, may_keep_ = true, view_is_new_ = true;
     damage damage_;                                              // of the frame
+    damage changed_;                                             // and not shown yet
     key_rectangles covered_{}, mirrored_{}, mirrored_at_rest_{}; // by the keys and by their images
     std::optional<camera_t> camera_;
     viewport port_{render::mtx3w::identity(), 1, 1};

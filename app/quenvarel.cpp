@@ -139,9 +139,12 @@ void Quenvarel::display() {
         return !gems::registry->leaving();
     };
     view_.draw(clock::now(), let_keys_in);
-    view_.show(0, let_keys_in);
-    if (gems::registry->leaving()) return;
-    gems::registry->swapbuffers();
+    if (gems::registry->keepspicture() && view_.keeps_picture()) {
+        gems::registry->showparts(view_.show_changes(0, let_keys_in).parts());
+    } else {
+        view_.show(0, let_keys_in);
+        if (!gems::registry->leaving()) gems::registry->swapbuffers();
+    }
     drawn_at_ = clock::now();
     if (const auto news = announcer_.next_change()) redraw_at(*news);
     if (const auto next = view_.next_fade())

@@ -1,13 +1,15 @@
 #pragma once
 // What an instrument needs from its window beyond what GLUT offers: which key an event is about, when the
-// window loses the keyboard and gets it back, swaps that do not wait for the display, no menu on the Alt key,
-// and a bell for other threads.
+// window loses the keyboard and gets it back, swaps that do not wait for the display, pictures of which only
+// parts are replaced, no menu on the Alt key, and a bell for other threads.
 
 #include "app/held_keys.h"
+#include "render/math/pixel_rect.h"
 
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <span>
 
 namespace gems {
 
@@ -51,6 +53,12 @@ public:
 
     // Whether the places tell repetitions of a key that is held from presses.
     virtual bool knows_repetitions() const { return false; }
+
+    // Whether parts of what the window shows can be replaced. False also once after a part of it was lost:
+    // the whole back buffer must be shown then, by a swap.
+    virtual bool keeps_picture() { return false; }
+    // Copies rectangles of the back buffer, counted in pixels from the lower left, to the window.
+    virtual void show_parts(std::span<const render::pixel_rect>) {}
 
     // Whether somebody else has destroyed the window.
     virtual bool window_gone() { return false; }

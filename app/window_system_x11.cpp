@@ -112,6 +112,8 @@ public:
         watcher = this;
         seen_.reserve(1024); // the memory must not end while the connection is locked
         other_errors = XSetErrorHandler(on_error);
+        if (has_extension(connection, "GLX_MESA_copy_sub_buffer"))
+            copy_part_ = extension_function<PFNGLXCOPYSUBBUFFERMESAPROC>("glXCopySubBufferMESA");
         tap_events(connection, [](const XEvent& event) { watcher->see(event); });
         XWindowAttributes attributes{};
         XGetWindowAttributes(connection, window, &attributes);
@@ -122,6 +124,12 @@ public:
     x11_window& operator=(const x11_window&) = delete;
 
     bool window_gone() override { return watched_window_gone; }
+
+    bool keeps_picture() override { return !std::exchange(exposed_, false) && copy_part_; }
+    void show_parts(std::span<const render::pixel_rect> parts) override {
+        for (const render::pixel_rect& part : parts)
+            copy_part_(connection_, watched_window, part.left, part.bottom, part.width(), part.height());
+    }
 
     void answer_rings(void (*answer)()) override { answer_ = answer; }
     bool sleeps_itself() const override { return true; }
@@ -186,6 +194,8 @@ private:
     void see(const XEvent& event) {
         if (event.type == DestroyNotify) {
             watched_window_gone |= event.xdestroywindow.window == watched_window;
+        } else if (event.type == Expose) {
+            exposed_ |= event.xexpose.window == watched_window;
         } else if (event.type == KeymapNotify || event.xany.window == watched_window) {
             const bool of_focus = event.type == FocusIn || event.type == FocusOut;
             if (of_focus && !takes_keyboard(event.xfocus)) return;
@@ -220,6 +230,8 @@ private:
     std::size_t handled_ = 0;  // of these, by GLUT
     bool back_ = false;        // the focus; which keys are down comes next
     void (*answer_)() = nullptr;
+    PFNGLXCOPYSUBBUFFERMESAPROC copy_part_ = nullptr;
+    bool exposed_ = true; // since the whole picture was shown
 };
 
 x11_window* x11_window::watcher = nullptr;

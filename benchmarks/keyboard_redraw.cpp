@@ -8,6 +8,7 @@
 #include "app/home_view.h"
 #include "app/key_glow.h"
 #include "app/keyboard_view.h"
+#include "app/window_system.h"
 #include "live/virtual_display.h"
 #include "render/gl/framebuffer.h"
 #include "render/gl/step_check.h"
@@ -140,10 +141,16 @@ int main(int argc, char** argv) {
         glutSwapBuffers();
         glFinish();
     };
-    const auto frame = [&] {
+    const auto window = gems::window_system::of_current_window();
+    const auto frame = [&] { // as the player does it
         view.draw();
-        view.show();
-        finish();
+        if (window->keeps_picture()) {
+            window->show_parts(view.show_changes().parts());
+            glFinish();
+        } else {
+            view.show();
+            finish();
+        }
     };
     for (int key = 0; key < 128; ++key) { // so that all shaders are compiled
         view.press(key);
@@ -173,7 +180,7 @@ int main(int argc, char** argv) {
         view.resize(large_width, large_height);
         const auto large_frame = [&] {
             view.draw();
-            view.show(render::gl_uint(name));
+            view.show_changes(render::gl_uint(name));
             glFinish();
         };
         measure_redraws(view, large_frame, double(large_width) / large_height, 10, ", 3840 by 2160", {}, {});

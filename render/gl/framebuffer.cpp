@@ -122,10 +122,10 @@ void framebuffer_t::copy_samples(const framebuffer_t& from, const pixel_rect& ar
     bind();
 }
 
-void framebuffer_t::present(gl_uint framebuffer) {
+void framebuffer_t::present(gl_uint framebuffer, const pixel_rect& area) {
     if (!allocated() || !has_context()) return;
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-    presenter_.draw(picture().color, {0, 0, width_, height_}, width_, height_);
+    presenter_.draw(picture().color, area, width_, height_);
     unbind();
     step_check("framebuffer_t::present(end)");
 }

@@ -38,9 +38,10 @@ public:
     void copy_samples(const framebuffer_t& from, const pixel_rect& area, int x = 0, int y = 0) const;
     // Resolves the samples of a rectangle into the picture.
     void resolve(const pixel_rect& area);
-    // Copies the picture to the window, or to the framebuffer of that name. Drawing goes into the window from
-    // here on.
-    void present(gl_uint framebuffer = 0);
+    // Copies a rectangle of the picture, or all of it, to the window, or to the framebuffer of that name.
+    // Drawing goes into the window from here on.
+    void present(gl_uint framebuffer, const pixel_rect& area);
+    void present(gl_uint framebuffer = 0) { present(framebuffer, {0, 0, width_, height_}); }
     // Reads the picture as 8-bit RGB, the bottom row first, each row padded to a multiple of 4 bytes. Drawing
     // goes into the window from here on.
     void read(void* rows) const;

@@ -251,7 +251,11 @@ TEST(live_player, keys_are_shown_at_rest_and_pressed) {
     player.drive("keydown q");
     EXPECT_TRUE(shows([&](const picture& p) { return p.rgba != at_rest.rgba; }));
     player.drive("keyup q");
-    EXPECT_TRUE(shows([&](const picture& p) { return p.rgba == at_rest.rgba; }));
+    const auto is_at_rest = [&](const picture& p) { return p.rgba == at_rest.rgba; };
+    EXPECT_TRUE(shows(is_at_rest));
+    const std::string window = std::to_string(player.window());
+    display.drive("windowunmap --sync " + window + " windowmap --sync " + window);
+    EXPECT_TRUE(shows(is_at_rest)) << "the window system has lost what it showed";
     other.drive("key Home key Home key End");
     const std::string plain = window_title, instrument = " - Bright Acoustic Piano";
     EXPECT_NE(other.display().find_window(plain + instrument), 0u);
