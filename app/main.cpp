@@ -44,7 +44,7 @@ void print_manual(const char* program_path) {
     print_usage(program_path);
     quenvarel::list_options(std::cout);
 #ifdef _WIN32
-    std::cout << "manual: README.md" << std::endl;
+    std::cout << "manual: readme.txt" << std::endl;
 #else
     std::cout << "manual: man quenvarel" << std::endl;
 #endif
