@@ -127,6 +127,7 @@ void Quenvarel::reshape(int width, int height) {
     height_ = height;
     if (width <= 0 || height <= 0) return;
     width_ = width;
+    has_new_size_ = true;
     view_.resize(width, height);
     if (!camera_.turned()) home_view();
 }
@@ -144,6 +145,8 @@ void Quenvarel::display() {
     } else {
         view_.show(0, let_keys_in);
         if (!gems::registry->leaving()) gems::registry->swapbuffers();
+        // The GL may have drawn into the window as it was.
+        if (std::exchange(has_new_size_, false)) redraw();
     }
     drawn_at_ = clock::now();
     if (const auto news = announcer_.next_change()) redraw_at(*news);

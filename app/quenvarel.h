@@ -113,6 +113,7 @@ private:
     camera_controller camera_;
     clock::time_point drawn_at_; // the last picture
     int width_, height_;         // of the window
+    bool has_new_size_ = true;   // since it was last shown
     float picked_depth_ = 1;     // under the pointer where a camera drag began
 };
 

@@ -125,7 +125,11 @@ public:
 
     bool window_gone() override { return watched_window_gone; }
 
-    bool keeps_picture() override { return !std::exchange(exposed_, false) && copy_part_; }
+    bool keeps_picture() override {
+        if (whole_pictures_due_ == 0) return copy_part_;
+        --whole_pictures_due_;
+        return false;
+    }
     void show_parts(std::span<const render::pixel_rect> parts) override {
         for (const render::pixel_rect& part : parts)
             copy_part_(connection_, watched_window, part.left, part.bottom, part.width(), part.height());
@@ -195,7 +199,10 @@ private:
         if (event.type == DestroyNotify) {
             watched_window_gone |= event.xdestroywindow.window == watched_window;
         } else if (event.type == Expose) {
-            exposed_ |= event.xexpose.window == watched_window;
+            if (event.xexpose.window == watched_window)
+                whole_pictures_due_ = std::max(whole_pictures_due_, 1);
+        } else if (event.type == ConfigureNotify) {
+            if (event.xconfigure.window == watched_window) whole_pictures_due_ = after_new_size;
         } else if (event.type == KeymapNotify || event.xany.window == watched_window) {
             const bool of_focus = event.type == FocusIn || event.type == FocusOut;
             if (of_focus && !takes_keyboard(event.xfocus)) return;
@@ -231,7 +238,10 @@ private:
     bool back_ = false;        // the focus; which keys are down comes next
     void (*answer_)() = nullptr;
     PFNGLXCOPYSUBBUFFERMESAPROC copy_part_ = nullptr;
-    bool exposed_ = true; // since the whole picture was shown
+    // The GL may notice a new size only when buffers are swapped, and draws once more into those of the old
+    // one.
+    static constexpr int after_new_size = 2;
+    int whole_pictures_due_ = after_new_size;
 };
 
 x11_window* x11_window::watcher = nullptr;

@@ -26,7 +26,8 @@ Bool convert(Display* connection, XEvent* event, xEvent* bytes) {
 
 void tap_events(Display* connection, void (*see)(const XEvent&)) {
     see_event = see;
-    for (int type : {KeyPress, KeyRelease, FocusIn, FocusOut, KeymapNotify, Expose, DestroyNotify}) {
+    for (int type :
+         {KeyPress, KeyRelease, FocusIn, FocusOut, KeymapNotify, Expose, ConfigureNotify, DestroyNotify}) {
         to_event& converter = converters[static_cast<std::size_t>(type)];
         if (see && !converter) converter = XESetWireToEvent(connection, type, convert);
         if (!see && converter) XESetWireToEvent(connection, type, std::exchange(converter, nullptr));
