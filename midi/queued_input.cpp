@@ -35,18 +35,17 @@ queued_input::queued_input(input_service_t& service, void (*wake)())
       port_(service, &listener_) {}
 
 void queued_input::lose(input_absence what) {
-    if (what == input_absence::none) return; // the port is being closed
-    absence_ = what;
+    if (what == input_absence::none) return;          // the port is being closed
+    if (what != input_absence::loop) absence_ = what; // a loop is over when it is told
     departure_ = what;
     wake_();
 }
 
 std::optional<input_absence> queued_input::news() {
-    input_absence now = departure_.exchange(input_absence::none);
-    if (now == input_absence::none) now = absence_;
-    const input_absence before = std::exchange(told_, now);
-    const bool is_old = now == before || (before == input_absence::loop && now == input_absence::none);
-    return is_old ? std::nullopt : std::optional(now);
+    const input_absence left = departure_.exchange(input_absence::none);
+    if (left == input_absence::loop) return left;
+    const input_absence now = left == input_absence::none ? input_absence(absence_) : left;
+    return std::exchange(told_, now) == now ? std::nullopt : std::optional(now);
 }
 
 void queued_input::look_for_device() {

@@ -284,7 +284,8 @@ TEST_F(keyboard_picture_test, writing_is_legible_from_1280_by_320_on_and_goes_do
 TEST_F(keyboard_picture_test, the_line_lies_below_the_keys_of_every_window) {
     state_line line;
     line.say({.channel = 1, .velocity = 127}, now_);
-    for (const auto& [wide, high] : {std::pair{500, 500}, {800, 200}, {960, 540}, {1600, 200}, {200, 100}, {150, 100}}) {
+    for (const auto& [wide, high] :
+         {std::pair{500, 500}, {800, 200}, {960, 540}, {1600, 200}, {200, 100}, {150, 100}}) {
         SCOPED_TRACE(wide);
         view_.resize(wide, high);
         view_.look(home_camera(double(wide) / high));

@@ -109,7 +109,8 @@ TEST(queued_input, tells_what_becomes_of_the_device) {
         {"s?b?", "The server of Keys has gone.\nKeys is back.\n"},
         {"db??", "Keys has gone.\nKeys is back.\n"},
         {"ds?b?", "The server of Keys has gone.\nKeys is back.\n"},
-        {"lb???", "Keys: disconnected from what this program sends.\n"},
+        {"lb?lb??", "Keys: disconnected from what this program sends.\n"
+                    "Keys: disconnected from what this program sends.\n"},
     };
     for (const auto& c : cases) {
         test_support::scripted_inputs service({"Keys"});
