@@ -68,24 +68,24 @@ options_result choose(std::string_view name, const named_value<Value> (&values)[
 constexpr long_option long_options[] = {
     {"--help", nullptr, "how to call the program",
      [](options_t&, const char*) { return options_result::help; }},
+    {"--version", nullptr, "the version, and how to call the program",
+     [](options_t&, const char*) { return options_result::version; }},
+    {"--keys", "places|characters", "what decides which note a key plays (characters)",
+     [](options_t& options, const char* value) {
+         options.by_places = value == std::string_view("places");
+         return options.by_places || value == std::string_view("characters") ? options_result::complete
+                                                                             : options_result::unknown_option;
+     }},
+    {"--labels", "typed|notes|off", "what is written on the keys (typed)",
+     [](options_t& options, const char* value) { return choose(value, labels, options.says.labels); }},
+    {"--state", "on|off", "whether a line says how the instrument is set (on)",
+     [](options_t& options, const char* value) { return choose(value, on_or_off, options.says.state); }},
     {"--input", "NAME",
      "a MIDI input that plays along: a number or a part of its name; --input=list lists them",
      [](options_t& options, const char* value) {
          if (std::strcmp(value, "list") == 0) return options_result::inputs;
          options.inputs.push_back(value);
          return options_result::complete;
-     }},
-    {"--labels", "typed|notes|off", "what is written on the keys (typed)",
-     [](options_t& options, const char* value) { return choose(value, labels, options.says.labels); }},
-    {"--state", "on|off", "whether a line says how the instrument is set (on)",
-     [](options_t& options, const char* value) { return choose(value, on_or_off, options.says.state); }},
-    {"--version", nullptr, "the version, and how to call the program",
-     [](options_t&, const char*) { return options_result::version; }},
-    {"--keys", "places|characters", "what of a key decides about its note",
-     [](options_t& options, const char* value) {
-         options.by_places = value == std::string_view("places");
-         return options.by_places || value == std::string_view("characters") ? options_result::complete
-                                                                             : options_result::unknown_option;
      }},
     {"--soundfont", "FILE", "the SoundFont that FluidSynth plays",
      [](options_t& options, const char* value) {
