@@ -1,5 +1,6 @@
 #include "render/gl/texture_copier.h"
 
+#include "libutils/report.h"
 #include "render/gl/shader.h"
 
 #include <GL/glew.h>
@@ -60,10 +61,11 @@ bool texture_copier_t::make(int samples) {
     program_.attach(vertices);
     program_.attach(fragments);
     constexpr float corners[] = {-1, -1, 0, 3, -1, 0, -1, 3, 0}; // of a triangle around the whole picture
-    if (!program_.link() || !corners_.allocate(3, make_layout({attribute::position}), corners)) {
+    if (!program_.link()) {
         destroy();
-        return false;
+        return libutils::report("The program that copies textures cannot be linked.");
     }
+    corners_.allocate(3, make_layout({attribute::position}), corners);
     layout_.create();
     corners_.bind_layout_to(layout_, 0);
     samples_ = samples;

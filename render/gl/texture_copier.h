@@ -21,7 +21,7 @@ public:
     texture_copier_t& operator=(const texture_copier_t&) = delete;
 
     // For multisample textures with that many samples, or 0 for others. There may be such a program already.
-    // False without a context or when the GL refuses the program.
+    // False without a context or, after a line on standard error, when the GL refuses the program.
     bool make(int samples);
     void destroy() noexcept;
 
