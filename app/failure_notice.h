@@ -5,9 +5,9 @@
 namespace quenvarel {
 
 // From here on, what is reported on standard error is remembered. When the process then ends by exit(), it is
-// shown. On X11 that is a window of its own, which any key or click closes: no helper program is installed
-// everywhere. Nothing is shown where a terminal shows it already, or where no desktop has started the
-// program. On Windows a console of the program's own waits for a key, also after a list of devices.
+// shown. On X11 that is a window of its own, which any key or click closes, or a minute: no helper program is
+// installed everywhere. Nothing is shown where a terminal shows it already, or where no desktop has started
+// the program. On Windows a console of the program's own waits for a key, also after a list of devices.
 void watch_failures();
 // The program has started, or was ended by its player: nothing is shown.
 void forget_failures();

@@ -4,9 +4,11 @@
 #include <X11/Xutil.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <mutex>
+#include <poll.h>
 #include <streambuf>
 #include <string>
 #include <sys/stat.h>
@@ -19,6 +21,8 @@ namespace {
 
 constexpr std::size_t most_text = 4000, longest_line = 100; // characters
 constexpr int margin = 20;                                  // pixels
+// Nobody may be there: a script can look like a desktop.
+constexpr std::chrono::seconds longest_shown{60};
 
 // Passes everything on and keeps a copy.
 class copying_buffer : public std::streambuf {
@@ -66,6 +70,15 @@ std::vector<std::string> lines_of(const std::string& text) {
     return lines;
 }
 
+// Whether there is an event before that time.
+bool comes_before(std::chrono::steady_clock::time_point end, Display* display) {
+    if (XPending(display) > 0) return true;
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now());
+    pollfd waiting = {ConnectionNumber(display), POLLIN, 0};
+    return left.count() > 0 && poll(&waiting, 1, static_cast<int>(left.count())) > 0;
+}
+
 void show(const std::vector<std::string>& lines) {
     Display* const display = XOpenDisplay(nullptr);
     if (!display) return;
@@ -90,7 +103,8 @@ void show(const std::vector<std::string>& lines) {
     const GC ink = XCreateGC(display, window, 0, nullptr);
     XSetFont(display, ink, font->fid);
     XSetForeground(display, ink, BlackPixel(display, screen));
-    for (XEvent event;;) {
+    const auto end = std::chrono::steady_clock::now() + longest_shown;
+    for (XEvent event; comes_before(end, display);) {
         XNextEvent(display, &event);
         if (event.type == KeyPress || event.type == ButtonPress || event.type == ClientMessage) break;
         if (event.type != Expose) continue;
