@@ -1,5 +1,6 @@
 #include "app/program_path.h"
 
+#include "libutils/data_directory.h"
 #include "libutils/executable_path.h"
 #include "libutils/file_path.h"
 
@@ -38,11 +39,18 @@ std::string without_extension(const std::string& path) {
 std::string model_base_path(const std::string& program_path) {
     std::string typed = without_extension(program_path);
     if (has_models(typed)) return typed;
-    std::string running = without_extension(libutils::executable_path());
-    if (has_models(running)) return running;
-    const std::size_t name_at = file_name_at(running);
-    std::string shared = running.substr(0, name_at) + "../share/quenvarel/" + running.substr(name_at);
-    return has_models(shared) ? shared : typed;
+    const std::string running = without_extension(libutils::executable_path());
+    const std::string program_folder = running.substr(0, file_name_at(running));
+    const std::string own = libutils::data_directory();
+    // A link has a name of its own; the program that it leads to has another one.
+    for (const std::string& path : {typed, running}) {
+        const std::string name = path.substr(file_name_at(path));
+        for (const std::string& folder :
+             {own.empty() ? own : own + "/quenvarel/", program_folder, program_folder + "../share/quenvarel/"}) {
+            if (!folder.empty() && has_models(folder + name)) return folder + name;
+        }
+    }
+    return typed;
 }
 
 } // namespace quenvarel
