@@ -26,6 +26,12 @@ TEST(midimon, lists_input_devices_and_is_quiet_without_sound_services) {
     EXPECT_EQ(misused.exit_code, 1);
     EXPECT_TRUE(matches(misused.out + misused.err, "^usage: .*midimon \\[device\\]\n$")) << misused.err;
     EXPECT_EQ(run({midimon, "-"}).exit_code, 1);
+    EXPECT_TRUE(run({midimon, "-h"}).out.starts_with("usage: midimon [device]\n\nPrints "));
+    EXPECT_TRUE(matches(run({midimon, "--version"}).out, "^midimon \\(Quenvarel\\) [0-9.]+\n$"));
+    const process_result unknown = run({midimon, "--list"});
+    EXPECT_EQ(unknown.exit_code, 1);
+    EXPECT_TRUE(
+        unknown.err.starts_with("midimon: there is no option --list; there are --help and --version.\n"));
 }
 
 TEST(midimon, prints_what_another_program_plays_also_when_it_comes_back) {

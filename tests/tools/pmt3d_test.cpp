@@ -18,7 +18,17 @@ TEST(pmt3d_tool, eval_help_and_wrong_usage) {
         {{"eval", "4/"}, 0, "4 2\n", "last '/' detect.\n"},
         {{"--help"}, 0, "  eval  ", ""},
         {{"eval", "--help"}, 0, "usage: pmt3d eval TEXT\n", ""},
-        {{}, 2, "", "usage: pmt3d SUBCOMMAND"},
+        {{"eval", "-1+2"}, 0, "1 4\n", ""}, // no option: no letter follows
+        {{"render", "-h"}, 0, "  --eye X,Y,Z", ""},
+        {{"convert", "--text", "--version"}, 0, "pmt3d (Quenvarel) ", ""},
+        {{"render", "--size"}, 2, "", "--size takes WxH."},
+        {{"info", "--", "--help"}, 1, "", "pmt3d: --help: not loaded.\n"},
+        {{"-x", "eval"},
+         2,
+         "",
+         "pmt3d: there is no option -x; there are --vertices, --help and --version.\n"},
+        {{"convert", "--text=yes"}, 2, "", "--text takes no value."},
+        {{}, 2, "", "usage: pmt3d [OPTION...] SUBCOMMAND"},
         {{"nonsense"}, 2, "", "pmt3d: there is no subcommand \"nonsense\""},
         {{"eval"}, 2, "", "usage: pmt3d eval TEXT\n"},
     };

@@ -28,10 +28,10 @@ bool is_in_order(const char* name) {
            std::all_of(file.pictures.surfaces.begin(), file.pictures.surfaces.end(), has_pictures);
 }
 
-int run(arguments words) {
-    if (words.empty()) return usage_error(check, "at least one FILE is needed.");
+int run(const command_line& line) {
+    if (line.operands.empty()) return usage_error(check, "at least one FILE is needed.");
     int code = success;
-    for (const char* name : words)
+    for (const char* name : line.operands)
         if (!is_in_order(name)) code = failure;
     return code;
 }
@@ -42,8 +42,9 @@ const subcommand check = {
     "check",
     "FILE...",
     "load model files and report what is wrong with them",
-    R"(Prints only diagnostics, on standard error. The exit status is 1 when a file, or a picture that one of its surfaces
-names, cannot be loaded. Needs no display.
+    {},
+    R"(Prints only diagnostics, on standard error. The exit status is 1 when a file, or
+a picture that one of its surfaces names, cannot be loaded. Needs no display.
 )",
     run,
 };

@@ -43,17 +43,13 @@ void move_pictures(pmt3d::model_t& model, const fs::path& from, const fs::path& 
             move(*picture);
 }
 
-int run(arguments words) {
-    bool text = false;
-    std::vector<std::string> names;
-    for (const std::string_view word : words) {
-        if (word == "--text")
-            text = true;
-        else if (word.starts_with("--"))
-            return usage_error(convert, "there is no option " + std::string(word) + ".");
-        else
-            names.emplace_back(word);
-    }
+constexpr option options[] = {
+    {"--text", "", "write an STL file as text instead of binary"},
+};
+
+int run(const command_line& line) {
+    const bool text = line.has("--text");
+    const std::vector<std::string> names(line.operands.begin(), line.operands.end());
     if (names.size() != 2) return usage_error(convert, "exactly two files, IN and OUT, are needed.");
     if (text && !names[1].ends_with(".stl"))
         return usage_error(convert, "--text is for an OUT that ends in .stl.");
@@ -75,8 +71,9 @@ int run(arguments words) {
 
 const subcommand convert = {
     "convert",
-    "[--text] IN OUT",
+    "IN OUT",
     "convert between .pmt and .stl",
+    options,
     R"(The ends of the names decide. STL files hold triangles only: NURBS surfaces are tessellated, colours, pictures, frames
 and the environment are left out. They are written in binary form, or as text with --text. Both forms are read: a file
 that begins with "solid" is text, unless it is as long as a binary file of its triangle count, or longer without the

@@ -125,14 +125,18 @@ int turn(arguments words, const read_options& options) {
                      file.save(words[2]));
 }
 
-int run(arguments words) {
+constexpr option table[] = {
+    {"--memory", "N", "reading a picture may take N MiB of memory (1024)"},
+};
+
+int run(const command_line& line) {
+    const arguments words = line.operands;
     read_options options;
-    if (!words.empty() && std::string_view(words[0]) == "--memory") {
-        int mib = 0;
-        if (words.size() < 2 || !to_number(words[1], mib) || mib < 1)
+    if (const char* const text = line.value("--memory")) {
+        const std::optional<std::uint64_t> mib = whole_number(text);
+        if (!mib || *mib == 0 || *mib > std::numeric_limits<std::uint64_t>::max() >> 20)
             return usage_error(image, "--memory needs a number of MiB.");
-        options.most_bytes = std::uint64_t(mib) << 20;
-        words = words.subspan(2);
+        options.most_bytes = *mib << 20;
     }
     std::string known;
     for (const action& a : actions) {
@@ -150,9 +154,10 @@ int run(arguments words) {
 
 const subcommand image = {
     "image",
-    "[--memory N] info FILE | convert IN OUT | grey IN OUT | normalmap IN OUT | scaledown IN OUT | "
+    "info FILE | convert IN OUT | grey IN OUT | normalmap IN OUT | scaledown IN OUT | "
     "turn N IN.jpg OUT.jpg",
     "look at pictures and convert them",
+    table,
     R"(The extension of a name tells the format: .jpg or .jpeg, .bmp, .png or .tga, in any case.
   info       size, format, sample type and width class, and the CRC-32 of the 8-bit RGB pixels
   convert    writes the picture in another format, unless that would lose something of it
@@ -160,7 +165,7 @@ const subcommand image = {
   normalmap  makes the normal map of an 8-bit grey picture of heights
   scaledown  halves width and height of an 8-bit picture
   turn       turns a JPEG picture clockwise by N quarter turns (0 to 3) without loss
-Reading a picture may take N MiB of memory, 1024 if nothing else is said.
+
 Example: pmt3d image convert wood.bmp wood.png
 )",
     run,

@@ -7,7 +7,6 @@
 #include "subcommand.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -21,8 +20,14 @@ const subcommand* const subcommands[] = {
     &info, &dump, &check, &convert, &render_picture, &image, &eval,
 };
 
+constexpr option options[] = {
+    {"--vertices", "N",
+     "the NURBS surfaces of a model file may have N vertices together, should that be more than its size "
+     "allows"},
+};
+
 void print_help(std::ostream& os) {
-    os << "usage: pmt3d SUBCOMMAND [ARGUMENT...]\n"
+    os << "usage: pmt3d [OPTION...] SUBCOMMAND [ARGUMENT...]\n"
           "       pmt3d SUBCOMMAND --help\n\n"
           "Subcommands:\n";
     std::size_t widest = 0;
@@ -30,49 +35,72 @@ void print_help(std::ostream& os) {
         widest = std::max(widest, s->name.size());
     for (const subcommand* s : subcommands)
         os << "  " << s->name << std::string(widest - s->name.size() + 2, ' ') << s->summary << '\n';
-    os << R"(
-pmt3d --vertices N SUBCOMMAND ... lets the NURBS surfaces of a model file have N vertices together, should that be more
-than the size of the file allows.
+    os << '\n';
+    print_options(os, options);
+    os << "\nExit status: 0 done, 1 failed, 2 wrong usage.\n";
+}
 
-Exit status: 0 done, 1 failed, 2 wrong usage.
-)";
+void print_help(std::ostream& os, const subcommand& command) {
+    print_filled(os, usage(command));
+    os << '\n';
+    print_options(os, command.options);
+    os << '\n';
+    print_filled(os, command.details);
+}
+
+int run(const subcommand& command, arguments words) {
+    const command_line line = parse(words, command.options);
+    switch (line.wanted) {
+    case command_line::wish::help:
+        print_help(std::cout, command);
+        return success;
+    case command_line::wish::version:
+        print_version(std::cout, "pmt3d");
+        return success;
+    case command_line::wish::wrong_usage:
+        return usage_error(command, line.complaint);
+    case command_line::wish::run:
+        break;
+    }
+    return command.run(line);
 }
 
 int run(arguments words) {
-    if (words.empty()) {
+    const command_line line = parse(words, options, operands::last);
+    switch (line.wanted) {
+    case command_line::wish::help:
+        print_help(std::cout);
+        return success;
+    case command_line::wish::version:
+        print_version(std::cout, "pmt3d");
+        return success;
+    case command_line::wish::wrong_usage:
+        libutils::report("pmt3d: ", line.complaint);
+        return wrong_usage;
+    case command_line::wish::run:
+        break;
+    }
+    if (const char* const text = line.value("--vertices")) {
+        const std::optional<std::uint64_t> vertices = whole_number(text);
+        if (!vertices) {
+            libutils::report("pmt3d: --vertices takes a whole number.");
+            return wrong_usage;
+        }
+        allow_vertices(*vertices);
+    }
+    if (line.operands.empty()) {
         libutils::error_report();
         print_help(std::cerr);
         return wrong_usage;
     }
-    if (words.size() >= 2 && std::string_view(words[0]) == "--vertices") {
-        const std::string_view number = words[1];
-        std::uint64_t vertices = 0;
-        const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), vertices);
-        if (error != std::errc() || end != number.data() + number.size()) {
-            libutils::report("pmt3d: --vertices takes a whole number.");
-            return wrong_usage;
-        }
-        allow_vertices(vertices);
-        return run(words.subspan(2));
-    }
-    const std::string_view name = words[0];
-    if (name == "--help") {
-        print_help(std::cout);
-        return success;
-    }
+    const std::string_view name = line.operands[0];
     const auto found = std::find_if(std::begin(subcommands), std::end(subcommands),
                                     [name](const subcommand* s) { return s->name == name; });
     if (found == std::end(subcommands)) {
         libutils::report("pmt3d: there is no subcommand \"", name, "\"; pmt3d --help lists them.");
         return wrong_usage;
     }
-    const subcommand& command = **found;
-    words = words.subspan(1);
-    if (!words.empty() && std::string_view(words[0]) == "--help") {
-        std::cout << "usage: pmt3d " << command.name << ' ' << command.synopsis << "\n\n" << command.details;
-        return success;
-    }
-    return command.run(words);
+    return run(**found, arguments(line.operands).subspan(1));
 }
 
 } // namespace

@@ -53,11 +53,7 @@ bool parse_size(const char* text, options& o) {
 
 bool parse_point(const char* text, std::optional<pos3>& point) {
     float values[3];
-    for (int i = 0; i < 3; ++i) {
-        const char* const end = libutils::read_float(text, values[i]);
-        if (end == text || *end != (i < 2 ? ',' : '\0') || !std::isfinite(values[i])) return false;
-        text = end + 1;
-    }
+    if (!numbers(text, values)) return false;
     point = {values[0], values[1], values[2]};
     return true;
 }
@@ -187,26 +183,20 @@ int make_picture(const options& o) {
     return save_picture(image, o.out) ? success : failure;
 }
 
-int run(arguments words) {
+constexpr option table[] = {
+    {"--size", "WxH", "width and height of the picture in pixels (800x600)"},
+    {"--eye", "X,Y,Z", "where the viewer is (in front and above, from where all of it is seen)"},
+    {"--target", "X,Y,Z", "the point that is looked at (the middle of the model)"},
+};
+
+int run(const command_line& line) {
     options o;
-    std::vector<std::string> names;
-    for (std::size_t at = 0; at < words.size(); ++at) {
-        const std::string_view word = words[at];
-        if (!word.starts_with("--")) {
-            names.emplace_back(word);
-            continue;
-        }
-        const char* const value = at + 1 < words.size() ? words[++at] : "";
-        if (word == "--size") {
-            if (!parse_size(value, o))
-                return usage_error(render_picture, "--size takes WIDTHxHEIGHT, such as 800x600.");
-        } else if (word == "--eye" || word == "--target") {
-            if (!parse_point(value, word == "--eye" ? o.eye : o.target))
-                return usage_error(render_picture,
-                                   std::string(word) + " takes three numbers, such as 0,2.5,10.");
-        } else
-            return usage_error(render_picture, "there is no option " + std::string(word) + ".");
-    }
+    if (const char* const size = line.value("--size"); size && !parse_size(size, o))
+        return usage_error(render_picture, "--size takes WIDTHxHEIGHT, such as 800x600.");
+    for (const auto& [name, point] : {std::pair("--eye", &o.eye), std::pair("--target", &o.target)})
+        if (const char* const value = line.value(name); value && !parse_point(value, *point))
+            return usage_error(render_picture, std::string(name) + " takes three numbers, such as 0,2.5,10.");
+    const std::vector<const char*>& names = line.operands;
     if (names.size() != 2) return usage_error(render_picture, "exactly two files, IN and OUT, are needed.");
     if (o.eye && o.eye == o.target)
         return usage_error(render_picture, "--eye and --target must not be the same point.");
@@ -219,19 +209,16 @@ int run(arguments words) {
 
 const subcommand render_picture = {
     "render",
-    "IN OUT.png [--size WxH] [--eye x,y,z] [--target x,y,z]",
+    "IN OUT.png",
     "draw a picture of a model",
-    "Draws with the instrument's own renderer: pictures, bumps, highlights and the model's environment. 800 "
-    "by 600 pixels\n"
-    "unless said otherwise. Without --target the middle of the model is looked at, without --eye from in "
-    "front and above,\n"
-    "from where all of it is seen. The light is above the viewer's left shoulder. OUT may end in .bmp, .tga, "
-    ".jpg "
-    "or .jpeg as "
-    "well.\n\n"
-    "Needs OpenGL 3.3. On Linux no display is needed where the driver can draw off screen, as Mesa's can "
-    "(EGL); on\n"
-    "Windows a window is made that is never shown.\n",
+    table,
+    R"(Draws with the instrument's own renderer: pictures, bumps, highlights and
+the model's environment. The light is above the viewer's left shoulder. OUT may
+end in .bmp, .tga, .jpg or .jpeg as well.
+
+Needs OpenGL 3.3. On Linux no display is needed where the driver can draw off
+screen, as Mesa's can (EGL); on Windows a window is made that is never shown.
+)",
     run,
 };
 

@@ -1,13 +1,12 @@
 #pragma once
 // A subcommand of the tool. Each has a file of its own; main.cpp holds the table.
 
+#include "tools/command_line/command_line.h"
+
 #include <span>
 #include <string_view>
 
 namespace tool {
-
-// The command line after the subcommand's name.
-using arguments = std::span<const char* const>;
 
 // Exit codes of the program.
 inline constexpr int success = 0;
@@ -16,10 +15,12 @@ inline constexpr int wrong_usage = 2;
 
 struct subcommand {
     std::string_view name;
-    std::string_view synopsis; // the arguments, as the help shows them
+    std::string_view operands; // as the help shows them
     std::string_view summary;  // one line for the list of all subcommands
-    std::string_view details;  // whole lines, for the help of this one
-    int (*run)(arguments);     // returns the exit code; not called for --help
+    std::span<const option> options;
+    std::string_view details; // for the help of this one, filled when printed (see print_filled)
+    int (*run)(
+        const command_line&); // returns the exit code; called only for a line that is right by the table
 };
 
 extern const subcommand check;
@@ -29,6 +30,9 @@ extern const subcommand eval;
 extern const subcommand image;
 extern const subcommand info;
 extern const subcommand render_picture;
+
+// "usage: pmt3d NAME [OPTION...] OPERANDS".
+std::string usage(const subcommand& command);
 
 // Reports what is wrong with the arguments and the correct usage. Returns wrong_usage.
 int usage_error(const subcommand& command, std::string_view message);
