@@ -1,7 +1,6 @@
 #include "models/case_shape.h"
 
 #include "models/key_layout.h"
-#include "models/stripping.h"
 #include "render/math/operations.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "models/key_shape.h"
 
 #include "models/key_layout.h"
-#include "models/stripping.h"
+#include "pmt3d/surface/stripping.h"
 #include "render/math/operations.h"
 
 #include <algorithm>
@@ -246,7 +246,7 @@ public:
         }
         for (const auto& band : shape.bands)
             span_band(band, false);
-        mesh_.elements = make_strips(triangles_);
+        mesh_.elements = pmt3d::make_strips(triangles_);
         return std::move(mesh_);
     }
 
@@ -381,7 +381,8 @@ private:
             const bool step_far =
                 j + 1 == near.size() ||
                 (i + 1 < far.size() && at(vertex(far[i + 1])).x < at(vertex(near[j + 1])).x);
-            triangle t{vertex(far[i]), vertex(near[j]), step_far ? vertex(far[i + 1]) : vertex(near[j + 1])};
+            pmt3d::triangle t{vertex(far[i]), vertex(near[j]),
+                              step_far ? vertex(far[i + 1]) : vertex(near[j + 1])};
             if (!top) std::swap(t[1], t[2]);
             triangles_.push_back(t);
             ++(step_far ? i : j);
@@ -392,7 +393,7 @@ private:
     float offset_s_, offset_t_;
     key_mesh mesh_;
     std::vector<column> columns_;
-    std::vector<triangle> triangles_;
+    std::vector<pmt3d::triangle> triangles_;
 };
 
 } // namespace

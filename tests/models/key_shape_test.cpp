@@ -1,6 +1,6 @@
 #include "models/key_layout.h"
 #include "models/key_shape.h"
-#include "models/stripping.h"
+#include "pmt3d/surface/stripping.h"
 #include "render/math/operations.h"
 
 #include <gtest/gtest.h>
@@ -8,12 +8,11 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <random>
-#include <set>
 #include <tuple>
 #include <utility>
 
 using namespace models;
+using pmt3d::triangle;
 using render::pos3;
 
 namespace {
@@ -27,33 +26,6 @@ std::vector<triangle> assemble(const std::vector<pmt3d::element_t>& elements) {
 }
 
 } // namespace
-
-TEST(Strips, KeepEveryTriangleAndItsWinding) {
-    std::mt19937 random(5);
-    for (int round = 0; round < 20; ++round) {
-        // A grid of quads cut along either diagonal, with holes, in shuffled order.
-        constexpr std::uint32_t width = 9;
-        std::vector<triangle> triangles;
-        for (std::uint32_t y = 0; y + 1 < width; ++y)
-            for (std::uint32_t x = 0; x + 1 < width; ++x) {
-                const std::uint32_t a = y * width + x, b = a + 1, c = a + width, d = c + 1;
-                if (random() % 7 == 0) continue;
-                const bool falling = random() % 2;
-                triangles.insert(triangles.end(), {{a, b, falling ? c : d}, {falling ? b : a, d, c}});
-            }
-        std::shuffle(triangles.begin(), triangles.end(), random);
-        const auto elements = make_strips(triangles);
-        // Each begins with its smallest index, so that equal windings compare equal.
-        const auto all = [](std::vector<triangle> some) {
-            for (triangle& t : some)
-                std::rotate(t.begin(), std::min_element(t.begin(), t.end()), t.end());
-            return std::multiset<triangle>(some.begin(), some.end());
-        };
-        ASSERT_EQ(all(assemble(elements)), all(triangles));
-        EXPECT_LT(elements.size(), 3 * triangles.size());
-    }
-    EXPECT_TRUE(make_strips({}).empty());
-}
 
 TEST(KeyLayout, FillsSeventyFiveUnitsWithBlackKeysInTwosAndThrees) {
     // How far the middle of a black key lies to the right of the line between its white neighbours.
