@@ -1,17 +1,13 @@
-# Sourced by the top-level commands: configuring and building a preset, quiet unless it fails.
+# Sourced by the top-level commands: configuring and building a preset.
+
+. "${BASH_SOURCE[0]%/*}/progress.sh"
 
 # configure PRESET [OPTION...]
 configure() {
-  # The tree may come from another place or an older toolchain; then it is started afresh.
-  quietly cmake --preset "$@" 2>/dev/null || quietly cmake --fresh --preset "$@"
+  quietly "Configuring $1" configure_or_start_afresh "$@"
 }
 
-# quietly COMMAND...: shows what the command writes only if it fails.
-quietly() {
-  local log status=0
-  log=$(mktemp)
-  "$@" >"$log" 2>&1 || status=$?
-  [ $status -eq 0 ] || cat "$log" >&2
-  rm -f "$log"
-  return $status
+# The tree may come from another place or an older toolchain; then it is started afresh.
+configure_or_start_afresh() {
+  cmake --preset "$@" >/dev/null 2>&1 || cmake --fresh --preset "$@"
 }

@@ -14,33 +14,41 @@ packages_to_bench="$packages_to_run libbenchmark-dev libglm-dev libturbojpeg0-de
 packages_to_fuzz="$packages_to_run clang libclang-rt-14-dev"
 packages_to_format="clang-format"
 
+. "${BASH_SOURCE[0]%/*}/progress.sh"
+
 # install_missing PACKAGE...: installs those that are not there yet, saying which; calls nothing when none is missing.
 install_missing() {
-  local missing="" package
+  local missing=() package as_root=()
   for package in "$@"; do
-    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing="$missing $package"
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
   done
-  [ -n "$missing" ] || return 0
+  [ ${#missing[@]} -gt 0 ] || return 0
   if ! command -v apt-get >/dev/null; then
-    echo "These packages are missing, and there is no apt-get to install them:$missing" >&2
+    echo "These packages are missing, and there is no apt-get to install them: ${missing[*]}" >&2
     return 1
   fi
-  local as_root=""
   if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || { echo "Please install as root:$missing" >&2; return 1; }
-    as_root=sudo
+    as_root=(sudo)
+    # Here it may ask for a password; later its question would stand in the middle of other things.
+    if ! command -v sudo >/dev/null || ! sudo true; then
+      printf 'Packages are missing. As root, type:\n  apt-get install --no-install-recommends %s\n' "${missing[*]}" >&2
+      return 1
+    fi
   fi
-  echo "Installing:$missing" >&2
-  local log
-  log=$(mktemp)
-  # The list of packages may never have been fetched on a fresh machine, and somebody else's may be out of reach.
-  $as_root apt-get update >"$log" 2>&1 || true
-  if $as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 install -y \
-    --no-install-recommends $missing >>"$log" 2>&1; then
-    rm -f "$log"
-    return 0
-  fi
-  tail -n 20 "$log" >&2
-  echo "Installing failed; the whole log is in $log" >&2
+  echo "Installing: ${missing[*]}" >&2
+  quietly "Installing packages" install_packages "${missing[@]}" && return
+  echo "Nothing was built, as these packages are missing: ${missing[*]}" >&2
   return 1
+}
+
+# The lists of packages may be old, or never have been fetched on a fresh machine.
+install_packages() {
+  apt_install "$@" || { apt_get update || true; apt_install "$@"; }
+}
+apt_install() {
+  apt_get install -y --no-install-recommends "$@"
+}
+apt_get() {
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C apt-get -o DPkg::Lock::Timeout=300 -o Acquire::Retries=0 \
+    -o Acquire::http::Timeout=20 "$@"
 }
