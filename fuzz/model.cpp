@@ -1,6 +1,6 @@
 // Model files of any bytes, with all their blocks: what loads can be saved, and what is saved loads the same.
 
-#include "fuzz/target.h"
+#include "fuzz/told.h"
 #include "pmt3d/format/dispatch.h"
 
 #include <cstring>
@@ -40,6 +40,12 @@ bool load(pmt3d::model_t& model, const std::string& name, std::string& said) {
     std::ostringstream messages;
     const bool loaded = pmt3d::load(model, name, {messages});
     said = messages.str() + err.text();
+    std::ostringstream observed;
+    fuzz::told told;
+    pmt3d::model_t same;
+    demand(pmt3d::load(same, name, {observed, {}, {}, 0, nullptr, &told}) == loaded, "observed or not");
+    demand(observed.str() == messages.str(), "and with the same words");
+    demand(told.count > 0 || (loaded && messages.str().empty()), "all that was left out was told");
     return loaded;
 }
 

@@ -3,6 +3,8 @@
 #include "libutils/number.h"
 #include "libutils/report.h"
 
+#include <iostream>
+
 namespace libutils {
 
 namespace {
@@ -106,8 +108,8 @@ private:
 
 class evaluator {
 public:
-    // A quiet one writes no messages.
-    evaluator(const char* text, bool quiet) : reader_(text), quiet_(quiet) {}
+    // Without a stream it writes no messages.
+    evaluator(const char* text, std::ostream* error) : reader_(text), error_(error) {}
 
     float value() { return level(0); }
     // Whether there was nothing to report, and all of the text was used. Then position() is its end.
@@ -183,17 +185,17 @@ private:
     // Always false.
     bool report(const char* message) {
         mistaken_ = true;
-        return !quiet_ && libutils::report(message);
+        return error_ && libutils::report_to(*error_, message);
     }
 
     token_reader reader_;
-    bool quiet_;
+    std::ostream* error_;
     bool mistaken_ = false;
     bool too_deep_ = false;
 };
 
 // Where the expression ends. Reports the character that does not belong to it.
-const char* find_end(const char* text) {
+const char* find_end(const char* text, std::ostream& error) {
     token_reader reader(text);
     for (;;) {
         switch (reader.next().is) {
@@ -201,7 +203,7 @@ const char* find_end(const char* text) {
             return reader.position();
         case kind::invalid: {
             const char c = *reader.position();
-            report(int(static_cast<signed char>(c)), " \n", c, ": warning: invalid char detect.");
+            report_to(error, int(static_cast<signed char>(c)), " \n", c, ": warning: invalid char detect.");
             return reader.position();
         }
         default:
@@ -212,7 +214,7 @@ const char* find_end(const char* text) {
 
 } // namespace
 
-double evaluate(const char* text, const char** end) {
+double evaluate(const char* text, const char** end, std::ostream* error) {
     // Nearly every field is one number.
     const char* at = text;
     while (is_blank(*at))
@@ -230,15 +232,16 @@ double evaluate(const char* text, const char** end) {
     // What is wrong with the text's characters is reported before what is wrong with its operators, and a
     // stray parenthesis ends the evaluation, but not the text. So the rare text with mistakes is gone through
     // again.
-    evaluator quiet(text, true);
+    evaluator quiet(text, nullptr);
     const float value = quiet.value();
     if (quiet.clean()) {
         if (end) *end = quiet.position();
         return value;
     }
-    at = find_end(text);
+    if (!error) error = &std::cerr;
+    at = find_end(text, *error);
     if (end) *end = at;
-    return evaluator(text, false).value();
+    return evaluator(text, error).value();
 }
 
 } // namespace libutils

@@ -12,13 +12,11 @@ namespace pmt3d {
 
 namespace {
 
-enum class format { stl, text, unknown };
-
-format format_of(const std::string& name) {
-    if (name.ends_with(".stl")) return format::stl;
-    if (name.ends_with(".pmt")) return format::text;
+std::optional<file_format> format_of(const std::string& name) {
+    if (name.ends_with(".stl")) return file_format::stl;
+    if (name.ends_with(".pmt")) return file_format::text;
     libutils::report("file extension not recognized.");
-    return format::unknown;
+    return {};
 }
 
 bool open_pictures(const model_item_t& item, const load_context& context) {
@@ -34,23 +32,29 @@ bool open_pictures(const libgr::environment_options& environment, const load_con
 // The blocks of a file, into the list and, where there is one, the environment. Their number; 0 when one
 // failed.
 std::uint64_t load_blocks(libgr::environment_options* environment, surface_list& items,
+                          const std::string& name, line_reader& in, const load_context& context) {
+    in.skip_byte_order_mark();
+    in.set_progress(context.progress);
+    vertex_limit vertices(in.size(), context.allowed_vertices);
+    const auto read_block = [&]() -> std::optional<bool> {
+        const std::string_view line = in.line();
+        if (environment && line.starts_with(environment_header))
+            return read_environment_block(*environment, in, context.error, context.observer) &&
+                   open_pictures(*environment, context);
+        const auto kind = surface_kind(line);
+        if (!kind) return std::nullopt;
+        model_item_t& item = items.emplace_back(*kind);
+        return read_surface_block(name, item, items.size(), context.frames, vertices, in, context.error,
+                                  context.observer) &&
+               open_pictures(item, context);
+    };
+    return read_blocks(in, context.error, read_block, context.observer);
+}
+
+std::uint64_t load_blocks(libgr::environment_options* environment, surface_list& items,
                           const std::string& name, const load_context& context) {
-    if (line_reader in; in.open(name)) {
-        in.set_progress(context.progress);
-        vertex_limit vertices(in.size(), context.allowed_vertices);
-        return read_blocks(in, context.error, [&]() -> std::optional<bool> {
-            const std::string_view line = in.line();
-            if (environment && line.starts_with(environment_header))
-                return read_environment_block(*environment, in, context.error) &&
-                       open_pictures(*environment, context);
-            const auto kind = surface_kind(line);
-            if (!kind) return std::nullopt;
-            model_item_t& item = items.emplace_back(*kind);
-            return read_surface_block(name, item, items.size(), context.frames, vertices, in,
-                                      context.error) &&
-                   open_pictures(item, context);
-        });
-    }
+    if (line_reader in; in.open(name)) return load_blocks(environment, items, name, in, context);
+    if (context.observer) context.observer->left_out({}, "file open error.");
     libutils::report_to(context.error, name, ": file open error.");
     return 0;
 }
@@ -97,44 +101,64 @@ bool save_lines(const std::string& name, const progress_t& progress, std::uint64
     return !out.refused() && file.commit();
 }
 
-} // namespace
-
-bool load(model_t& model, const std::string& name, const load_context& context) {
-    if (context.pictures) context.pictures->begin(name);
-    switch (format_of(name)) {
-    case format::stl:
-        return load_stl(model.items, name, context) && open_pictures(model.items.back(), context);
-    case format::text:
-        return load_text(model, name, context);
-    default:
-        return false;
-    }
+void write_model(model_t& model, const std::string& name, line_writer& out) {
+    write_environment(model.environment, out);
+    if (!model.environment.cubetex.empty()) out.end_line();
+    save_items(model.items, name, out);
 }
 
 // What the three saves have in common: a whole model's triangles are those of its items.
 template <class What, class Triangles>
-static bool save_as(What& what, const Triangles& triangles, const std::string& name,
-                    const progress_t& progress) {
-    switch (format_of(name)) {
-    case format::stl:
-        return save_stl(triangles, name, progress);
-    case format::text:
-        return save_text(what, name, progress);
-    default:
-        return false;
-    }
+bool save_in(std::optional<file_format> format, What& what, const Triangles& triangles,
+             const std::string& name, const progress_t& progress) {
+    if (!format) return false;
+    return format == file_format::stl ? save_stl(triangles, name, progress) : save_text(what, name, progress);
+}
+
+} // namespace
+
+bool load(model_t& model, const std::string& name, const load_context& context) {
+    const std::optional<file_format> format = format_of(name);
+    return format && load_as(model, *format, name, context);
+}
+
+bool load_as(model_t& model, file_format format, const std::string& name, const load_context& context) {
+    if (context.pictures) context.pictures->begin(name);
+    if (format == file_format::text) return load_text(model, name, context);
+    return load_stl(model.items, name, context) && open_pictures(model.items.back(), context);
+}
+
+bool load_as(model_t& model, file_format format, const std::string& name, std::string_view bytes,
+             const load_context& context) {
+    if (context.pictures) context.pictures->begin(name);
+    line_reader in(bytes);
+    if (format == file_format::text)
+        return load_blocks(&model.environment, model.items, name, in, context) > 0;
+    return read_stl(model.items, name, in, context) && open_pictures(model.items.back(), context);
 }
 
 bool save(model_t& model, const std::string& name, const progress_t& progress) {
-    return save_as(model, model.items, name, progress);
+    return save_in(format_of(name), model, model.items, name, progress);
 }
 
 bool save(surface_list& items, const std::string& name, const progress_t& progress) {
-    return save_as(items, items, name, progress);
+    return save_in(format_of(name), items, items, name, progress);
 }
 
 bool save(model_item_t& item, const std::string& name, const progress_t& progress) {
-    return save_as(item, item, name, progress);
+    return save_in(format_of(name), item, item, name, progress);
+}
+
+bool save_as(model_t& model, file_format format, const std::string& name, const progress_t& progress) {
+    return save_in(format, model, model.items, name, progress);
+}
+
+bool write_as(model_t& model, file_format format, const std::string& name, const byte_sink& sink,
+              const progress_t& progress) {
+    if (format == file_format::stl) return write_stl(model.items, name, sink, progress);
+    line_writer out(sink, progress, lines_of(model.items));
+    write_model(model, name, out);
+    return out.flush();
 }
 
 bool load_text(model_t& model, const std::string& name, const load_context& context) {
@@ -147,11 +171,8 @@ std::uint64_t load_surface_list(surface_list& items, const std::string& name, co
 }
 
 bool save_text(model_t& model, const std::string& name, const progress_t& progress) {
-    return save_lines(name, progress, lines_of(model.items), [&](line_writer& out) {
-        write_environment(model.environment, out);
-        if (!model.environment.cubetex.empty()) out.end_line();
-        save_items(model.items, name, out);
-    });
+    return save_lines(name, progress, lines_of(model.items),
+                      [&](line_writer& out) { write_model(model, name, out); });
 }
 
 bool save_text(surface_list& items, const std::string& name, const progress_t& progress) {

@@ -2,12 +2,14 @@
 // Loading and saving models, in the format that the file's name ends with: ".pmt" the text format, ".stl"
 // triangles.
 
+#include "pmt3d/format/line_writer.h"
 #include "pmt3d/format/load_context.h"
 #include "pmt3d/format/model.h"
 #include "pmt3d/format/progress.h"
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace pmt3d {
 
@@ -15,11 +17,24 @@ namespace pmt3d {
 // Saving replaces the file only when all of it could be written, and names the surfaces after the file.
 // Failures are reported in one line.
 
+enum class file_format { text, stl };
+
 // By the end of the name, exactly ".stl" or ".pmt". Anything else is reported on standard error.
 bool load(model_t& model, const std::string& name, const load_context& context);
 bool save(model_t& model, const std::string& name, const progress_t& progress = {});
 bool save(surface_list& items, const std::string& name, const progress_t& progress = {});
 bool save(model_item_t& item, const std::string& name, const progress_t& progress = {});
+
+// In this format, whatever the name. With `bytes`, these are the file, and the name is only what it is
+// called.
+bool load_as(model_t& model, file_format format, const std::string& name, const load_context& context);
+bool load_as(model_t& model, file_format format, const std::string& name, std::string_view bytes,
+             const load_context& context);
+bool save_as(model_t& model, file_format format, const std::string& name, const progress_t& progress = {});
+// Passes the file on in pieces instead of saving it. False when it could not be written, which is the
+// sink's to report, or could not be read back.
+bool write_as(model_t& model, file_format format, const std::string& name, const byte_sink& sink,
+              const progress_t& progress = {});
 
 // ---- The text format
 

@@ -4,6 +4,7 @@
 #include "libutils/number.h"
 
 #include <cstdint>
+#include <iosfwd>
 #include <string_view>
 
 namespace pmt3d {
@@ -12,7 +13,11 @@ namespace pmt3d {
 // of the line are 0. The line must come from a line_reader.
 class field_reader {
 public:
-    explicit field_reader(std::string_view values) : at_(values.data()), end_(at_ + values.size()) {}
+    // `error` is for what the evaluator of expressions reports; null: standard error.
+    explicit field_reader(std::string_view values, std::ostream* error = nullptr)
+        : at_(values.data()),
+          end_(at_ + values.size()),
+          error_(error) {}
 
     // An arithmetic expression (libutils::evaluate, with its reports).
     float expression();
@@ -25,16 +30,25 @@ public:
             at_ = stop;
         else if (ok)
             *ok = false;
+        if (stop == begin || !separated()) odd_ = true;
         skip_separator();
         return value;
     }
+    // A plain decimal number, or what programs write for others: "nan", "inf" and "infinity", with a sign and
+    // in any case.
+    float any_number(bool* ok);
     // Automatic base: 0x hexadecimal, 0 octal. "-1" is 0xFFFFFFFF; too much for 32 bits is the most they
     // hold.
     std::uint32_t integer();
     // True when it begins with "true" or is an integer other than 0.
     bool boolean();
 
+    // Whether something about the values read so far, or behind them, may be wrong and is worth a closer
+    // look. False for lines as programs write them.
+    bool odd() const { return odd_ || at_ < end_; }
+
 private:
+    bool separated() const { return at_ >= end_ || *at_ == ',' || *at_ == '\r'; }
     // The readers of numbers pass over white space themselves, but would go on into the next line.
     const char* behind_space() const {
         const char* p = at_;
@@ -48,6 +62,8 @@ private:
 
     const char* at_;
     const char* end_;
+    std::ostream* error_;
+    bool odd_ = false;
 };
 
 } // namespace pmt3d

@@ -54,6 +54,12 @@ public:
         ++number_;
     }
 
+    // Before the first line: passes over the mark that some editors put in front of UTF-8 text.
+    void skip_byte_order_mark() {
+        if (at_ == 0 && text_.starts_with(byte_order_mark)) at_ = byte_order_mark.size();
+    }
+    static constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
     // Skips raw bytes, or to the end if there are fewer; the next line begins there.
     void skip(std::uint64_t bytes);
     // Called with the position about once a megabyte.

@@ -1,6 +1,7 @@
 #pragma once
 // What the caller of a load provides.
 
+#include "pmt3d/format/load_observer.h"
 #include "pmt3d/format/picture_opener.h"
 #include "pmt3d/format/progress.h"
 #include "pmt3d/surface/frames.h"
@@ -16,6 +17,7 @@ struct load_context {
     progress_t progress{};
     std::uint64_t allowed_vertices = 0; // of NURBS surfaces, if more than vertex_limit.h allows
     picture_opener* pictures = nullptr; // null: pictures are not opened
+    load_observer* observer = nullptr;  // told what is left out
 };
 
 } // namespace pmt3d

@@ -1,6 +1,8 @@
 #pragma once
 // The layout of binary STL files, and how to tell them from text.
 
+#include "pmt3d/format/line_reader.h"
+
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -22,7 +24,8 @@ inline std::uint32_t stl_triangle_count(std::string_view bytes) {
 // Some programs begin binary headers with "solid" as well. The size identifies them; text of that size would
 // contain facets.
 inline bool is_text_stl(std::string_view bytes) {
-    if (!bytes.starts_with(stl_text_start)) return false;
+    const std::size_t begin = bytes.starts_with(line_reader::byte_order_mark) ? 3 : 0;
+    if (!bytes.substr(begin).starts_with(stl_text_start)) return false;
     if (bytes.size() < stl_prefix) return true;
     const std::uint64_t binary = stl_prefix + std::uint64_t(stl_triangle_count(bytes)) * stl_record;
     return bytes.size() < binary || (bytes.size() > binary && bytes.find("facet") != bytes.npos);

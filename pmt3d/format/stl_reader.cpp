@@ -8,7 +8,9 @@
 #include "pmt3d/format/stl_form.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <sstream>
 
 namespace pmt3d {
 
@@ -20,12 +22,35 @@ bool fail(std::ostream& error, const std::string& name, std::string_view why) {
     return libutils::report_to(error, name, why);
 }
 
+template <class... Parts>
+void tell(load_observer* observer, const file_place& place, const Parts&... parts) {
+    if (!observer) return;
+    std::ostringstream text;
+    (text << ... << parts);
+    observer->left_out(place, text.view());
+}
+
+void check_finite(load_observer& observer, const file_place& place, const render::pos3 (&corners)[3]) {
+    for (const render::pos3& c : corners)
+        if (!(std::isfinite(c.x) && std::isfinite(c.y) && std::isfinite(c.z)))
+            return observer.left_out(place, "a corner of the triangle is not finite");
+}
+
 bool read_binary(polygon_t& polygon, std::string_view bytes, const std::string& name,
                  const load_context& context) {
-    if (bytes.size() < stl_prefix) return fail(context.error, name, ": file is too short.");
+    load_observer* const observer = context.observer;
+    if (bytes.size() < stl_prefix) {
+        tell(observer, {}, "the file has ", bytes.size(), " bytes: binary STL has at least ", stl_prefix,
+             ", and text begins with \"solid\"");
+        return fail(context.error, name, ": file is too short.");
+    }
     const std::uint64_t triangles = stl_triangle_count(bytes);
-    if ((bytes.size() - stl_prefix) / stl_record < triangles)
+    const std::uint64_t there = (bytes.size() - stl_prefix) / stl_record;
+    if (there < triangles) {
+        tell(observer, {0, bytes.size(), there + 1}, "the file ends within this triangle, of ", triangles,
+             " that are announced");
         return fail(context.error, name, ": file is too short for its triangles.");
+    }
     facet_filler filler(polygon);
     if (!filler.allocate(triangles)) return false;
     const char* record = bytes.data() + stl_prefix;
@@ -33,8 +58,12 @@ bool read_binary(polygon_t& polygon, std::string_view bytes, const std::string& 
         render::pos3 corners[3];
         std::memcpy(corners, record + sizeof(render::dir3), sizeof corners);
         filler.add(corners);
+        if (observer) check_finite(*observer, {0, std::uint64_t(record - bytes.data()), t + 1}, corners);
         if (context.progress && t % 65536 == 0) context.progress(t, triangles);
     }
+    if (const std::uint64_t used = stl_prefix + triangles * stl_record; used < bytes.size())
+        tell(observer, {0, used, 0}, bytes.size() - used, " bytes behind the last of ", triangles,
+             " triangles are left out");
     return true;
 }
 
@@ -54,7 +83,10 @@ std::size_t find_in(std::string_view line) {
 
 class text_stl {
 public:
-    text_stl(line_reader& in, std::ostream& error) : in_(in), error_(error) {}
+    text_stl(line_reader& in, const load_context& context)
+        : in_(in),
+          error_(context.error),
+          observer_(context.observer) {}
 
     // The lines with a facet's key.
     std::uint64_t count() const {
@@ -71,10 +103,15 @@ public:
     }
 
     bool read_facet(facet_filler& filler) {
-        if (!find<facet_key>() || !find<loop_key>()) return fail_here();
+        ++triangle_;
+        if (!find<facet_key>()) return fail_here("its \"facet normal\" is missing");
+        if (!find<loop_key>()) return fail_here("its \"outer loop\" is missing");
         render::pos3 corners[3];
         for (render::pos3& corner : corners)
-            if (!read_plain_vertex(corner) && (!in_.next() || !read_vertex(corner))) return fail_here();
+            if (!read_plain_vertex(corner) && (!in_.next() || !read_vertex(corner)))
+                return fail_here("its \"vertex\" " + std::to_string(&corner - corners + 1) +
+                                 " of 3 is missing, or lacks a number");
+        if (observer_) check_finite(*observer_, place(), corners);
         // Where a binary record has its attribute word; all that it does here is to shorten the line
         // "endloop".
         in_.skip(2);
@@ -82,13 +119,40 @@ public:
         return true;
     }
 
+    // Behind the last facet, for an observer.
+    void check_rest() {
+        while (in_.next())
+            check_skipped();
+        if (!ended_) observer_->left_out({in_.number()}, "the file ends without \"endsolid\"");
+    }
+
 private:
     // Goes on to the line that holds the key.
     template <const std::string_view& key>
     bool find() {
-        while (in_.next())
+        while (in_.next()) {
             if (find_in<key>(in_.line()) != std::string_view::npos) return true;
+            if (observer_) check_skipped();
+        }
         return false;
+    }
+
+    // Tells of the current line unless it belongs to the form. The first two characters of "endloop" are
+    // gone when nothing stands in front of it.
+    void check_skipped() {
+        std::string_view line = in_.line();
+        if (in_.number() == 1 && line.starts_with(line_reader::byte_order_mark)) line.remove_prefix(3);
+        const std::size_t begin = line.find_first_not_of(" \t\r");
+        if (begin == line.npos) return;
+        line.remove_prefix(begin);
+        if (line.starts_with("endfacet") || line.starts_with("endloop") || line.starts_with("dloop")) return;
+        const bool ends = line.starts_with("endsolid");
+        if (ends || line.starts_with("solid")) {
+            ended_ = ends;
+            return;
+        }
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        tell(observer_, {in_.number()}, "unknown line: ", line.substr(0, 1000));
     }
 
     // The line as nearly all programs write it: blanks, the key, three numbers with one character behind
@@ -119,37 +183,53 @@ private:
         if (at == std::string_view::npos) return false;
         bool ok = true;
         field_reader fields(in_.line().substr(at + vertex_key.size()));
-        corner = {fields.decimal(&ok), fields.decimal(&ok), fields.decimal(&ok)};
+        corner = {fields.any_number(&ok), fields.any_number(&ok), fields.any_number(&ok)};
         return ok;
     }
 
-    bool fail_here() {
+    file_place place() const { return {in_.number(), 0, triangle_}; }
+
+    bool fail_here(const std::string& what) {
         in_.check_whole();
+        tell(observer_, place(), what);
         return fail(error_, "num: ", std::to_string(in_.number()));
     }
 
     line_reader& in_;
     std::ostream& error_;
+    load_observer* observer_;
+    std::uint64_t triangle_ = 0; // from 1
+    bool ended_ = false;         // whether "endsolid" was the last to begin or end a solid
 };
 
 bool read_text(polygon_t& polygon, line_reader& in, const load_context& context) {
-    text_stl text(in, context.error);
+    text_stl text(in, context);
     const std::uint64_t facets = text.count();
     facet_filler filler(polygon);
     if (!filler.allocate(facets)) return false;
     in.set_progress(context.progress);
     for (std::uint64_t facet = 0; facet < facets; ++facet)
         if (!text.read_facet(filler)) return false;
+    if (context.observer) text.check_rest();
     return true;
 }
 
 } // namespace
 
-bool load_stl(surface_list& items, const std::string& name, const load_context& context) try {
+bool load_stl(surface_list& items, const std::string& name, const load_context& context) {
     line_reader in;
-    if (!in.open(name)) return fail(context.error, name, ": file open error.");
+    if (in.open(name)) return read_stl(items, name, in, context);
+    tell(context.observer, {}, "file open error.");
+    return fail(context.error, name, ": file open error.");
+}
+
+bool read_stl(surface_list& items, const std::string& name, line_reader& in,
+              const load_context& context) try {
     const std::string_view bytes = in.text();
-    if (bytes.size() < stl_text_start.size()) return fail(context.error, name, ": file is too short.");
+    if (bytes.size() < stl_text_start.size()) {
+        tell(context.observer, {}, "the file has ", bytes.size(), " bytes");
+        return fail(context.error, name, ": file is too short.");
+    }
     model_item_t& item = items.emplace_back();
     const bool done = is_text_stl(bytes) ? read_text(item.polygon, in, context)
                                          : read_binary(item.polygon, bytes, name, context);
@@ -158,6 +238,7 @@ bool load_stl(surface_list& items, const std::string& name, const load_context& 
     item.polygon.rebuildpolyids(name);
     return true;
 } catch (const file_cut_short& cut) {
+    tell(context.observer, {in.number()}, "the file was cut short while it was read");
     return fail(context.error, cut.what(), "");
 }
 

@@ -6,8 +6,9 @@
 #include "render/math/operations.h"
 
 #include <algorithm>
-#include <cmath>
+#include <charconv>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 namespace pmt3d {
@@ -46,15 +47,15 @@ std::uint64_t count_facets(const item_pointers& items) {
     return count;
 }
 
-bool save_binary(const item_pointers& items, const std::string& name, const progress_t& progress) {
-    file_saver file(name);
-    if (!file.is_open()) return false;
+bool write_binary(const item_pointers& items, const std::string& name, const byte_sink& sink,
+                  const progress_t& progress) {
     std::string bytes = name.starts_with(stl_text_start) ? ' ' + name : name;
     bytes.resize(stl_header, '\0');
     const std::uint64_t facets = count_facets(items);
     const auto count = std::uint32_t(facets);
     bytes.append(reinterpret_cast<const char*>(&count), sizeof count);
     std::uint64_t written = 0;
+    bool good = true;
     for_each_facet(items, [&](const render::dir3& normal, const render::pos3(&corners)[3]) {
         char record[stl_record] = {};
         std::memcpy(record, &normal, sizeof normal);
@@ -62,50 +63,76 @@ bool save_binary(const item_pointers& items, const std::string& name, const prog
         bytes.append(record, stl_record);
         ++written;
         if (bytes.size() < 65536) return;
-        file.write(bytes);
+        good = good && sink(bytes);
         bytes.clear();
         if (progress) progress(written, facets);
     });
-    file.write(bytes);
+    return good && sink(bytes);
+}
+
+// As few digits as give the same number again. Others than finite ones are "nan", "inf" and "-inf".
+void append(std::string& text, float value) {
+    char digits[32];
+    text.append(digits, std::to_chars(digits, std::end(digits), value).ptr);
+}
+
+bool write_text(const item_pointers& items, const std::string& name, const byte_sink& sink,
+                const progress_t& progress) {
+    line_writer out(sink, progress, 7 * count_facets(items) + 2);
+    std::string line;
+    const auto numbers = [&](std::string_view key, const auto& v) {
+        line = key;
+        for (const float number : {v.x, v.y, v.z}) {
+            line += ' ';
+            append(line, number);
+        }
+        out.text(line).end_line();
+    };
+    out.text("solid ").text(std::string_view(name).substr(0, name.find_first_of("\r\n"))).end_line();
+    for_each_facet(items, [&](const render::dir3& normal, const render::pos3(&corners)[3]) {
+        numbers("facet normal", normal);
+        out.text("  outer loop").end_line();
+        for (const render::pos3& corner : corners)
+            numbers("    vertex", corner);
+        out.text("  endloop").end_line();
+        out.text("endfacet").end_line();
+    });
+    out.text("endsolid ").end_line();
+    return out.flush();
+}
+
+// Puts the file in place when all of it could be written.
+template <class Write>
+bool save(const item_pointers& items, const std::string& name, const progress_t& progress, Write&& write) {
+    file_saver file(name);
+    if (!file.is_open()) return false;
+    write(
+        items, name, [&](std::string_view bytes) { return file.write(bytes); }, progress);
     return file.commit();
 }
 
 } // namespace
 
 bool save_stl(const surface_list& items, const std::string& name, const progress_t& progress) {
-    return save_binary(pointers(items), name, progress);
+    return save(pointers(items), name, progress, write_binary);
 }
 
 bool save_stl(const model_item_t& item, const std::string& name, const progress_t& progress) {
-    return save_binary({&item}, name, progress);
+    return save({&item}, name, progress, write_binary);
 }
 
 bool save_stl_text(const surface_list& items, const std::string& name, const progress_t& progress) {
-    const item_pointers all = pointers(items);
-    file_saver file(name);
-    if (!file.is_open()) return false;
-    line_writer out([&](std::string_view text) { return file.write(text); }, progress,
-                    7 * count_facets(all) + 2);
-    const auto numbers = [&](const auto& v) { out.number(v.x).text(" ").number(v.y).text(" ").number(v.z); };
-    out.text("solid ").text(std::string_view(name).substr(0, name.find_first_of("\r\n"))).end_line();
-    for_each_facet(all, [&](const render::dir3& normal, const render::pos3(&corners)[3]) {
-        out.text("facet normal ");
-        numbers(normal);
-        out.end_line();
-        out.text("  outer loop").end_line();
-        for (const render::pos3& corner : corners) {
-            out.text("    vertex ");
-            numbers(corner);
-            if (!(std::isfinite(corner.x) && std::isfinite(corner.y) && std::isfinite(corner.z)))
-                out.refuse();
-            out.end_line();
-        }
-        out.text("  endloop").end_line();
-        out.text("endfacet").end_line();
-    });
-    out.text("endsolid ").end_line();
-    out.flush();
-    return !out.refused() && file.commit();
+    return save(pointers(items), name, progress, write_text);
+}
+
+bool write_stl(const surface_list& items, const std::string& name, const byte_sink& sink,
+               const progress_t& progress) {
+    return write_binary(pointers(items), name, sink, progress);
+}
+
+bool write_stl_text(const surface_list& items, const std::string& name, const byte_sink& sink,
+                    const progress_t& progress) {
+    return write_text(pointers(items), name, sink, progress);
 }
 
 } // namespace pmt3d

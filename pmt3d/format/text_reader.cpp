@@ -2,6 +2,8 @@
 
 #include "libutils/report.h"
 #include "pmt3d/format/fields.h"
+#include "pmt3d/format/line_check.h"
+#include "pmt3d/format/load_observer.h"
 #include "pmt3d/format/vertex_limit.h"
 #include "pmt3d/surface/nurbs.h"
 #include "pmt3d/surface/polygon.h"
@@ -10,6 +12,8 @@
 #include <cmath>
 #include <ostream>
 #include <span>
+#include <sstream>
+#include <utility>
 
 namespace pmt3d {
 
@@ -75,55 +79,55 @@ const key_text* find_key(std::string_view line, std::span<const key_text> keys) 
 constexpr key_text polygon_keys[] = {
     {"end", key::end},
     {"resolution", key::resolution},
-    {"color", key::color, ": color parm is not set. "},
-    {"fcolor", key::fcolor, ": fcolor parm is not set. "},
-    {"texcoord", key::texcoord, ": texcoord parm is not set. "},
-    {"position", key::position, ": position parm is not set. "},
-    {"circle", key::circle, ": circle parm is not set. "},
-    {"sphere", key::sphere, ": sphere parm is not set. "},
-    {"element", key::element, ": element parm is not set. "},
-    {"tangent", key::tangent, ": tangent parm is not set. "},
-    {"binormal", key::binormal, ": binormal parm is not set. "},
-    {"normal", key::normal, ": normal parm is not set. "},
-    {"texture", key::texture, ": texture path is not set. "},
-    {"texfilter", key::texfilter, ": texfilter is not set. "},
-    {"mipmap", key::mipmap, ": mipmap is not set. "},
-    {"nearlinear", key::nearlinear, ": nearlinear is not set. "},
-    {"maglinear", key::maglinear, ": maglinear is not set. "},
-    {"refractfactor", key::refractfactor, ": refractfactor is not set. "},
-    {"aniso", key::aniso, ": aniso parm is not set. "},
-    {"bumptex", key::bumpmap, ": bumpmap path is not set. "},
-    {"bumpmap", key::bumpmap, ": bumpmap path is not set. "},
-    {"bumpofs", key::bumpofs, ": bumpofs parm is not set. "},
-    {"bump2mono", key::bump2mono, ": bump2mono parm is not set. "},
-    {"specular", key::specular, ": specular path is not set. "},
-    {"mercatorsphere", key::mercatorsphere, ": mercatorsphere parm is not set. "},
+    {"color", key::color, "color parm is not set. "},
+    {"fcolor", key::fcolor, "fcolor parm is not set. "},
+    {"texcoord", key::texcoord, "texcoord parm is not set. "},
+    {"position", key::position, "position parm is not set. "},
+    {"circle", key::circle, "circle parm is not set. "},
+    {"sphere", key::sphere, "sphere parm is not set. "},
+    {"element", key::element, "element parm is not set. "},
+    {"tangent", key::tangent, "tangent parm is not set. "},
+    {"binormal", key::binormal, "binormal parm is not set. "},
+    {"normal", key::normal, "normal parm is not set. "},
+    {"texture", key::texture, "texture path is not set. "},
+    {"texfilter", key::texfilter, "texfilter is not set. "},
+    {"mipmap", key::mipmap, "mipmap is not set. "},
+    {"nearlinear", key::nearlinear, "nearlinear is not set. "},
+    {"maglinear", key::maglinear, "maglinear is not set. "},
+    {"refractfactor", key::refractfactor, "refractfactor is not set. "},
+    {"aniso", key::aniso, "aniso parm is not set. "},
+    {"bumptex", key::bumpmap, "bumpmap path is not set. "},
+    {"bumpmap", key::bumpmap, "bumpmap path is not set. "},
+    {"bumpofs", key::bumpofs, "bumpofs parm is not set. "},
+    {"bump2mono", key::bump2mono, "bump2mono parm is not set. "},
+    {"specular", key::specular, "specular path is not set. "},
+    {"mercatorsphere", key::mercatorsphere, "mercatorsphere parm is not set. "},
 };
 
 constexpr key_text nurbs_keys[] = {
     {"end", key::end},
-    {"resolution", key::resolution, ": resolution parm is not set. "},
-    {"color", key::color, ": color parm is not set. "},
-    {"fcolor", key::fcolor, ": fcolor parm is not set. "},
-    {"knot1", key::knot1, ": knot1 parm is not set. "},
-    {"knot2", key::knot2, ": knot2 parm is not set. "},
-    {"weight", key::weight, ": weight parm is not set. "},
-    {"position", key::position, ": position parm is not set. "},
-    {"circle", key::circle, ": circle parm is not set. "},
-    {"sphere", key::sphere, ": sphere parm is not set. "},
-    {"texture", key::texture, ": texture path is not set. "},
-    {"texfilter", key::texfilter, ": texfilter is not set. "},
-    {"mipmap", key::mipmap, ": is_mipmap is not set. "},
-    {"nearlinear", key::nearlinear, ": nearlinear is not set. "},
-    {"maglinear", key::maglinear, ": maglinear is not set. "},
-    {"refractfactor", key::refractfactor, ": refractfactor is not set. "},
-    {"aniso", key::aniso, ": aniso parm is not set. "},
-    {"bumptex", key::bumpmap, ": bumpmap path is not set. "},
-    {"bumpmap", key::bumpmap, ": bumpmap path is not set. "},
-    {"bumpofs", key::bumpofs, ": bumpofs parm is not set. "},
-    {"bump2mono", key::bump2mono, ": bump2mono parm is not set. "},
-    {"specular", key::specular, ": specular path is not set. "},
-    {"mercatorsphere", key::mercatorsphere, ": mercatorsphere parm is not set. "},
+    {"resolution", key::resolution, "resolution parm is not set. "},
+    {"color", key::color, "color parm is not set. "},
+    {"fcolor", key::fcolor, "fcolor parm is not set. "},
+    {"knot1", key::knot1, "knot1 parm is not set. "},
+    {"knot2", key::knot2, "knot2 parm is not set. "},
+    {"weight", key::weight, "weight parm is not set. "},
+    {"position", key::position, "position parm is not set. "},
+    {"circle", key::circle, "circle parm is not set. "},
+    {"sphere", key::sphere, "sphere parm is not set. "},
+    {"texture", key::texture, "texture path is not set. "},
+    {"texfilter", key::texfilter, "texfilter is not set. "},
+    {"mipmap", key::mipmap, "is_mipmap is not set. "},
+    {"nearlinear", key::nearlinear, "nearlinear is not set. "},
+    {"maglinear", key::maglinear, "maglinear is not set. "},
+    {"refractfactor", key::refractfactor, "refractfactor is not set. "},
+    {"aniso", key::aniso, "aniso parm is not set. "},
+    {"bumptex", key::bumpmap, "bumpmap path is not set. "},
+    {"bumpmap", key::bumpmap, "bumpmap path is not set. "},
+    {"bumpofs", key::bumpofs, "bumpofs parm is not set. "},
+    {"bump2mono", key::bump2mono, "bump2mono parm is not set. "},
+    {"specular", key::specular, "specular path is not set. "},
+    {"mercatorsphere", key::mercatorsphere, "mercatorsphere parm is not set. "},
 };
 
 constexpr key_text environment_keys[] = {
@@ -135,15 +139,122 @@ constexpr key_text environment_keys[] = {
     {"refractfactor", key::refractfactor},
 };
 
-// One diagnostic, with the number of the current line in front.
-template <class... Parts>
-void complain(std::ostream& error, const line_reader& in, const Parts&... parts) {
-    libutils::report_to(error, in.number(), parts...);
+// The values of a key's line, as check_values() wants them.
+std::string_view kinds_of(key which) {
+    switch (which) {
+    case key::end:
+        return "";
+    case key::resolution:
+        return "ii";
+    case key::color:
+        return "iiii";
+    case key::fcolor:
+        return "eeee";
+    case key::texcoord:
+        return "ee";
+    case key::position:
+    case key::circle:
+    case key::sphere:
+        return "eee";
+    case key::knot1:
+    case key::knot2:
+    case key::weight:
+        return "d";
+    case key::element:
+        return "i";
+    case key::tangent:
+    case key::binormal:
+    case key::normal:
+        return "ddd";
+    case key::texture:
+    case key::bumpmap:
+    case key::specular:
+    case key::cubetex:
+        return "p";
+    case key::texfilter:
+        return "bbb";
+    case key::refractfactor:
+    case key::aniso:
+    case key::reflectalpha:
+    case key::refractalpha:
+        return "e";
+    default:
+        return "b";
+    }
 }
 
-void complain_line(std::ostream& error, const line_reader& in, std::string_view message) {
-    report_line(error, std::to_string(in.number()).append(message), in.line());
-}
+// Where the diagnostics of a block go.
+class reporter {
+public:
+    reporter(const line_reader& in, std::ostream& error, load_observer* observer)
+        : in_(in),
+          error_(error),
+          observer_(observer) {
+        if (observer) silence_.emplace(nullptr);
+    }
+
+    bool is_observed() const { return observer_ != nullptr; }
+    // For what libutils::evaluate says, which check_line() will repeat.
+    std::ostream* evaluation() { return silence_ ? &*silence_ : nullptr; }
+
+    // One diagnostic, with the number of the current line in front.
+    template <class... Parts>
+    void complain(const Parts&... parts) {
+        libutils::report_to(error_, in_.number(), ": ", parts...);
+        if (observer_) tell_parts(parts...);
+    }
+    // One that repeats the line.
+    void complain_line(std::string_view message) {
+        report(std::to_string(in_.number()).append(": ").append(message), message);
+    }
+    void unknown_line() { report("unknown line: ", "unknown line: "); }
+
+    // For the observer alone.
+    void tell(std::string_view text) {
+        if (observer_) observer_->left_out({in_.number()}, text);
+    }
+    void check_line(key which, std::string_view value) {
+        const std::string_view kinds = kinds_of(which);
+        check_values(value, kinds, [&](const std::string& wrong) { tell_line(wrong); });
+    }
+    void tell_line(std::string_view message) {
+        std::string_view line = in_.line();
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        tell_parts(message, ", in \"", line.substr(0, longest), '"');
+    }
+    void picture(const std::string& path) {
+        if (observer_ && !path.empty()) observer_->named_picture(in_.number(), path);
+    }
+
+private:
+    static constexpr std::size_t longest = 1000; // nobody reads more
+
+    template <class... Parts>
+    void tell_parts(const Parts&... parts) {
+        std::ostringstream text;
+        (text << ... << parts);
+        tell(text.view());
+    }
+    void report(std::string_view stated, std::string_view told) {
+        std::string_view line = in_.line(), text = line;
+        if (text.ends_with('\r')) text.remove_suffix(1);
+        if (text_mode) line = text;
+        const auto beginning = [](std::string_view whole) { return whole.substr(0, longest); };
+        libutils::report_to(error_, stated, beginning(line), line.size() > longest ? "..." : "");
+        if (observer_) tell_parts(told, beginning(text));
+    }
+
+    // Windows' own streams put a '\r' before every '\n'.
+#ifdef _WIN32
+    static constexpr bool text_mode = true;
+#else
+    static constexpr bool text_mode = false;
+#endif
+    const line_reader& in_;
+    std::ostream& error_;
+    load_observer* observer_;
+    std::optional<std::ostream> silence_;
+};
 
 // What stands behind the first blank; an empty stretch at the line's end when there is none.
 std::string_view value_of(std::string_view line) {
@@ -160,10 +271,11 @@ std::string_view behind_comma(std::string_view text) {
 constexpr std::size_t longest_path = 65536;
 
 // Takes the rest of the current line as a path.
-void read_path(std::string& path, std::string_view value, const line_reader& in, std::ostream& error) {
+void read_path(std::string& path, std::string_view value, reporter& report) {
     if (value.ends_with('\r')) value.remove_suffix(1);
-    if (value.size() > longest_path) return complain_line(error, in, ": path is too long: ");
+    if (value.size() > longest_path) return report.complain_line("path is too long: ");
     path = value;
+    report.picture(path);
 }
 
 // A count from a header, of things that take at least so many bytes each.
@@ -199,10 +311,11 @@ render::pos3 on_sphere(field_reader& fields) {
 // What polygon and NURBS blocks have in common: the colour, points, and the pictures' options.
 class surface_block {
 public:
-    surface_block(line_reader& in, libgr::texture_options& texture, std::ostream& error)
+    surface_block(line_reader& in, libgr::texture_options& texture, std::ostream& error,
+                  load_observer* observer)
         : in_(in),
           texture_(texture),
-          error_(error) {}
+          report_(in, error, observer) {}
 
 protected:
     // Goes on to the next line that has a key and, where it needs one, a value. Null at the end of the text;
@@ -212,18 +325,39 @@ protected:
             const std::string_view line = in_.line();
             const key_text* k = find_key(line, keys);
             if (!k) {
-                if (!is_blank_or_comment(line)) complain_line(error_, in_, ": illegal command: ");
+                if (!is_blank_or_comment(line)) report_.complain_line("illegal command: ");
             } else if (!k->missing.empty() && line.find(' ') == line.npos)
-                complain_line(error_, in_, k->missing);
+                report_.complain_line(k->missing);
             else
                 return k;
         }
+        report_.tell("the file ends before the block's \"end\"");
         return nullptr;
+    }
+    // What follows the header's first comma: so many counts. No data: there is no comma.
+    std::string_view counts(std::string_view kinds) {
+        const std::string_view text = behind_comma(in_.line());
+        if (!text.data())
+            report_.tell("the header has no counts: " + std::string(in_.line().substr(0, 100)));
+        else if (report_.is_observed())
+            check_values(text, kinds, [&](const std::string& wrong) { report_.tell("header: " + wrong); });
+        return text;
+    }
+    field_reader fields_of(std::string_view value) { return field_reader(value, report_.evaluation()); }
+    // For an observed block, behind each line.
+    void check_line(key which, std::string_view value, const field_reader& fields) {
+        const std::string_view kinds = kinds_of(which);
+        if (fields.odd() || kinds[0] == 'p' || kinds[0] == 'b') report_.check_line(which, value);
+    }
+    void check_point(const render::pos3& p) { check_finite(p.x, p.y, p.z); }
+    template <class... Numbers>
+    void check_finite(Numbers... numbers) {
+        const auto is_finite = [](float x) { return x - x == 0.0f; };
+        if (!(... && is_finite(numbers))) report_.tell_line("a number is not finite");
     }
 
     // The keys that both kinds of block know.
-    void common_key(key which, std::string_view value) {
-        field_reader fields(value);
+    void common_key(key which, std::string_view value, field_reader& fields) {
         switch (which) {
         case key::color:
             color_ = {byte_color(fields), byte_color(fields), byte_color(fields), byte_color(fields)};
@@ -232,7 +366,7 @@ protected:
             color_ = {fields.expression(), fields.expression(), fields.expression(), fields.expression()};
             break;
         case key::texture:
-            read_path(texture_.texture, value, in_, error_);
+            read_path(texture_.texture, value, report_);
             break;
         case key::texfilter:
             texture_filter(value);
@@ -253,7 +387,7 @@ protected:
             texture_.aniso = fields.expression();
             break;
         case key::bumpmap:
-            read_path(texture_.bumpmap, value, in_, error_);
+            read_path(texture_.bumpmap, value, report_);
             break;
         case key::bumpofs:
             texture_.bumpofs = fields.boolean();
@@ -262,7 +396,7 @@ protected:
             texture_.bump2mono = fields.boolean();
             break;
         case key::specular:
-            read_path(texture_.specular, value, in_, error_);
+            read_path(texture_.specular, value, report_);
             break;
         case key::mercatorsphere:
             texture_.mercatorsphere = fields.boolean();
@@ -281,48 +415,51 @@ protected:
     // True when there are as many as announced. `what` and `whats` are the words of the message.
     bool complete(std::uint64_t read, std::uint64_t expected, const char* what, const char* whats) {
         if (read >= expected) return true;
-        complain(error_, in_, ": ", what, "(", read, ") < ", expected, ": too few ", whats, ".");
+        report_.complain(what, "(", read, ") < ", expected, ": too few ", whats, ".");
         return false;
     }
     // True when there is room for one more.
     bool room(std::uint64_t read, std::uint64_t expected, const char* what) {
         if (read < expected) return true;
-        complain(error_, in_, ": ", what, "(", read, ") >= ", expected, " over.");
+        report_.complain(what, "(", read, ") >= ", expected, " over.");
+        over_ = true;
         return false;
     }
 
     line_reader& in_;
     libgr::texture_options& texture_;
-    std::ostream& error_;
+    reporter report_;
     render::col3a color_ = default_color;
+    bool over_ = false; // whether the line had no room
 
 private:
     void texture_filter(std::string_view value) {
         texture_.mipmap = field_reader(value).boolean();
         const std::string_view near = behind_comma(value);
-        if (!near.data()) return complain_line(error_, in_, ": nearlinear is not set. ");
+        if (!near.data()) return report_.complain_line("nearlinear is not set. ");
         texture_.nearlinear = field_reader(near).boolean();
         const std::string_view mag = behind_comma(near);
-        if (!mag.data()) return complain_line(error_, in_, ": maglinear is not set. ");
+        if (!mag.data()) return report_.complain_line("maglinear is not set. ");
         texture_.maglinear = field_reader(mag).boolean();
     }
 };
 
 class polygon_block : surface_block {
 public:
-    polygon_block(polygon_t& polygon, line_reader& in, libgr::texture_options& texture, std::ostream& error)
-        : surface_block(in, texture, error),
+    polygon_block(polygon_t& polygon, line_reader& in, libgr::texture_options& texture, std::ostream& error,
+                  load_observer* observer)
+        : surface_block(in, texture, error, observer),
           polygon_(polygon) {}
 
     bool read() {
-        const std::string_view counts = behind_comma(in_.line());
-        if (!counts.data()) return false;
-        field_reader fields(counts);
+        const std::string_view announced = counts("ii");
+        if (!announced.data()) return false;
+        field_reader fields(announced);
         const std::uint32_t vertices = fields.integer(), elements = fields.integer();
         // The shortest lines are "circle \n" and "element \n".
         if (!plausible(vertices, 8, in_) || !plausible(elements, 9, in_) ||
             !polygon_.allocate(vertices, elements)) {
-            complain(error_, in_, ": polygon allocate error.");
+            report_.complain("polygon allocate error.");
             return false;
         }
         vertices_ = polygon_.edit_vertices();
@@ -338,7 +475,7 @@ public:
 private:
     void line(key which) {
         const std::string_view value = value_of(in_.line());
-        field_reader fields(value);
+        field_reader fields = fields_of(value);
         switch (which) {
         case key::resolution:
             break; // of no use to a surface of triangles
@@ -368,8 +505,47 @@ private:
                 frames_[normal_count_++].normal = read_direction(fields);
             break;
         default:
-            common_key(which, value);
+            common_key(which, value, fields);
         }
+        if (report_.is_observed() && which != key::resolution) check_line(which, value, fields);
+    }
+
+    void check_line(key which, std::string_view value, const field_reader& fields) {
+        surface_block::check_line(which, value, fields);
+        if (std::exchange(over_, false)) return;
+        const auto check_last = [this](std::uint64_t count, const auto& direction_of) {
+            const render::dir3& d = direction_of(frames_[count - 1]);
+            check_finite(d.x, d.y, d.z);
+        };
+        switch (which) {
+        case key::texcoord:
+            check_finite(texcoord_.s, texcoord_.t);
+            break;
+        case key::position:
+        case key::circle:
+        case key::sphere:
+            check_point(vertices_[vertex_count_ - 1].position);
+            break;
+        case key::element:
+            check_index(elements_[element_count_ - 1]);
+            break;
+        case key::tangent:
+            check_last(tangent_count_, [](const frame_t& f) -> const render::dir3& { return f.tangent; });
+            break;
+        case key::binormal:
+            check_last(binormal_count_, [](const frame_t& f) -> const render::dir3& { return f.binormal; });
+            break;
+        case key::normal:
+            check_last(normal_count_, [](const frame_t& f) -> const render::dir3& { return f.normal; });
+            break;
+        default:
+            break;
+        }
+    }
+    void check_index(element_t index) {
+        if (index < vertices_.size() || index == strip_end) return;
+        report_.tell("element " + std::to_string(index) + " is beyond the " +
+                     std::to_string(vertices_.size()) + " vertices");
     }
 
     bool check() {
@@ -392,21 +568,22 @@ private:
 
 class nurbs_block : surface_block {
 public:
-    nurbs_block(nurbs_t& nurbs, line_reader& in, libgr::texture_options& texture, std::ostream& error)
-        : surface_block(in, texture, error),
+    nurbs_block(nurbs_t& nurbs, line_reader& in, libgr::texture_options& texture, std::ostream& error,
+                load_observer* observer)
+        : surface_block(in, texture, error, observer),
           nurbs_(nurbs) {}
 
     // False: give up at once. Otherwise complete() tells whether everything was there.
     bool read() {
-        const std::string_view counts = behind_comma(in_.line());
-        if (!counts.data()) return false;
-        field_reader fields(counts);
+        const std::string_view announced = counts("iiii");
+        if (!announced.data()) return false;
+        field_reader fields(announced);
         const std::uint64_t m = fields.integer(), k1 = fields.integer();
         const std::uint64_t n = fields.integer(), k2 = fields.integer();
         // The shortest lines are "knot1 \n", "weight \n" and "circle \n".
         if (!plausible_table(n, m + k1, 7) || !plausible_table(m, n + k2, 7) || !plausible_table(n, m, 8) ||
             !nurbs_.allocate(m, k1, n, k2)) {
-            complain(error_, in_, ": nurbs allocate error.");
+            report_.complain("nurbs allocate error.");
             return false;
         }
         while (const key_text* k = next(nurbs_keys)) {
@@ -430,7 +607,13 @@ private:
 
     bool line(key which) {
         const std::string_view value = value_of(in_.line());
-        field_reader fields(value);
+        field_reader fields = fields_of(value);
+        if (!take(which, value, fields)) return false;
+        if (report_.is_observed()) check_line(which, value, fields);
+        return true;
+    }
+
+    bool take(key which, std::string_view value, field_reader& fields) {
         switch (which) {
         case key::resolution: {
             const std::uint32_t u = fields.integer(), v = fields.integer();
@@ -450,8 +633,26 @@ private:
             nurbs_.points()[point_count_++] = {point(which, fields), color_};
             return true;
         default:
-            common_key(which, value);
+            common_key(which, value, fields);
             return true;
+        }
+    }
+
+    void check_line(key which, std::string_view value, const field_reader& fields) {
+        surface_block::check_line(which, value, fields);
+        switch (which) {
+        case key::knot1:
+            return check_finite(nurbs_.knots1()[knot1_count_ - 1]);
+        case key::knot2:
+            return check_finite(nurbs_.knots2()[knot2_count_ - 1]);
+        case key::weight:
+            return check_finite(nurbs_.weights()[weight_count_ - 1]);
+        case key::position:
+        case key::circle:
+        case key::sphere:
+            return check_point(nurbs_.points()[point_count_ - 1].position);
+        default:
+            return;
         }
     }
 
@@ -477,7 +678,9 @@ private:
 } // namespace
 
 std::uint64_t read_blocks(line_reader& in, std::ostream& error,
-                          const std::function<std::optional<bool>()>& read_block) try {
+                          const std::function<std::optional<bool>()>& read_block,
+                          load_observer* observer) try {
+    reporter report(in, error, observer);
     std::uint64_t blocks = 0;
     while (in.next()) {
         const std::optional<bool> read = read_block();
@@ -485,48 +688,51 @@ std::uint64_t read_blocks(line_reader& in, std::ostream& error,
         if (read)
             ++blocks;
         else if (!is_blank_or_comment(in.line()))
-            report_line(error, "unknown line: ", in.line());
+            report.unknown_line();
     }
+    if (blocks == 0 && observer) observer->left_out({}, "the file has no surface and no environment");
     return blocks;
 } catch (const file_cut_short& cut) {
     libutils::report_to(error, cut.what());
+    if (observer) observer->left_out({in.number()}, "the file was cut short while it was read");
     return 0;
 }
 
-void report_line(std::ostream& error, std::string_view message, std::string_view line) {
-    constexpr std::size_t longest = 1000; // nobody reads more
-    libutils::report_to(error, message, line.substr(0, longest), line.size() > longest ? "..." : "");
-}
-
 bool read_polygon_block(const std::string& name, libgr::texture_options& texture, polygon_t& polygon,
-                        line_reader& in, std::ostream& error) {
-    if (!polygon_block(polygon, in, texture, error).read()) return false;
+                        line_reader& in, std::ostream& error, load_observer* observer) {
+    if (!polygon_block(polygon, in, texture, error, observer).read()) return false;
     polygon.rebuildpolyids(name);
     return true;
 }
 
-// Tells why a tessellation is refused that asks for more than the limit.
-static void explain_refusal(std::uint64_t line, std::uint64_t number, std::uint64_t vertices,
-                            const vertex_limit& limit, std::ostream& error) {
+// Why a tessellation is refused that asks for more than the limit.
+static std::string refusal(std::uint64_t number, std::uint64_t vertices, const vertex_limit& limit) {
+    using std::to_string;
+    const std::string asked =
+        "surface " + to_string(number) + " asks for " + to_string(vertices) + " vertices: ";
     if (vertices > nurbs_t::most_vertices)
-        libutils::report_to(error, line, ": surface ", number, " asks for ", vertices,
-                            " vertices: a surface has at most ", nurbs_t::most_vertices, '.');
-    else
-        libutils::report_to(error, line, ": surface ", number, " asks for ", vertices,
-                            " vertices: ", limit.left(), " are left of the ", limit.most(),
-                            " that this file may have (pmt3d --vertices N allows N).");
+        return asked + "a surface has at most " + to_string(nurbs_t::most_vertices) + '.';
+    return asked + to_string(limit.left()) + " are left of the " + to_string(limit.most()) +
+           " that this file may have (pmt3d --vertices N allows N).";
 }
 
 bool read_nurbs_block(const std::string& name, nurbs_t& nurbs, libgr::texture_options& texture,
                       polygon_t& polygon, const frame_update& frames, std::uint64_t number,
-                      vertex_limit& limit, line_reader& in, std::ostream& error) {
+                      vertex_limit& limit, line_reader& in, std::ostream& error, load_observer* observer) {
     const std::uint64_t first_line = in.number();
-    nurbs_block block(nurbs, in, texture, error);
+    nurbs_block block(nurbs, in, texture, error, observer);
     if (!block.read()) return false;
     const std::uint64_t vertices = std::uint64_t(nurbs.resolution_u()) * nurbs.resolution_v();
-    if (vertices > limit.left()) explain_refusal(first_line, number, vertices, limit, error);
-    if (!nurbs.afterload(name) || !nurbs.MakeVertices5(polygon, limit.left()))
+    if (vertices > limit.left()) {
+        const std::string why = refusal(number, vertices, limit);
+        libutils::report_to(error, first_line, ": ", why);
+        if (observer) observer->left_out({first_line}, why);
+    }
+    if (!nurbs.afterload(name) || !nurbs.MakeVertices5(polygon, limit.left())) {
+        if (observer && vertices <= limit.left())
+            observer->left_out({first_line}, "the surface cannot be tessellated");
         return libutils::report_to(error, "nurbs.makeVertices() error.");
+    }
     limit.take(vertices);
     nurbs.updateVertices(polygon);
     if (frames)
@@ -543,31 +749,34 @@ std::optional<model_item_t::kind_t> surface_kind(std::string_view line) {
 }
 
 bool read_surface_block(const std::string& name, model_item_t& item, std::uint64_t number,
-                        const frame_update& frames, vertex_limit& limit, line_reader& in,
-                        std::ostream& error) {
+                        const frame_update& frames, vertex_limit& limit, line_reader& in, std::ostream& error,
+                        load_observer* observer) {
     if (item.kind == model_item_t::kind_t::nurbs)
         return read_nurbs_block(name, item.nurbs, item.texture, item.polygon, frames, number, limit, in,
-                                error);
-    return read_polygon_block(name, item.texture, item.polygon, in, error);
+                                error, observer);
+    return read_polygon_block(name, item.texture, item.polygon, in, error, observer);
 }
 
-bool read_environment_block(libgr::environment_options& environment, line_reader& in, std::ostream& error) {
+bool read_environment_block(libgr::environment_options& environment, line_reader& in, std::ostream& error,
+                            load_observer* observer) {
+    reporter report(in, error, observer);
     if (!in.line().starts_with(environment_header))
         return libutils::report_to(error, "not 'begin environment'.");
     while (in.next()) {
         const std::string_view line = in.line();
         const key_text* k = find_key(line, environment_keys);
         if (!k) {
-            if (!is_blank_or_comment(line)) complain_line(error, in, ": illegal command: ");
+            if (!is_blank_or_comment(line)) report.complain_line("illegal command: ");
             continue;
         }
-        if (k->which == key::end) break;
+        if (k->which == key::end) return true;
         // A key without a value has an empty one.
         const std::string_view value = value_of(line);
-        field_reader fields(value);
+        field_reader fields(value, report.evaluation());
+        if (observer) report.check_line(k->which, value);
         switch (k->which) {
         case key::cubetex:
-            read_path(environment.cubetex, value, in, error);
+            read_path(environment.cubetex, value, report);
             break;
         case key::reflectalpha:
             environment.reflectalpha = fields.expression();
@@ -580,6 +789,7 @@ bool read_environment_block(libgr::environment_options& environment, line_reader
             break;
         }
     }
+    report.tell("the file ends before the block's \"end\"");
     return true;
 }
 

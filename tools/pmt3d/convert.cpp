@@ -3,8 +3,7 @@
 #include "libgr/texture/texture_table.h"
 #include "libutils/file_path.h"
 #include "model_file.h"
-#include "pmt3d/format/stl.h"
-#include "progress_bar.h"
+#include "model_output.h"
 #include "subcommand.h"
 
 #include <filesystem>
@@ -44,27 +43,23 @@ void move_pictures(pmt3d::model_t& model, const fs::path& from, const fs::path& 
 }
 
 constexpr option options[] = {
-    {"--text", "", "write an STL file as text instead of binary"},
+    from_option,
+    to_option,
+    text_option,
 };
 
 int run(const command_line& line) {
-    const bool text = line.has("--text");
     const std::vector<std::string> names(line.operands.begin(), line.operands.end());
     if (names.size() != 2) return usage_error(convert, "exactly two files, IN and OUT, are needed.");
-    if (text && !names[1].ends_with(".stl"))
-        return usage_error(convert, "--text is for an OUT that ends in .stl.");
+    std::string complaint;
+    const std::optional<model_output> output = output_of(names[1].c_str(), line, complaint);
+    if (!output) return usage_error(convert, complaint);
 
-    model_file file;
-    {
-        progress_bar bar("reading", names[0]);
-        if (!file.load(names[0].c_str(), bar.callback())) return failure;
-    }
+    model_file file(line);
+    if (!file.load(names[0].c_str())) return failure;
     pmt3d::model_t& model = file.model;
     move_pictures(model, folder_of(names[0]), folder_of(names[1]));
-    progress_bar bar("writing", names[1]);
-    const bool saved = text ? pmt3d::save_stl_text(model.items, names[1], bar.callback())
-                            : pmt3d::save(model, names[1], bar.callback());
-    return saved ? success : failure;
+    return save_model(model, *output) ? success : failure;
 }
 
 } // namespace
@@ -74,7 +69,7 @@ const subcommand convert = {
     "IN OUT",
     "convert between .pmt and .stl",
     options,
-    R"(The ends of the names decide. STL files hold triangles only: NURBS surfaces are tessellated, colours, pictures, frames
+    R"(The ends of the names decide, in capitals as well. - is standard input or output. STL files hold triangles only: NURBS surfaces are tessellated, colours, pictures, frames
 and the environment are left out. They are written in binary form, or as text with --text. Both forms are read: a file
 that begins with "solid" is text, unless it is as long as a binary file of its triangle count, or longer without the
 word "facet". Pictures are not copied: their relative names are changed so that the new file finds them.

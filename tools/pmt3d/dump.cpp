@@ -96,9 +96,11 @@ void write(json_writer& out, const libgr::environment_options& environment) {
     out.end_object();
 }
 
+constexpr option options[] = {from_option};
+
 int run(const command_line& line) {
     if (line.operands.size() != 1) return usage_error(dump, "exactly one FILE is needed.");
-    model_file file;
+    model_file file(line);
     if (!file.load(line.operands[0])) return failure;
     const pmt3d::model_t& model = file.model;
     json_writer out(std::cout);
@@ -125,7 +127,7 @@ const subcommand dump = {
     "dump",
     "FILE",
     "print a model file as JSON",
-    {},
+    options,
     R"(One line with everything that the model holds once it is loaded: for every item its kind (0 polygon, 1 NURBS), the
 pictures and their options, vertices (x y z r g b a u v), frames (tangent, binormal, normal) and elements, and for
 NURBS surfaces the net that these were made of; then the environment. Numbers have nine significant digits; those

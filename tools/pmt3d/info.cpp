@@ -47,9 +47,11 @@ void print_item(const model_item_t& item, std::size_t number) {
         if (!path.empty()) std::cout << "  " << key << ": " << path << '\n';
 }
 
+constexpr option options[] = {from_option};
+
 int run(const command_line& line) {
     if (line.operands.size() != 1) return usage_error(info, "exactly one FILE is needed.");
-    model_file file;
+    model_file file(line);
     if (!file.load(line.operands[0])) return failure;
     const pmt3d::model_t& model = file.model;
     std::uint64_t triangles = 0;
@@ -69,7 +71,7 @@ const subcommand info = {
     "info",
     "FILE",
     "summarise a model file",
-    {},
+    options,
     R"(For the whole file: the number of items and triangles, and the bounds of all surfaces (minimum x y z, maximum x y z; "none"
 without any). Then for each item its kind, name, vertices, elements and the pictures that it names. NURBS surfaces
 are counted as they are tessellated. FILE ends in .pmt or .stl.

@@ -4,22 +4,39 @@
 #include "pmt3d/format/dispatch.h"
 #include "pmt3d/mirror/open_pictures.h"
 #include "render/math/types.h"
+#include "subcommand.h"
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace tool {
 
+// A row for the table of options.
+inline constexpr option from_option = {
+    "--from", "pmt|stl",
+    "what is read (what the name's ending says, for -, standard input, what "
+    "it begins with)"};
+
+// By the name's ending in any case, unlike the library's own rule. Nothing for other names.
+std::optional<pmt3d::file_format> format_of_model(const std::string& name);
+
 // A model file with its pictures.
 struct model_file {
+    model_file() = default;
+    explicit model_file(const command_line& line); // with what the options say
+
     pmt3d::model_t model;
     pmt3d::open_pictures pictures;
+    std::optional<pmt3d::file_format> format; // whatever the name
+    pmt3d::load_observer* observer = nullptr; // is told what is wrong in the file, instead of standard error
+    pmt3d::picture_opener* opener = &pictures;
 
-    // Loads it with frames computed on the CPU, diagnostics on standard error. False when it fails, always
-    // with a line that says so. A picture of a surface that cannot be had is reported and left out. An STL
-    // file without a facet is a warning.
-    bool load(const char* name, const pmt3d::progress_t& progress = {},
-              const pmt3d::frame_update& frames = {});
+    // Loads it, with a bar where that takes long, and with frames computed on the CPU; diagnostics on
+    // standard error. False when it fails, always with a line that says so unless there is an observer. A
+    // picture of a surface that cannot be had is reported and left out. An STL file without a facet is a
+    // warning. "-" is standard input.
+    bool load(const char* name, const pmt3d::frame_update& frames = {});
 };
 
 // Lets the files that are loaded from now on have so many vertices of NURBS surfaces.

@@ -146,7 +146,7 @@ int fail(const std::string& what) {
     return failure;
 }
 
-int make_picture(const options& o) {
+int make_picture(const options& o, const command_line& line) {
     const auto context = offscreen_context::make();
     if (!context)
         return fail("there is no OpenGL 3.3 context to draw with, neither off screen nor on a display.");
@@ -158,8 +158,8 @@ int make_picture(const options& o) {
     // All of these hold GL objects, and so go before the context.
     render::glpolygon_t renderer;
     if (!renderer.init("")) return failure;
-    model_file file;
-    if (!file.load(o.in.c_str(), {}, pmt3d::renderer_frames(renderer))) return failure;
+    model_file file(line);
+    if (!file.load(o.in.c_str(), pmt3d::renderer_frames(renderer))) return failure;
     pmt3d::model_t& model = file.model;
     const std::optional<render::box3> box = bounds(model);
     if (!box) return fail(o.in + " has nothing to draw.");
@@ -184,6 +184,7 @@ int make_picture(const options& o) {
 }
 
 constexpr option table[] = {
+    from_option,
     {"--size", "WxH", "width and height of the picture in pixels (800x600)"},
     {"--eye", "X,Y,Z", "where the viewer is (in front and above, from where all of it is seen)"},
     {"--target", "X,Y,Z", "the point that is looked at (the middle of the model)"},
@@ -200,9 +201,11 @@ int run(const command_line& line) {
     if (names.size() != 2) return usage_error(render_picture, "exactly two files, IN and OUT, are needed.");
     if (o.eye && o.eye == o.target)
         return usage_error(render_picture, "--eye and --target must not be the same point.");
+    if (format_of(names[1]) == libgr::file_format::unknown)
+        return usage_error(render_picture, "OUT ends in .png, .bmp, .tga, .jpg or .jpeg.");
     o.in = names[0];
     o.out = names[1];
-    return make_picture(o);
+    return make_picture(o, line);
 }
 
 } // namespace
