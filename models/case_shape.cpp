@@ -1,6 +1,6 @@
 #include "models/case_shape.h"
 
-#include "models/key_layout.h"
+#include "models/layout/key_layout.h"
 #include "render/math/operations.h"
 
 #include <algorithm>

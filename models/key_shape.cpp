@@ -1,6 +1,6 @@
 #include "models/key_shape.h"
 
-#include "models/key_layout.h"
+#include "models/layout/key_layout.h"
 #include "pmt3d/surface/stripping.h"
 #include "render/math/operations.h"
 
@@ -62,25 +62,23 @@ constexpr profile_point white_front_side[] = {
     {0.000f, 0.070f, -0.360f, 0.50f, hidden}, {0.000f, 0.070f, -0.800f, 0.50f, hidden},
 };
 constexpr profile_point black_side[] = {
-    {0.110f, 0, 0.500f, 1.00f, crease},
+    {0.110f, 0, black_height, 1.00f, crease},
     {0.050f, 0, 0.440f, 1.00f, crease},
     {0.000f, 0, -0.600f, 0.12f},
 };
 constexpr profile_point black_front[] = {
-    {0.110f, 0.60f, 0.500f, 1.00f},
+    {0.110f, 0.60f, black_height, 1.00f},
     {0.070f, 0.40f, 0.465f, 1.00f},
     {0.050f, 0.28f, 0.380f, 0.90f},
     {0.000f, 0.00f, -0.600f, 0.15f},
 };
 constexpr profile_point black_front_side[] = {
-    {0.110f, 0.60f, 0.500f, 1.00f, crease},
+    {0.110f, 0.60f, black_height, 1.00f, crease},
     {0.070f, 0.40f, 0.465f, 1.00f},
     {0.050f, 0.28f, 0.380f, 0.90f, crease},
     {0.000f, 0.00f, -0.600f, 0.15f},
 };
 
-constexpr float white_gap = 0.065f;
-constexpr float black_gap = 0.050f;
 constexpr float white_corner = 0.08f; // radii at the player's end
 constexpr float black_corner = 0.13f;
 

@@ -5,7 +5,7 @@
 #include "libutils/file_path.h"
 #include "libutils/report.h"
 #include "models/case_shape.h"
-#include "models/key_layout.h"
+#include "models/layout/key_layout.h"
 #include "models/key_shape.h"
 #include "models/materials.h"
 #include "models/studio.h"

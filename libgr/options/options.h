@@ -18,6 +18,7 @@ struct texture_options {
     bool nearlinear = true; // smooth minification
     bool maglinear = true;  // smooth magnification
     bool mercatorsphere = false; // v of the texture coordinate is the height on a sphere
+    friend bool operator==(const texture_options&, const texture_options&) = default;
 };
 
 // What the scene reflects and refracts.
@@ -26,6 +27,7 @@ struct environment_options {
     float reflectalpha = 0.0f;  // how much of the reflection is added, 0 to 1
     float refractalpha = 0.0f;  // how much of the refraction is added, 0 to 1
     float refractfactor = 0.0f; // refractive index outside over inside
+    friend bool operator==(const environment_options&, const environment_options&) = default;
 };
 
 } // namespace libgr

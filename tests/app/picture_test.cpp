@@ -1,6 +1,6 @@
 #include "app/home_view.h"
 #include "app/keyboard_view.h"
-#include "models/key_layout.h"
+#include "models/layout/key_layout.h"
 #include "render/math/matrix.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"

@@ -1,4 +1,4 @@
-#include "models/key_layout.h"
+#include "models/layout/key_layout.h"
 #include "models/key_shape.h"
 #include "pmt3d/surface/stripping.h"
 #include "render/math/operations.h"

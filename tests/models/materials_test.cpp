@@ -1,6 +1,6 @@
 #include "libgr/image/autoformat.h"
 #include "libgr/image/image.h"
-#include "models/key_layout.h"
+#include "models/layout/key_layout.h"
 #include "models/key_shape.h"
 #include "models/keyboard_files.h"
 #include "models/materials.h"

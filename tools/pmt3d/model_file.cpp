@@ -17,10 +17,14 @@ namespace tool {
 using libutils::report;
 using pmt3d::file_format;
 
-static std::uint64_t allowed_vertices = 0;
+static std::uint64_t vertices_allowed = 0;
 
 void allow_vertices(std::uint64_t vertices) {
-    allowed_vertices = vertices;
+    vertices_allowed = vertices;
+}
+
+std::uint64_t allowed_vertices() {
+    return vertices_allowed;
 }
 
 std::optional<file_format> format_of_model(const std::string& name) {
@@ -75,7 +79,7 @@ bool model_file::load(const char* name, const pmt3d::frame_update& frames) {
     const observed_errors errors(observer);
     std::ostream silence(nullptr);
     const pmt3d::load_context context = {
-        observer ? silence : std::cerr, frames, bar.callback(), allowed_vertices, opener, observer};
+        observer ? silence : std::cerr, frames, bar.callback(), vertices_allowed, opener, observer};
     std::optional<file_format> is = format ? format : format_of_model(name);
     bool loaded = false;
     if (name == standard_stream) {

@@ -41,6 +41,7 @@ struct model_file {
 
 // Lets the files that are loaded from now on have so many vertices of NURBS surfaces.
 void allow_vertices(std::uint64_t vertices);
+std::uint64_t allowed_vertices(); // 0 unless that was called
 
 // The bounds of all surfaces that have something to draw; nothing when there are none.
 std::optional<render::box3> bounds(const pmt3d::model_t& model);

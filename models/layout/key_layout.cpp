@@ -1,4 +1,4 @@
-#include "models/key_layout.h"
+#include "models/layout/key_layout.h"
 
 namespace models {
 namespace {

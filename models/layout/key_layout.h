@@ -12,8 +12,12 @@ inline constexpr int white_key_count = 75;
 inline constexpr float key_back = 3.0f; // z of their far ends
 inline constexpr float white_length = 6.4f;
 inline constexpr float black_length = 4.2f;
-// Black keys lie in slots of this width, cut out of the white keys; the gaps are within these measures.
+inline constexpr float black_height = 0.5f; // of their tops over those of the white ones
+// Black keys lie in slots of this width, cut out of the white keys.
 inline constexpr float black_slot = 0.583f;
+// The gaps between keys are within these measures: half of one on either side of each key.
+inline constexpr float white_gap = 0.065f;
+inline constexpr float black_gap = 0.050f;
 
 // The room of one key, its share of the gaps included.
 struct key_place {
