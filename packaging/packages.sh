@@ -10,7 +10,7 @@ packages_to_test="$packages_to_run libgtest-dev xvfb xauth xdotool x11-xkb-utils
   $packages_to_package"
 packages_for_windows="g++-mingw-w64-x86-64-posix nasm make dpkg-dev wine wine64"
 packages_to_bench="$packages_to_run libbenchmark-dev libglm-dev libturbojpeg0-dev libassimp-dev libtinyobjloader-dev
-  libocct-modeling-data-dev libxtst-dev jackd2 jack-keyboard python3 xvfb xauth libgl1-mesa-dri"
+  libocct-modeling-data-dev libxtst-dev jackd2 jack-keyboard fluidsynth python3 xvfb xauth libgl1-mesa-dri"
 packages_to_fuzz="$packages_to_run clang libclang-rt-14-dev"
 packages_to_format="clang-format"
 
