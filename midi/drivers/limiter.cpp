@@ -1,8 +1,8 @@
 #include "midi/drivers/limiter.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <numeric>
 
 namespace midi {
 
@@ -16,25 +16,23 @@ void limiter::set_rate(double sample_rate) {
     recovery_ = static_cast<float>(1 - std::exp(-1 / (recovery_time * sample_rate)));
 }
 
-void limiter::process(float* left, float* right, std::size_t frames) {
-    for (std::size_t i = 0; i < frames; ++i) {
+void limiter::process(float* left, float* right) {
+    std::array<float, block> most; // gain that each frame bears
+    for (std::size_t i = 0; i < block; ++i) {
         const float peak = std::max(std::abs(left[i]), std::abs(right[i]));
-        needed_[at_] = peak > ceiling ? ceiling / peak : 1;
-        const float least = *std::min_element(needed_.begin(), needed_.end());
-        gain_ = std::min(least, gain_ + recovery_ * (1 - gain_));
-        if (gain_ > 0.9999f) gain_ = std::min(least, 1.0f);
-        held_[at_] = gain_;
-        quiet_ = gain_ < 1 ? 0 : quiet_ + 1;
-        // Rounding must not change sound that needs no limiting.
-        const float gain =
-            quiet_ >= window ? 1 : std::accumulate(held_.begin(), held_.end(), 0.0f) / float(window);
-        const std::size_t oldest = (at_ + 1) % window;
-        const float now[2] = {left[i], right[i]};
-        left[i] = left_[oldest] * gain;
-        right[i] = right_[oldest] * gain;
-        left_[at_] = now[0];
-        right_[at_] = now[1];
-        at_ = oldest;
+        most[i] = peak > ceiling ? ceiling / peak : 1;
+    }
+    if (gain_ == 1 && *std::ranges::min_element(most) == 1) return;
+    for (std::size_t i = 0; i < block; ++i) {
+        // The steepest of the lines to what comes leads below all the others.
+        float fall = 0;
+        for (std::size_t j = i; j < block; ++j)
+            fall = std::max(fall, (gain_ - most[j]) / float(j + 1 - i));
+        if (fall == 0) gain_ += recovery_ * (1 - gain_);
+        if (gain_ > 0.9999f) gain_ = 1;
+        gain_ = std::min(gain_ - fall, most[i]);
+        left[i] *= gain_;
+        right[i] *= gain_;
     }
 }
 

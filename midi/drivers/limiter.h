@@ -1,40 +1,30 @@
 #pragma once
-// Keeps sound below full scale without distorting it.
+// Keeps sound below full scale without distorting it, and without delaying it.
 
-#include <array>
 #include <cstddef>
 
 namespace midi {
 
-// A look-ahead peak limiter for two channels: what is loud is turned down before it comes, and up again
-// slowly. Sound whose peaks stay below the ceiling passes through unchanged, delayed.
+// A peak limiter for two channels that looks ahead to the end of the block that it is given: what is loud is
+// turned down before it comes, along a straight line, and up again slowly. Sound whose peaks stay below the
+// ceiling passes through unchanged.
 //
-// The gain of each frame is the average over the window of the least gain that any frame in the window needs.
-// Every one of the averaged values knows of the frame that is played, so no frame can exceed the ceiling.
+// A loud peak at the very beginning of a block comes unannounced and is turned down at once. There the gain
+// follows the wave, which has just been below the ceiling, so that even this makes no step in the sound.
 class limiter {
 public:
-    static constexpr float ceiling = 0.98f;   // of full scale, 1
-    static constexpr std::size_t window = 32; // frames: 0.7 ms at 48 kHz
-    static constexpr std::size_t delay = window - 1;
+    static constexpr float ceiling = 0.98f; // of full scale, 1
+    static constexpr std::size_t block = 64;
 
     // Rate in frames in a second.
     explicit limiter(double sample_rate) { set_rate(sample_rate); }
     void set_rate(double sample_rate);
-    // In place. Allocates nothing.
-    void process(float* left, float* right, std::size_t frames);
+    // A block, in place. Allocates nothing.
+    void process(float* left, float* right);
 
 private:
-    float recovery_ = 0;             // part of the missing gain that comes back with each frame
-    float gain_ = 1;                 // after the recovery
-    std::size_t at_ = 0;             // in the windows
-    std::size_t quiet_ = 2 * window; // frames since anything but 1 has been in the windows
-    std::array<float, window> left_{}, right_{}, needed_ = ones(), held_ = ones();
-
-    static constexpr std::array<float, window> ones() {
-        std::array<float, window> all{};
-        all.fill(1);
-        return all;
-    }
+    float recovery_ = 0; // part of the missing gain that comes back with each frame
+    float gain_ = 1;     // of the last frame
 };
 
 } // namespace midi

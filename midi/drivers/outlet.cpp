@@ -41,7 +41,7 @@ void sound_source::message(const std::uint8_t* bytes, std::size_t length) {
         std::this_thread::sleep_for(std::chrono::microseconds(500));
     if (waiting_ < most_waiting) return;
     const std::lock_guard lock(rendering_);
-    synth_->skip(64);
+    synth_->skip();
     waiting_ = 0;
 }
 

@@ -124,15 +124,26 @@ void synthesizer::system_exclusive(const std::uint8_t* bytes, std::size_t length
     }
 }
 
-void synthesizer::render(int frames, float* left, float* right) {
-    fluid_synth_write_float(synth(), frames, left, 0, 1, right, 0, 1);
-    limiter_.process(left, right, static_cast<std::size_t>(frames));
+void synthesizer::render_block() {
+    fluid_synth_write_float(synth(), limiter::block, block_[0], 0, 1, block_[1], 0, 1);
+    limiter_.process(block_[0], block_[1]);
+    played_ = 0;
 }
 
-void synthesizer::skip(int frames) {
-    float unheard[2][64];
-    for (; frames > 0; frames -= 64)
-        fluid_synth_write_float(synth(), std::min(frames, 64), unheard[0], 0, 1, unheard[1], 0, 1);
+void synthesizer::render(int frames, float* left, float* right) {
+    for (auto missing = static_cast<std::size_t>(frames); missing > 0;) {
+        if (played_ == limiter::block) render_block();
+        const std::size_t count = std::min(missing, limiter::block - played_);
+        left = std::copy_n(block_[0] + played_, count, left);
+        right = std::copy_n(block_[1] + played_, count, right);
+        played_ += count;
+        missing -= count;
+    }
+}
+
+void synthesizer::skip() {
+    render_block();
+    played_ = limiter::block;
 }
 
 void synthesizer::release_all() {

@@ -36,8 +36,8 @@ public:
     void message(const std::uint8_t* bytes, std::size_t length);
     // The next frames of each channel, below full scale, 1.
     void render(int frames, float* left, float* right);
-    // Renders frames that nobody hears.
-    void skip(int frames);
+    // Renders a block of them that nobody hears.
+    void skip();
     // The sound has another number of frames in a second from here on.
     void set_rate(double sample_rate);
     // Releases all keys and pedals.
@@ -50,6 +50,7 @@ public:
 private:
     explicit synthesizer(double sample_rate) : limiter_(sample_rate) {}
     bool load_soundfont();
+    void render_block();
     void system_exclusive(const std::uint8_t* bytes, std::size_t length);
     void set_reverb();
 
@@ -58,6 +59,9 @@ private:
     std::filesystem::path soundfont_;
     roland_module module_;
     limiter limiter_;
+    // What was rendered last. FluidSynth, too, renders as many frames at once, whatever it is asked for.
+    float block_[2][limiter::block] = {};
+    std::size_t played_ = limiter::block; // of the block
 };
 
 } // namespace midi

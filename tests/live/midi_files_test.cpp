@@ -238,18 +238,18 @@ TEST_F(midi_files, loud_chords_do_not_clip_and_long_ones_end_softly) {
     }
     // Of a piano, one note passes unchanged.
     auto synth = midi::synthesizer::make(48000), bare = midi::synthesizer::make(48000);
-    constexpr int frames = 4800, late = int(midi::limiter::delay);
+    constexpr int frames = 4800, odd = 37; // a sound system's period need not be FluidSynth's
     std::vector<float> sound[2][2];
     for (auto& channels : sound)
         for (auto& channel : channels)
             channel.resize(frames);
     for (midi::synthesizer* const each : {synth.get(), bare.get()})
         each->message(bytes{0x90, 81, 127}.data(), 3);
-    synth->render(frames, sound[0][0].data(), sound[0][1].data());
+    for (int i = 0; i < frames; i += odd)
+        synth->render(std::min(odd, frames - i), &sound[0][0][std::size_t(i)], &sound[0][1][std::size_t(i)]);
     fluid_synth_write_float(bare->synth(), frames, sound[1][0].data(), 0, 1, sound[1][1].data(), 0, 1);
     for (const int channel : {0, 1})
-        EXPECT_TRUE(std::equal(sound[0][channel].begin() + late, sound[0][channel].end(),
-                               sound[1][channel].begin(), sound[1][channel].end() - late));
+        EXPECT_EQ(sound[0][channel], sound[1][channel]);
 }
 
 TEST_F(midi_files, each_channel_message_is_heard_on_its_channel) {
