@@ -139,6 +139,12 @@ void report(const growth& g) {
         .write();
 }
 
+void report(const distribution& d) {
+    std::vector<double> sorted = d.seconds;
+    std::sort(sorted.begin(), sorted.end());
+    object().member("distribution", d.what).member("name", d.name).member("seconds", sorted).write();
+}
+
 void report_fact(const std::string& name, const std::string& value) {
     std::printf("%s: %s\n", name.c_str(), value.c_str());
     object().member("fact", name).member("value", value).write();

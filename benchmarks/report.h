@@ -42,6 +42,13 @@ struct growth {
 };
 void report(const growth&);
 
+// All times of one program, for a graph that has those of others, too.
+struct distribution {
+    std::string what, name;
+    std::vector<double> seconds;
+};
+void report(const distribution&);
+
 // A fact about the machine on which the results depend.
 void report_fact(const std::string& name, const std::string& value);
 

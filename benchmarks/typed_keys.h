@@ -3,7 +3,6 @@
 
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
 
 #include <cstddef>
 #include <string>
@@ -18,11 +17,11 @@ public:
     typed_keys(const typed_keys&) = delete;
     typed_keys& operator=(const typed_keys&) = delete;
 
-    // The keys z, x, c and v take turns: a program may take a key that is down again before its release was
-    // handled for a repeating one.
-    void press(int turn, bool down) {
-        constexpr KeySym symbols[] = {XK_z, XK_x, XK_c, XK_v};
-        XTestFakeKeyEvent(connection_, XKeysymToKeycode(connection_, symbols[turn % 4]), down, CurrentTime);
+    // Four keys take turns: a program may take a key that is down again before its release was handled for a
+    // repeating one.
+    void press(int turn, bool down, const char* keys = "zxcv") {
+        const auto symbol = KeySym(keys[turn % 4]); // of a letter it is its code
+        XTestFakeKeyEvent(connection_, XKeysymToKeycode(connection_, symbol), down, CurrentTime);
         XFlush(connection_);
     }
     // Has the window drawn again.
