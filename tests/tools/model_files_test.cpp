@@ -335,7 +335,7 @@ TEST_F(model_files, failures_say_what_is_wrong) {
     const std::tuple<const char*, int, std::string> cases[] = {
         {"info @in.pmt @in.pmt", 2, "usage: pmt3d info [OPTION...] FILE\n"},
         {"info @none.stl", 1, "none.stl: file open error.\npmt3d: " + file("none.stl") + ": not loaded.\n"},
-        {"info @x.obj", 1, "file extension not recognized.\n"},
+        {"info @x.wrl", 1, "file extension not recognized.\n"},
         {"dump @void.pmt", 1, "void.pmt: not loaded.\n"},
         {"check", 2, "usage: pmt3d check [OPTION...] FILE..."},
         {"info @fine.pmt", 1, "2250000 vertices: 2097588 are left of the 2097588 that this file"},

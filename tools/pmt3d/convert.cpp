@@ -16,6 +16,7 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -159,8 +160,19 @@ const char* take(const command_line::given_option& given, wishes& wanted) {
 
 // ---- Doing it
 
+// What the files give, with the pictures that were made for it.
+struct input : named_model {
+    std::vector<std::shared_ptr<made_pictures>> made;
+
+    bool keep_pictures(const model_output& output) {
+        return output.format != pmt3d::file_format::text ||
+               std::all_of(made.begin(), made.end(),
+                           [&](const auto& pictures) { return pictures->keep(model, output.name); });
+    }
+};
+
 // Appends the surfaces of a file, with their pictures as seen from the folder of `out`.
-bool read(named_model& all, const command_line& line, const std::string& in, const std::string& out) {
+bool read(input& all, const command_line& line, const std::string& in, const std::string& out) {
     model_file file(line);
     if (!file.load(in.c_str())) return false;
     move_pictures(file.model, folder_of(in), folder_of(out));
@@ -169,6 +181,7 @@ bool read(named_model& all, const command_line& line, const std::string& in, con
         read.names.push_back(item.polygon.name() == in ? std::string() : item.polygon.name());
     read.model = std::move(file.model);
     append(all, std::move(read));
+    all.made.push_back(file.made);
     return true;
 }
 
@@ -267,11 +280,11 @@ int run(const command_line& line) {
     if (wanted.split && output->name == standard_stream)
         return usage_error(convert, "--split needs the name of a file.");
 
-    named_model all;
+    input all;
     for (const std::string& in : ins)
         if (!read(all, line, in, output->name)) return failure;
     if (!wanted.only.empty() && !keep_only(all, wanted.only)) return failure;
-    if (!reshape(all, wanted)) return failure;
+    if (!reshape(all, wanted) || !all.keep_pictures(*output)) return failure;
     return (wanted.split ? save_split(all, *output) : save_model(all.model, *output)) ? success : failure;
 }
 
@@ -280,12 +293,19 @@ int run(const command_line& line) {
 const subcommand convert = {
     "convert",
     "IN... OUT",
-    "convert between .pmt and .stl; move, smooth, merge and split models",
+    "convert models of many formats to .pmt and .stl; move, smooth, merge and split models",
     options,
     R"(The ends of the names decide, in capitals as well. - is standard input or output. STL files hold triangles only:
 NURBS surfaces are tessellated, colours, pictures, frames and the environment are left out. They are written in binary
 form, or as text with --text. Both forms are read: a file that begins with "solid" is text, unless it is as long as a
-binary file of its triangle count, or longer without the word "facet". Pictures are not copied: their relative names are changed so that the new file finds them.
+binary file of its triangle count, or longer without the word "facet".
+
+Other programs' files are read as well: glTF (.gltf, .glb), OBJ with its MTL, PLY, 3MF, Collada (.dae), FBX and OFF, with
+colours, normals, texture coordinates and the transforms of their nodes. Missing normals are made smooth across edges
+of up to 30 degrees. Colour pictures, normal maps and roughness (its opposite is the specular picture) are kept; what is
+inside the file or has to be changed is written beside OUT as OUT-NAME.png, never over another file.
+
+Pictures are not copied: their relative names are changed so that the new file finds them.
 OUT is replaced only when all of it could be written.
 
 The surfaces of several INs become one model, with the environment of the first that has one. --units and --up come

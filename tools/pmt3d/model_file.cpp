@@ -5,6 +5,8 @@
 #include "progress_bar.h"
 #include "render/math/operations.h"
 #include "standard_streams.h"
+#include "tools/pmt3d/import/endings.h"
+#include "tools/pmt3d/import/import.h"
 
 #include <algorithm>
 #include <cctype>
@@ -80,6 +82,8 @@ bool model_file::load(const char* name, const pmt3d::frame_update& frames) {
     std::ostream silence(nullptr);
     const pmt3d::load_context context = {
         observer ? silence : std::cerr, frames, bar.callback(), vertices_allowed, opener, observer};
+    if (!format && !imported_ending(name).empty())
+        return import_model(model, name, *made, context) == import_end::done;
     std::optional<file_format> is = format ? format : format_of_model(name);
     bool loaded = false;
     if (name == standard_stream) {

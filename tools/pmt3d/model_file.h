@@ -5,8 +5,10 @@
 #include "pmt3d/mirror/open_pictures.h"
 #include "render/math/types.h"
 #include "subcommand.h"
+#include "tools/pmt3d/import/made_pictures.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -31,6 +33,8 @@ struct model_file {
     std::optional<pmt3d::file_format> format; // whatever the name
     pmt3d::load_observer* observer = nullptr; // is told what is wrong in the file, instead of standard error
     pmt3d::picture_opener* opener = &pictures;
+    // Those that a file of another program's format needs, as long as its surfaces name them.
+    std::shared_ptr<made_pictures> made = std::make_shared<made_pictures>();
 
     // Loads it, with a bar where that takes long, and with frames computed on the CPU; diagnostics on
     // standard error. False when it fails, always with a line that says so unless there is an observer. A
