@@ -78,12 +78,8 @@ void make_triangles(model_item_t& item) {
 }
 
 bool smooth(pmt3d::model_t& model, float degrees) {
-    for (model_item_t& item : model.items) {
-        if (item.kind != model_item_t::kind_t::polygon) continue;
-        triangle_mesh mesh = smoothed(item.polygon, degrees);
-        complete_frames(mesh);
-        if (!fill(item.polygon, mesh)) return false;
-    }
+    for (model_item_t& item : model.items)
+        if (item.kind == model_item_t::kind_t::polygon && !smooth(item.polygon, degrees)) return false;
     return true;
 }
 

@@ -56,6 +56,12 @@ double angle(const vector& a, const vector& b) {
     return std::atan2(cross(a, b).length(), dot(a, b));
 }
 
+// Assigning an empty list would keep it.
+template <class T>
+void free_memory(std::vector<T>& list) {
+    std::vector<T>().swap(list);
+}
+
 // Numbers equal records from 0 on, in the order in which they are first met. A record is floats; both zeros
 // are equal.
 template <std::size_t floats>
@@ -153,14 +159,29 @@ public:
         most_chord_ = std::copysign(most * most, most);
     }
 
-    triangle_mesh run() {
+    // Calls `release` when the vertices that it was made from are no longer needed.
+    template <class Release>
+    triangle_mesh run(Release&& release) {
         name_kinds();
         find_normals();
         find_corners();
         for (std::size_t p = 0; p + 1 < first_corner_.size(); ++p)
             finish(std::span(corners_).subspan(first_corner_[p], first_corner_[p + 1] - first_corner_[p]));
-        result_.triangles = std::move(triangles_);
-        return std::move(result_);
+        free_memory(first_corner_);
+        free_memory(corners_);
+        free_memory(place_);
+        free_memory(normals_);
+
+        triangle_mesh result;
+        result.vertices.reserve(made_.size());
+        for (const made_vertex& made : made_)
+            result.vertices.push_back(vertices_[welded_.first_of[made.kind]]);
+        release();
+        result.frames.reserve(made_.size());
+        for (const made_vertex& made : made_)
+            result.frames.push_back({{}, {}, made.normal});
+        result.triangles = std::move(triangles_);
+        return result;
     }
 
 private:
@@ -177,7 +198,7 @@ private:
         for (triangle& t : triangles_)
             for (element_t& corner : t)
                 corner = welded_.kind_of[corner];
-        welded_.kind_of = {};
+        free_memory(welded_.kind_of);
         const auto place = [&](element_t k) { return welded_.place_of[k]; };
         std::erase_if(triangles_, [&](const triangle& t) {
             return place(t[0]) == place(t[1]) || place(t[1]) == place(t[2]) || place(t[2]) == place(t[0]);
@@ -222,11 +243,10 @@ private:
             const dir3 normal = normal_of(std::span(group, group_end), here);
             for (auto m = group; m != group_end; ++m) {
                 if (m == group || m->kind != std::prev(m)->kind) {
-                    result_.vertices.push_back(vertices_[welded_.first_of[m->kind]]);
-                    result_.frames.push_back({{}, {}, normal});
+                    made_.push_back({m->kind, normal});
                 }
                 const corner_t c = here[m->index];
-                triangles_[c / 3][c % 3] = element_t(result_.vertices.size() - 1);
+                triangles_[c / 3][c % 3] = element_t(made_.size() - 1);
             }
             group = group_end;
         }
@@ -320,7 +340,11 @@ private:
     std::vector<std::uint32_t> parent_;
     std::vector<half_edge> edges_;
     std::vector<member> order_;
-    triangle_mesh result_;
+    struct made_vertex {
+        std::uint32_t kind;
+        dir3 normal;
+    };
+    std::vector<made_vertex> made_;
 };
 
 std::vector<triangle> triangle_list(const pmt3d::polygon_t& surface) {
@@ -345,13 +369,19 @@ triangle_mesh triangles_of(const pmt3d::polygon_t& surface) {
     return {{vertices.begin(), vertices.end()}, {frames.begin(), frames.end()}, triangle_list(surface)};
 }
 
-triangle_mesh smoothed(const pmt3d::polygon_t& surface, float degrees) {
-    return smoother(surface.vertices(), triangle_list(surface), degrees).run();
+bool smooth(pmt3d::polygon_t& surface, float degrees) {
+    const std::string name = surface.name();
+    smoother work(surface.vertices(), triangle_list(surface), degrees);
+    triangle_mesh mesh = work.run([&] { surface.clear(); });
+    complete_frames(mesh);
+    surface.set_name(name);
+    return fill(surface, std::move(mesh));
 }
 
 void weld_and_smooth(triangle_mesh& mesh, float degrees) {
-    triangle_mesh result = smoother(mesh.vertices, std::move(mesh.triangles), degrees).run();
-    mesh = std::move(result);
+    const std::vector<vertex_t> vertices = std::move(mesh.vertices);
+    free_memory(mesh.frames);
+    mesh = smoother(vertices, std::move(mesh.triangles), degrees).run([] {});
 }
 
 // ---- Tangents
@@ -464,13 +494,18 @@ void complete_frames(triangle_mesh& mesh) {
     tangent_finder(mesh).run();
 }
 
-bool fill(pmt3d::polygon_t& surface, const triangle_mesh& mesh) {
-    const std::vector<element_t> elements =
-        pmt3d::make_strips(mesh.triangles, element_t(mesh.vertices.size()));
+bool fill(pmt3d::polygon_t& surface, triangle_mesh&& mesh) {
+    std::vector<element_t> elements = pmt3d::make_strips(mesh.triangles, element_t(mesh.vertices.size()));
+    free_memory(mesh.triangles);
     if (!surface.allocate(mesh.vertices.size(), elements.size())) return false;
-    std::copy(mesh.vertices.begin(), mesh.vertices.end(), surface.edit_vertices().begin());
-    std::copy(mesh.frames.begin(), mesh.frames.end(), surface.edit_normals().begin());
-    std::copy(elements.begin(), elements.end(), surface.edit_elements().begin());
+    // The surface's memory is used only when it is written, and each list ends when it is.
+    const auto hand_over = [](auto& from, auto to) {
+        std::copy(from.begin(), from.end(), to.begin());
+        free_memory(from);
+    };
+    hand_over(elements, surface.edit_elements());
+    hand_over(mesh.vertices, surface.edit_vertices());
+    hand_over(mesh.frames, surface.edit_normals());
     surface.rebuildpolyids();
     return true;
 }

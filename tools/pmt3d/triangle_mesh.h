@@ -25,9 +25,6 @@ triangle_mesh triangles_of(const pmt3d::polygon_t& surface);
 // where triangles wind against one another. Triangles with two corners in one place are left out, and
 // vertices that no triangle names. All tangents and binormals are zero afterwards.
 void weld_and_smooth(triangle_mesh& mesh, float degrees);
-// The same from a surface, without a copy of it.
-triangle_mesh smoothed(const pmt3d::polygon_t& surface, float degrees);
-
 // Gives a tangent and a binormal to the frames that have a normal but no tangent: along growing s and t of
 // the texture coordinates, at right angles; without any, at right angles to the normal. Where the texture is
 // mirrored at a vertex, the vertex is doubled. Frames without a normal are left to
@@ -36,6 +33,9 @@ void complete_frames(triangle_mesh& mesh);
 
 // Makes it the surface's contents, as strips, and numbers the polygon ids; the name stays. False, after
 // one line on standard error, when there is no room.
-bool fill(pmt3d::polygon_t& surface, const triangle_mesh& mesh);
+bool fill(pmt3d::polygon_t& surface, triangle_mesh&& mesh);
+
+// weld_and_smooth(), complete_frames() and fill() for a surface as it is, with little more memory than that.
+bool smooth(pmt3d::polygon_t& surface, float degrees);
 
 } // namespace tool
