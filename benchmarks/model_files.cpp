@@ -3,6 +3,7 @@
 #include "goals.h"
 #include "pmt3d/format/dispatch.h"
 #include "pmt3d/format/stl.h"
+#include "tools/pmt3d/reshaping.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/scene.h>
@@ -231,6 +232,23 @@ void save_pmt_flushed_stream(benchmark::State& state) {
 BENCHMARK(save_pmt_ours)->Unit(benchmark::kMillisecond);
 BENCHMARK(save_pmt_flushed_stream)->Unit(benchmark::kMillisecond);
 
+// ---- As pmt3d convert in.stl out.pmt does it, with --smooth 30 and without
+
+void convert_stl(benchmark::State& state, bool smooth) {
+    const sample& s = shared(state.range(0));
+    const std::string in = s.file("binary.stl"), out = s.file("converted.pmt");
+    for (auto _ : state) {
+        forget_memory(state);
+        pmt3d::model_t model;
+        if (!pmt3d::load(model, in, {std::cerr}) || (smooth && !tool::smooth(model, 30)) ||
+            !pmt3d::save(model, out))
+            fail("not converted");
+    }
+    count(state, s, in);
+}
+BENCHMARK_CAPTURE(convert_stl, smooth, true)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(convert_stl, plain, false)->Arg(100)->Unit(benchmark::kMillisecond);
+
 const benchmarks::goal goals[] = {
     {{"binary STL, 500 000 triangles", "load_stl_ours/binary/100", "load_stl_assimp/binary", "assimp",
       1 / 1.5}},
@@ -242,12 +260,14 @@ const benchmarks::goal goals[] = {
       1 / 3.0,
       {},
       benchmarks::goal::time_per_byte}},
+    {{"binary STL to .pmt, smoothed", "convert_stl/smooth/100", "convert_stl/plain/100", "not smoothed", 3}},
     {{"writing that .pmt", "save_pmt_ours", "save_pmt_flushed_stream", "stream flushed by line", 1 / 5.0}},
 };
 const benchmarks::growing growths[] = {
     {{"binary STL", "triangle", "load_stl_ours/binary", {1, 10, 100}}},
     {{"text STL", "triangle", "load_stl_ours/text", {1, 10, 100}}},
     {{".pmt", "triangle", "parse_pmt_ours", {1, 10, 100}}},
+    {{"smoothing STL", "triangle", "convert_stl/smooth", {1, 10, 100}}},
 };
 
 } // namespace
