@@ -174,6 +174,27 @@ void parse_obj_tinyobjloader(benchmark::State& state) {
 BENCHMARK(parse_pmt_ours)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
 BENCHMARK(parse_obj_tinyobjloader)->Unit(benchmark::kMillisecond);
 
+// ---- Checking: loading with somebody who is told what is left out
+
+struct listener : pmt3d::load_observer {
+    void left_out(const pmt3d::file_place&, std::string_view) override { fail("nothing is wrong"); }
+    void named_picture(std::uint64_t, std::string_view) override {}
+};
+
+void check_ours(benchmark::State& state, const char* name) {
+    const std::string file = shared().file(name);
+    listener observer;
+    for (auto _ : state) {
+        forget_memory(state);
+        pmt3d::model_t model;
+        if (!pmt3d::load(model, file, {std::cerr, {}, {}, 0, nullptr, &observer})) fail("not loaded");
+    }
+    count(state, shared(), file);
+}
+BENCHMARK_CAPTURE(check_ours, pmt, "model.pmt")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(check_ours, binary, "binary.stl")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(check_ours, text, "text.stl")->Unit(benchmark::kMillisecond);
+
 // ---- Saving
 
 // The same file through a stream that is flushed after each line.
@@ -261,6 +282,9 @@ const benchmarks::goal goals[] = {
       {},
       benchmarks::goal::time_per_byte}},
     {{"binary STL to .pmt, smoothed", "convert_stl/smooth/100", "convert_stl/plain/100", "not smoothed", 3}},
+    {{"checking that .pmt", "check_ours/pmt", "parse_pmt_ours/100", "loading it", 1.1}},
+    {{"checking that text STL", "check_ours/text", "load_stl_ours/text/100", "loading it", 1.1}},
+    {{"checking that binary STL", "check_ours/binary", "load_stl_ours/binary/100", "loading it", 1.1}},
     {{"writing that .pmt", "save_pmt_ours", "save_pmt_flushed_stream", "stream flushed by line", 1 / 5.0}},
 };
 const benchmarks::growing growths[] = {

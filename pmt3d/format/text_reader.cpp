@@ -223,7 +223,11 @@ public:
         tell_parts(message, ", in \"", line.substr(0, longest), '"');
     }
     void picture(const std::string& path) {
-        if (observer_ && !path.empty()) observer_->named_picture(in_.number(), path);
+        if (!observer_) return;
+        if (path.empty())
+            tell_line("the path is missing");
+        else
+            observer_->named_picture(in_.number(), path);
     }
 
 private:
@@ -346,8 +350,7 @@ protected:
     field_reader fields_of(std::string_view value) { return field_reader(value, report_.evaluation()); }
     // For an observed block, behind each line.
     void check_line(key which, std::string_view value, const field_reader& fields) {
-        const std::string_view kinds = kinds_of(which);
-        if (fields.odd() || kinds[0] == 'p' || kinds[0] == 'b') report_.check_line(which, value);
+        if (fields.odd()) report_.check_line(which, value); // so are those that were not read as fields
     }
     void check_point(const render::pos3& p) { check_finite(p.x, p.y, p.z); }
     template <class... Numbers>
@@ -773,7 +776,6 @@ bool read_environment_block(libgr::environment_options& environment, line_reader
         // A key without a value has an empty one.
         const std::string_view value = value_of(line);
         field_reader fields(value, report.evaluation());
-        if (observer) report.check_line(k->which, value);
         switch (k->which) {
         case key::cubetex:
             read_path(environment.cubetex, value, report);
@@ -788,6 +790,7 @@ bool read_environment_block(libgr::environment_options& environment, line_reader
             environment.refractfactor = fields.expression();
             break;
         }
+        if (observer && fields.odd()) report.check_line(k->which, value);
     }
     report.tell("the file ends before the block's \"end\"");
     return true;
