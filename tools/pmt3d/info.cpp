@@ -1,11 +1,13 @@
 // pmt3d info FILE: summarises a model file.
 
 #include "libutils/number.h"
+#include "mesh_figures.h"
 #include "model_file.h"
 #include "subcommand.h"
 
 #include <iostream>
 #include <utility>
+#include <vector>
 
 namespace tool {
 
@@ -13,11 +15,14 @@ namespace {
 
 using pmt3d::model_item_t;
 
-std::uint64_t triangle_count(const pmt3d::polygon_t& polygon) {
-    std::uint64_t count = 0;
-    pmt3d::for_each_triangle(polygon.getelements(), polygon.vertex_count(),
-                             [&](std::uint64_t, bool, auto, auto, auto) { ++count; });
-    return count;
+void print(const mesh_figures& f, const char* indent) {
+    std::cout << indent << "area: " << libutils::float_text(f.area, 9) << '\n'
+              << indent << "volume: " << libutils::float_text(f.volume, 9) << '\n'
+              << indent << "open edges: " << f.open_edges << '\n'
+              << indent << "crowded edges: " << f.crowded_edges << '\n'
+              << indent << "flipped triangles: " << f.flipped << '\n'
+              << indent << "degenerate triangles: " << f.degenerate << '\n';
+    if (f.not_finite) std::cout << indent << "triangles that are no numbers: " << f.not_finite << '\n';
 }
 
 void print_bounds(const pmt3d::model_t& model) {
@@ -31,11 +36,13 @@ void print_bounds(const pmt3d::model_t& model) {
     std::cout << '\n';
 }
 
-void print_item(const model_item_t& item, std::size_t number) {
+void print_item(const model_item_t& item, std::size_t number, const mesh_figures& figures) {
     const bool nurbs = item.kind == model_item_t::kind_t::nurbs;
     std::cout << "item " << number << ":\n  kind: " << (nurbs ? "nurbs" : "polygon")
               << "\n  name: " << item.polygon.name() << "\n  vertices: " << item.polygon.vertex_count()
-              << "\n  elements: " << item.polygon.element_count() << '\n';
+              << "\n  elements: " << item.polygon.element_count() << "\n  triangles: " << figures.triangles
+              << '\n';
+    print(figures, "  ");
     if (nurbs)
         std::cout << "  net: " << item.nurbs.m() << " points of order " << item.nurbs.k1() << " by "
                   << item.nurbs.n() << " of order " << item.nurbs.k2() << ", resolution "
@@ -54,14 +61,18 @@ int run(const command_line& line) {
     model_file file(line);
     if (!file.load(line.operands[0])) return failure;
     const pmt3d::model_t& model = file.model;
-    std::uint64_t triangles = 0;
+    std::vector<const pmt3d::polygon_t*> surfaces;
     for (const model_item_t& item : model.items)
-        triangles += triangle_count(item.polygon);
-    std::cout << "items: " << model.items.size() << "\ntriangles: " << triangles << '\n';
+        surfaces.push_back(&item.polygon);
+    const mesh_figures all = measure(surfaces);
+    std::cout << "items: " << model.items.size() << "\ntriangles: " << all.triangles << '\n';
     print_bounds(model);
+    print(all, "");
     std::size_t number = 0;
-    for (const model_item_t& item : model.items)
-        print_item(item, ++number);
+    for (const model_item_t& item : model.items) {
+        const pmt3d::polygon_t* const surface = &item.polygon;
+        print_item(item, ++number, surfaces.size() == 1 ? all : measure({&surface, 1}));
+    }
     return success;
 }
 
@@ -72,9 +83,24 @@ const subcommand info = {
     "FILE",
     "summarise a model file",
     options,
-    R"(For the whole file: the number of items and triangles, and the bounds of all surfaces (minimum x y z, maximum x y z; "none"
-without any). Then for each item its kind, name, vertices, elements and the pictures that it names. NURBS surfaces
-are counted as they are tessellated. FILE ends in .pmt or .stl.
+    R"(For the whole file: the number of items and triangles, the bounds of all
+surfaces (minimum x y z, maximum x y z; "none" without any), and these figures.
+Then for each item its kind, name, vertices, elements, the same figures and the
+pictures that it names. NURBS surfaces count as they are tessellated.
+
+  area                  of all triangles, on one side
+  volume                that the triangles enclose; negative: they are seen from inside. With open
+                        edges it is the sum of the signed volumes between each triangle and the
+                        first corner of all, and depends on where that is
+  open edges            edges that belong to one triangle only. A surface without any is closed
+  crowded edges         edges that belong to more than two triangles
+  flipped triangles     that wind against their neighbours: of the triangles that hang together by
+                        edges of two, the fewest that must be turned over for all to agree
+  degenerate triangles  with two corners in the same place; their edges do not count
+
+Corners in exactly the same place are one corner, whatever their colour, also of
+different items for the figures of the whole file. Triangles whose corners are
+no numbers are counted in a line of their own and nowhere else.
 )",
     run,
 };
