@@ -7,9 +7,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <map>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -44,7 +46,7 @@ protected:
     // With the number of triangles.
     std::string bounds(const std::string& name) {
         const std::string info = quietly("info @" + name);
-        return info.substr(info.find("triangles"), info.find("item 1") - info.find("triangles"));
+        return info.substr(info.find("triangles"), info.find("area") - info.find("triangles"));
     }
     test_support::temporary_directory directory_;
 };
@@ -81,18 +83,114 @@ std::string vase(int seam = 1) {
 TEST_F(model_files, info) {
     const std::string name = file("two.pmt", triangle + vase());
     const std::string named = "\n  name: " + name + "\n  vertices: ";
-    EXPECT_EQ(
-        quietly("info @two.pmt"),
-        "items: 2\ntriangles: 4097\nbounds: -1 0 -0.995153785 0.995153785 2.20000029 0.995153785\n"
-        "item 1:\n  kind: polygon" +
-            named + "3\n  elements: 4\nitem 2:\n  kind: nurbs" + named +
-            "2145\n  elements: 4192\n  net: 9 points of order 3 by 5 of order 4, resolution 65 by 33\n");
+    // The lines of figures are the next test's.
+    const std::regex figures(" *(area|volume|open edges|crowded edges|(flipped|degenerate) triangles): .*\n");
+    const std::string info = std::regex_replace(quietly("info @two.pmt"), figures, "");
+    EXPECT_EQ(info,
+              "items: 2\ntriangles: 4097\nbounds: -1 0 -0.995153785 0.995153785 2.20000029 0.995153785\n"
+              "item 1:\n  kind: polygon" +
+                  named + "3\n  elements: 4\n  triangles: 1\nitem 2:\n  kind: nurbs" + named +
+                  "2145\n  elements: 4192\n  triangles: 4096\n  net: 9 points of order 3 by 5 of order 4, "
+                  "resolution 65 by 33\n");
     file("none.stl", "solid\nendsolid\n");
     const process_result none = call("info @none.stl");
     EXPECT_TRUE(none.out.starts_with("items: 1\ntriangles: 0\nbounds: none\n")) << none.out;
     EXPECT_EQ(none.err, "pmt3d: warning: " + file("none.stl") + " has no facet.\n");
     file("bare.pmt", "begin polygon_surface,0,0\nspecular missing.png\nend\n");
-    EXPECT_TRUE(call("info @bare.pmt").out.ends_with("  elements: 0\n  specular: missing.png\n"));
+    EXPECT_TRUE(call("info @bare.pmt").out.ends_with("\n  specular: missing.png\n"));
+}
+
+// A tetrahedron of volume 1/6, as text STL without the facets that are struck out; small letters are turned
+// over.
+std::string tetrahedron(const std::string& faces) {
+    const std::string corners[] = {"0 0 0", "1 0 0", "0 1 0", "-0 0 1"};
+    const std::map<char, std::array<int, 3>> known = {
+        {'A', {0, 2, 1}}, {'B', {0, 1, 3}}, {'C', {0, 3, 2}}, {'D', {1, 2, 3}}, {'Z', {1, 1, 2}}};
+    std::string text = "solid\n";
+    for (const char face : faces) {
+        std::array<int, 3> t = known.at(char(std::toupper(face)));
+        if (std::islower(face)) std::swap(t[0], t[1]);
+        text += "facet normal 0 0 0\nouter loop\n";
+        for (const int corner : t)
+            text += "vertex " + corners[corner] + '\n';
+        text += "endloop\nendfacet\n";
+    }
+    return text + "endsolid\n";
+}
+
+TEST_F(model_files, info_measures_what_triangles_enclose) {
+    const struct {
+        std::string faces;
+        double area, volume;       // times two and six
+        std::array<int, 4> counts; // edges open and crowded, triangles flipped and degenerate
+    } cases[] = {{"ABCD", 3 + std::sqrt(3.0), 1, {0, 0, 0, 0}},
+                 {"abcd", 3 + std::sqrt(3.0), -1, {0, 0, 0, 0}},
+                 {"ABC", 3, 0, {3, 0, 0, 0}},
+                 {"DABc", 3 + std::sqrt(3.0), -1, {0, 0, 1, 0}},
+                 {"abcD", 3 + std::sqrt(3.0), -1, {0, 0, 1, 0}},
+                 {"ZABCDZ", 3 + std::sqrt(3.0), 1, {0, 0, 0, 2}},
+                 {"ABCDD", 3 + 2 * std::sqrt(3.0), 2, {0, 3, 0, 0}},
+                 {"Z", 0, 0, {0, 0, 0, 1}}};
+    for (const auto& c : cases) {
+        file("t.stl", tetrahedron(c.faces));
+        const std::string info = quietly("info @t.stl");
+        double area = -1, volume = -1;
+        std::array<int, 4> counts{-1, -1, -1, -1};
+        std::sscanf(info.c_str() + info.find("area"),
+                    "area: %lf volume: %lf open edges: %d crowded edges: %d flipped triangles: %d degenerate "
+                    "triangles: %d",
+                    &area, &volume, &counts[0], &counts[1], &counts[2], &counts[3]);
+        EXPECT_NEAR(area, c.area / 2, 1e-6) << c.faces;
+        EXPECT_NEAR(volume, c.volume / 6, 1e-6) << c.faces;
+        EXPECT_EQ(counts, c.counts) << c.faces;
+    }
+    // Half of it in either item: only the whole is closed. Corners that are no numbers count by themselves.
+    std::string halves;
+    for (const char* faces : {"begin polygon_surface,4,8\nelement 0\nelement 2\nelement 1\nelement -1\n"
+                              "element 0\nelement 1\nelement 3\nelement -1\n",
+                              "begin polygon_surface,4,8\nelement 0\nelement 3\nelement 2\nelement -1\n"
+                              "element 1\nelement 2\nelement 3\nelement -1\n"}) {
+        halves += faces;
+        for (const char* corner : {"0,0,0", "1,0,0", "0,1,0", "0,0,1"})
+            halves += std::string("position ") + corner + "\ntangent 0,0,0\nbinormal 0,0,0\nnormal 0,0,0\n";
+        halves += "end\n";
+    }
+    file("halves.pmt", halves);
+    const std::string info = quietly("info @halves.pmt");
+    EXPECT_NE(info.find("\nvolume: 0.166666667\nopen edges: 0\n"), info.npos) << info;
+    EXPECT_NE(info.find("\n  triangles: 2\n  area: 1\n  volume: 0\n  open edges: 4\n"), info.npos) << info;
+    std::string nan = tetrahedron("ABCDA");
+    file("nan.stl", nan.replace(nan.rfind("1 0 0"), 1, "nan"));
+    EXPECT_NE(quietly("info @nan.stl")
+                  .find("open edges: 0\ncrowded edges: 0\nflipped triangles: 0\n"
+                        "degenerate triangles: 0\ntriangles that are no numbers: 1\n"),
+              info.npos);
+}
+
+TEST_F(model_files, info_agrees_with_another_program) {
+    file("vase.pmt", vase());
+    quietly("convert @vase.pmt @vase.stl");
+    std::string text = read_file(file("vase.stl"));
+    for (const int turned : {100, 103, 2000}) // two corners change places
+        std::swap_ranges(&text[84 + 50 * turned + 12], &text[84 + 50 * turned + 24],
+                         &text[84 + 50 * turned + 24]);
+    text.replace(80, 2, "\xFB\x0F"); // the last five are missing
+    text.resize(84 + 50 * 4091);
+    file("vase.stl", text);
+    const std::string ours = quietly("info @vase.stl");
+    const std::string theirs = test_support::run({"admesh", "-e", "-d", file("vase.stl")}).out;
+    const std::string values = test_support::run({"admesh", "-e", "-v", file("vase.stl")}).out;
+    const auto number = [](const std::string& all, const std::string& key) {
+        std::smatch found;
+        EXPECT_TRUE(std::regex_search(all, found, std::regex(key + " *: *([-0-9.]+)")))
+            << key << " in " << all;
+        return found.empty() ? -1.0 : std::stod(found[1]);
+    };
+    EXPECT_EQ(number(ours, "open edges"), number(theirs, "Facets with 1 disconnected edge") +
+                                              2 * number(theirs, "Facets with 2 disconnected edges"));
+    EXPECT_EQ(number(ours, "flipped triangles"), number(theirs, "Facets reversed"));
+    EXPECT_EQ(number(ours, "degenerate triangles"), number(theirs, "Degenerate facets"));
+    EXPECT_NEAR(number(ours, "volume"), number(values, "Volume"), 1e-4);
 }
 
 TEST_F(model_files, dump) {
