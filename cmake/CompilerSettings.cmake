@@ -28,6 +28,22 @@ if(QUENVAREL_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# Linked by the programs and their libraries: what distributions build programs with that read foreign files, so that a bug
+# ends the program and opens no door.
+add_library(quenvarel_hardening INTERFACE)
+if(NOT WIN32 AND NOT QUENVAREL_SANITIZE)
+  include(CheckCXXCompilerFlag)
+  foreach(flag stack-protector-strong stack-clash-protection cf-protection)
+    check_cxx_compiler_flag(-f${flag} QUENVAREL_HAS_${flag})
+    if(QUENVAREL_HAS_${flag})
+      target_compile_options(quenvarel_hardening INTERFACE -f${flag})
+    endif()
+  endforeach()
+  # Needs optimisation; some compilers define it by themselves.
+  target_compile_options(quenvarel_hardening INTERFACE "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+  target_link_options(quenvarel_hardening INTERFACE -Wl,-z,relro,-z,now)
+endif()
+
 # Linked by every target of ours, never by a dependency.
 add_library(quenvarel_warnings INTERFACE)
 target_compile_options(quenvarel_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
