@@ -12,19 +12,19 @@ namespace {
 
 bool shown = false;
 
-// A console that this program is alone with closes with it.
-bool has_console_of_its_own() {
-    DWORD processes[2];
-    return GetConsoleProcessList(processes, 2) == 1 && _isatty(_fileno(stdout)) && _isatty(_fileno(stdin));
-}
-
 void wait_for_key() {
-    if (!shown || !has_console_of_its_own()) return;
+    if (!shown || !is_double_clicked()) return;
     std::cout << "Press a key to close this window." << std::endl;
     _getch();
 }
 
 } // namespace
+
+// A console that this program is alone with closes with it.
+bool is_double_clicked() {
+    DWORD processes[2];
+    return GetConsoleProcessList(processes, 2) == 1 && _isatty(_fileno(stdout)) && _isatty(_fileno(stdin));
+}
 
 void watch_failures() {
     shown = true;

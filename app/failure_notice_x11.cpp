@@ -135,6 +135,10 @@ void show_reported() {
 
 } // namespace
 
+bool is_double_clicked() {
+    return false;
+}
+
 void watch_failures() {
     if (reported || !is_started_by_desktop()) return;
     reported = new copying_buffer(std::cerr);

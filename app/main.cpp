@@ -104,9 +104,18 @@ bool open_inputs(const std::vector<const char*>& devices) {
 
 int main(int argc, char** argv) {
     quenvarel::watch_failures();
+    char first_device[] = "0";
+    char* with_first_device[] = {argc > 0 ? argv[0] : nullptr, first_device, nullptr};
+    const bool double_clicked = argc == 1 && quenvarel::is_double_clicked();
     if (argc < 2) {
         print_usage(argc == 1 ? argv[0] : "");
-        return 0;
+        if (!double_clicked) return 0;
+        if (midi::system_outputs().device_count() == 0) {
+            std::cout << "There is no MIDI device. Connect one and start the program again." << std::endl;
+            return 0;
+        }
+        argc = 2;
+        argv = with_first_device;
     }
     std::atexit(end);
     libutils::end_when_out_of_memory();
@@ -140,7 +149,13 @@ int main(int argc, char** argv) {
         return 1;
     }
     quenvarel::install_interrupt_handler(leave);
-    if (!open_port(options.device) || !open_inputs(options.inputs)) return 1;
+    if (!open_port(options.device)) {
+        if (double_clicked)
+            std::cout << "To play on another one, type its number behind quenvarel.exe in a command window."
+                      << std::endl;
+        return 1;
+    }
+    if (!open_inputs(options.inputs)) return 1;
     if (gems::registry->leaving()) {
         quenvarel::forget_failures();
         return 0;
