@@ -5,13 +5,15 @@ packages_to_run="g++ cmake ninja-build pkg-config freeglut3-dev libglew-dev libg
   libpng-dev libassimp-dev librtmidi-dev libfluidsynth-dev libasound2-dev libjack-jackd2-dev libx11-dev timgm6mb-soundfont"
 packages_for_demo="xvfb xauth xdotool imagemagick libgl1-mesa-dri"
 packages_to_package="dpkg-dev file"
+packages_to_check_packages="lintian appstream desktop-file-utils"
 packages_to_test="$packages_to_run libgtest-dev xvfb xauth xdotool x11-xkb-utils libgl1-mesa-dri jackd2
-  pulseaudio pulseaudio-utils midicsv imagemagick pngcheck libjpeg-turbo-progs admesh desktop-file-utils
-  $packages_to_package"
-packages_for_windows="g++-mingw-w64-x86-64-posix nasm make dpkg-dev wine wine64"
+  pulseaudio pulseaudio-utils midicsv imagemagick pngcheck libjpeg-turbo-progs admesh
+  $packages_to_package $packages_to_check_packages"
+packages_for_windows="g++-mingw-w64-x86-64-posix nasm make dpkg-dev"
+packages_to_test_windows="$packages_for_windows wine wine64"
 packages_to_bench="$packages_to_run libbenchmark-dev libglm-dev libturbojpeg0-dev libtinyobjloader-dev
   libocct-modeling-data-dev libxtst-dev jackd2 jack-keyboard fluidsynth python3 xvfb xauth libgl1-mesa-dri"
-packages_to_fuzz="$packages_to_run clang libclang-rt-14-dev"
+packages_to_fuzz="$packages_to_run clang" # and the sanitizers of the clang that is there, which fuzz/run installs
 packages_to_format="clang-format"
 
 . "${BASH_SOURCE[0]%/*}/progress.sh"
