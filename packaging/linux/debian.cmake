@@ -25,11 +25,14 @@ function(made_file name)
   set_property(GLOBAL APPEND PROPERTY QUENVAREL_MADE_FILES "${file}")
 endfunction()
 
-set(pages quenvarel midimon pmt3d make_keys)
+set(pages quenvarel midimon make_keys)
 foreach(page ${pages})
   set(source "${CMAKE_CURRENT_SOURCE_DIR}/man/${page}.1")
   made_file(${page}.1.gz DEPENDS "${source}" COMMAND gzip -9nc "${source}")
 endforeach()
+# pmt3d writes its page and its completion itself, from the tables that its help is printed from.
+made_file(pmt3d.1.gz DEPENDS pmt3d COMMAND sh -c "\"$1\" --man | gzip -9nc" sh "$<TARGET_FILE:pmt3d>")
+made_file(pmt3d.bash DEPENDS pmt3d COMMAND pmt3d --completion)
 made_file(model-format.md.gz DEPENDS "${docs}/model-format.md" COMMAND gzip -9nc "${docs}/model-format.md")
 set(write_changelog "${CMAKE_CURRENT_SOURCE_DIR}/changelog")
 made_file(changelog.gz DEPENDS "${changelog}" "${write_changelog}"
@@ -72,6 +75,7 @@ for_player(FILES "${built}/copyright" "${built}/changelog.gz" DESTINATION ${docu
 
 for_tools(TARGETS midimon pmt3d make_keys RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 for_tools(FILES "${built}/midimon.1.gz" "${built}/pmt3d.1.gz" "${built}/make_keys.1.gz" DESTINATION ${manual})
+for_tools(FILES "${built}/pmt3d.bash" DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME pmt3d)
 for_tools(FILES "${built}/copyright" "${built}/changelog.gz" "${built}/model-format.md.gz" "${docs}/examples.png"
   DESTINATION ${documents}/quenvarel-tools)
 for_tools(DIRECTORY "${docs}/examples" DESTINATION ${documents}/quenvarel-tools)

@@ -151,8 +151,12 @@ void print_options(std::ostream& os, std::span<const option> table) {
         }
 }
 
+std::string_view program_version() {
+    return QUENVAREL_VERSION;
+}
+
 void print_version(std::ostream& os, std::string_view program) {
-    os << program << " (Quenvarel) " QUENVAREL_VERSION "\n";
+    os << program << " (Quenvarel) " << program_version() << '\n';
 }
 
 void print_filled(std::ostream& os, std::string_view text, std::size_t indent, std::size_t column) {

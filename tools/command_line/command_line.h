@@ -56,6 +56,8 @@ bool numbers(const char* text, std::span<float> values);
 // The part of the help that lists the options.
 void print_options(std::ostream& os, std::span<const option> table);
 
+// "1.2.3".
+std::string_view program_version();
 // "pmt3d (Quenvarel) 1.2.3".
 void print_version(std::ostream& os, std::string_view program);
 

@@ -89,14 +89,18 @@ Then for each item its kind, name, vertices, elements, the same figures and the
 pictures that it names. NURBS surfaces count as they are tessellated.
 
   area                  of all triangles, on one side
-  volume                that the triangles enclose; negative: they are seen from inside. With open
-                        edges it is the sum of the signed volumes between each triangle and the
-                        first corner of all, and depends on where that is
-  open edges            edges that belong to one triangle only. A surface without any is closed
-  crowded edges         edges that belong to more than two triangles
-  flipped triangles     that wind against their neighbours: of the triangles that hang together by
-                        edges of two, the fewest that must be turned over for all to agree
-  degenerate triangles  with two corners in the same place; their edges do not count
+  volume                that they enclose, negative when they are seen from
+                        inside. With open edges: the sum of the signed volumes
+                        between each triangle and the first corner of all,
+                        which depends on where that is
+  open edges            that belong to one triangle only; a closed surface has
+                        none
+  crowded edges         that belong to more than two triangles
+  flipped triangles     that wind against their neighbours: of those that hang
+                        together by edges of two, the fewest that must be
+                        turned over for all to agree
+  degenerate triangles  with two corners in the same place; their edges do not
+                        count
 
 Corners in exactly the same place are one corner, whatever their colour, also of
 different items for the figures of the whole file. Triangles whose corners are

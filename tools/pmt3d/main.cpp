@@ -3,6 +3,7 @@
 #include "libutils/error_report.h"
 #include "libutils/out_of_memory.h"
 #include "libutils/report.h"
+#include "manual.h"
 #include "model_file.h"
 #include "subcommand.h"
 
@@ -65,7 +66,21 @@ int run(const subcommand& command, arguments words) {
     return command.run(line);
 }
 
+// Not in the help: what the package needs.
+bool print_for_packaging(arguments words) {
+    constexpr command_table table = {options, subcommands};
+    if (words.size() != 1) return false;
+    if (words[0] == std::string_view("--man"))
+        print_manual(std::cout, table);
+    else if (words[0] == std::string_view("--completion"))
+        print_completion(std::cout, table);
+    else
+        return false;
+    return true;
+}
+
 int run(arguments words) {
+    if (print_for_packaging(words)) return success;
     const command_line line = parse(words, options, operands::last);
     switch (line.wanted) {
     case command_line::wish::help:
