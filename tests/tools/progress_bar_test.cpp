@@ -56,18 +56,22 @@ TEST(progress_bar, is_there_for_long_work_on_a_terminal_and_gone_in_the_end) {
         show(1, 2);
         const std::string early = terminal.take(0);
         EXPECT_TRUE(early.empty() || clock::now() - begin >= std::chrono::milliseconds(500)) << early;
-        std::this_thread::sleep_for(std::chrono::milliseconds(550));
-        show(1, 2);
-        terminal.expect(bar);
-        std::cerr << 12 << ": illegal command.\n";
-        terminal.expect(gap + "12: illegal command.\r\n");
-        std::this_thread::sleep_for(std::chrono::milliseconds(110));
-        show(1, 2);
-        terminal.expect(bar);
+        EXPECT_EQ(early + terminal.take(bar.size() - early.size()), bar);
+        std::cerr << 12 << ": illegal";
+        std::this_thread::sleep_for(std::chrono::milliseconds(150)); // the bar is not drawn into a line
+        std::cerr << " command.\n";
+        terminal.expect(gap + "12: illegal command.\r\n" + bar);
     }
     terminal.expect(gap);
     std::cerr << "afterwards" << std::flush;
     terminal.expect("afterwards");
+}
+
+TEST(progress_bar, counts_seconds_where_the_work_does_not_tell) {
+    const standard_error terminal(true);
+    const tool::progress_bar progress("drawing", "x.stl");
+    const std::string text = terminal.take(19);
+    EXPECT_TRUE(text.starts_with("\rdrawing x.stl, ") && text.ends_with(" s")) << text;
 }
 
 TEST(progress_bar, is_not_there_when_nobody_watches) {

@@ -8,6 +8,7 @@
 #include "model_output.h"
 #include "models/layout/key_layout.h"
 #include "movement.h"
+#include "progress_bar.h"
 #include "reshaping.h"
 #include "standard_streams.h"
 #include "subcommand.h"
@@ -284,7 +285,10 @@ int run(const command_line& line) {
     for (const std::string& in : ins)
         if (!read(all, line, in, output->name)) return failure;
     if (!wanted.only.empty() && !keep_only(all, wanted.only)) return failure;
-    if (!reshape(all, wanted) || !all.keep_pictures(*output)) return failure;
+    {
+        const progress_bar bar("reshaping", ins[0]);
+        if (!reshape(all, wanted) || !all.keep_pictures(*output)) return failure;
+    }
     return (wanted.split ? save_split(all, *output) : save_model(all.model, *output)) ? success : failure;
 }
 

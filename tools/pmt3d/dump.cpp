@@ -2,9 +2,11 @@
 
 #include "json.h"
 #include "model_file.h"
+#include "progress_bar.h"
 #include "subcommand.h"
 
 #include <iostream>
+#include <optional>
 
 namespace tool {
 
@@ -103,6 +105,8 @@ int run(const command_line& line) {
     model_file file(line);
     if (!file.load(line.operands[0])) return failure;
     const pmt3d::model_t& model = file.model;
+    std::optional<progress_bar> bar;
+    if (!is_standard_output_watched()) bar.emplace("printing", line.operands[0]);
     json_writer out(std::cout);
     out.begin_object();
     out.key("items").begin_array();

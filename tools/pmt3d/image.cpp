@@ -5,10 +5,12 @@
 #include "libgr/image/processing.h"
 #include "libutils/report.h"
 #include "picture_file.h"
+#include "progress_bar.h"
 #include "subcommand.h"
 
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 #include <zlib.h>
@@ -40,9 +42,12 @@ bool checksum(const image2d& image, unsigned long& crc) {
 
 int info(arguments words, const read_options& options) {
     image2d image;
-    if (!libgr::load_as(format_of(words[0]), image, words[0], options)) return failure;
     unsigned long crc = 0;
-    if (!checksum(image, crc)) return exit_code(report(words[0], ": picture has no colours."));
+    {
+        const progress_bar bar("reading", words[0]);
+        if (!libgr::load_as(format_of(words[0]), image, words[0], options)) return failure;
+        if (!checksum(image, crc)) return exit_code(report(words[0], ": picture has no colours."));
+    }
     char digits[9];
     std::snprintf(digits, sizeof digits, "%08lx", crc);
     std::cout << "size: " << image.width << 'x' << image.height << "\nformat: " << image.descriptor.format
@@ -143,6 +148,8 @@ int run(const command_line& line) {
         known.append(known.empty() ? "" : ", ").append(a.name);
         if (words.empty() || words[0] != a.name) continue;
         if (words.size() != a.words + 1) return usage_error(image, "wrong number of arguments.");
+        std::optional<progress_bar> bar;
+        if (a.run != info) bar.emplace("writing", words.back()); // which has one of its own
         return a.run(words.subspan(1), options);
     }
     const std::string word =

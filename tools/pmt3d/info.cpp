@@ -3,6 +3,7 @@
 #include "libutils/number.h"
 #include "mesh_figures.h"
 #include "model_file.h"
+#include "progress_bar.h"
 #include "subcommand.h"
 
 #include <iostream>
@@ -64,14 +65,21 @@ int run(const command_line& line) {
     std::vector<const pmt3d::polygon_t*> surfaces;
     for (const model_item_t& item : model.items)
         surfaces.push_back(&item.polygon);
-    const mesh_figures all = measure(surfaces);
+    mesh_figures all;
+    std::vector<mesh_figures> each;
+    {
+        const progress_bar bar("measuring", line.operands[0]);
+        all = measure(surfaces);
+        for (const pmt3d::polygon_t* const& surface : surfaces)
+            each.push_back(surfaces.size() == 1 ? all : measure({&surface, 1}));
+    }
     std::cout << "items: " << model.items.size() << "\ntriangles: " << all.triangles << '\n';
     print_bounds(model);
     print(all, "");
     std::size_t number = 0;
     for (const model_item_t& item : model.items) {
-        const pmt3d::polygon_t* const surface = &item.polygon;
-        print_item(item, ++number, surfaces.size() == 1 ? all : measure({&surface, 1}));
+        print_item(item, number + 1, each[number]);
+        ++number;
     }
     return success;
 }

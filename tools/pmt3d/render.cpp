@@ -7,6 +7,7 @@
 #include "offscreen_context.h"
 #include "picture_file.h"
 #include "pmt3d/mirror/polygon_mirror.h"
+#include "progress_bar.h"
 #include "render/gl/framebuffer.h"
 #include "render/gl/step_check.h"
 #include "render/math/matrix.h"
@@ -161,6 +162,7 @@ int make_picture(const options& o, const command_line& line) {
     model_file file(line);
     if (!file.load(o.in.c_str(), pmt3d::renderer_frames(renderer))) return failure;
     pmt3d::model_t& model = file.model;
+    const progress_bar bar("drawing", o.in);
     const std::optional<render::box3> box = bounds(model);
     if (!box) return fail(o.in + " has nothing to draw.");
     if (!std::isfinite(render::length(box->max - box->min))) return fail(o.in + " is too large to be seen.");
