@@ -16,7 +16,7 @@ import time
 
 # The order of the table; programs not named here come last.
 TOPICS = (
-    "memory model_files nurbs surface image_files image_processing texture render keyboard_start "
+    "memory model_files import nurbs surface image_files image_processing texture render keyboard_start "
     "keyboard_redraw key_latency jack_latency through_time exit_time expression math mapping"
 ).split()
 LONGEST_RUN = 200  # seconds, of one program

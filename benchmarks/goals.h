@@ -14,9 +14,10 @@ namespace benchmarks {
 // is the memory's speed for the bytes that our benchmark counts in "bytes_moved".
 class goal {
 public:
-    // What is compared: processor time, processor time per byte (both call SetBytesProcessed), or a counter
-    // by its name.
-    static constexpr const char *time = "", *time_per_byte = "bytes_per_second";
+    // What is compared: processor time, processor time per byte (both call SetBytesProcessed), the seconds in
+    // a counter of that name (for work in several processes), or any other counter by its name.
+    static constexpr const char *time = "", *time_per_byte = "bytes_per_second",
+                                *time_of_processes = "time_of_processes";
 
     struct terms {
         std::string what;

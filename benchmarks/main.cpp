@@ -96,7 +96,7 @@ void pursue(const goal::terms& aim) {
     made.limit.kind = aim.limit;
     if (aim.compared == goal::time_per_byte)
         made.unit = "s/B";
-    else if (aim.compared != goal::time)
+    else if (aim.compared != goal::time && aim.compared != goal::time_of_processes)
         made.unit = "";
     const patience patient;
     for (std::size_t turn = 0; patient.lasts(turn); ++turn) {
