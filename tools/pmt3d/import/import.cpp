@@ -62,15 +62,15 @@ void keep_reader(Assimp::Importer& importer, const std::string& ending) {
 }
 
 // In the process of its own.
-void read_and_send(const std::string& name, std::uint64_t allowed_vertices, int pipe) {
+void read_and_send(const std::string& name, const pmt3d::load_context& context, int pipe) {
     message_writer out(pipe);
     const std::string ending = imported_ending(name);
-    Assimp::Importer importer;
+    // It goes with its process: to take a deep scene apart would be one more thing that can fail.
+    Assimp::Importer& importer = *new Assimp::Importer;
     keep_reader(importer, ending);
     auto* const files = new limited_files(contained_process::allow_for);
-    importer.SetIOHandler(files); // which deletes it
-    progress_sender progress(out);
-    importer.SetProgressHandler(&progress);
+    importer.SetIOHandler(files);
+    if (context.progress) importer.SetProgressHandler(new progress_sender(out));
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true); // they stand for bones or cameras
     if (!importer.ReadFile(name, aiProcess_Triangulate)) {
@@ -81,7 +81,7 @@ void read_and_send(const std::string& name, std::uint64_t allowed_vertices, int 
     }
     out.begin(message::scene_read);
     out.flush();
-    const pmt3d::vertex_limit vertices(files->bytes(), allowed_vertices);
+    const pmt3d::vertex_limit vertices(files->bytes(), context.allowed_vertices);
     send_scene(*importer.GetOrphanedScene(), {vertices.most(), ending == "gltf" || ending == "glb"}, out);
 }
 
@@ -176,7 +176,7 @@ import_end import_model(pmt3d::model_t& model, const std::string& name, made_pic
                         const pmt3d::load_context& context) {
     if (context.pictures) context.pictures->begin(name);
     pictures.begin(name, context.observer);
-    contained_process reading([&](int pipe) { read_and_send(name, context.allowed_vertices, pipe); });
+    contained_process reading([&](int pipe) { read_and_send(name, context, pipe); });
     receiver received(model, name, pictures, context);
     if (reading.started()) received.run(reading.pipe());
     if (received.ended()) return import_end::done;
