@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <set>
 
@@ -107,6 +108,30 @@ TEST_F(debian_package, plays_from_its_installed_place) {
     EXPECT_EQ(program.out().find("LoadShape"), std::string::npos) << program.out();
     EXPECT_NE(run({"midicsv", directory_.file("quenvarel.mid")}).out.find("Note_on_c, 1, 60, 127"),
               std::string::npos);
+}
+
+// The checkout has moved, or its build directory comes from another one.
+TEST(build_directory, of_another_place_is_made_afresh) {
+    const temporary_directory directory;
+    const fs::path old_place = directory.file("old"), place = directory.file("new place");
+    fs::create_directory(old_place);
+    fs::copy(fs::path(QUENVAREL_PACKAGING) / "../CMakePresets.json", old_place);
+    std::ofstream(old_place / "CMakeLists.txt")
+        << "cmake_minimum_required(VERSION 3.25)\nproject(empty NONE)\n";
+    const auto configure = [](const fs::path& where) {
+        return run(
+            {"bash", "-ec",
+             ". \"$0/build.sh\"; is_configured_here release || configure release; is_configured_here release",
+             QUENVAREL_PACKAGING},
+            {.environment = {}, .directory = where});
+    };
+    const std::string line = "build/release was made in " + old_place.string() + "; it is made afresh.\n";
+    for (const bool moved : {false, true, false}) {
+        if (moved) fs::rename(old_place, place);
+        const process_result configured = configure(fs::exists(place) ? place : old_place);
+        EXPECT_EQ(configured.exit_code, 0) << configured.err;
+        EXPECT_EQ(configured.err.find(line) != std::string::npos, moved) << configured.err;
+    }
 }
 
 class windows_package : public testing::Test {
