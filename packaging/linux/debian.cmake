@@ -33,7 +33,9 @@ endforeach()
 # pmt3d writes its page and its completion itself, from the tables that its help is printed from.
 made_file(pmt3d.1.gz DEPENDS pmt3d COMMAND sh -c "\"$1\" --man | gzip -9nc" sh "$<TARGET_FILE:pmt3d>")
 made_file(pmt3d.bash DEPENDS pmt3d COMMAND pmt3d --completion)
-made_file(model-format.md.gz DEPENDS "${docs}/model-format.md" COMMAND gzip -9nc "${docs}/model-format.md")
+foreach(document model-format.md own-keyboard.md)
+  made_file(${document}.gz DEPENDS "${docs}/${document}" COMMAND gzip -9nc "${docs}/${document}")
+endforeach()
 set(write_changelog "${CMAKE_CURRENT_SOURCE_DIR}/changelog")
 made_file(changelog.gz DEPENDS "${changelog}" "${write_changelog}"
   COMMAND "${write_changelog}" debian.gz "${changelog}" "${PROJECT_VERSION}" "${package_version}" "${suite}"
@@ -76,8 +78,8 @@ for_player(FILES "${built}/copyright" "${built}/changelog.gz" DESTINATION ${docu
 for_tools(TARGETS midimon pmt3d make_keys RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 for_tools(FILES "${built}/midimon.1.gz" "${built}/pmt3d.1.gz" "${built}/make_keys.1.gz" DESTINATION ${manual})
 for_tools(FILES "${built}/pmt3d.bash" DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME pmt3d)
-for_tools(FILES "${built}/copyright" "${built}/changelog.gz" "${built}/model-format.md.gz" "${docs}/examples.png"
-  DESTINATION ${documents}/quenvarel-tools)
+for_tools(FILES "${built}/copyright" "${built}/changelog.gz" "${built}/model-format.md.gz" "${built}/own-keyboard.md.gz"
+  "${docs}/examples.png" DESTINATION ${documents}/quenvarel-tools)
 for_tools(DIRECTORY "${docs}/examples" DESTINATION ${documents}/quenvarel-tools)
 
 # --- The packages ---
