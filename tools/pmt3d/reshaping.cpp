@@ -36,8 +36,8 @@ bool keep_only(named_model& all, std::span<const char* const> names) {
         constexpr std::size_t most = 20;
         std::string list;
         for (std::size_t i = 0; i < std::min(all.names.size(), most); ++i)
-            if (!all.names[i].empty()) list.append(", ").append(all.names[i]);
-        if (all.names.size() > most) list.append(", ...");
+            if (!all.names[i].empty()) list.append(list.empty() ? " (" : ", ").append(all.names[i]);
+        if (!list.empty()) list.append(all.names.size() > most ? ", ...)" : ")");
         return report("pmt3d: there is no surface ", name, "; there are 1 to ", all.names.size(), list, '.');
     }
     std::size_t i = 0;
