@@ -511,6 +511,7 @@ TEST_F(convert, bad_values_are_refused_in_one_line) {
         {"--resolution 1", 2, "--resolution takes a whole number, 2 to 8192."},
         {"--resolution 8193", 2, "--resolution takes a whole number, 2 to 8192."},
         {"--resolution 3000", 1, "1 with 9000000 vertices each are more than a file may have"},
+        {"--resolution 1300 @in.pmt", 1, "2 with 1690000 vertices each are more than a file may have"},
         {"--only 3", 1, "there is no surface 3; there are 1 to 2."},
         {"--only 0", 1, "there is no surface 0"},
         {"--only 2 --only leg", 1, "there is no surface leg"},

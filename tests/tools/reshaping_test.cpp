@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <iostream>
 #include <string>
 #include <tuple>
@@ -45,6 +46,35 @@ TEST(reshaping, surfaces_are_chosen_by_name_or_number) {
     const test_support::capture error(std::cerr);
     EXPECT_FALSE(tool::keep_only(all, none));
     EXPECT_EQ(error.text(), "pmt3d: there is no surface Leg; there are 1 to 3 (leg, seat).\n");
+}
+
+TEST(reshaping, surfaces_become_one) {
+    // What ends a strip of one is a vertex of both.
+    const std::vector<std::vector<pmt3d::element_t>> strips = {
+        {0, 1, 2, 5, 1, 2, 3}, {0, 1, 2, pmt3d::strip_end}, {2, 1, 0}};
+    tool::named_model all = model_of({"a", "b", "c"});
+    auto item = all.model.items.begin();
+    for (const auto& elements : strips) {
+        pmt3d::polygon_t& polygon = (item++)->polygon;
+        ASSERT_TRUE(polygon.allocate(4, elements.size()));
+        std::copy(elements.begin(), elements.end(), polygon.edit_elements().begin());
+        for (int v = 0; v < 4; ++v) {
+            polygon.edit_vertices()[v].position.x = float(v) + float(elements[0]);
+            polygon.edit_normals()[v].normal.x = float(elements.size());
+        }
+    }
+    ASSERT_TRUE(tool::merge_into_one(all));
+    ASSERT_EQ(all.names, names{"a"});
+    const pmt3d::polygon_t& one = all.model.items.front().polygon;
+    std::vector<std::vector<pmt3d::element_t>> triangles;
+    pmt3d::for_each_triangle(one.getelements(), one.vertex_count(), [&](auto, bool, auto a, auto b, auto c) {
+        triangles.push_back({a, b, c});
+    });
+    EXPECT_EQ(triangles,
+              (std::vector<std::vector<pmt3d::element_t>>{{0, 1, 2}, {1, 2, 3}, {4, 5, 6}, {10, 9, 8}}));
+    ASSERT_EQ(one.vertex_count(), 12u);
+    EXPECT_EQ(one.vertices()[11].position.x, 5);
+    EXPECT_EQ(one.normals()[11].normal.x, 3);
 }
 
 TEST(reshaping, files_of_a_split_model_have_names_that_every_system_takes) {

@@ -172,6 +172,7 @@ TEST(triangle_mesh, what_no_solid_has) {
     odd.add({at(-1, -1, 1), at(0, -1, 1), at(1, -1, 1)});
     odd.add({at(0, 0, 1), at(1, 0, 1), at(1, -1, 1)});
     const triangle_mesh mesh = odd.smooth(60);
+    EXPECT_EQ(mesh.vertices.size(), 28u) << "the cube's, one on its edge, and three that see it from within";
     for (const auto& t : mesh.triangles)
         for (const element_t v : t) {
             const pos3 &a = mesh.vertices[t[0]].position, &b = mesh.vertices[t[1]].position,
@@ -192,6 +193,18 @@ TEST(triangle_mesh, what_no_solid_has) {
     const triangle_mesh cone = tent.smooth(60);
     ASSERT_EQ(cone.vertices.size(), sides + 1u);
     EXPECT_LT(degrees_between(cone.frames[cone.triangles[0][0]].normal, {0, 1, 0}), 0.01f);
+}
+
+TEST(triangle_mesh, becomes_a_surface) {
+    pmt3d::polygon_t surface;
+    surface.set_name("cube");
+    ASSERT_TRUE(fill(surface, cube().smooth(30)));
+    EXPECT_EQ(surface.name(), "cube");
+    EXPECT_EQ(surface.vertex_count(), 24u);
+    EXPECT_NE(surface.polyid(11).start, pmt3d::polyid_t::none);
+    ASSERT_TRUE(smooth(surface, 100));
+    EXPECT_EQ(surface.name(), "cube");
+    EXPECT_EQ(surface.vertex_count(), 8u);
 }
 
 TEST(triangle_mesh, tangents_follow_the_texture_also_where_it_is_mirrored) {

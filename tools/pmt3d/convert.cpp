@@ -235,7 +235,7 @@ void make_triangles_where_needed(pmt3d::model_t& model, const wishes& wanted, bo
     }
 }
 
-bool reshape(named_model& all, const wishes& wanted) {
+bool reshape(named_model& all, const wishes& wanted, const pmt3d::progress_t& progress) {
     pmt3d::model_t& model = all.model;
     if (wanted.resolution && !set_resolution(model, *wanted.resolution, allowed_vertices())) return false;
     const std::optional<movement> by = movement_of(model, wanted);
@@ -249,7 +249,7 @@ bool reshape(named_model& all, const wishes& wanted) {
             libutils::report("pmt3d: warning: key ", *wanted.key,
                              " reaches into the room of the black keys beside it.");
     }
-    return !wanted.smooth || smooth(model, *wanted.smooth);
+    return !wanted.smooth || smooth(model, *wanted.smooth, progress);
 }
 
 bool save_split(named_model& all, model_output output) {
@@ -286,8 +286,8 @@ int run(const command_line& line) {
         if (!read(all, line, in, output->name)) return failure;
     if (!wanted.only.empty() && !keep_only(all, wanted.only)) return failure;
     {
-        const progress_bar bar("reshaping", ins[0]);
-        if (!reshape(all, wanted) || !all.keep_pictures(*output)) return failure;
+        progress_bar bar("reshaping", ins[0]);
+        if (!reshape(all, wanted, bar.callback()) || !all.keep_pictures(*output)) return failure;
     }
     return (wanted.split ? save_split(all, *output) : save_model(all.model, *output)) ? success : failure;
 }

@@ -77,9 +77,10 @@ void make_triangles(model_item_t& item) {
     item.nurbs.clear();
 }
 
-bool smooth(pmt3d::model_t& model, float degrees) {
+bool smooth(pmt3d::model_t& model, float degrees, const pmt3d::progress_t& progress) {
     for (model_item_t& item : model.items)
-        if (item.kind == model_item_t::kind_t::polygon && !smooth(item.polygon, degrees)) return false;
+        if (item.kind == model_item_t::kind_t::polygon && !smooth(item.polygon, degrees, progress))
+            return false;
     return true;
 }
 

@@ -2,6 +2,7 @@
 // Changes the surfaces of a model: which ones there are, and what they are made of.
 
 #include "pmt3d/format/model.h"
+#include "pmt3d/format/progress.h"
 
 #include <cstdint>
 #include <span>
@@ -31,7 +32,7 @@ bool set_resolution(pmt3d::model_t& model, std::uint32_t resolution, std::uint64
 void make_triangles(pmt3d::model_item_t& item);
 
 // Welds and smooths the triangles of all polygon surfaces. False, reported, when there is no room.
-bool smooth(pmt3d::model_t& model, float degrees);
+bool smooth(pmt3d::model_t& model, float degrees, const pmt3d::progress_t& progress = {});
 
 // Makes one polygon surface of all polygon surfaces, as a key needs. False, reported, when their pictures
 // differ or there is no room.

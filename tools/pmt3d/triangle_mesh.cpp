@@ -161,12 +161,14 @@ public:
 
     // Calls `release` when the vertices that it was made from are no longer needed.
     template <class Release>
-    triangle_mesh run(Release&& release) {
+    triangle_mesh run(Release&& release, const pmt3d::progress_t& progress = {}) {
         name_kinds();
         find_normals();
         find_corners();
-        for (std::size_t p = 0; p + 1 < first_corner_.size(); ++p)
+        for (std::size_t p = 0; p + 1 < first_corner_.size(); ++p) {
             finish(std::span(corners_).subspan(first_corner_[p], first_corner_[p + 1] - first_corner_[p]));
+            if (progress && p % 65536 == 0) progress(p, first_corner_.size());
+        }
         free_memory(first_corner_);
         free_memory(corners_);
         free_memory(place_);
@@ -369,10 +371,10 @@ triangle_mesh triangles_of(const pmt3d::polygon_t& surface) {
     return {{vertices.begin(), vertices.end()}, {frames.begin(), frames.end()}, triangle_list(surface)};
 }
 
-bool smooth(pmt3d::polygon_t& surface, float degrees) {
+bool smooth(pmt3d::polygon_t& surface, float degrees, const pmt3d::progress_t& progress) {
     const std::string name = surface.name();
     smoother work(surface.vertices(), triangle_list(surface), degrees);
-    triangle_mesh mesh = work.run([&] { surface.clear(); });
+    triangle_mesh mesh = work.run([&] { surface.clear(); }, progress);
     complete_frames(mesh);
     surface.set_name(name);
     return fill(surface, std::move(mesh));
@@ -469,8 +471,6 @@ private:
                 t[k] = mirror[v];
             }
         }
-        for (std::size_t v = 0; v < mirror.size(); ++v)
-            if (mirror[v] != pmt3d::strip_end) mesh_.frames[v].binormal = {};
     }
 
     static void finish(frame_t& frame) {

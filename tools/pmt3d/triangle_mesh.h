@@ -1,6 +1,7 @@
 #pragma once
 // Triangles that share vertices: what lies between a file's shape and the strips of a surface.
 
+#include "pmt3d/format/progress.h"
 #include "pmt3d/surface/polygon.h"
 #include "pmt3d/surface/stripping.h"
 
@@ -36,6 +37,6 @@ void complete_frames(triangle_mesh& mesh);
 bool fill(pmt3d::polygon_t& surface, triangle_mesh&& mesh);
 
 // weld_and_smooth(), complete_frames() and fill() for a surface as it is, with little more memory than that.
-bool smooth(pmt3d::polygon_t& surface, float degrees);
+bool smooth(pmt3d::polygon_t& surface, float degrees, const pmt3d::progress_t& progress = {});
 
 } // namespace tool
