@@ -23,12 +23,14 @@ constexpr std::chrono::milliseconds longest_period{50};
 // nobody.
 constexpr int most_waiting = 200;
 
-// JACK does not resample. False when no server runs; FluidSynth would start one.
-bool ask_jack_for(double& rate) {
-    const auto session = jack_session::open("quenvarel-rate");
-    if (!session) return false;
-    rate = jack_get_sample_rate(session->client());
-    return true;
+bool is_jack(const sound_system& system) {
+    return std::string_view(system.name) == "jack";
+}
+
+bool has_ports(jack_client_t* client, unsigned long flags) {
+    const char** const ports = jack_get_ports(client, nullptr, JACK_DEFAULT_AUDIO_TYPE, flags);
+    jack_free(ports);
+    return ports;
 }
 
 } // namespace
@@ -83,12 +85,21 @@ std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr
                                      std::string& reason) {
     quiet_sound_libraries();
     double rate = synthesizer::speaker_rate;
-    if (std::string_view(system.name) == "jack" && !ask_jack_for(rate)) {
-        reason = "no server";
-        return nullptr;
+    std::unique_ptr<jack_session> jack;
+    if (is_jack(system)) {
+        // FluidSynth would start one.
+        jack = jack_session::open("quenvarel-watch");
+        const bool can_play = jack && has_ports(jack->client(), JackPortIsInput | JackPortIsPhysical);
+        if (!can_play) {
+            reason = jack ? no_playback_ports : "no server";
+            return nullptr;
+        }
+        rate = jack_get_sample_rate(jack->client()); // JACK does not resample
     }
     const fluid_error error;
-    std::unique_ptr<outlet> made(new outlet(std::move(source), rate));
+    std::unique_ptr<outlet> made(new outlet(system, std::move(source), rate));
+    made->jack_ = std::move(jack);
+    if (made->jack_) made->watch_jack();
     made->settings_.reset(new_fluid_settings());
     fluid_settings_t* const settings = made->settings_.get();
     if (!settings) return nullptr;
@@ -105,10 +116,25 @@ std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr
 
 outlet::~outlet() = default;
 
+// A client without a process callback has no part in the cycles, but hears of what goes wrong in them.
+void outlet::watch_jack() {
+    jack_set_xrun_callback(
+        jack_->client(),
+        [](void* self) {
+            uninterrupted([self] { static_cast<outlet*>(self)->drop_outs_.add(); });
+            return 0;
+        },
+        this);
+    jack_activate(jack_->client());
+    jack_period_ = static_cast<int>(jack_get_buffer_size(jack_->client()));
+}
+
 int outlet::asked(void* self, int frames, int, float**, int, float** channels) {
     outlet& asking = *static_cast<outlet*>(self);
+    const auto now = clock::now();
     ++asking.periods_;
-    asking.last_asked_ = clock::now().time_since_epoch();
+    asking.last_asked_ = now.time_since_epoch();
+    if (!asking.jack_) asking.drop_outs_.ask(now);
     uninterrupted([&] { asking.source_->render(asking, frames, channels[0], channels[1]); });
     return FLUID_OK;
 }

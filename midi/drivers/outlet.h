@@ -1,6 +1,8 @@
 #pragma once
 // One way to the loudspeakers: a connection to one sound system, which asks for sound in a thread of its own.
 
+#include "midi/drivers/drop_outs.h"
+#include "midi/drivers/jack_session.h"
 #include "midi/drivers/synthesizer.h"
 
 #include <atomic>
@@ -46,7 +48,9 @@ private:
 };
 
 // A sound system as FluidSynth names it. A period is the number of frames rendered at once; periods of them
-// wait to be heard: the smallest number that plays without drop-outs.
+// wait to be heard. At first they are as short as they can be on a machine that is fast enough.
+constexpr char no_playback_ports[] = "no playback ports"; // a reason, of JACK
+
 struct sound_system {
     const char* name;
     int period, periods;
@@ -66,15 +70,26 @@ public:
     bool plays() const;
     // Frames in a second.
     double rate() const { return rate_; }
+    // Drop-outs since the last call.
+    int take_drop_outs() { return drop_outs_.take(); }
+    // Frames in a cycle of JACK's server, if this one plays there, when it was opened.
+    int jack_period() const { return jack_period_; }
 
 private:
     using clock = std::chrono::steady_clock;
 
-    outlet(std::shared_ptr<sound_source> source, double rate) : source_(std::move(source)), rate_(rate) {}
+    outlet(const sound_system& system, std::shared_ptr<sound_source> source, double rate)
+        : source_(std::move(source)),
+          rate_(rate),
+          drop_outs_(std::chrono::duration<double>(system.period / rate), system.periods - 1) {}
+    void watch_jack();
     static int asked(void* self, int frames, int, float**, int, float** channels);
 
     const std::shared_ptr<sound_source> source_;
     const double rate_;
+    drop_outs drop_outs_;
+    int jack_period_ = 0;
+    std::unique_ptr<jack_session> jack_;    // hears of drop-outs there; takes no part in its cycles
     std::atomic<std::uint64_t> periods_{0}; // asked for so far
     std::atomic<clock::duration> last_asked_{clock::now().time_since_epoch()};
     fluid_deleted<fluid_settings_t, delete_fluid_settings> settings_;

@@ -24,6 +24,10 @@ namespace {
 constexpr result_t cannot_open = 1, bad_message = 2;
 constexpr std::chrono::milliseconds patience{800}, between_rounds{1000};
 constexpr std::chrono::milliseconds step{50}, glance{250}, to_let_go{500};
+// So many drop-outs within so long are too many. One may have any cause.
+constexpr int most_drop_outs = 2;
+constexpr std::chrono::seconds drop_outs_counted{10};
+constexpr int longest_period = 2048;
 
 constexpr sound_system systems[] = {
     {"jack", 64, 2}, // JACK has its own period
@@ -109,6 +113,22 @@ public:
         leaving_ = elsewhere(system_, [left = std::move(outlet_)]() mutable { left.reset(); });
         if (played) is_pending(leaving_, to_let_go);
     }
+    // Counts drop-outs; when there are too many, periods get twice as long. Those of JACK belong to its
+    // server and to all programs on it.
+    template <class Condition>
+    void look_for_drop_outs(Condition gives_up) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - counted_since_ > drop_outs_counted) forget_drop_outs();
+        drop_outs_ += outlet_->take_drop_outs();
+        if (drop_outs_ <= most_drop_outs) return;
+        if (!is_jack(system_))
+            grow(gives_up);
+        else if (!std::exchange(advised_, true))
+            libutils::report("FluidSynth: drop-outs on jack, whose period is ", outlet_->jack_period(),
+                             " frames: \"jack_bufsize ", 2 * outlet_->jack_period(), "\" makes it longer.");
+        if (outlet_) outlet_->take_drop_outs();
+        forget_drop_outs();
+    }
     // What was opened too late to be of use is left.
     void leave_late() {
         if (!opening_.valid() || is_pending(opening_)) return;
@@ -125,6 +145,20 @@ private:
         std::unique_ptr<outlet> made;
         std::string reason;
     };
+    void forget_drop_outs() {
+        drop_outs_ = 0;
+        counted_since_ = std::chrono::steady_clock::now();
+    }
+    // When the system does not open again, the next round finds it.
+    template <class Condition>
+    void grow(Condition gives_up) {
+        if (2 * system_.period > longest_period) return;
+        system_.period *= 2;
+        libutils::report("FluidSynth: drop-outs on ", system_.name, ": its buffer grows to ", system_.period,
+                         " frames.");
+        leave();
+        open(gives_up);
+    }
     void take_attempt() {
         attempt made = opening_.get();
         outlet_ = std::move(made.made);
@@ -135,6 +169,9 @@ private:
     std::shared_ptr<sound_source> source_;
     bool stands_still_ = false; // when last tried
     std::unique_ptr<outlet> outlet_;
+    int drop_outs_ = 0; // counted lately
+    std::chrono::steady_clock::time_point counted_since_;
+    bool advised_ = false; // about JACK's period
     std::string reason_;
     std::future<attempt> opening_;
     std::future<void> leaving_;
@@ -155,6 +192,8 @@ public:
         for (const way& each : ways_) {
             if (found && each.is_awaited())
                 libutils::report("FluidSynth: ", each.name(), " does not answer.");
+            if (found && each.reason() == no_playback_ports)
+                libutils::report("FluidSynth: ", each.name(), " has ", no_playback_ports, '.');
             tried += std::string(tried.empty() ? "" : ", ") + each.name() + " (" + each.reason() + ")";
         }
         if (!found) return libutils::report("FluidSynth: no way to the loudspeakers: ", tried, ".");
@@ -212,6 +251,7 @@ private:
         while (!woken_.wait_for(lock, glance, [this] { return closing_; })) {
             lock.unlock();
             const bool plays = current_ && current_->plays();
+            if (plays) current_->look_for_drop_outs([this] { return is_closing(); });
             if (!plays && clock::now() >= next_round) {
                 find_way();
                 next_round = clock::now() + between_rounds;

@@ -70,7 +70,7 @@ protected:
         return jack_server::until([&] { return !plays(60); });
     }
 
-    jack_server jack;
+    jack_server jack{2};
     capture out{std::cout}, err{std::cerr};
     midi::midi_out_t port{midi::system_outputs()};
 };
