@@ -17,7 +17,7 @@ namespace {
 using namespace benchmarks;
 using test_support::jack_server;
 
-constexpr int groups = 4, presses_a_group = 75; // 300 presses of each program
+constexpr int groups = 4, presses_a_group = 50; // 200 presses of each program
 constexpr int frames = 64;                      // in a cycle of the server: 1.3 ms
 constexpr double period = double(frames) / ear::rate;
 constexpr double most_over_limit = 2 * period + 0.002;

@@ -12,7 +12,8 @@ packages_to_test="$packages_to_run libgtest-dev xvfb xauth xdotool x11-xkb-utils
 packages_for_windows="g++-mingw-w64-x86-64-posix nasm make dpkg-dev"
 packages_to_test_windows="$packages_for_windows wine wine64"
 packages_to_bench="$packages_to_run libbenchmark-dev libglm-dev libturbojpeg0-dev libtinyobjloader-dev
-  libocct-modeling-data-dev libxtst-dev jackd2 jack-keyboard fluidsynth python3 xvfb xauth libgl1-mesa-dri"
+  libocct-modeling-data-dev libxtst-dev jackd2 jack-keyboard fluidsynth vmpk
+  pulseaudio pulseaudio-utils libpulse-dev python3 xvfb xauth libgl1-mesa-dri"
 packages_to_fuzz="$packages_to_run clang" # and the sanitizers of the clang that is there, which fuzz/run installs
 packages_to_format="clang-format"
 
