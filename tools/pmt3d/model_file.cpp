@@ -80,10 +80,15 @@ bool model_file::load(const char* name, const pmt3d::frame_update& frames) {
     progress_bar bar("reading", name);
     const observed_errors errors(observer);
     std::ostream silence(nullptr);
-    const pmt3d::load_context context = {
-        observer ? silence : std::cerr, frames, bar.callback(), vertices_allowed, opener, observer};
-    if (!format && !imported_ending(name).empty())
-        return import_model(model, name, *made, context) == import_end::done;
+    const bool imported = !format && !imported_ending(name).empty();
+    // The observer of our own readers is told all that they say, and of the others what reaches std::cerr.
+    const pmt3d::load_context context = {observer && !imported ? silence : std::cerr,
+                                         frames,
+                                         bar.callback(),
+                                         vertices_allowed,
+                                         opener,
+                                         observer};
+    if (imported) return import_model(model, name, *made, context) == import_end::done;
     std::optional<file_format> is = format ? format : format_of_model(name);
     bool loaded = false;
     if (name == standard_stream) {
