@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::uint32_t none = 0xFFFFFFFF;
 
-bool names_a_vertex_twice(const triangle& t) {
-    return t[0] == t[1] || t[1] == t[2] || t[2] == t[0];
-}
-
 // Edge 3 t + k runs from corner k of triangle t to the corner after it. For every edge the one that runs back
 // along it, or none. Where several do, each is the neighbour of one other.
 std::vector<std::uint32_t> opposite_edges(std::span<const triangle> triangles, element_t vertex_count) {
@@ -27,7 +23,7 @@ std::vector<std::uint32_t> opposite_edges(std::span<const triangle> triangles, e
     };
     const auto for_each_edge = [&](auto&& visit) {
         for (std::size_t t = 0; t < triangles.size(); ++t)
-            for (int k = 0; k < 3 && !names_a_vertex_twice(triangles[t]); ++k)
+            for (int k = 0; k < 3; ++k)
                 visit(t, k);
     };
     // The edges by their lesser vertex.
