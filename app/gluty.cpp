@@ -13,9 +13,10 @@ namespace {
 
 gluty_registry the_registry;
 
-// How often the loop wakes on its own, to see requests that arrive outside of it. In milliseconds.
-constexpr unsigned tick_interval = 20;
-constexpr unsigned ticks_between_calls = 50;
+// How often the loop wakes on its own, should nothing have told it of something to do. In milliseconds.
+constexpr unsigned tick_interval = 1000;
+// The same where nobody can tell it.
+constexpr unsigned tick_interval_unheard = 20;
 
 // The number of a key without a character, beyond those of the characters. GLUT's codes are not negative.
 unsigned special_key(int code) {
@@ -158,10 +159,9 @@ void gluty_registry::install_callbacks() {
     for (const auto& [name, window] : windows_)
         if (window.handler) window.handler->init();
     for (const auto& [name, window] : windows_)
-        if (calls_ && window.system) window.system->answer_rings(answer_calls);
-    const bool sleeps =
+        if (window.system) window.system->answer_rings(answer_calls);
+    sleeps_itself_ =
         has_window() && windows_[glutGetWindow()].system && windows_[glutGetWindow()].system->sleeps_itself();
-    sleeps_itself_ = calls_ && sleeps;
     setidle(idle_);
     setkeyrepeat(key_repeat_);
 
@@ -200,15 +200,23 @@ void gluty_registry::deliver(Event event) {
 }
 
 void gluty_registry::set_tick() {
-    next_tick_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(tick_interval);
-    glutTimerFunc(tick_interval, tick, 0);
+    const bool hears = has_window() && windows_[glutGetWindow()].system;
+    const unsigned interval = hears ? tick_interval : tick_interval_unheard;
+    next_tick_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(interval);
+    glutTimerFunc(interval, tick, 0);
 }
 
 void gluty_registry::call() noexcept {
     window_system::ring();
 }
 
+void gluty_registry::leavemainloop() noexcept {
+    leaving_ = true;
+    window_system::ring();
+}
+
 void gluty_registry::answer_calls() {
+    if (registry->leaving_) return glutLeaveMainLoop();
     if (registry->answers_soon_) return;
     for (const auto& [name, window] : registry->windows_) {
         if (!window.handler) continue;
@@ -228,6 +236,7 @@ void gluty_registry::answer_calls() {
 
 // GLUT sleeps until there is an event or its next timer, and hears no bell.
 void gluty_registry::sleep() {
+    look_around();
     bound_window& current = registry->windows_[glutGetWindow()];
     if (!registry->sleeps_itself_ || !current.system || registry->leaving_) return;
     using std::chrono::milliseconds;
@@ -242,7 +251,8 @@ void gluty_registry::sleep() {
     current.system->sleep(std::max(left, milliseconds(0)));
 }
 
-void gluty_registry::catch_up_all() {
+// For what has come in while GLUT handled its events, and from elsewhere.
+void gluty_registry::look_around() {
     for (auto& [name, window] : registry->windows_) {
         if (!window.system) continue;
         glutSetWindow(name);
@@ -250,6 +260,9 @@ void gluty_registry::catch_up_all() {
         catch_up(window);
         if (window.system->window_gone()) registry->leavemainloop();
     }
+    for (const auto& [name, window] : registry->windows_)
+        if (window.handler && !registry->leaving_) window.handler->lookaround();
+    if (registry->leaving_) glutLeaveMainLoop();
 }
 
 void gluty_registry::news_waits() {
@@ -260,7 +273,7 @@ void gluty_registry::news_waits() {
         0,
         [](int) {
             waits = false;
-            catch_up_all();
+            look_around();
         },
         0);
 }
@@ -282,12 +295,9 @@ bool gluty_registry::press_placed(bound_window& at, unsigned place) {
 }
 
 void gluty_registry::tick(int) {
-    catch_up_all();
-    for (const auto& [name, window] : registry->windows_)
-        if (window.handler && !registry->leaving_) window.handler->tick();
-    if (registry->leaving_) glutLeaveMainLoop();
+    look_around();
+    answer_calls();
     registry->set_tick();
-    if (registry->calls_ && ++registry->ticks_ % ticks_between_calls == 0) registry->call();
 }
 
 void gluty_registry::route_mouse(glutyAPI4& handler, int button, int state, int x, int y) {

@@ -53,8 +53,9 @@ public:
     // A key that counts by its place goes down or comes up.
     virtual void placedkey(unsigned char /*key*/) {}
     virtual void placedkeyup(unsigned char /*key*/) {}
-    // Comes some fifty times a second.
-    virtual void tick() {}
+    // Something may have changed that nobody tells of, such as the layout of the keyboard. Comes after events
+    // and about once a second, and is to cost next to nothing.
+    virtual void lookaround() {}
     // The window has lost the keyboard. Before this, keys that were down have come up, except those that stay
     // down: they come up once the window has the keyboard again and finds them up.
     virtual void focuslost() {}
@@ -86,13 +87,11 @@ public:
     void mainloop();
     // Ends the loop within a few hundredths of a second, also one that has not begun. Safe in a signal
     // handler and on any thread.
-    void leavemainloop() noexcept { leaving_ = true; }
+    void leavemainloop() noexcept;
     bool leaving() const noexcept { return leaving_; }
 
-    // Has the handlers called soon, once for all calls so far. Safe on any thread, also a realtime one. They
-    // must want calls: said before the loop begins.
+    // Has the handlers called soon, once for all calls so far. Safe on any thread, also a realtime one.
     void call() noexcept;
-    void setcalls(bool on) { calls_ = on; }
 
     // For handlers, about their own window; without effect while there is none.
     void postredisplay();
@@ -127,7 +126,7 @@ private:
     static void deliver_key(unsigned gives, bool pressed, int x, int y);
     static void catch_up(bound_window& at);
     static unsigned given_at(const bound_window& at, std::optional<unsigned> place, unsigned gives);
-    static void catch_up_all();
+    static void look_around();
     static void news_waits();
     static bool placed_key(unsigned place, bool pressed);
     static bool press_placed(bound_window& at, unsigned place);
@@ -143,11 +142,10 @@ private:
     bool callbacks_installed_ = false;
     bool idle_ = false;
     bool key_repeat_ = false;
-    bool calls_ = false, sleeps_itself_ = false;
+    bool sleeps_itself_ = false;
     bool goes_on_ = false;      // the loop, without sleeping
     bool answers_soon_ = false; // a call that was answered in part
     std::chrono::steady_clock::time_point next_tick_{};
-    unsigned ticks_ = 0;
 };
 
 // The one registry, there before main and until after the at-exit functions.

@@ -17,7 +17,7 @@ namespace {
 using std::chrono::milliseconds;
 
 // The window, too, wants to be looked after.
-constexpr milliseconds longest_at_once{3}, between_looks{1000}, echo_takes_at_most{500};
+constexpr milliseconds longest_at_once{3}, between_looks{900}, echo_takes_at_most{500};
 constexpr int messages_in_turn = 32; // of one input, before the next has its turn
 constexpr int all_that_wait = 1 << 18;
 

@@ -89,7 +89,6 @@ void Quenvarel::init() {
 void Quenvarel::play(input_player& inputs) {
     inputs_ = &inputs;
     inputs.tell(this);
-    gems::registry->setcalls(true);
 }
 
 void Quenvarel::find_places() {
@@ -244,7 +243,7 @@ signed char Quenvarel::value_of(unsigned char typed) const {
     return value;
 }
 
-void Quenvarel::tick() {
+void Quenvarel::lookaround() {
     if (!places_ || !places_->update()) return;
     read_layout();
     redraw();

@@ -58,7 +58,7 @@ public:
     std::optional<unsigned char> placed(unsigned place) override;
     void placedkey(unsigned char key) override;
     void placedkeyup(unsigned char key) override;
-    void tick() override;
+    void lookaround() override;
     bool staysdown(unsigned char key) override;
     void focuslost() override;
     void closing() override;

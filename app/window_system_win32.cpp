@@ -127,9 +127,14 @@ private:
         case WM_KILLFOCUS:
             self->lost_ = true;
             self->regained_ = false;
+            self->call_.news_waits();
             break;
         case WM_SETFOCUS:
             self->regained_ = true;
+            self->call_.news_waits();
+            break;
+        case WM_INPUTLANGCHANGE:
+            self->call_.news_waits();
             break;
         case WM_KEYDOWN:
         case WM_SYSKEYDOWN:

@@ -52,8 +52,9 @@ result_t recorder::put(const std::uint8_t* bytes, std::size_t length) {
     made.time = clock::now();
     ring_[(first_ + waiting_) % most_waiting] = std::move(made);
     ++waiting_;
-    // Nobody is woken: that would cost the player more than the rest of this, and the thread looks every few
-    // milliseconds anyway.
+    // While something is recorded nobody is woken: that would cost the player more than the rest of this, and
+    // the thread looks every few milliseconds anyway.
+    if (rests_) arrived_.notify_one();
     return no_error;
 }
 
@@ -85,7 +86,13 @@ void recorder::run() {
     std::unique_lock lock(mutex_);
     bool ending = false;
     while (!ending) {
-        arrived_.wait_for(lock, pause, [this] { return waiting_ > 0 || closing_; });
+        const auto has_work = [this] { return waiting_ > 0 || closing_; };
+        rests_ = !begin_;
+        if (rests_)
+            arrived_.wait(lock, has_work);
+        else
+            arrived_.wait_for(lock, pause, has_work);
+        rests_ = false;
         // Taken under the lock: whatever is put from here on has a later time.
         const clock::time_point now = clock::now();
         const std::size_t taken = waiting_;

@@ -26,7 +26,7 @@ public:
     virtual ~recording_t() = default;
     // One complete message.
     virtual bool message(double time, const std::uint8_t* bytes, std::size_t length) = 0;
-    // Nothing happened until this time. Called at least every 50 ms.
+    // Nothing happened until this time. Called at least every 50 ms from the first note on.
     virtual bool advance(double time) = 0;
     // The end, once.
     virtual void finish(double time) = 0;
@@ -73,6 +73,7 @@ private:
     std::vector<entry> ring_; // the waiting ones begin at first_; the thread reads them unlocked
     std::size_t first_ = 0, waiting_ = 0;
     bool closing_ = false;
+    bool rests_ = false;    // before the first note, until a message comes
     bool is_empty_ = true; // no message so far; used by the thread alone
     std::atomic<bool> failed_{false};
     std::mutex mutex_;

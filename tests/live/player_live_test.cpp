@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <thread>
 
 using namespace test_support;
@@ -261,6 +262,34 @@ TEST(live_player, keys_are_shown_at_rest_and_pressed) {
     EXPECT_NE(other.display().find_window(plain + instrument), 0u);
     EXPECT_FALSE(display.has_window(plain + " -")) << "without state";
     EXPECT_EQ(player.end() + other.end(), 0);
+}
+
+// How often its threads have gone to sleep.
+long sleeps_of(int pid) {
+    long count = 0;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
+        const std::string status = read_file((thread.path() / "status").string()),
+                          label = "\nvoluntary_ctxt_switches:";
+        if (const std::size_t at = status.find(label); at != status.npos)
+            count += std::stol(status.substr(at + label.size()));
+    }
+    return count;
+}
+
+// Until the first note; then the time of the recording is shown.
+TEST(live_player, wakes_hardly_ever_at_rest) {
+    if (under_test().windows) GTEST_SKIP() << "the threads are Wine's";
+    player_under_test player;
+    ASSERT_TRUE(player.open_window());
+    const auto end = std::chrono::steady_clock::now() + generous;
+    long sleeps = 0;
+    do { // its picture may still be on the way
+        ASSERT_LT(std::chrono::steady_clock::now(), end) << sleeps << " sleeps in two seconds";
+        const long before = sleeps_of(player.program().pid());
+        std::this_thread::sleep_for(milliseconds(2000));
+        sleeps = sleeps_of(player.program().pid()) - before;
+    } while (sleeps > 10);
+    EXPECT_EQ(player.end(), 0);
 }
 
 TEST(live_player, tells_the_desktop_who_it_is) {
