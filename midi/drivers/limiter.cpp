@@ -29,7 +29,7 @@ void limiter::process(float* left, float* right) {
         for (std::size_t j = i; j < block; ++j)
             fall = std::max(fall, (gain_ - most[j]) / float(j + 1 - i));
         if (fall == 0) gain_ += recovery_ * (1 - gain_);
-        if (gain_ > 0.9999f) gain_ = 1;
+        if (gain_ > 0.999f) gain_ = 1; // where the steps of a float would become too coarse
         gain_ = std::min(gain_ - fall, most[i]);
         left[i] *= gain_;
         right[i] *= gain_;
