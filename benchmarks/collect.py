@@ -137,6 +137,45 @@ def growth_table(growths: list[dict]) -> str:
     return aligned(["what", "time for each", "1/100", "1/10", "full size", "full to 1/100"], rows)
 
 
+COLOURS = ("#0b5cad", "#c8501e", "#3c8d40", "#777777")
+
+
+def graphs(distributions: list[dict]) -> str:
+    """One drawing for all: the part of the notes that have been heard after so many milliseconds."""
+    topics = list(dict.fromkeys(row["distribution"] for row in distributions))
+    width, height, left, top = 640, 220, 60, 40
+    parts = []
+    for number, topic in enumerate(topics):
+        rows = [row for row in distributions if row["distribution"] == topic]
+        longest = 1.1 * max(row["seconds"][int(0.99 * len(row["seconds"]))] for row in rows) * 1e3
+        parts.append(f'<g transform="translate({left},{top + number * (height + 80)})">')
+        parts.append(f'<text x="0" y="-12" font-weight="bold">{topic}: part of the notes heard, after ms</text>')
+        for step in range(5):
+            y = height * (1 - step / 4)
+            parts.append(f'<path d="M0 {y:.0f}H{width}" stroke="#ddd"/><text x="-44" y="{y + 5:.0f}">{25 * step} %</text>')
+        tick = next(t for t in (0.5, 1, 2, 5, 10, 20, 50, 100, 1000) if longest / t <= 8 or t == 1000)
+        for mark in range(int(longest / tick) + 1):
+            x = mark * tick / longest * width
+            parts.append(f'<text x="{x:.0f}" y="{height + 20}" text-anchor="middle">{mark * tick:g}</text>')
+        for row, colour in zip(rows, COLOURS):
+            count = len(row["seconds"])
+            points = " ".join(
+                f"{min(1, each * 1e3 / longest) * width:.1f},{height * (1 - (rank + 1) / count):.1f}"
+                for rank, each in enumerate(row["seconds"])
+            )
+            parts.append(f'<polyline points="{points}" fill="none" stroke="{colour}" stroke-width="2"/>')
+        for rank, (row, colour) in enumerate(zip(rows, COLOURS)):
+            parts.append(f'<text x="{rank * 170}" y="{height + 44}" fill="{colour}">{row["name"]}</text>')
+        parts.append("</g>")
+    whole = top + len(topics) * (height + 80)
+    return (
+        f'<svg xmlns="http://www.w3.org/2000/svg" width="{width + left + 30}" height="{whole}" '
+        'font-family="sans-serif" font-size="14"><rect width="100%" height="100%" fill="white"/>\n'
+        + "\n".join(parts)
+        + "\n</svg>\n"
+    )
+
+
 def main() -> int:
     parser = argparse.ArgumentParser(description="Runs all benchmarks and prints one table.")
     parser.add_argument("programs", type=pathlib.Path, help="the folder of the programs")
@@ -150,6 +189,7 @@ def main() -> int:
     facts |= {row["fact"]: row["value"] for row in reports if "fact" in row}
     results = [row for row in reports if "what" in row]
     growths = [row for row in reports if "growth" in row]
+    distributions = [row for row in reports if "distribution" in row]
 
     parts = {
         "machine": "\n".join(f"- {name}: {value}" for name, value in facts.items()),
@@ -167,6 +207,7 @@ def main() -> int:
         options.json.write_text(json.dumps(everything, indent=1) + "\n")
     if not failures:
         options.page.write_text(page)
+        options.page.with_name("latency.svg").write_text(graphs(distributions))
     return 1 if failures else 0
 
 
