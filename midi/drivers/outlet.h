@@ -47,10 +47,11 @@ private:
     std::atomic<int> waiting_{0}; // messages since then
 };
 
+// Why JACK cannot play.
+constexpr char no_playback_ports[] = "no playback ports";
+
 // A sound system as FluidSynth names it. A period is the number of frames rendered at once; periods of them
 // wait to be heard. At first they are as short as they can be on a machine that is fast enough.
-constexpr char no_playback_ports[] = "no playback ports"; // a reason, of JACK
-
 struct sound_system {
     const char* name;
     int period, periods;

@@ -248,6 +248,20 @@ TEST_F(imports, pictures_are_referenced_or_written_beside_the_model) {
     EXPECT_EQ(tool("check", {file("held.gltf")}).exit_code, 0);
     EXPECT_EQ(count(), before) << "a check leaves nothing";
 
+    // Pictures of one name in two folders are two.
+    for (const auto& [folder, red] : {std::pair<const char*, unsigned char>{"left", 255}, {"right", 0}}) {
+        fs::create_directory(file(folder));
+        write_picture(file(std::string(folder) + "/n.png"), {red, 128, 255});
+    }
+    directory_.write("two.mtl", "newmtl l\nmap_bump left/n.png\nnewmtl r\nmap_bump right/n.png\n");
+    directory_.write("two.obj", "mtllib two.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nusemtl l\nf 1 2 3\n"
+                                "usemtl r\nf 1 2 4\n");
+    EXPECT_EQ(convert("two.obj").err, "");
+    std::set<int> reds;
+    for (const pmt3d::model_item_t& item : saved())
+        reds.insert(first_pixel(file(item.texture.bumpmap))[0]);
+    EXPECT_EQ(reds, (std::set{127, 129}));
+
     // Each that cannot be had is one line, and the rest is there.
     directory_.write("rough.png", "no picture");
     fs::remove(file("bumps.png"));

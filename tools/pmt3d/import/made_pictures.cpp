@@ -235,10 +235,10 @@ made_pictures::source made_pictures::look_for(const std::string& name) {
 }
 
 template <class Make>
-std::string made_pictures::derived(const std::string& label, Make&& make) {
-    const auto [at, added] = derived_.try_emplace(label);
+std::string made_pictures::derived(const std::string& name, const std::string& purpose, Make&& make) {
+    const auto [at, added] = derived_.try_emplace({name, purpose});
     if (!added) return at->second;
-    const std::string path = new_file(label_of(label), ".png");
+    const std::string path = new_file(name.empty() ? purpose : label_of(name) + '-' + purpose, ".png");
     if (!path.empty() && make(path)) at->second = path;
     return at->second;
 }
@@ -248,7 +248,7 @@ std::string made_pictures::plain(const std::string& name) {
     const source& from = find(name);
     if (from.path.empty() || from.as_it_is) return from.name;
     // A picture with another format's ending, or a longer one than our readers know.
-    const auto [at, added] = derived_.try_emplace("plain " + name);
+    const auto [at, added] = derived_.try_emplace({name, "plain"});
     if (added) {
         std::error_code error;
         const std::string path = new_file(label_of(name), ending_of(format_of_file(file_path(from.path))));
@@ -264,7 +264,7 @@ libgr::texture_options made_pictures::options_for(const look& dress) {
         const source& from = find(name);
         if (from.path.empty()) return;
         options.bumpofs = false;
-        options.bumpmap = derived(label_of(name) + "-normals", [&](const std::string& path) {
+        options.bumpmap = derived(name, "normals", [&](const std::string& path) {
             return change(from.path, path, libgr::pixel_format::rgb,
                           [](unsigned char* made, const unsigned char* rgb) {
                               std::transform(rgb, rgb + 3, made, signed_byte);
@@ -288,7 +288,7 @@ libgr::texture_options made_pictures::options_for(const look& dress) {
         const source& from = find(dress.roughness_map);
         if (!from.path.empty())
             options.specular =
-                derived(label_of(dress.roughness_map) + "-shine" + std::to_string(int(100 * roughness)),
+                derived(dress.roughness_map, "shine" + std::to_string(int(100 * roughness)),
                         [&](const std::string& path) {
                             return change(from.path, path, libgr::pixel_format::rgb,
                                           [&](unsigned char* made, const unsigned char* rgb) {
@@ -302,7 +302,7 @@ libgr::texture_options made_pictures::options_for(const look& dress) {
     if (options.specular.empty() && dress.roughness >= 0) {
         // One pixel, in steps of a sixteenth.
         const int step = int(std::lround(16 * (1 - roughness)));
-        options.specular = derived("shine" + std::to_string(step), [&](const std::string& path) {
+        options.specular = derived({}, "shine" + std::to_string(step), [&](const std::string& path) {
             libgr::image2d made;
             made.width = made.height = 1;
             made.descriptor = libgr::kinds::rgb8;

@@ -11,6 +11,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tool {
 
@@ -50,9 +51,10 @@ private:
     void leave_out(const std::string& name, const std::string& why);
     // The name under which surfaces have the picture; empty when they cannot.
     std::string plain(const std::string& name);
-    // A picture made of another, once: `make` writes it to a path and returns whether it could.
+    // A picture made of another, or of none, once for each purpose, such as "normals": `make` writes it to a
+    // path and returns whether it could.
     template <class Make>
-    std::string derived(const std::string& label, Make&& make);
+    std::string derived(const std::string& name, const std::string& purpose, Make&& make);
     std::string new_file(const std::string& label, const std::string& ending);
     bool have_folder();
 
@@ -61,7 +63,7 @@ private:
     std::filesystem::path folder_; // empty: nothing has been made yet
     std::map<std::uint64_t, std::filesystem::path> embedded_;
     std::map<std::string, source> sources_;
-    std::map<std::string, std::string> derived_;
+    std::map<std::pair<std::string, std::string>, std::string> derived_; // by name and purpose
     std::set<std::string> reported_;
 };
 
