@@ -45,8 +45,8 @@ std::string model_base_path(const std::string& program_path) {
     // A link has a name of its own; the program that it leads to has another one.
     for (const std::string& path : {typed, running}) {
         const std::string name = path.substr(file_name_at(path));
-        for (const std::string& folder :
-             {own.empty() ? own : own + "/quenvarel/", program_folder, program_folder + "../share/quenvarel/"}) {
+        for (const std::string& folder : {own.empty() ? own : own + "/quenvarel/", program_folder,
+                                          program_folder + "../share/quenvarel/"}) {
             if (!folder.empty() && has_models(folder + name)) return folder + name;
         }
     }

@@ -73,7 +73,7 @@ private:
     std::vector<entry> ring_; // the waiting ones begin at first_; the thread reads them unlocked
     std::size_t first_ = 0, waiting_ = 0;
     bool closing_ = false;
-    bool rests_ = false;    // before the first note, until a message comes
+    bool rests_ = false;   // before the first note, until a message comes
     bool is_empty_ = true; // no message so far; used by the thread alone
     std::atomic<bool> failed_{false};
     std::mutex mutex_;

@@ -1,5 +1,5 @@
-#include "models/layout/key_layout.h"
 #include "models/key_shape.h"
+#include "models/layout/key_layout.h"
 #include "pmt3d/surface/stripping.h"
 #include "render/math/operations.h"
 

@@ -19,7 +19,7 @@ struct option {
     std::string_view name;  // with its dashes
     std::string_view value; // what the help calls the value; empty: it has none. "mm|cm" lists all values
                             // there are: others are refused. A shell completes these, and files for "FILE".
-    std::string_view help; // begins in lower case, ends without a period; wrapped when printed
+    std::string_view help;  // begins in lower case, ends without a period; wrapped when printed
 };
 
 // A command line, taken apart.
