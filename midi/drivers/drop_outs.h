@@ -24,8 +24,6 @@ public:
         lasts_until_ = std::min(lasts_until_, now + waiting_) + period_;
         asked_ = true;
     }
-    // The system has told.
-    void add() { ++count_; }
     // Since the last call. By another thread.
     int take() { return count_.exchange(0); }
 

@@ -85,21 +85,21 @@ std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr
                                      std::string& reason) {
     quiet_sound_libraries();
     double rate = synthesizer::speaker_rate;
-    std::unique_ptr<jack_session> jack;
+    int period = system.period;
     if (is_jack(system)) {
-        // FluidSynth would start one.
-        jack = jack_session::open("quenvarel-watch");
+        // FluidSynth would start one. This client is closed before FluidSynth has its own: JACK can stand
+        // still when a client closes while another one comes or goes.
+        const auto jack = jack_session::open("quenvarel-look");
         const bool can_play = jack && has_ports(jack->client(), JackPortIsInput | JackPortIsPhysical);
         if (!can_play) {
             reason = jack ? no_playback_ports : "no server";
             return nullptr;
         }
         rate = jack_get_sample_rate(jack->client()); // JACK does not resample
+        period = static_cast<int>(jack_get_buffer_size(jack->client()));
     }
     const fluid_error error;
-    std::unique_ptr<outlet> made(new outlet(system, std::move(source), rate));
-    made->jack_ = std::move(jack);
-    if (made->jack_) made->watch_jack();
+    std::unique_ptr<outlet> made(new outlet(std::move(source), rate, period, system.periods - 1));
     made->settings_.reset(new_fluid_settings());
     fluid_settings_t* const settings = made->settings_.get();
     if (!settings) return nullptr;
@@ -116,25 +116,12 @@ std::unique_ptr<outlet> outlet::open(const sound_system& system, std::shared_ptr
 
 outlet::~outlet() = default;
 
-// A client without a process callback has no part in the cycles, but hears of what goes wrong in them.
-void outlet::watch_jack() {
-    jack_set_xrun_callback(
-        jack_->client(),
-        [](void* self) {
-            uninterrupted([self] { static_cast<outlet*>(self)->drop_outs_.add(); });
-            return 0;
-        },
-        this);
-    jack_activate(jack_->client());
-    jack_period_ = static_cast<int>(jack_get_buffer_size(jack_->client()));
-}
-
 int outlet::asked(void* self, int frames, int, float**, int, float** channels) {
     outlet& asking = *static_cast<outlet*>(self);
     const auto now = clock::now();
     ++asking.periods_;
     asking.last_asked_ = now.time_since_epoch();
-    if (!asking.jack_) asking.drop_outs_.ask(now);
+    asking.drop_outs_.ask(now);
     uninterrupted([&] { asking.source_->render(asking, frames, channels[0], channels[1]); });
     return FLUID_OK;
 }

@@ -2,7 +2,6 @@
 // One way to the loudspeakers: a connection to one sound system, which asks for sound in a thread of its own.
 
 #include "midi/drivers/drop_outs.h"
-#include "midi/drivers/jack_session.h"
 #include "midi/drivers/synthesizer.h"
 
 #include <atomic>
@@ -73,24 +72,24 @@ public:
     double rate() const { return rate_; }
     // Drop-outs since the last call.
     int take_drop_outs() { return drop_outs_.take(); }
-    // Frames in a cycle of JACK's server, if this one plays there, when it was opened.
-    int jack_period() const { return jack_period_; }
+    // Frames that are rendered at once: those of the system or, on JACK, of the server when this was opened.
+    int period() const { return period_; }
 
 private:
     using clock = std::chrono::steady_clock;
 
-    outlet(const sound_system& system, std::shared_ptr<sound_source> source, double rate)
+    // Periods that wait to be heard while the next one is rendered: `others`.
+    outlet(std::shared_ptr<sound_source> source, double rate, int period, int others)
         : source_(std::move(source)),
           rate_(rate),
-          drop_outs_(std::chrono::duration<double>(system.period / rate), system.periods - 1) {}
-    void watch_jack();
+          period_(period),
+          drop_outs_(std::chrono::duration<double>(period / rate), others) {}
     static int asked(void* self, int frames, int, float**, int, float** channels);
 
     const std::shared_ptr<sound_source> source_;
     const double rate_;
+    const int period_;
     drop_outs drop_outs_;
-    int jack_period_ = 0;
-    std::unique_ptr<jack_session> jack_;    // hears of drop-outs there; takes no part in its cycles
     std::atomic<std::uint64_t> periods_{0}; // asked for so far
     std::atomic<clock::duration> last_asked_{clock::now().time_since_epoch()};
     fluid_deleted<fluid_settings_t, delete_fluid_settings> settings_;

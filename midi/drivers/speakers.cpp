@@ -124,8 +124,8 @@ public:
         if (!is_jack(system_))
             grow(gives_up);
         else if (!std::exchange(advised_, true))
-            libutils::report("FluidSynth: drop-outs on jack, whose period is ", outlet_->jack_period(),
-                             " frames: \"jack_bufsize ", 2 * outlet_->jack_period(), "\" makes it longer.");
+            libutils::report("FluidSynth: drop-outs on jack, whose period is ", outlet_->period(),
+                             " frames: \"jack_bufsize ", 2 * outlet_->period(), "\" makes it longer.");
         if (outlet_) outlet_->take_drop_outs();
         forget_drop_outs();
     }

@@ -63,16 +63,14 @@ constexpr option options[] = {
     {"--up", "y|z", "the axis that points up in IN (y); z is turned to y"},
     {"--scale", "S", "scale by S, or by SX,SY,SZ; a negative factor mirrors"},
     {"--rotate", "X,Y,Z",
-     "turn by X degrees about the x axis, then by Y about y, then by Z about z, counter-clockwise as seen "
-     "from "
-     "the axis's positive end"},
+     "turn by X degrees about the x axis, then by Y about y, then by Z about z, counter-clockwise as "
+     "seen from the axis's positive end"},
     {"--translate", "X,Y,Z", "move by so much"},
     {"--center", "", "move the middle of the bounds to 0,0,0"},
     {"--fit-key", "NOTE", "make it the key of a note, 0 to 127: move and scale it into that key's room"},
     {"--smooth", "ANGLE",
-     "weld the triangles and smooth their normals across edges of up to ANGLE degrees, 0 to 180; 30 suits "
-     "most "
-     "shapes, 0 makes them flat"},
+     "weld the triangles and smooth their normals across edges of up to ANGLE degrees, 0 to 180; "
+     "30 suits most shapes, 0 makes them flat"},
     {"--resolution", "N", "give NURBS surfaces N by N vertices"},
     {"--triangles", "", "make triangles of NURBS surfaces in a .pmt file, too"},
     {"--split", "",

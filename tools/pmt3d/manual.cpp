@@ -75,11 +75,11 @@ void print_manual(std::ostream& os, const command_table& table) {
           ".SH NAME\npmt3d \\- inspect, check, convert and draw models and pictures\n.SH SYNOPSIS\n"
           ".B pmt3d\n.RI [ option ...]\n.I subcommand\n.RI [ argument ...]\n.br\n"
           ".B pmt3d\n.I subcommand\n.B \\-\\-help\n.SH DESCRIPTION\n"
-          "Works on the model files (.pmt) from which\n.BR quenvarel (1)\ndraws its keys, on models of other "
-          "programs, and on texture pictures.\nAn option's value follows it as the next word or after an "
-          "equals "
-          "sign;\n\\-\\- ends the options.\nEvery subcommand has\n.B \\-\\-help\n(\\-h) and\n.BR "
-          "\\-\\-version .\n"
+          "Works on the model files (.pmt) from which\n.BR quenvarel (1)\n"
+          "draws its keys, on models of other programs, and on texture pictures.\n"
+          "An option's value follows it as the next word or after an equals sign;\n"
+          "\\-\\- ends the options.\nEvery subcommand has\n"
+          ".B \\-\\-help\n(\\-h) and\n.BR \\-\\-version .\n"
           ".SH OPTIONS\n";
     for (const option& row : table.options)
         print_option(os, row);
