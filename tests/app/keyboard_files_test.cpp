@@ -72,7 +72,7 @@ TEST_F(keyboard_files, a_wrong_file_costs_one_key) {
         {"a block cut off", block("-5").substr(0, 60), false},
         {"too few frames", "begin polygon_surface,1,0\nposition 0,0,0\nend\n", false, "too few tangent."},
         {"other lines", "color 1\r\n" + block("-5") + "end\n", true,
-         "unknown line: color 1\r\nunknown line: end\n"},
+         std::string("unknown line: color 1") + test_support::repeated_line_end + "unknown line: end\n"},
         {"two blocks, the second wrong", block("-5") + "begin polygon_surface\n", false},
         {"two blocks", block("-3") + block("-5"), true},
         {"no texture", block("-5", "texture missing.png\r\n"), true, "color autoloadformat failed."},

@@ -65,9 +65,10 @@ TEST(polygon_block, lines_without_a_value_are_reported_and_skipped) {
                                   "bump2mono parm", "mercatorsphere parm", "texture path",  "bumpmap path",
                                   "specular path",  "texfilter",           "mipmap",        "nearlinear",
                                   "maglinear",      "refractfactor"}) {
-        const std::string line = key.substr(0, key.find(' ')) + "\t1\r\n";
-        lines += line;
-        errors += std::to_string(number++) + ": " + key + " is not set. " + line;
+        const std::string line = key.substr(0, key.find(' ')) + "\t1";
+        lines += line + "\r\n";
+        errors +=
+            std::to_string(number++) + ": " + key + " is not set. " + line + test_support::repeated_line_end;
     }
     check({{triangle(lines + "bumptex\n"), errors + "24: bumpmap path is not set. bumptex\n", true}});
 }

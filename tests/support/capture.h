@@ -7,6 +7,13 @@
 
 namespace test_support {
 
+// How a line that ends in "\r\n" is repeated: Windows' own streams put the '\r' there.
+#ifdef _WIN32
+inline constexpr char repeated_line_end[] = "\n";
+#else
+inline constexpr char repeated_line_end[] = "\r\n";
+#endif
+
 // While it lives, the stream writes into this object; text() is all of it so far, take() also forgets it.
 class capture {
 public:
