@@ -303,7 +303,11 @@ TEST_F(imports, what_cannot_be_imported_is_one_line) {
          "end_header\n0 0 0\n",
          "no triangle"},
         {"no_number.gltf", gltf(R"({"mesh":0})", "{}", "", {0, 1, 2}, {NAN, 0, 0, 2, 0, 0, 0, 1, 0}), "."},
+#ifdef __SANITIZE_ADDRESS__ // which ends the process itself
+        {"huge.off", "OFF\n4000000000 1 0\n", "breaks its reader"},
+#else
         {"huge.off", "OFF\n4000000000 1 0\n", "memory"},
+#endif
         {"cut.glb", std::string("glTF\2\0\0\0\xFF\xFF\xFF\xFF", 12), "."},
         {"deep.gltf", gltf(deep + R"({"mesh":0})"), ""},
         {"many.gltf", gltf(many), "no triangle"},
