@@ -1,9 +1,10 @@
 # Sourced: how the top-level commands show what they are doing.
 
 # quietly SAYING COMMAND...: one line on standard error says what is going on. On a terminal the newest line of the command's
-# output follows it, and both make way for what comes next. The last hundred lines are shown if the command fails.
+# output follows it, and both make way for what comes next. If the command fails, its last lines are shown, and the cause
+# and what to do about it where they are known.
 quietly() {
-  local saying=$1 log status=0
+  local saying=$1 log status=0 explanation
   shift
   log=$(mktemp)
   if [ -t 2 ]; then
@@ -13,8 +14,9 @@ quietly() {
     "$@" >"$log" 2>&1 || status=$?
   fi
   if [ $status -ne 0 ]; then
-    tail -n 100 "$log" >&2
-    explain_failure "$log" >&2
+    explanation=$(explain_failure "$log") || true
+    tail -n $([ -n "$explanation" ] && echo 5 || echo 100) "$log" >&2
+    [ -z "$explanation" ] || echo "$explanation" >&2
   fi
   rm -f "$log"
   return $status
