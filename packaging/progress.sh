@@ -4,7 +4,7 @@
 # output follows it, and both make way for what comes next. If the command fails, its last lines are shown, and the cause
 # and what to do about it where they are known.
 quietly() {
-  local saying=$1 log status=0 explanation
+  local saying=$1 log status=0 explanation lines=100
   shift
   log=$(mktemp)
   if [ -t 2 ]; then
@@ -15,7 +15,8 @@ quietly() {
   fi
   if [ $status -ne 0 ]; then
     explanation=$(explain_failure "$log") || true
-    tail -n $([ -n "$explanation" ] && echo 5 || echo 100) "$log" >&2
+    [ -z "$explanation" ] || lines=5
+    tail -n $lines "$log" >&2
     [ -z "$explanation" ] || echo "$explanation" >&2
   fi
   rm -f "$log"
