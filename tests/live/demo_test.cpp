@@ -35,3 +35,15 @@ TEST(demo, leaves_a_picture_a_sound_and_a_midi_file) {
     EXPECT_GT(std::count_if(wav.begin(), wav.end(), [](char c) { return c != 0; }), 100000);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(results), {}), 3);
 }
+
+// Files of more than 300 KiB cannot be written, as on a full disk.
+TEST(demo, fails_when_a_recording_cannot_go_on) {
+    const temporary_directory directory;
+    const process_result played =
+        run({"bash", "-c", "trap '' XFSZ; ulimit -f 300; exec env -u DISPLAY \"$@\"", "bash",
+             QUENVAREL_DEMO_SCRIPT, QUENVAREL_BIN "/quenvarel",
+             directory.write("piece", "0 2 c\n2.5 0.5 i\n"), directory.file("results")},
+            {}, 5 * generous);
+    EXPECT_EQ(played.exit_code, 1);
+    EXPECT_EQ(played.err, "quenvarel.wav: the recording cannot go on and ends here.\n");
+}
