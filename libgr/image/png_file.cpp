@@ -164,6 +164,8 @@ void read_rows(coder& reader, image2d& image, int passes) {
     if (!image.allocate()) png_error(png, "out of memory");
     // Too much data, or a wrong checksum behind it, is damage as well.
     png_set_benign_errors(png, 0);
+    // A pixel beyond the palette is black. Some versions of the library would call it damage.
+    png_set_check_for_invalid_index(png, 0);
     for (int pass = 0; pass < passes; ++pass)
         for (std::uint32_t y = image.height; y > 0; --y)
             png_read_row(png, image.row(y - 1), nullptr);
