@@ -107,7 +107,8 @@ void input_player::collect(input& from, const midi::queued_message& message) {
         return from.sysex.clear();
     from.sysex.insert(from.sysex.end(), bytes, bytes + message.length);
     if (from.sysex.back() != midi::sysex_end) return;
-    if (clock::now() < echo_until_ && !std::ranges::search(from.sysex, echo_).empty()) {
+    if (clock::now() < echo_until_ &&
+        std::search(from.sysex.begin(), from.sysex.end(), echo_.begin(), echo_.end()) != from.sysex.end()) {
         libutils::report(from.port.name(), ": what this program sends comes back; the input is left out.");
         from.hears_us = true;
         end_all(from);
