@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
+#include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,11 +12,13 @@ namespace libutils::unfinished_file {
 
 namespace fs = std::filesystem;
 
-// Whether the open file still has that name in the folder.
-static bool has_name(int descriptor, int folder, const char* name) {
+// Whether the open file still has that name in the folder; nothing when the system does not tell.
+static std::optional<bool> has_name(int descriptor, int folder, const char* name) {
     struct stat opened, named;
-    return fstat(descriptor, &opened) == 0 && fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+    if (fstat(descriptor, &opened) != 0) return {};
+    if (fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? std::optional(false) : std::nullopt;
+    return opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
 std::FILE* create(const fs::path& name, std::intptr_t& hold) {
@@ -24,14 +27,13 @@ std::FILE* create(const fs::path& name, std::intptr_t& hold) {
     // Between the creation and the lock another process may have taken the file for an abandoned one. A file
     // system without locks has no such process either.
     const bool is_taken = flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    const int held = is_taken || !has_name(descriptor, AT_FDCWD, name.c_str())
-                         ? -1
-                         : fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    const bool is_ours = !is_taken && has_name(descriptor, AT_FDCWD, name.c_str()).value_or(true);
+    const int held = is_ours ? fcntl(descriptor, F_DUPFD_CLOEXEC, 0) : -1;
     std::FILE* const stream = held < 0 ? nullptr : fdopen(descriptor, "wb");
     if (stream) {
         hold = held;
     } else {
-        if (held >= 0) ::unlink(name.c_str());
+        if (is_ours) ::unlink(name.c_str());
         ::close(descriptor);
         if (held >= 0) ::close(held);
     }
@@ -46,7 +48,7 @@ static void remove_abandoned(int folder, const char* name) {
     const int descriptor = openat(folder, name, O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
     if (descriptor < 0) return;
     // Only who has the lock removes, so the name cannot become another file's in between.
-    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0 && has_name(descriptor, folder, name))
+    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0 && has_name(descriptor, folder, name).value_or(false))
         unlinkat(folder, name, 0);
     ::close(descriptor);
 }

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <optional>
 #include <poll.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -65,7 +66,11 @@ std::unique_ptr<alsa_watch> alsa_watch::start(peer_direction peers, const char* 
     watch->port_ = port;
     watch->peer_ = without_alsa_address(peer);
     watch->changed_ = std::move(changed);
-    watch->thread_ = std::thread([self = watch.get()] { self->run(); });
+    try {
+        watch->thread_ = std::thread([self = watch.get()] { self->run(); });
+    } catch (const std::system_error&) { // the connection works without a watch
+        return nullptr;
+    }
     return watch;
 }
 

@@ -19,8 +19,7 @@ result_t open_wav(std::unique_ptr<output_device_t>& opened) {
     announce_soundfont(synth->soundfont());
     auto recording = std::make_unique<wav_recording>();
     if (!recording->create(std::move(synth))) return cannot_open;
-    opened = std::make_unique<recorder>(std::move(recording));
-    return no_error;
+    return recorder::open(std::move(recording), opened);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <list>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace midi {
@@ -54,9 +55,13 @@ public:
 
 private:
     jack_thread() {
-        std::thread thread([this] { run(); });
-        id_ = thread.get_id();
-        thread.detach();
+        try {
+            std::thread thread([this] { run(); });
+            id_ = thread.get_id();
+            thread.detach();
+        } catch (const std::system_error&) { // without a thread nothing of JACK answers
+            stands_still_ = true;
+        }
     }
 
     void run() {

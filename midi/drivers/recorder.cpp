@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iostream>
 #include <new>
+#include <system_error>
 #include <utility>
 
 namespace midi {
@@ -21,6 +22,14 @@ recorder::recorder(std::unique_ptr<recording_t> recording)
     : recording_(std::move(recording)),
       ring_(most_waiting),
       thread_([this] { run(); }) {}
+
+result_t recorder::open(std::unique_ptr<recording_t> recording,
+                        std::unique_ptr<output_device_t>& opened) try {
+    opened = std::make_unique<recorder>(std::move(recording));
+    return no_error;
+} catch (const std::system_error&) {
+    return cannot_record;
+}
 
 recorder::~recorder() {
     recorder::close();

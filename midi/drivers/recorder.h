@@ -38,7 +38,10 @@ public:
 
 class recorder : public output_device_t {
 public:
+    // Throws std::system_error when the system has no thread for it.
     explicit recorder(std::unique_ptr<recording_t> recording);
+    // Makes one; a failure is a result.
+    static result_t open(std::unique_ptr<recording_t> recording, std::unique_ptr<output_device_t>& opened);
     ~recorder() override;
 
     // A long message may come in several pieces. Fails for what is no complete message, after the recording

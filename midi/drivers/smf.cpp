@@ -15,8 +15,7 @@ result_t smf_outputs::device_name(std::uint32_t, std::string& name) {
 result_t smf_outputs::open(std::uint32_t, std::unique_ptr<output_device_t>& opened) {
     auto recording = std::make_unique<smf_recording>();
     if (!recording->create()) return 1;
-    opened = std::make_unique<recorder>(std::move(recording));
-    return no_error;
+    return recorder::open(std::move(recording), opened);
 }
 
 } // namespace midi

@@ -13,6 +13,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -61,7 +62,11 @@ auto elsewhere(const sound_system& system, Function function) {
     if (is_jack(system))
         post_to_jack_thread(run);
     else
-        std::thread(run).detach();
+        try {
+            std::thread(run).detach();
+        } catch (const std::system_error&) { // there is no elsewhere
+            (*task)();
+        }
     return result;
 }
 
@@ -197,7 +202,11 @@ public:
             tried += std::string(tried.empty() ? "" : ", ") + each.name() + " (" + each.reason() + ")";
         }
         if (!found) return libutils::report("FluidSynth: no way to the loudspeakers: ", tried, ".");
-        keeper_ = std::thread([this] { keep(); });
+        try {
+            keeper_ = std::thread([this] { keep(); });
+        } catch (const std::system_error& error) {
+            return libutils::report("FluidSynth: ", error.what(), ".");
+        }
         return true;
     }
 
