@@ -24,8 +24,8 @@ void run_on(const std::string& display, std::vector<std::string> command) {
 
 } // namespace
 
-virtual_display::virtual_display(const std::string& layout)
-    : server_({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-noreset", "-nolisten", "tcp"}) {
+virtual_display::virtual_display(const std::string& layout, const std::string& size)
+    : server_({"Xvfb", "-displayfd", "1", "-screen", "0", size + "x24", "-noreset", "-nolisten", "tcp"}) {
     if (!server_.wait_for_out("\n")) throw std::runtime_error("Xvfb: " + server_.err());
     name_ = ':' + server_.out().substr(0, server_.out().find('\n'));
     set_layout(layout);

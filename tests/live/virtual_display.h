@@ -16,8 +16,8 @@ class virtual_display {
 public:
     using window = unsigned long;
 
-    // Starts on a free number with this keyboard layout.
-    explicit virtual_display(const std::string& layout = "us");
+    // Starts on a free number with this keyboard layout and a screen of this size.
+    explicit virtual_display(const std::string& layout = "us", const std::string& size = "1280x1024");
     ~virtual_display();
     virtual_display(const virtual_display&) = delete;
     virtual_display& operator=(const virtual_display&) = delete;
