@@ -44,16 +44,20 @@ usage used_now() {
 
 // Runs the work in ten stretches and compares the most that is in use after each of the first three, when all
 // has been used once, with the least after each of the last three. slack: by how many bytes the heap may
-// differ, as what the GL needs differs with the view.
+// differ, as what the GL needs differs with the view. A leak grows in every stretch; some versions of Mesa
+// take one piece more at some time, so that the largest step does not count.
 template <class Work>
 void expect_flat(const char* name, int count, std::size_t slack, Work work) {
     usage warm{}, end{SIZE_MAX, SIZE_MAX, SIZE_MAX};
+    std::size_t step = 0, before = SIZE_MAX;
     for (int stretch = 0; stretch < 10; ++stretch) {
         for (int i = 0; i < std::max(count / 10, 1); ++i)
             work();
         const usage now = used_now();
         std::printf("%s %d: heap %zu KiB, resident %zu KiB, %zu GL objects\n", name,
                     (stretch + 1) * std::max(count / 10, 1), now[0] >> 10, now[1] >> 10, now[2]);
+        if (stretch >= 3) step = std::max(step, now[0] - std::min(now[0], before));
+        before = now[0];
         for (std::size_t i = 0; i < now.size(); ++i) {
             if (stretch < 3) warm[i] = std::max(warm[i], now[i]);
             if (stretch >= 7) end[i] = std::min(end[i], now[i]);
@@ -61,7 +65,7 @@ void expect_flat(const char* name, int count, std::size_t slack, Work work) {
     }
     EXPECT_LE(end[2], warm[2]);
     if (!measures_memory) return;
-    EXPECT_LE(end[0], warm[0] + slack);
+    EXPECT_LE(end[0], warm[0] + slack + step);
     EXPECT_LE(end[1], warm[1] + slack + (4 << 20));
 }
 

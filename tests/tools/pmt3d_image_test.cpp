@@ -133,7 +133,8 @@ TEST_F(pmt3d_image, operations) {
         }
     }
     // Four channels of which the last says nothing are a picture for everybody.
-    run({"convert", noise(6, 8), "-channel", "A", "-evaluate", "set", "0", transparent});
+    run({"convert", noise(6, 8), "-channel", "A", "-evaluate", "set", "0", "-orient", "BottomLeft",
+         transparent});
     quietly({"convert", transparent, file("plain.jpg")});
 }
 
