@@ -44,6 +44,11 @@ install_missing() {
   return 1
 }
 
+# JACK's small programs left jackd2 for a package of their own after Debian 12.
+install_jack_programs() {
+  command -v jack_lsp >/dev/null || install_missing jack-example-tools
+}
+
 # The lists of packages may be old, or never have been fetched on a fresh machine.
 install_packages() {
   apt_install "$@" || { apt_get update || true; apt_install "$@"; }
