@@ -9,9 +9,10 @@
 
 namespace benchmarks {
 
-// Define one beside the two benchmarks: `ours` takes at most `most` times as long as `peer`. The two run in
-// turns, and the comparison is reported as a result. If a limit is named, the peer is the limit; otherwise it
-// is the memory's speed for the bytes that our benchmark counts in "bytes_moved".
+// Define one beside the two benchmarks: `ours` takes at most `most` times as long as `peer`. Both are
+// measured in processor time, or with UseRealTime(), for work on several threads, in time that passes. The
+// two run in turns, and the comparison is reported as a result. If a limit is named, the peer is the limit;
+// otherwise it is the memory's speed for the bytes that our benchmark counts in "bytes_moved".
 class goal {
 public:
     // What is compared: processor time, processor time per byte (both call SetBytesProcessed), the seconds in

@@ -29,7 +29,7 @@ std::vector<growing::terms>& growths() {
 }
 
 struct measured {
-    double seconds = 0; // of the processor, for an iteration
+    double seconds = 0; // of the processor, or passed (UseRealTime), for an iteration
     std::map<std::string, double> counters;
 };
 
@@ -43,7 +43,9 @@ public:
                 std::fprintf(stderr, "%s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
                 std::exit(EXIT_FAILURE);
             }
-            last_.seconds = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            const bool passed = run.run_name.time_type == "real_time";
+            last_.seconds = (passed ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime()) /
+                            benchmark::GetTimeUnitMultiplier(run.time_unit);
             last_.counters.clear();
             for (const auto& [name, counter] : run.counters)
                 last_.counters[name] = counter;
@@ -57,7 +59,7 @@ private:
 
 const measured& run(const std::string& name) {
     static keeper kept;
-    if (benchmark::RunSpecifiedBenchmarks(&kept, "^" + name + "(/process_time)?$") != 1) {
+    if (benchmark::RunSpecifiedBenchmarks(&kept, "^" + name + "(/process_time)?(/real_time)?$") != 1) {
         std::fprintf(stderr, "There is not one benchmark named %s.\n", name.c_str());
         std::exit(EXIT_FAILURE);
     }

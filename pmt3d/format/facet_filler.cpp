@@ -1,5 +1,6 @@
 #include "pmt3d/format/facet_filler.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace pmt3d {
@@ -35,13 +36,23 @@ struct directions {
 
 } // namespace
 
-bool facet_filler::allocate(std::uint64_t facets) {
-    if (!polygon_.allocate(3 * facets, 4 * facets)) return false;
-    vertex_ = polygon_.edit_vertices().data();
-    frame_ = polygon_.edit_normals().data();
-    element_ = polygon_.edit_elements().data();
-    return true;
+std::optional<facet_arrays> facet_arrays::allocate(polygon_t& polygon, std::uint64_t facets) {
+    if (!polygon.allocate(3 * facets, 4 * facets)) return {};
+    return facet_arrays{polygon.edit_vertices().data(), polygon.edit_normals().data(),
+                        polygon.edit_elements().data()};
 }
+
+void facet_arrays::clear(std::uint64_t first, std::uint64_t end) const {
+    std::fill(vertices + 3 * first, vertices + 3 * end, vertex_t{});
+    std::fill(frames + 3 * first, frames + 3 * end, frame_t{});
+    std::fill(elements + 4 * first, elements + 4 * end, 0);
+}
+
+facet_filler::facet_filler(const facet_arrays& arrays, std::uint64_t first)
+    : vertex_(arrays.vertices + 3 * first),
+      frame_(arrays.frames + 3 * first),
+      element_(arrays.elements + 4 * first),
+      next_(element_t(3 * first)) {}
 
 void facet_filler::flush() {
     directions<block> e1, e2, normal, binormal;

@@ -4,22 +4,35 @@
 #include "pmt3d/surface/polygon.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace pmt3d {
 
+// The arrays of a surface of separate triangles.
+struct facet_arrays {
+    vertex_t* vertices;  // three a facet
+    frame_t* frames;     // three
+    element_t* elements; // four
+
+    // Sizes the surface and gives its arrays. Nothing, reported, when there is no room.
+    static std::optional<facet_arrays> allocate(polygon_t& polygon, std::uint64_t facets);
+    // Makes the facets from `first` up to `end` those of a fresh surface again.
+    void clear(std::uint64_t first, std::uint64_t end) const;
+};
+
 // Gives every triangle three vertices of the default colour, a strip of its own, and to all three vertices
 // one frame: with E1, E2 the directions from its first corner to the second and third, normal N =
-// normalise(E1 x E2), tangent E2 and binormal E2 x N. A direction without length is (0, 0, 0).
+// normalise(E1 x E2), tangent E2 and binormal E2 x N. A direction without length is (0, 0, 0). Several
+// fillers may fill parts of the same arrays at once.
 class facet_filler {
 public:
-    explicit facet_filler(polygon_t& polygon) : polygon_(polygon) {}
+    // Begins with that facet.
+    facet_filler(const facet_arrays& arrays, std::uint64_t first);
     ~facet_filler() { flush(); }
     facet_filler(const facet_filler&) = delete;
     facet_filler& operator=(const facet_filler&) = delete;
 
-    // Sizes the surface. False, reported, when there is no room.
-    bool allocate(std::uint64_t facets);
-    // At most as many as were allocated. The surface has all of them once the filler is destroyed.
+    // At most as many as there is room for. The arrays have all of them once the filler is destroyed.
     void add(const render::pos3 (&corners)[3]) {
         for (int corner = 0; corner < 3; ++corner)
             corners_[count_][corner] = corners[corner];
@@ -30,11 +43,10 @@ private:
     static constexpr int block = 16; // facets that are computed side by side
     void flush();
 
-    polygon_t& polygon_;
-    vertex_t* vertex_ = nullptr;
-    frame_t* frame_ = nullptr;
-    element_t* element_ = nullptr;
-    element_t next_ = 0;
+    vertex_t* vertex_;
+    frame_t* frame_;
+    element_t* element_;
+    element_t next_;
     render::pos3 corners_[block][3] = {};
     int count_ = 0;
 };

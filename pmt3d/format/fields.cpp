@@ -10,23 +10,24 @@
 
 namespace pmt3d {
 
-float field_reader::expression() {
-    // Nearly every value is a plain number up to a terminator; only others take the long way, which wants
-    // text that ends with a 0.
+bool field_reader::plain_expression(float& value) {
     const char* p = at_;
     while (*p == ' ' || *p == '\t')
         ++p;
     const bool negative = *p == '-';
     if (negative) ++p;
-    if (*p >= '0' && *p <= '9') {
-        float value;
-        p = libutils::read_number(p, value);
-        if (p >= end_ || *p == ',' || *p == '\r' || *p == '\0') {
-            at_ = p;
-            skip_separator();
-            return negative ? 0.0f - value : value; // a sum, in which there is no -0
-        }
-    }
+    if (*p < '0' || *p > '9') return false;
+    p = libutils::read_number(p, value);
+    if (p < end_ && *p != ',' && *p != '\r' && *p != '\0') return false;
+    if (negative) value = 0.0f - value; // a sum, in which there is no -0
+    at_ = p;
+    skip_separator();
+    return true;
+}
+
+float field_reader::expression() {
+    // Only others than plain numbers take the long way, which wants text that ends with a 0.
+    if (float number; plain_expression(number)) return number;
     odd_ = true;
     const std::string text(at_, end_);
     const char* stop = nullptr;

@@ -21,6 +21,8 @@ public:
 
     // An arithmetic expression (libutils::evaluate, with its reports).
     float expression();
+    // The same for nothing but a number. False, with nothing taken, for others.
+    bool plain_expression(float& value);
     // A plain decimal number. `ok`, when given, becomes false when there is none; it is not set to true.
     float decimal(bool* ok = nullptr) {
         float value = 0.0f;
@@ -40,6 +42,11 @@ public:
     // Automatic base: 0x hexadecimal, 0 octal. "-1" is 0xFFFFFFFF; too much for 32 bits is the most they
     // hold.
     std::uint32_t integer();
+    // An integer of 0 to 255, of which only the lowest byte counts, as a part of 1.
+    float byte_color() {
+        constexpr float color_step = 0.003921569f; // 1 / 255
+        return float(integer() % 256) * color_step;
+    }
     // True when it begins with "true" or is an integer other than 0.
     bool boolean();
 

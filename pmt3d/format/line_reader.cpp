@@ -46,7 +46,7 @@ bool line_reader::next() {
         at_ = text_.size();
     }
     ++number_;
-    if (at_ >= next_report_) report_progress();
+    passed(at_);
     return true;
 }
 
@@ -65,10 +65,10 @@ void line_reader::set_progress(progress_t progress) {
     next_report_ = progress_ ? 0 : UINT64_MAX;
 }
 
-void line_reader::report_progress() {
+void line_reader::report_progress(std::uint64_t position) {
     constexpr std::uint64_t step = 1 << 20;
-    progress_(at_, text_.size());
-    next_report_ = at_ + step;
+    progress_(position, text_.size());
+    next_report_ = position + step;
 }
 
 } // namespace pmt3d

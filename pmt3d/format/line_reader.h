@@ -46,12 +46,14 @@ public:
     std::uint64_t size() const { return text_.size(); }
     std::uint64_t remaining() const { return size() - position(); }
 
-    // For callers that find the end of a line while they read its values: the start of the next line if a
-    // '\n' ends that line, else null. Then call took_line() instead of next(); line() does not change.
+    // For callers that find the ends of lines while they read values: the start of the next line if a '\n'
+    // ends that line, else null; the end of the last such line; and how many bytes and lines they have read.
+    // line() does not change.
     const char* ahead() const { return at_ < last_end_ ? text_.data() + at_ : nullptr; }
-    void took_line(const char* end) { // its '\n'
-        at_ = std::uint64_t(end + 1 - text_.data());
-        ++number_;
+    const char* lines_end() const { return text_.data() + last_end_; }
+    void took_lines(std::uint64_t bytes, std::uint64_t lines) {
+        at_ += bytes;
+        number_ += lines;
     }
 
     // Before the first line: passes over the mark that some editors put in front of UTF-8 text.
@@ -64,10 +66,14 @@ public:
     void skip(std::uint64_t bytes);
     // Called with the position about once a megabyte.
     void set_progress(progress_t progress);
+    // For callers that read on their own and have come so far.
+    void passed(std::uint64_t position) {
+        if (position >= next_report_) report_progress(position);
+    }
 
 private:
     void set_text(std::string_view text);
-    void report_progress();
+    void report_progress(std::uint64_t position);
 
     std::string name_;
     libutils::refvector2<char> file_;

@@ -4,6 +4,7 @@
 #include "pmt3d/format/fields.h"
 #include "pmt3d/format/line_check.h"
 #include "pmt3d/format/load_observer.h"
+#include "pmt3d/format/polygon_lines.h"
 #include "pmt3d/format/vertex_limit.h"
 #include "pmt3d/surface/nurbs.h"
 #include "pmt3d/surface/polygon.h"
@@ -24,7 +25,6 @@ bool is_blank_or_comment(std::string_view line) {
     return line.empty() || line[0] == '#' || line == "\r";
 }
 
-constexpr float color_step = 0.003921569f;         // 1 / 255
 constexpr float radians_per_degree = 0.017453292f; // in single precision
 constexpr render::col3a default_color = {0.5f, 0.5f, 0.5f, 1.0f};
 
@@ -295,9 +295,6 @@ render::pos3 read_position(field_reader& fields) {
 render::dir3 read_direction(field_reader& fields) {
     return render::dir3{fields.decimal(), fields.decimal(), fields.decimal()};
 }
-float byte_color(field_reader& fields) {
-    return float(fields.integer() % 256) * color_step;
-}
 
 // A point given by its distance and angles.
 render::pos3 on_circle(field_reader& fields) {
@@ -363,7 +360,7 @@ protected:
     void common_key(key which, std::string_view value, field_reader& fields) {
         switch (which) {
         case key::color:
-            color_ = {byte_color(fields), byte_color(fields), byte_color(fields), byte_color(fields)};
+            color_ = {fields.byte_color(), fields.byte_color(), fields.byte_color(), fields.byte_color()};
             break;
         case key::fcolor:
             color_ = {fields.expression(), fields.expression(), fields.expression(), fields.expression()};
@@ -468,14 +465,45 @@ public:
         vertices_ = polygon_.edit_vertices();
         frames_ = polygon_.edit_normals();
         elements_ = polygon_.edit_elements();
+        decide_sharing();
         while (const key_text* k = next(polygon_keys)) {
             if (k->which == key::end) return check();
             line(k->which);
+            if (in_.position() >= share_from_ && is_one_of_many(k->which)) share();
         }
         return false;
     }
 
 private:
+    // Threads are worth it where the block fills several pieces, at so many bytes for each vertex with its
+    // frame.
+    void decide_sharing() {
+        constexpr std::uint64_t of_vertex = 100, of_element = 10;
+        const std::uint64_t most = of_vertex * vertices_.size() + of_element * elements_.size();
+        sharing_ = libutils::sharing_for(std::min(most, in_.remaining()));
+        if (sharing_.threads > 1 && most > sharing_.piece) share_from_ = 0;
+    }
+    static bool is_one_of_many(key which) {
+        return which == key::color || (which >= key::texcoord && which <= key::normal);
+    }
+    // Reads on with several threads. After a line that they leave to this one it may be the turn of more such
+    // lines, so that the next attempt waits for so many pieces as there have been attempts in vain.
+    void share() {
+        polygon_progress block = {vertices_,      frames_,        elements_,       vertex_count_,
+                                  element_count_, tangent_count_, binormal_count_, normal_count_,
+                                  color_,         texcoord_};
+        const std::uint64_t pieces = read_plain_lines(in_, block, sharing_, report_.is_observed());
+        vertex_count_ = block.vertex_count;
+        element_count_ = block.element_count;
+        tangent_count_ = block.tangent_count;
+        binormal_count_ = block.binormal_count;
+        normal_count_ = block.normal_count;
+        color_ = block.color;
+        texcoord_ = block.texcoord;
+        in_vain_ = pieces > sharing_.threads ? 0 : in_vain_ + 1;
+        share_from_ = in_.position() + in_vain_ * sharing_.piece;
+    }
+
     void line(key which) {
         const std::string_view value = value_of(in_.line());
         field_reader fields = fields_of(value);
@@ -567,6 +595,9 @@ private:
     std::uint64_t vertex_count_ = 0, element_count_ = 0; // read so far, as are the others
     std::uint64_t tangent_count_ = 0, binormal_count_ = 0, normal_count_ = 0;
     render::txc2 texcoord_{};
+    libutils::sharing sharing_;
+    std::uint64_t share_from_ = UINT64_MAX; // position in the file
+    std::uint64_t in_vain_ = 0;             // attempts since the last that has read much
 };
 
 class nurbs_block : surface_block {

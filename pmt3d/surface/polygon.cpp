@@ -1,10 +1,12 @@
 #include "pmt3d/surface/polygon.h"
 
+#include "libutils/parallel.h"
 #include "libutils/report.h"
 #include "libutils/step.h"
 #include "render/math/operations.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -178,25 +180,69 @@ void polygon_t::rebuild() {
     if (polyid_count() == 0) return;
     number_triangles();
     if (!selected_.empty() || selection_written_) write_selection();
-    const auto frames = std::as_const(*this).normals();
-    if (std::any_of(frames.begin(), frames.end(), frame_filler::missing)) fill_frames();
+    if (lacks_frames()) fill_frames();
+}
+
+bool polygon_t::lacks_frames() const {
+    const auto frames = normals();
+    const auto how = libutils::sharing_for(frames.size_bytes());
+    const std::uint64_t each =
+        how.threads > 1 ? std::max<std::uint64_t>(how.piece / sizeof(frame_t), 1) : frames.size();
+    std::atomic<bool> found = false;
+    if (frames.empty()) return false;
+    libutils::for_each_piece(
+        how.threads, (frames.size() + each - 1) / each, [&](std::uint64_t piece, unsigned) {
+            if (found.load(std::memory_order_relaxed)) return;
+            const auto part = frames.subspan(piece * each, std::min(each, frames.size() - piece * each));
+            if (std::any_of(part.begin(), part.end(), frame_filler::missing)) found = true;
+        });
+    return found;
 }
 
 void polygon_t::number_triangles() {
+    struct piece {
+        std::uint64_t begin, end; // a strip belongs to the piece in which it begins
+        std::uint64_t triangles = 0;
+        std::vector<strip_t> strips; // ids from 0
+    };
     const element_t* const elements = elements_.data();
-    std::uint64_t id = 0;
-    polyidvector_.clear();
-    // There cannot be more strips, and what is not touched costs nothing.
-    polyidvector_.reserve((element_count_ + 1) / 4);
-    for (std::uint64_t at = 0; at < element_count_; ++at) {
-        const std::uint64_t start = at;
-        while (at < element_count_ && elements[at] < vertex_count_)
-            ++at;
-        if (at - start < 3) continue;
-        polyidvector_.push_back({std::uint32_t(id), std::uint32_t(start)});
-        id += at - start - 2;
+    const auto how = libutils::sharing_for(element_count_ * sizeof(element_t));
+    const std::uint64_t each = how.threads > 1 ? how.piece / sizeof(element_t) : element_count_;
+    std::vector<piece> pieces;
+    for (std::uint64_t begin = 0; begin < element_count_;) {
+        std::uint64_t end = std::min(begin + each, element_count_);
+        while (end < element_count_ && elements[end] < vertex_count_)
+            ++end;
+        pieces.push_back({begin, end, 0, {}});
+        begin = end;
     }
-    triangle_count_ = id;
+    libutils::for_each_piece(how.threads, pieces.size(), [&](std::uint64_t number, unsigned) {
+        const std::uint64_t end = pieces[number].end, vertices = vertex_count_;
+        std::uint64_t id = 0;
+        std::vector<strip_t> strips;
+        // There cannot be more strips, and what is not touched costs nothing.
+        strips.reserve((end - pieces[number].begin + 1) / 4 + 1);
+        for (std::uint64_t at = pieces[number].begin; at < end; ++at) {
+            const std::uint64_t start = at;
+            while (at < end && elements[at] < vertices)
+                ++at;
+            if (at - start < 3) continue;
+            strips.push_back({std::uint32_t(id), std::uint32_t(start)});
+            id += at - start - 2;
+        }
+        pieces[number].triangles = id;
+        pieces[number].strips = std::move(strips);
+    });
+    polyidvector_.clear();
+    triangle_count_ = 0;
+    for (piece& p : pieces) {
+        if (polyidvector_.empty())
+            polyidvector_.swap(p.strips); // of one piece, the usual case, they are all
+        else
+            for (const strip_t& strip : p.strips)
+                polyidvector_.push_back({std::uint32_t(triangle_count_) + strip.id, strip.start});
+        triangle_count_ += p.triangles;
+    }
 }
 
 void polygon_t::write_selection() {

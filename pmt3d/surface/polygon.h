@@ -88,6 +88,7 @@ public:
 
 private:
     void rebuild();
+    bool lacks_frames() const;
     void number_triangles();
     void write_selection();
     void fill_frames();

@@ -1,4 +1,5 @@
 // Whole models: loading, saving, and both ways at once.
+#include "libutils/parallel.h"
 #include "pmt3d/format/dispatch.h"
 #include "pmt3d/format/stl.h"
 #include "pmt3d/format/text_writer.h"
@@ -225,10 +226,13 @@ TEST_F(model, progress_ends_at_the_end) {
     const std::string name = directory_.file("x.pmt");
     EXPECT_TRUE(pmt3d::save_text(item, name, progress));
     EXPECT_TRUE(calls > 10 && last == total);
-    model_t m;
-    calls = 0;
-    EXPECT_TRUE(pmt3d::load(m, name, {std::cerr, {}, progress}));
-    EXPECT_TRUE(calls > 5 && calls < 100) << "about once a megabyte";
+    for (const unsigned threads : {1u, 3u}) {
+        const libutils::fixed_sharing fixed({threads});
+        model_t m;
+        calls = 0;
+        EXPECT_TRUE(pmt3d::load(m, name, {std::cerr, {}, progress}));
+        EXPECT_TRUE(calls > (threads == 1 ? 5 : 1) && calls < 100) << "about once a megabyte";
+    }
 }
 
 // ---- Items
