@@ -55,7 +55,9 @@ protected:
 
 TEST_F(debian_package, passes_the_checks_of_distributions) {
     // What they depend on are packages, and this machine has them all.
-    const process_result installing = run({"dpkg", "--no-act", "--force-not-root", "-i", player_, tools_});
+    const process_result installing =
+        run({"dpkg", "--no-act", "--force-not-root", "-i", player_, tools_},
+            {.environment = {{"PATH", "/usr/sbin:/sbin:" + variable("PATH")}}, .directory = {}});
     EXPECT_EQ(installing.exit_code, 0) << installing.out << installing.err;
     const process_result looked = run({"lintian", "--fail-on", "error,warning", player_, tools_});
     EXPECT_EQ(looked.exit_code, 0) << looked.out << looked.err;
