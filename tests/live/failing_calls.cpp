@@ -17,6 +17,7 @@
 #include <new>
 #include <poll.h>
 #include <pthread.h>
+#include <stdio_ext.h>
 #include <sys/auxv.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
@@ -126,7 +127,6 @@ FAILING(std::FILE*, fopen64, (const char* name, const char* mode), (name, mode),
 FAILING(std::FILE*, fdopen, (int file, const char* mode) noexcept, (file, mode), nullptr, ENOMEM)
 FAILING(std::size_t, fwrite, (const void* from, std::size_t size, std::size_t count, std::FILE* to),
         (from, size, count, to), 0, ENOSPC)
-FAILING(int, fflush, (std::FILE * file), (file), EOF, ENOSPC)
 FAILING(DIR*, opendir, (const char* name), (name), nullptr, EMFILE)
 FAILING(ssize_t, read, (int file, void* to, std::size_t size), (file, to, size), -1, EIO)
 FAILING(ssize_t, pread, (int file, void* to, std::size_t size, off_t at), (file, to, size, at), -1, EIO)
@@ -193,12 +193,24 @@ extern "C" int __open_2(const char* path, int flags) {
     return next(path, flags);
 }
 
-// Closes it all the same, as the system does.
+// What was not written yet is lost.
+extern "C" int fflush(std::FILE* file) {
+    static const auto next = real<int (*)(std::FILE*)>("fflush");
+    if (!fails("fflush")) return next(file);
+    if (file) __fpurge(file);
+    errno = ENOSPC;
+    return EOF;
+}
+
+// Closes it all the same, as the system does; what was written is lost, as on a server that is full.
 extern "C" int fclose(std::FILE* file) {
     static const auto next = real<int (*)(std::FILE*)>("fclose");
+    const bool failing = fails("fclose");
+    const bool is_cut =
+        failing && syscall(SYS_ftruncate, fileno(file), 0) == 0; // one that is only read stays
     const int result = next(file);
-    if (!fails("fclose")) return result;
-    errno = ENOSPC;
+    if (!failing) return result;
+    errno = is_cut ? ENOSPC : EIO;
     return EOF;
 }
 
