@@ -194,7 +194,8 @@ public:
     bool open() {
         const bool found = find_way();
         std::string tried;
-        for (const way& each : ways_) {
+        for (way& each : ways_) {
+            if (&each != current_) each.leave_late(); // an answer that has come meanwhile is its reason
             if (found && each.is_awaited())
                 libutils::report("FluidSynth: ", each.name(), " does not answer.");
             if (found && each.reason() == no_playback_ports)
