@@ -230,8 +230,7 @@ TEST(player_on_windows, passes_on_what_an_input_delivers) {
 }
 
 TEST(player_on_windows, silences_an_input_that_is_unplugged_and_takes_it_again) {
-    player run({"--input=0", "0"},
-               {{"QUENVAREL_WINMM_INPUT", "wait:1500 913c7f wait:300 unplug:2500 913d7f"}});
+    player run({"--input=0", "0"}, {{"QUENVAREL_WINMM_INPUT", "wait:1500 913c7f wait:300 unplug:2 913d7f"}});
     ASSERT_TRUE(run.program().wait_for_err("Stand-in Keys has gone.\r\n"));
     ASSERT_TRUE(run.program().wait_for_err("Stand-in Keys is back.\r\n"));
     ASSERT_TRUE(run.wait_for("midiOutShortMsg 91 3d 7f 00 -> 0", 2));

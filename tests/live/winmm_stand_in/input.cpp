@@ -20,7 +20,7 @@ struct input_half : half {
     DWORD_PTR callback = 0, instance = 0;
     std::thread deliverer;
     clock::time_point started;
-    std::atomic<clock::time_point> absent_until{};
+    mutable std::atomic<int> absences{0}; // looks at the list that do not find it
 
     void tell(UINT message, DWORD_PTR parameter1, DWORD_PTR parameter2) const {
         using function = void(CALLBACK*)(HMIDIIN, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
@@ -51,7 +51,8 @@ struct input_half : half {
         tell(MIM_LONGDATA, reinterpret_cast<DWORD_PTR>(header), now());
     }
     UINT count() const override {
-        if (clock::now() >= absent_until.load()) return half::count();
+        if (absences == 0) return half::count();
+        --absences;
         note(name + "GetNumDevs -> 0");
         return 0;
     }
@@ -80,8 +81,7 @@ void deliver(const std::string& word) {
     if (word.starts_with("wait:")) return Sleep(DWORD(std::stoul(digits)));
     if (word.starts_with("unplug:")) {
         static bool was_unplugged = false;
-        if (!std::exchange(was_unplugged, true))
-            in.absent_until = clock::now() + std::chrono::milliseconds(std::stoul(digits));
+        if (!std::exchange(was_unplugged, true)) in.absences = std::stoi(digits);
         return;
     }
     std::string bytes;

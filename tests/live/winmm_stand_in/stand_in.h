@@ -13,8 +13,8 @@
 //   BUSY     for how many milliseconds an output device keeps the buffer of a long message, or "forever"
 //   INPUT    what an input device delivers from its start on, as words: bytes in hex are a message, a long
 //            one if they begin with f0; more:bytes one that came while the receiver was behind; error:bytes
-//            an invalid one; wait:MS a pause; unplug:MS what takes all input devices off the list for so
-//            long, at the first start only
+//            an invalid one; wait:MS a pause; unplug:N what takes all input devices off the list for the
+//            next N looks at it, at the first start only
 //   CONSOLE  the file in which lines appear for what happens to the program's console: the event's number in
 //            decimal, such as 0 for Ctrl-C and 2 when the console is closed
 
