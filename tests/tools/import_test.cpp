@@ -230,6 +230,9 @@ TEST_F(imports, pictures_are_referenced_or_written_beside_the_model) {
     EXPECT_EQ(first_pixel(file(dress.bumpmap)), (std::vector{127, 0, 129})) << dress.bumpmap;
     EXPECT_FALSE(dress.bumpofs);
     EXPECT_EQ(first_pixel(file(dress.specular))[0], 230) << dress.specular;
+    EXPECT_TRUE(tool("info", {file("named.gltf")})
+                    .out.ends_with("\n  texture: oak planks.png\n  bumpmap: bumps-normals.png\n"
+                                   "  specular: rough-shine50.png\n"));
 
     // What has been written before is used again; what is another's stays.
     const std::string taken = file("out-picture0.png");

@@ -104,6 +104,7 @@ int run(const command_line& line) {
     if (line.operands.size() != 1) return usage_error(dump, "exactly one FILE is needed.");
     model_file file(line);
     if (!file.load(line.operands[0])) return failure;
+    file.made->name_plainly(file.model);
     const pmt3d::model_t& model = file.model;
     std::optional<progress_bar> bar;
     if (!is_standard_output_watched()) bar.emplace("printing", line.operands[0]);

@@ -61,6 +61,7 @@ int run(const command_line& line) {
     if (line.operands.size() != 1) return usage_error(info, "exactly one FILE is needed.");
     model_file file(line);
     if (!file.load(line.operands[0])) return failure;
+    file.made->name_plainly(file.model);
     const pmt3d::model_t& model = file.model;
     std::vector<const pmt3d::polygon_t*> surfaces;
     for (const model_item_t& item : model.items)

@@ -314,13 +314,23 @@ libgr::texture_options made_pictures::options_for(const look& dress) {
     return options;
 }
 
+void made_pictures::name_plainly(pmt3d::model_t& model) const {
+    for (pmt3d::model_item_t& item : model.items)
+        for (std::string* picture : {&item.texture.texture, &item.texture.bumpmap, &item.texture.specular})
+            if (is_made(*picture)) *picture = file_name(file_path(*picture).filename());
+}
+
+bool made_pictures::is_made(const std::string& picture) const {
+    return !folder_.empty() && !picture.empty() && file_path(picture).parent_path() == folder_;
+}
+
 bool made_pictures::keep(pmt3d::model_t& model, const std::string& out) {
     // Standard output has no folder and no name.
     const fs::path target = out == "-" ? file_path(model_file_).filename() : file_path(out);
     std::map<std::string, std::string> names;
     const auto keep_one = [&](std::string& picture) {
+        if (!is_made(picture)) return true;
         const fs::path made = file_path(picture);
-        if (folder_.empty() || picture.empty() || made.parent_path() != folder_) return true;
         const auto [at, added] = names.try_emplace(picture);
         for (int number = 1; added; ++number) {
             fs::path name = target.stem();

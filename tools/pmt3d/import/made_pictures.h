@@ -39,6 +39,8 @@ public:
     // A file of that name with other contents stays, and a number is added. False, after one line, when a
     // picture cannot be written.
     bool keep(pmt3d::model_t& model, const std::string& out);
+    // Names the made pictures in the model without the folder, which nobody will find.
+    void name_plainly(pmt3d::model_t& model) const;
 
 private:
     struct source {
@@ -55,6 +57,7 @@ private:
     // path and returns whether it could.
     template <class Make>
     std::string derived(const std::string& name, const std::string& purpose, Make&& make);
+    bool is_made(const std::string& picture) const;
     std::string new_file(const std::string& label, const std::string& ending);
     bool have_folder();
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <malloc.h>
 #include <map>
 #include <set>
 #include <string>
@@ -23,6 +24,11 @@ struct instance {
     aiMatrix4x4 place;
     unsigned mesh;
 };
+
+// Much memory that is free now goes back to the system: the process that receives the surfaces takes as much.
+void give_back(const triangle_mesh& made) {
+    if (made.vertices.size() > 10'000) malloc_trim(0);
+}
 
 class scene_sender {
 public:
@@ -109,6 +115,7 @@ private:
             triangle_mesh part =
                 mesh_at(*scene_.mMeshes[i.mesh], i.place, joints_, material_of_mesh(i.mesh), left_out_);
             if (--uses_[i.mesh] == 0) delete std::exchange(scene_.mMeshes[i.mesh], nullptr);
+            give_back(part);
             if (!has_area(part)) continue;
             if (whole.triangles.empty())
                 whole = std::move(part);
@@ -122,6 +129,8 @@ private:
             send_picture(*picture);
         const std::vector<pmt3d::element_t> elements =
             pmt3d::make_strips(whole.triangles, pmt3d::element_t(whole.vertices.size()));
+        whole.triangles = {};
+        give_back(whole);
         out_.begin(message::surface);
         out_.text(name);
         out_.look_of(dress);
