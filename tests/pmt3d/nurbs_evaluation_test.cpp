@@ -9,7 +9,6 @@
 #include <array>
 #include <bit>
 #include <cmath>
-#include <ctime>
 #include <iostream>
 #include <limits>
 #include <random>
@@ -230,27 +229,6 @@ TEST(nurbs_grid, is_the_same_as_point_by_point_beyond_one_block_of_columns) {
     }
     pmt3d::evaluate_grid(t.net(), 1, 1, grid); // the only sample lies at 0
     EXPECT_EQ(grid[0].texcoord, (render::txc2{0.0f, 0.0f}));
-}
-
-TEST(nurbs_grid, knots_of_their_own_and_long_rows_cost_little) {
-    const auto time = [](const tables& t, std::uint32_t samples) {
-        std::vector<pmt3d::vertex_t> grid(samples * samples);
-        const std::clock_t begin = std::clock();
-        for (int i = 0; i < 3; ++i)
-            pmt3d::evaluate_grid(t.net(), samples, samples, grid);
-        return std::clock() - begin;
-    };
-    tables square = random_net(64, 4, 64, 4, 12), row = random_net(20'000, 2, 2, 2, 13),
-           column = random_net(2, 2, 20'000, 2, 14);
-    const std::clock_t shared = time(square, 257);
-    for (tables* t : {&square, &row, &column}) {
-        scatter(t->knots1, t->m + t->k1, t->k1, 1, 15);
-        scatter(t->knots2, t->n + t->k2, t->k2, 1, 16);
-    }
-    // Hundreds of times as much when every row or knot counts.
-    EXPECT_LT(time(square, 257), 20 * shared);
-    EXPECT_LT(time(row, 33), 50 * shared);
-    EXPECT_LT(time(column, 33), 50 * shared);
 }
 
 // ---- Steps between the vertices
