@@ -6,6 +6,7 @@
 #include "app/program_path.h"
 #include "app/special_keys.h"
 #include "app/trace.h"
+#include "libutils/free_memory.h"
 #include "render/gl/step_check.h"
 #include "render/math/operations.h"
 #include "render/math/projection.h"
@@ -153,6 +154,8 @@ void Quenvarel::display() {
         redraw_at(*next);
     else if (view_.can_prepare())
         redraw_at(drawn_at_ + rest);
+    else if (!std::exchange(has_started_, true))
+        libutils::give_back_free_memory(); // what reading models and compiling shaders needed
 }
 
 // ---- What the window says

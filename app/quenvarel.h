@@ -114,6 +114,7 @@ private:
     clock::time_point drawn_at_; // the last picture
     int width_, height_;         // of the window
     bool has_new_size_ = true;   // since it was last shown
+    bool has_started_ = false;   // everything that a picture needs is there
     float picked_depth_ = 1;     // under the pointer where a camera drag began
 };
 

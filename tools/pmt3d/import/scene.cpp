@@ -1,5 +1,6 @@
 #include "tools/pmt3d/import/scene.h"
 
+#include "libutils/free_memory.h"
 #include "pmt3d/surface/stripping.h"
 #include "tools/pmt3d/import/import.h"
 #include "tools/pmt3d/import/materials.h"
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <malloc.h>
 #include <map>
 #include <set>
 #include <string>
@@ -25,9 +25,9 @@ struct instance {
     unsigned mesh;
 };
 
-// Much memory that is free now goes back to the system: the process that receives the surfaces takes as much.
+// The process that receives the surfaces takes as much memory as is free now.
 void give_back(const triangle_mesh& made) {
-    if (made.vertices.size() > 10'000) malloc_trim(0);
+    if (made.vertices.size() > 10'000) libutils::give_back_free_memory();
 }
 
 class scene_sender {
