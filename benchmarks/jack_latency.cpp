@@ -116,7 +116,7 @@ bool press_and_wait(player& p, receiver& notes, benchmarks::typed_keys& keys, st
 
 int main() {
     benchmarks::go_before_others(benchmarks::going_first::with_all_that_it_starts);
-    const test_support::jack_server server(0, frames, test_support::jack_server::hasty);
+    const test_support::jack_server server(0, frames);
     const test_support::temporary_directory directory;
     virtual_display display;
     receiver notes;

@@ -99,7 +99,7 @@ private:
 
 int main() {
     go_before_others(going_first::with_all_that_it_starts);
-    const jack_server server(2, frames, jack_server::hasty);
+    const jack_server server(2, frames);
     const test_support::temporary_directory directory;
     test_support::virtual_display display;
     jack_ears ears(4);

@@ -169,7 +169,7 @@ void measure(sender& from, receiver& to, std::uint32_t message, times_t& times, 
 
 int main() {
     benchmarks::go_before_others(benchmarks::going_first::with_all_that_it_starts);
-    const test_support::jack_server server(0, frames, test_support::jack_server::hasty);
+    const test_support::jack_server server(0, frames);
     const test_support::temporary_directory directory;
     test_support::virtual_display display;
     sender from;

@@ -63,8 +63,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         const fuzz::messages messages;
         result = quenvarel::read_options(int(arguments.size()), arguments.data(), options);
-        demand(messages.lines() == (result == quenvarel::options_result::refused),
-               "only a refused value is reported, in one line");
+        demand(messages.lines() == (result == quenvarel::options_result::refused ||
+                                    result == quenvarel::options_result::unknown_option),
+               "only what is refused is reported, in one line");
     }
     demand(options.channel < 16 && options.program < 128 && options.notebase < 128 && options.velocity < 128,
            "values are in range");

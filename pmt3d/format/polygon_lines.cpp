@@ -21,10 +21,11 @@ struct piece_of_block {
     std::vector<vertex_t> vertices;
     std::vector<element_t> elements;
     std::vector<render::dir3> tangents, binormals, normals;
-    // The last ones, and how many vertices come before the first.
-    std::optional<render::col3a> color;
-    std::optional<render::txc2> texcoord;
+    // The last ones, and how many vertices come before the first; `none` when there are none.
+    render::col3a color;
+    render::txc2 texcoord;
     std::size_t before_color, before_texcoord;
+    static constexpr std::size_t none = SIZE_MAX;
     std::uint64_t bytes, lines;
 
     void clear() {
@@ -32,9 +33,10 @@ struct piece_of_block {
         elements.clear();
         for (auto* const directions : {&tangents, &binormals, &normals})
             directions->clear();
-        color.reset();
-        texcoord.reset();
-        before_color = before_texcoord = bytes = lines = 0;
+        color = {};
+        texcoord = {};
+        before_color = before_texcoord = none;
+        bytes = lines = 0;
     }
 
     // Reads lines up to the first that is not plain.
@@ -94,14 +96,13 @@ private:
     bool take_position(std::string_view values) {
         float p[3];
         if (!expressions(values, p)) return false;
-        vertices.push_back(
-            {{p[0], p[1], p[2]}, color.value_or(render::col3a{}), texcoord.value_or(render::txc2{})});
+        vertices.push_back({{p[0], p[1], p[2]}, color, texcoord});
         return true;
     }
     bool take_texcoord(std::string_view values) {
         float t[2];
         if (!expressions(values, t)) return false;
-        if (!texcoord) before_texcoord = vertices.size();
+        if (before_texcoord == none) before_texcoord = vertices.size();
         texcoord = {t[0], t[1]};
         return true;
     }
@@ -110,7 +111,7 @@ private:
         const render::col3a c{fields.byte_color(), fields.byte_color(), fields.byte_color(),
                               fields.byte_color()};
         if (fields.odd()) return false;
-        if (!color) before_color = vertices.size();
+        if (before_color == none) before_color = vertices.size();
         color = c;
         return true;
     }
@@ -235,8 +236,8 @@ private:
         block_.tangent_count += piece.tangents.size();
         block_.binormal_count += piece.binormals.size();
         block_.normal_count += piece.normals.size();
-        block_.color = piece.color.value_or(block_.color);
-        block_.texcoord = piece.texcoord.value_or(block_.texcoord);
+        if (piece.before_color != piece.none) block_.color = piece.color;
+        if (piece.before_texcoord != piece.none) block_.texcoord = piece.texcoord;
         bytes_ += piece.bytes;
         lines_ += piece.lines;
     }
@@ -244,8 +245,8 @@ private:
     // from: how far the block was before the piece.
     static void put(piece_of_block& piece, const polygon_progress& from) {
         const std::size_t vertices = piece.vertices.size();
-        const std::size_t uncoloured = piece.color ? piece.before_color : vertices,
-                          unmapped = piece.texcoord ? piece.before_texcoord : vertices;
+        const std::size_t uncoloured = std::min(piece.before_color, vertices),
+                          unmapped = std::min(piece.before_texcoord, vertices);
         for (std::size_t i = 0; i < uncoloured; ++i)
             piece.vertices[i].color = from.color;
         for (std::size_t i = 0; i < unmapped; ++i)

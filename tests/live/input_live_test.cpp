@@ -45,7 +45,7 @@ struct input_live : testing::Test {
             [&] { return player.display().screenshot(player.window()).rgba == expected.rgba; });
     }
 
-    const jack_server jack;
+    const jack_server jack{0, 512, jack_server::patient};
     capture quiet{std::cout};
     midi::midi_out_t to_player{midi::system_outputs()};
 };

@@ -209,9 +209,15 @@ TEST_F(midi_jack, ports_find_their_own_way_when_the_server_is_started_again) {
             EXPECT_TRUE(jack_server::until_port("quenvarel-01:out"));
             EXPECT_FALSE(plays(61)) << "nobody hears it";
         }
-        dump = monitor();
-        dump2 = monitor("midi-monitor-01:input");
-        EXPECT_TRUE(is_heard(62, *dump) && is_heard(second, 2, 62, *dump2)) << late;
+        // Of clients that come together, JACK leaves one without cycles now and then.
+        const auto heard_by_new_ones = [&] {
+            dump.reset();
+            dump2.reset();
+            dump = monitor();
+            dump2 = monitor("midi-monitor-01:input");
+            return is_heard(62, *dump) && is_heard(second, 2, 62, *dump2);
+        };
+        EXPECT_TRUE(heard_by_new_ones() || heard_by_new_ones()) << late;
         EXPECT_FALSE(matches(dump->out(), ": 92") || matches(dump2->out(), ": 91"));
     }
     EXPECT_TRUE(second.close() && port.close());

@@ -25,7 +25,7 @@ public:
     static constexpr char patient[] = "-S", hasty[] = "-R";
 
     // frames: in one of its cycles, at 48 kHz.
-    explicit jack_server(int playback_ports = 0, int frames = 512, const char* mode = patient)
+    explicit jack_server(int playback_ports = 0, int frames = 512, const char* mode = hasty)
         : playback_ports_(playback_ports),
           frames_(frames),
           mode_(mode) {
