@@ -10,7 +10,7 @@
 using fuzz::demand;
 
 // An integer that begins with "0b", which only newer C libraries read as binary.
-static bool is_binary(const char* text) {
+[[maybe_unused]] static bool is_binary(const char* text) {
     text += std::strspn(text, " \t\n\v\f\r");
     text += *text == '+' || *text == '-';
     return text[0] == '0' && (text[1] == 'b' || text[1] == 'B');
